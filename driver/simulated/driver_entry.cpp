@@ -1,0 +1,111 @@
+// The simulated VXTDriver.sys: the kernel side of the driver protocol, answered by a simulated PC inside the driver.
+//
+// For winedevice.exe only: it imports a C runtime, which no real kernel offers.
+
+// The driver kit declares these two again, differently from the compiler's own header.
+#include <intrin.h>
+#define InterlockedBitTestAndSet InterlockedBitTestAndSetOfDriverKit
+#define InterlockedBitTestAndReset InterlockedBitTestAndResetOfDriverKit
+#include <ntifs.h>
+#undef InterlockedBitTestAndSet
+#undef InterlockedBitTestAndReset
+
+#include <exception>
+
+#include "simulated_pc.h"
+
+using vxtdriver::CSimulatedPc;
+
+namespace {
+
+constexpr ULONG kDeviceType = 0x8111;  // as in the control codes
+
+UNICODE_STRING g_Text(const wchar_t* pszText) {
+    UNICODE_STRING Text;
+    RtlInitUnicodeString(&Text, pszText);
+    return Text;
+}
+UNICODE_STRING g_DeviceName() { return g_Text(L"\\Device\\VXTDriver"); }
+UNICODE_STRING g_LinkName() { return g_Text(L"\\DosDevices\\VXTDriver"); }
+
+std::unique_ptr<CSimulatedPc> s_pPc;
+
+NTSTATUS g_Complete(IRP* pIrp, NTSTATUS lStatus, ULONG_PTR uInformation = 0) {
+    pIrp->IoStatus.Status = lStatus;
+    pIrp->IoStatus.Information = uInformation;
+    IoCompleteRequest(pIrp, IO_NO_INCREMENT);
+    return lStatus;
+}
+
+NTSTATUS NTAPI g_OnCreate(DEVICE_OBJECT*, IRP* pIrp) { return g_Complete(pIrp, STATUS_SUCCESS); }
+
+NTSTATUS NTAPI g_OnClose(DEVICE_OBJECT*, IRP* pIrp) {
+    s_pPc->Close(IoGetCurrentIrpStackLocation(pIrp)->FileObject);
+    return g_Complete(pIrp, STATUS_SUCCESS);
+}
+
+ULONG g_Id(HANDLE hId) { return static_cast<ULONG>(reinterpret_cast<uintptr_t>(hId)); }
+
+NTSTATUS NTAPI g_OnDeviceControl(DEVICE_OBJECT*, IRP* pIrp) {
+    const IO_STACK_LOCATION* const pStack = IoGetCurrentIrpStackLocation(pIrp);
+    const auto& rControl = pStack->Parameters.DeviceIoControl;
+    const vxtdriver::CClient Client{g_Id(PsGetProcessId(IoGetRequestorProcess(pIrp))),
+                                    g_Id(PsGetThreadId(pIrp->Tail.Overlay.Thread)), pStack->FileObject};
+    // Buffered method: one buffer, as long as the longer of the two sides, holds the input and then the output.
+    uint8_t* const pBuffer = static_cast<uint8_t*>(pIrp->AssociatedIrp.SystemBuffer);
+    try {
+        const vxtsim::CControlReply Reply =
+            s_pPc->Control(Client, rControl.IoControlCode, {pBuffer, rControl.InputBufferLength},
+                           {pBuffer, rControl.OutputBufferLength});
+        return Reply.bSuccess ? g_Complete(pIrp, STATUS_SUCCESS, Reply.uReturned)
+                              : g_Complete(pIrp, STATUS_INVALID_PARAMETER);
+    } catch (const std::exception&) { return g_Complete(pIrp, STATUS_INSUFFICIENT_RESOURCES); }
+}
+
+void NTAPI g_OnUnload(DRIVER_OBJECT* pDriver) {
+    UNICODE_STRING LinkName = g_LinkName();
+    IoDeleteSymbolicLink(&LinkName);
+    IoDeleteDevice(pDriver->DeviceObject);
+    s_pPc.reset();
+}
+
+NTSTATUS g_Start(DRIVER_OBJECT* pDriver) {
+    vxtsim::CMachineDescription Description;
+    std::string sError;
+    if (!vxtdriver::g_LoadMachineBesideDriver(Description, sError)) {
+        DbgPrint("VXTDriver: %s\n", sError.c_str());
+        return STATUS_DEVICE_CONFIGURATION_ERROR;
+    }
+    s_pPc = std::make_unique<CSimulatedPc>(std::move(Description));
+
+    UNICODE_STRING DeviceName = g_DeviceName(), LinkName = g_LinkName();
+    DEVICE_OBJECT* pDevice = nullptr;
+    NTSTATUS lStatus = IoCreateDevice(pDriver, 0, &DeviceName, kDeviceType, 0, FALSE, &pDevice);
+    if (!NT_SUCCESS(lStatus)) return lStatus;
+    lStatus = IoCreateSymbolicLink(&LinkName, &DeviceName);
+    if (!NT_SUCCESS(lStatus)) {
+        IoDeleteDevice(pDevice);
+        return lStatus;
+    }
+    pDriver->MajorFunction[IRP_MJ_CREATE] = g_OnCreate;
+    pDriver->MajorFunction[IRP_MJ_CLOSE] = g_OnClose;
+    pDriver->MajorFunction[IRP_MJ_DEVICE_CONTROL] = g_OnDeviceControl;
+    pDriver->DriverUnload = g_OnUnload;
+    return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+extern "C" int WINAPI DllMainCRTStartup(void* pModule, ULONG ulReason, void* pReserved);
+
+/// winedevice.exe loads a driver as it loads a DLL and calls this entry first for that: the second argument is then the
+/// reason, 0 to 3, and the C runtime starts or ends. The call with a registry path follows.
+extern "C" NTSTATUS NTAPI DriverEntry(DRIVER_OBJECT* pDriver, UNICODE_STRING* pRegistryPath) {
+    const uintptr_t uReason = reinterpret_cast<uintptr_t>(pRegistryPath);
+    if (uReason <= 3) return DllMainCRTStartup(pDriver, static_cast<ULONG>(uReason), nullptr);
+    try {
+        return g_Start(pDriver);
+    } catch (const std::exception&) { return STATUS_INSUFFICIENT_RESOURCES; }
+}
+
+extern "C" int WINAPI DllMain(void*, ULONG, void*) { return 1; }

@@ -1,0 +1,162 @@
+#include "simulated_pc.h"
+
+#include <windows.h>
+#include <winternl.h>
+
+#include <array>
+#include <bit>
+
+// Documented in the driver kit only; these live in ntdll and are callable from both sides.
+extern "C" NTSTATUS NTAPI NtMapViewOfSection(HANDLE hSection, HANDLE hProcess, void** ppAddress, ULONG_PTR uZeroBits,
+                                             SIZE_T uCommit, LARGE_INTEGER* pOffset, SIZE_T* puSize, int nInherit,
+                                             ULONG ulType, ULONG ulProtection);
+extern "C" NTSTATUS NTAPI NtUnmapViewOfSection(HANDLE hProcess, void* pAddress);
+
+namespace vxtdriver {
+
+namespace {
+
+constexpr const char* kDefaultMachine = "family10h-ddr3";
+constexpr uint32_t kPageSize = 4096;
+constexpr ULONG_PTR kBelow2GiB = 0x7FFFFFFF;  ///< as "zero bits": the mask of usable address bits
+constexpr int kViewUnmap = 2;                 ///< children do not inherit the view
+
+struct CHandleCloser {
+    void operator()(HANDLE hObject) const { CloseHandle(hObject); }
+};
+using CHandle = std::unique_ptr<void, CHandleCloser>;
+struct CViewCloser {
+    void operator()(void* pView) const { UnmapViewOfFile(pView); }
+};
+using CView = std::unique_ptr<void, CViewCloser>;
+
+/// A view of a section inside another process.
+class CClientView {
+public:
+    CClientView(CHandle hProcess, HANDLE hSection) : m_hProcess(std::move(hProcess)) {
+        BOOL bIsWow64 = FALSE;
+        if (!m_hProcess || !IsWow64Process(m_hProcess.get(), &bIsWow64)) return;
+        SIZE_T uSize = 0;  // the whole section
+        if (!NT_SUCCESS(NtMapViewOfSection(hSection, m_hProcess.get(), &m_pAddress, bIsWow64 ? kBelow2GiB : 0, 0,
+                                           nullptr, &uSize, kViewUnmap, 0, PAGE_READWRITE)))
+            m_pAddress = nullptr;
+    }
+    CClientView(CClientView&& rOther) noexcept
+        : m_hProcess(std::move(rOther.m_hProcess)), m_pAddress(std::exchange(rOther.m_pAddress, nullptr)) {}
+    ~CClientView() {
+        if (m_pAddress) NtUnmapViewOfSection(m_hProcess.get(), m_pAddress);  // fails when the process is gone: good
+    }
+    uint64_t Address() const { return reinterpret_cast<uintptr_t>(m_pAddress); }
+
+private:
+    CHandle m_hProcess;
+    void* m_pAddress = nullptr;
+};
+
+/// Lowest processor that the thread may run on: the one it is pinned to, 0 when it is not pinned.
+uint32_t g_CoreOfThread(uint32_t uThread) {
+    struct {  // THREAD_BASIC_INFORMATION
+        NTSTATUS lExitStatus;
+        void* pTeb;
+        CLIENT_ID Client;
+        ULONG_PTR uAffinity;
+        LONG lPriority, lBasePriority;
+    } Information{};
+    const CHandle hThread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, uThread));
+    constexpr auto kThreadBasicInformation = static_cast<THREADINFOCLASS>(0);
+    if (!hThread || !NT_SUCCESS(NtQueryInformationThread(hThread.get(), kThreadBasicInformation, &Information,
+                                                         sizeof(Information), nullptr)))
+        return 0;
+    return Information.uAffinity ? static_cast<uint32_t>(std::countr_zero(static_cast<uint64_t>(Information.uAffinity)))
+                                 : 0;
+}
+
+}  // namespace
+
+/// The memory that stands for a range of physical addresses, and the machine's view of it.
+struct CClientMappings::CRegisters {
+    CRegisters(uint64_t ullPhysicalAddress, uint32_t uBytes)
+        : ullPhysical(ullPhysicalAddress),
+          uSize(uBytes),
+          uOffset(static_cast<uint32_t>(ullPhysical % kPageSize)),
+          hSection(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, uOffset + uSize, nullptr)),
+          pView(hSection ? MapViewOfFile(hSection.get(), FILE_MAP_WRITE, 0, 0, 0) : nullptr) {}
+
+    const uint64_t ullPhysical;
+    const uint32_t uSize;
+    const uint32_t uOffset;  ///< views begin on a page, registers do not
+    const CHandle hSection;
+    const CView pView;
+};
+
+struct CClientMappings::CMapping {
+    const void* pFile;
+    std::shared_ptr<CRegisters> pRegisters;
+    CClientView ClientView;
+};
+
+CClientMappings::CClientMappings() = default;
+CClientMappings::~CClientMappings() = default;
+
+uint64_t CClientMappings::Map(uint64_t ullPhysical, uint32_t uSize, uint32_t*& rpBacking, uint64_t& rullHandle) {
+    const auto pRegisters = _FindRegisters(ullPhysical, uSize);
+    if (!pRegisters->pView) return 0;
+    CHandle hProcess(OpenProcess(PROCESS_VM_OPERATION | PROCESS_QUERY_INFORMATION, FALSE, m_Client.uProcess));
+    CClientView ClientView(std::move(hProcess), pRegisters->hSection.get());
+    if (!ClientView.Address()) return 0;
+
+    rpBacking = reinterpret_cast<uint32_t*>(static_cast<uint8_t*>(pRegisters->pView.get()) + pRegisters->uOffset);
+    rullHandle = m_ullNextHandle++;
+    const uint64_t ullAddress = ClientView.Address() + pRegisters->uOffset;
+    m_Mappings[rullHandle].reset(new CMapping{m_Client.pFile, pRegisters, std::move(ClientView)});
+    return ullAddress;
+}
+
+std::shared_ptr<CClientMappings::CRegisters> CClientMappings::_FindRegisters(uint64_t ullPhysical,
+                                                                             uint32_t uSize) const {
+    for (const auto& [ullHandle, pMapping] : m_Mappings)
+        if (pMapping->pRegisters->ullPhysical == ullPhysical && pMapping->pRegisters->uSize == uSize)
+            return pMapping->pRegisters;
+    return std::make_shared<CRegisters>(ullPhysical, uSize);
+}
+
+void CClientMappings::Unmap(uint64_t ullHandle) { m_Mappings.erase(ullHandle); }
+
+uint64_t CClientMappings::FindMapping(const void* pFile) const {
+    for (const auto& [ullHandle, pMapping] : m_Mappings)
+        if (pMapping->pFile == pFile) return ullHandle;
+    return 0;
+}
+
+CSimulatedPc::CSimulatedPc(vxtsim::CMachineDescription Description) : m_Machine(std::move(Description)) {
+    m_Machine.SetMappingProvider(&m_Mappings);
+}
+
+vxtsim::CControlReply CSimulatedPc::Control(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
+                                            std::span<uint8_t> Out) {
+    const std::lock_guard Guard(m_Lock);
+    m_Mappings.SetClient(rClient);
+    return m_Server.Control(uCode, g_CoreOfThread(rClient.uThread), In, Out);
+}
+
+void CSimulatedPc::Close(const void* pFile) {
+    const std::lock_guard Guard(m_Lock);
+    while (const uint64_t ullHandle = m_Mappings.FindMapping(pFile)) {
+        m_Machine.Unmap(ullHandle);
+        m_Mappings.Unmap(ullHandle);  // also when the machine does not know it
+    }
+}
+
+bool g_LoadMachineBesideDriver(vxtsim::CMachineDescription& rDescription, std::string& rsError) {
+    HMODULE hModule = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const wchar_t*>(&g_LoadMachineBesideDriver), &hModule);
+    std::array<char, MAX_PATH> szPath{};
+    const DWORD dwLength = GetModuleFileNameA(hModule, szPath.data(), static_cast<DWORD>(szPath.size()));
+    std::string sPath(szPath.data(), dwLength < szPath.size() ? dwLength : 0);
+    sPath = sPath.substr(0, sPath.rfind('.')) + ".machine";
+    const bool bHasFile = GetFileAttributesA(sPath.c_str()) != INVALID_FILE_ATTRIBUTES;
+    return vxtsim::g_LoadMachine(bHasFile ? sPath : kDefaultMachine, rDescription, rsError);
+}
+
+}  // namespace vxtdriver

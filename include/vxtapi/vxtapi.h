@@ -1,0 +1,38 @@
+// VXTAPI: the eight exports. Include this header, load the library, call InitVXTAPI.
+//
+// Freestanding apart from <cstdint>; the same slot numbers under the Microsoft and Itanium C++ ABIs.
+#pragma once
+
+#include <vxtapi/cpu.h>
+#include <vxtapi/device.h>
+#include <vxtapi/device_manager.h>
+#include <vxtapi/log.h>
+#include <vxtapi/performance_control.h>
+#include <vxtapi/profile_settings.h>
+
+extern "C" {
+
+/// Starts the library: driver (installed when it is not running), firmware connections, device inventory.
+/// `bEnableLog` opens "./Logs/VXTAPI/<date>/..." and writes every level; otherwise the log stays silent.
+/// False when a required step failed; call UnInitVXTAPI in any case. Call start-up and shut-down from one thread.
+/// On Windows the process needs administrator rights and, beside its executable, "qor64\VXTDriver.sys"
+/// ("i386\VXTDriver.sys" on 32-bit systems).
+bool InitVXTAPI(bool bEnableLog);
+
+/// Stops the library and removes the driver when this was its last user. Always true; failures are in the log.
+bool UnInitVXTAPI();
+
+/// The service objects: fixed pointers, valid from load to unload, also before InitVXTAPI. Never delete them.
+vxtapi::CDeviceManager* GetDeviceManager();
+vxtapi::CPerformanceControl* GetPerformanceControl();
+vxtapi::CLog* GetLog();
+vxtapi::CProfileSettgins* GetProfileSettings();
+
+/// Whether the firmware offers overclocking, that is, whether a clock generator device exists.
+/// False, with `*pbSupported` untouched, before the first successful InitVXTAPI (or for a null pointer).
+bool IsBiosOCSupported(bool* pbSupported);
+
+/// Whether the user has accepted the overclocking warning: current user, "Software\QOR\QOR Velomar", value
+/// "UserAccepted" equal to 1. Works without InitVXTAPI. The host writes the value, never the library.
+bool IsOverclockWarningAccepted();
+}

@@ -1,0 +1,118 @@
+// The simulated PC: processors, PCI, memory, ports and SMBus of one machine description, and virtual time.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <span>
+
+#include "machine_file.h"
+
+namespace vxtsim {
+
+class CSimMachine;
+
+/// Behaviour that a dump cannot carry (transitions, done bits, timers). A model is attached by what the machine file
+/// declares and is asked before the plain dump answers. Each access is answered by the first model that returns true.
+class CSimModel {
+public:
+    virtual ~CSimModel() = default;
+    virtual bool ReadMsr(uint32_t /*uCore*/, uint32_t /*uIndex*/, uint64_t& /*rullValue*/) { return false; }
+    /// Read-only registers never get here: see CSimMachine::SetMsrReadOnly.
+    virtual bool WriteMsr(uint32_t /*uCore*/, uint32_t /*uIndex*/, uint64_t /*ullValue*/) { return false; }
+    /// The access as it comes; when nobody answers one of 2 or 4 bytes, its bytes are asked for one by one.
+    virtual bool ReadPort(uint16_t /*usPort*/, uint32_t /*uWidth*/, uint32_t& /*ruValue*/) { return false; }
+    virtual bool WritePort(uint16_t /*usPort*/, uint32_t /*uWidth*/, uint32_t /*uValue*/) { return false; }
+    /// One aligned dword of configuration space.
+    virtual bool ReadPci(CPciAddress, uint32_t /*uOffset*/, uint32_t& /*ruValue*/) { return false; }
+    virtual bool WritePci(CPciAddress, uint32_t /*uOffset*/, uint32_t /*uValue*/) { return false; }
+    /// Called whenever virtual time has moved.
+    virtual void Tick(uint64_t /*ullNanoseconds*/) {}
+};
+
+/// Where the memory behind "map physical memory" lives: native runs hand out made-up addresses that only ReadMapped and
+/// WriteMapped understand, the simulated driver under Windows maps real memory into the client. Real memory is filled
+/// when it is mapped; of what follows, only the local APIC's timer is kept in step, whenever virtual time moves.
+class CMappingProvider {
+public:
+    virtual ~CMappingProvider() = default;
+    /// Returns the address for the client (0: refused) and, through `rpBacking`, the memory that the machine updates.
+    virtual uint64_t Map(uint64_t ullPhysical, uint32_t uSize, uint32_t*& rpBacking, uint64_t& rullHandle) = 0;
+    virtual void Unmap(uint64_t ullHandle) = 0;
+};
+
+/// One running PC. Any thread may call; calls are serialised. Spells its own register numbers: sharing the library's
+/// would share its mistakes.
+class CSimMachine {
+public:
+    explicit CSimMachine(CMachineDescription Description);
+    ~CSimMachine();
+    CSimMachine(const CSimMachine&) = delete;
+
+    const CMachineDescription& Description() const { return m_Description; }
+    uint32_t ProcessorCount() const { return m_Description.uCores; }
+    /// Unknown leaves answer zero, as the hardware does.
+    CCpuidResult Cpuid(uint32_t uCore, uint32_t uLeaf, uint32_t uSubleaf = 0) const;
+
+    // --- what the driver reaches; false is an access the hardware refuses -------------------------------------------
+    bool ReadMsr(uint32_t uCore, uint32_t uIndex, uint64_t& rullValue);  ///< false: unknown MSR (general protection)
+    bool WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue);
+    uint32_t ReadPort(uint16_t usPort, uint32_t uWidth);  ///< unclaimed ports read all ones
+    void WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue);
+    /// Absent functions read all ones and ignore writes. Extended offsets (0x100 and above) need a 4096-byte function.
+    void ReadPci(CPciAddress Address, uint32_t uOffset, std::span<uint8_t> Data);
+    void WritePci(CPciAddress Address, uint32_t uOffset, std::span<const uint8_t> Data);
+    /// Physical memory: described regions, the ECAM window of the MCFG table, the local APIC. The rest reads all ones.
+    void ReadMemory(uint64_t ullAddress, std::span<uint8_t> Data);
+    void WriteMemory(uint64_t ullAddress, std::span<const uint8_t> Data);
+    uint64_t Map(uint64_t ullPhysical, uint32_t uSize, uint64_t& rullHandle);
+    bool Unmap(uint64_t ullHandle);
+
+    // --- mapped registers of a native client
+    // --------------------------------------------------------------------------
+    uint32_t ReadMapped(uint64_t ullAddress);
+    void WriteMapped(uint64_t ullAddress, uint32_t uValue);
+    size_t MappingCount() const;
+    void SetMappingProvider(CMappingProvider* pProvider);
+
+    // --- virtual time
+    // -------------------------------------------------------------------------------------------------
+    uint64_t Now() const;  ///< ns since power-on
+    void Advance(uint64_t ullNanoseconds);
+
+    // --- the workbench: plain state behind the models, for tests and tools
+    // ---------------------------------------------
+    uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist
+    bool HasMsr(uint32_t uCore, uint32_t uIndex) const;
+    void RemoveMsr(uint32_t uCore, uint32_t uIndex);
+    void SetMsrReadOnly(uint32_t uIndex);  ///< the driver's writes are refused on every core
+    uint32_t PciDword(CPciAddress Address, uint32_t uOffset) const;
+    void SetPciDword(CPciAddress Address, uint32_t uOffset, uint32_t uValue);
+    void RemovePci(CPciAddress Address);
+    std::vector<uint8_t>& Memory(uint64_t ullAddress);  ///< the described region that begins there; created when absent
+    /// Where the first ACPI table of this signature lies in memory ("RSD PTR " is the root pointer); 0 when there is
+    /// none.
+    uint64_t AcpiAddress(std::string_view sSignature) const;
+    /// Attaches a model; the last one attached is asked first. Returns it.
+    template <class TModel, class... TArguments> TModel& Plug(TArguments&&... Arguments) {
+        auto pModel = std::make_unique<TModel>(*this, std::forward<TArguments>(Arguments)...);
+        TModel& rModel = *pModel;
+        m_Models.insert(m_Models.begin(), std::move(pModel));
+        return rModel;
+    }
+    /// The attached model of this class; null when there is none.
+    template <class TModel> TModel* Model() {
+        for (const auto& pModel : m_Models)
+            if (const auto pFound = dynamic_cast<TModel*>(pModel.get())) return pFound;
+        return nullptr;
+    }
+
+private:
+    struct CState;
+    CMachineDescription m_Description;
+    std::unique_ptr<CState> m_pState;
+    std::vector<std::unique_ptr<CSimModel>> m_Models;
+    mutable std::recursive_mutex m_Lock;
+    uint64_t m_ullNow = 0;
+};
+
+}  // namespace vxtsim

@@ -1,0 +1,482 @@
+#include "machine_file.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <numeric>
+#include <optional>
+
+#include "embedded_machines.h"
+
+namespace vxtsim {
+
+namespace {
+
+// Bounds on what a file may ask for: far above any real PC, far below what would hurt this one.
+constexpr size_t kMaximumFile = 16u << 20, kMaximumRegion = 4u << 20, kMaximumData = 32u << 20;
+constexpr size_t kPciBytes = 256, kExtendedPciBytes = 4096, kSmbusBytes = 256;
+constexpr size_t kDumpLine = 16;
+constexpr size_t kTableChecksum = 9;  ///< of an ACPI table: the whole sums up to zero
+constexpr uint32_t kMillion = 1'000'000;
+
+constexpr std::string_view kBlanks = " \t\r";
+
+std::string_view g_TrimLeft(std::string_view s) { return s.substr(std::min(s.find_first_not_of(kBlanks), s.size())); }
+std::string_view g_Trim(std::string_view s) { return g_TrimLeft(s.substr(0, s.find_last_not_of(kBlanks) + 1)); }
+
+/// Cuts the first word off `rsText`; empty at its end.
+std::string_view g_TakeWord(std::string_view& rsText) {
+    rsText = g_TrimLeft(rsText);
+    const std::string_view sWord = rsText.substr(0, std::min(rsText.find_first_of(kBlanks), rsText.size()));
+    rsText.remove_prefix(sWord.size());
+    return sWord;
+}
+
+/// A whole word of 1 to `uDigits` hexadecimal digits, with or without 0x.
+std::optional<uint64_t> g_Hex(std::string_view sWord, size_t uDigits) {
+    if (sWord.starts_with("0x") || sWord.starts_with("0X")) sWord.remove_prefix(2);
+    if (sWord.empty() || sWord.size() > uDigits) return std::nullopt;
+    uint64_t ullValue = 0;
+    for (const char c : sWord) {
+        const size_t uDigit =
+            std::string_view("0123456789abcdef").find(c >= 'A' && c <= 'F' ? static_cast<char>(c + 32) : c);
+        if (uDigit == std::string_view::npos) return std::nullopt;
+        ullValue = ullValue << 4 | uDigit;
+    }
+    return ullValue;
+}
+
+/// A decimal number in millionths, at most six digits on either side of the point. Not strtod: it follows the locale.
+std::optional<uint64_t> g_Millionths(std::string_view sWord) {
+    const size_t uPoint = std::min(sWord.find('.'), sWord.size());
+    const std::string_view sWhole = sWord.substr(0, uPoint), sRest = sWord.substr(std::min(uPoint + 1, sWord.size()));
+    if (sWhole.empty() || sWhole.size() > 6 || sRest.size() > 6) return std::nullopt;
+    std::string sDigits(sWhole);
+    sDigits += sRest;
+    sDigits.append(6 - sRest.size(), '0');
+    uint64_t ullValue = 0;
+    for (const char c : sDigits) {
+        if (c < '0' || c > '9') return std::nullopt;
+        ullValue = ullValue * 10 + static_cast<uint64_t>(c - '0');
+    }
+    return ullValue;
+}
+
+class CMachineParser {
+public:
+    CMachineParser(std::string_view sText, const std::string& sFile, CMachineDescription& rMachine,
+                   std::string& rsError)
+        : m_sText(sText), m_sFile(sFile), m_rMachine(rMachine), m_rsError(rsError) {}
+
+    bool Parse() {
+        if (m_sText.size() > kMaximumFile) return _Fail("at most 16 MiB of text", "more");
+        while (!m_sText.empty()) {
+            ++m_uLine;
+            const size_t uEnd = std::min(m_sText.find('\n'), m_sText.size());
+            const std::string_view sLine = g_TrimLeft(m_sText.substr(0, uEnd));
+            m_sText.remove_prefix(std::min(uEnd + 1, m_sText.size()));
+            if (g_Trim(sLine).empty() || sLine[0] == '#') continue;
+            const bool bRetCode = sLine[0] == '[' ? _Close() && _OpenSection(g_Trim(_WithoutComment(sLine)))
+                                  : m_pSection    ? (this->*m_pSection->pLine)(sLine)
+                                                  : _Fail("a section like [machine]", sLine);
+            if (!bRetCode) return false;
+        }
+        if (!_Close()) return false;
+        if (!m_bMachine) return _Fail("a [machine] section", "none");
+        for (const auto& [Key, ullValue] : m_rMachine.Msr)
+            if (Key.first != kAllCores && Key.first >= m_rMachine.uCores) {
+                m_uLine = m_uCoreLine;
+                return _Fail("a core below " + std::to_string(m_rMachine.uCores), std::to_string(Key.first));
+            }
+        return true;
+    }
+
+private:
+    /// One kind of section: the form of its heading and how its lines are read.
+    struct CSection {
+        std::string_view sName;
+        const char* pszForm;
+        bool (CMachineParser::*pOpen)(std::string_view sArgument);
+        bool (CMachineParser::*pLine)(std::string_view sLine);
+    };
+    static const CSection s_aSections[9];
+
+    bool _Fail(const std::string& sExpected, std::string_view sFound) {
+        std::string sShown(g_Trim(sFound.substr(0, 40)));
+        for (char& c : sShown)
+            if (c < ' ' || c > '~') c = '?';
+        m_rsError = m_sFile + ":" + std::to_string(m_uLine) + ": expected " + sExpected + ", found " +
+                    (sShown.empty() ? "nothing" : sShown);
+        return false;
+    }
+
+    static std::string_view _WithoutComment(std::string_view sLine) {
+        return sLine.substr(0, std::min(sLine.find('#'), sLine.size()));
+    }
+
+    bool _OpenSection(std::string_view sHeading) {
+        m_pSection = nullptr, m_pDump = nullptr, m_bCompleteChecksum = false;
+        if (!sHeading.ends_with(']')) return _Fail("a section heading that ends with ]", sHeading);
+        std::string_view sArgument = sHeading.substr(1, sHeading.size() - 2);
+        const std::string_view sName = g_TakeWord(sArgument);
+        const auto pSection = std::ranges::find(s_aSections, sName, &CSection::sName);
+        if (pSection == std::end(s_aSections)) {
+            std::string sKnown = "a section that this program knows (";
+            for (const CSection& rSection : s_aSections) sKnown += std::string(rSection.sName) + ", ";
+            sKnown.replace(sKnown.size() - 2, 2, ")");
+            return _Fail(sKnown, sHeading);
+        }
+        m_pSection = pSection;
+        return (this->*pSection->pOpen)(g_Trim(sArgument)) || (m_rsError.empty() && _Fail(pSection->pszForm, sHeading));
+    }
+
+    /// The end of a section: what its lines asked for as a whole.
+    bool _Close() {
+        if (!m_bCompleteChecksum) return true;
+        if (m_pDump->size() <= kTableChecksum) return _Fail("a table of at least 10 bytes", "fewer");
+        uint8_t& rucChecksum = (*m_pDump)[kTableChecksum];
+        rucChecksum = 0;
+        rucChecksum = static_cast<uint8_t>(-std::accumulate(m_pDump->begin(), m_pDump->end(), 0u));
+        return true;
+    }
+
+    // --- headings: false without an error text stands for "not of this form" -----------------------------------------
+    bool _OpenMachine(std::string_view sArgument) { return m_bMachine = sArgument.empty(); }
+    bool _OpenPlain(std::string_view sArgument) { return sArgument.empty(); }
+
+    bool _OpenMsr(std::string_view sArgument) {
+        m_uCore = kAllCores;
+        if (sArgument.empty()) return true;
+        if (g_TakeWord(sArgument) != "core") return false;
+        const std::optional<uint64_t> Core = g_Millionths(g_Trim(sArgument));
+        if (!Core || *Core % kMillion || *Core / kMillion >= kMaximumCores) return false;
+        m_uCore = static_cast<uint32_t>(*Core / kMillion), m_uCoreLine = m_uLine;
+        return true;
+    }
+
+    bool _OpenPci(std::string_view sArgument) {
+        const size_t uColon = sArgument.find(':'), uPoint = sArgument.find('.');
+        if (uColon == std::string_view::npos || uPoint == std::string_view::npos || uPoint < uColon) return false;
+        const auto Bus = g_Hex(sArgument.substr(0, uColon), 2);
+        const auto Device = g_Hex(sArgument.substr(uColon + 1, uPoint - uColon - 1), 2);
+        const auto Function = g_Hex(sArgument.substr(uPoint + 1), 1);
+        if (!Bus || !Device || *Device > 31 || !Function || *Function > 7) return false;
+        const CPciAddress Address{static_cast<uint8_t>(*Bus), static_cast<uint8_t>(*Device),
+                                  static_cast<uint8_t>(*Function)};
+        return _OpenDump(m_rMachine.Pci, Address, kExtendedPciBytes, sArgument) && _Grow(kPciBytes);
+    }
+    bool _OpenMemory(std::string_view sArgument) {
+        const auto Address = g_Hex(sArgument, 16);
+        return Address && _OpenDump(m_rMachine.Memory, *Address,
+                                    static_cast<size_t>(std::min<uint64_t>(kMaximumRegion, ~*Address)), sArgument);
+    }
+    bool _OpenSmbus(std::string_view sArgument) {
+        const auto Address = g_Hex(sArgument, 2);
+        return Address && *Address < 0x80 &&
+               _OpenDump(m_rMachine.Smbus, static_cast<uint8_t>(*Address), kSmbusBytes, sArgument);
+    }
+    bool _OpenAcpi(std::string_view sArgument) {
+        constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
+        if (sArgument.size() != 4 || sArgument.find_first_not_of(kLetters) != std::string_view::npos) return false;
+        m_rMachine.Acpi.emplace_back(sArgument, std::vector<uint8_t>());
+        _StartDump(m_rMachine.Acpi.back().second, kMaximumRegion);
+        return true;
+    }
+    template <class TKey>
+    bool _OpenDump(std::map<TKey, std::vector<uint8_t>>& rMap, const TKey& rKey, size_t uLimit,
+                   std::string_view sArgument) {
+        const auto [it, bNew] = rMap.try_emplace(rKey);
+        if (!bNew) return _Fail("each dump once", std::string(sArgument) + " again");
+        _StartDump(it->second, uLimit);
+        return true;
+    }
+    void _StartDump(std::vector<uint8_t>& rDump, size_t uLimit) {
+        m_pDump = &rDump, m_uDumpLimit = uLimit, m_uDumpNext = 0;
+    }
+
+    // --- lines ------------------------------------------------------------------------------------------------------
+    /// "left = right"; false (with the error text) when there is no such pair.
+    bool _Split(std::string_view sLine, std::string_view& rsLeft, std::string_view& rsRight) {
+        const size_t uEqual = sLine.find('=');
+        if (uEqual == std::string_view::npos) return _Fail("a line with =", sLine);
+        rsLeft = g_Trim(sLine.substr(0, uEqual));
+        rsRight = g_TrimLeft(sLine.substr(uEqual + 1));
+        return true;
+    }
+
+    bool _MachineLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(sLine, sKey, sValue)) return false;
+        if (sKey == "name") {
+            m_rMachine.sName = g_Trim(sValue);
+            return true;
+        }
+        const auto Value = g_Millionths(g_Trim(_WithoutComment(sValue)));
+        if (sKey == "cores") {
+            if (!Value || *Value % kMillion || *Value == 0 || *Value > uint64_t{kMaximumCores} * kMillion)
+                return _Fail("1 to 64 cores", sValue);
+            m_rMachine.uCores = static_cast<uint32_t>(*Value / kMillion);
+        } else if (sKey == "reference_clock") {
+            if (!Value || *Value < kMillion || *Value > uint64_t{1000} * kMillion)
+                return _Fail("a clock of 1 to 1000 MHz", sValue);
+            m_rMachine.dReferenceMHz = static_cast<double>(*Value) / kMillion;
+        } else {
+            return _Fail("name, cores or reference_clock", sKey);
+        }
+        return true;
+    }
+
+    bool _CpuidLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(_WithoutComment(sLine), sKey, sValue)) return false;
+        const size_t uPoint = std::min(sKey.find('.'), sKey.size());
+        const auto Leaf = g_Hex(sKey.substr(0, uPoint), 8);
+        const auto Subleaf = uPoint == sKey.size() ? 0 : g_Hex(sKey.substr(uPoint + 1), 8);
+        if (!Leaf || !Subleaf) return _Fail("a leaf like 80000001 or 0000000B.1", sKey);
+        uint32_t auValues[4];
+        std::string_view sRest = sValue;
+        for (uint32_t& ruValue : auValues) {
+            const auto Value = g_Hex(g_TakeWord(sRest), 8);
+            if (!Value) return _Fail("four registers of up to 8 digits", sValue);
+            ruValue = static_cast<uint32_t>(*Value);
+        }
+        if (!g_Trim(sRest).empty()) return _Fail("four registers of up to 8 digits", sValue);
+        const bool bNew = m_rMachine.Cpuid
+                              .try_emplace({static_cast<uint32_t>(*Leaf), static_cast<uint32_t>(*Subleaf)},
+                                           CCpuidResult{auValues[0], auValues[1], auValues[2], auValues[3]})
+                              .second;
+        return bNew || _Fail("each leaf once", std::string(sKey) + " again");
+    }
+
+    bool _MsrLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(_WithoutComment(sLine), sKey, sValue)) return false;
+        const auto Index = g_Hex(sKey, 8), Value = g_Hex(g_Trim(sValue), 16);
+        if (!Index) return _Fail("a register index of up to 8 digits", sKey);
+        if (!Value) return _Fail("a value of up to 16 digits", sValue);
+        const bool bNew = m_rMachine.Msr.try_emplace({m_uCore, static_cast<uint32_t>(*Index)}, *Value).second;
+        return bNew || _Fail("each register once", std::string(sKey) + " again");
+    }
+
+    bool _PortLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(_WithoutComment(sLine), sKey, sValue)) return false;
+        const auto Port = g_Hex(sKey, 4);
+        if (!Port) return _Fail("a port of up to 4 digits", sKey);
+        uint64_t ullPort = *Port;
+        do {
+            const std::string_view sWord = g_TakeWord(sValue);
+            const auto Value = g_Hex(sWord, 2);
+            if (!Value) return _Fail("bytes of up to 2 digits", sWord);
+            if (ullPort > 0xFFFF) return _Fail("ports up to FFFF", "more bytes");
+            if (!m_rMachine.Ports.try_emplace(static_cast<uint16_t>(ullPort++), static_cast<uint8_t>(*Value)).second)
+                return _Fail("each port once", std::string(sKey) + " again");
+        } while (!(sValue = g_Trim(sValue)).empty());
+        return true;
+    }
+
+    bool _RegistryLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(sLine, sKey, sValue)) return false;
+        const size_t uMark = sKey.find('!');
+        if (uMark == 0 || uMark >= sKey.size() - 1) return _Fail("a name like key\\path!value", sKey);
+        if (sValue.starts_with("dword:")) {
+            sValue = g_Trim(sValue);
+            if (!g_Hex(sValue.substr(6), 8)) return _Fail("dword: and up to 8 digits", sValue);
+        } else if (sValue.starts_with("sz:")) {
+            while (sValue.ends_with('\r')) sValue.remove_suffix(1);
+        } else {
+            return _Fail("dword:00000000 or sz:text", sValue);
+        }
+        return m_rMachine.Registry.try_emplace(std::string(sKey), sValue).second ||
+               _Fail("each value once", std::string(sKey) + " again");
+    }
+
+    bool _AcpiLine(std::string_view sLine) {
+        if (sLine.find('=') == std::string_view::npos) return _DumpLine(sLine);
+        std::string_view sKey, sValue;
+        (void)_Split(_WithoutComment(sLine), sKey, sValue);
+        if (sKey != "checksum" || g_Trim(sValue) != "complete")
+            return _Fail("dump lines or checksum = complete", sLine);
+        return m_bCompleteChecksum = true;
+    }
+
+    bool _DumpLine(std::string_view sLine) {
+        std::string_view sRest = _WithoutComment(sLine);
+        std::string_view sWord = g_TakeWord(sRest);
+        if (sWord.ends_with(':')) {
+            const auto Offset = g_Hex(sWord.substr(0, sWord.size() - 1), 8);
+            if (!Offset || *Offset < m_uDumpNext || *Offset >= m_uDumpLimit)
+                return _Fail("an offset from " + _HexText(m_uDumpNext) + " below " + _HexText(m_uDumpLimit), sWord);
+            m_uDumpNext = static_cast<size_t>(*Offset);
+            sWord = g_TakeWord(sRest);
+        }
+        for (; !sWord.empty(); sWord = g_TakeWord(sRest)) {
+            const auto Value = sWord.size() == 2 ? g_Hex(sWord, 2) : std::nullopt;
+            if (!Value) return _Fail("bytes of two digits", sWord);
+            if (m_uDumpNext >= m_uDumpLimit) return _Fail("at most " + _HexText(m_uDumpLimit) + " bytes", "more");
+            if (!_Grow(m_uDumpNext + 1)) return false;
+            (*m_pDump)[m_uDumpNext++] = static_cast<uint8_t>(*Value);
+        }
+        return true;
+    }
+
+    /// Makes room in the dump, within the budget of the whole file. A PCI function has one of two sizes.
+    bool _Grow(size_t uSize) {
+        if (uSize <= m_pDump->size()) return true;
+        if (m_pSection->sName == "pci") uSize = uSize > kPciBytes ? kExtendedPciBytes : kPciBytes;
+        m_uData += uSize - m_pDump->size();
+        if (m_uData > kMaximumData) return _Fail("at most 32 MiB of data", "more");
+        m_pDump->resize(uSize);
+        return true;
+    }
+
+    static std::string _HexText(size_t uValue) {
+        char szText[16];
+        std::snprintf(szText, sizeof(szText), "%X", static_cast<uint32_t>(uValue));
+        return szText;
+    }
+
+    std::string_view m_sText;
+    const std::string& m_sFile;
+    CMachineDescription& m_rMachine;
+    std::string& m_rsError;
+    size_t m_uLine = 0, m_uCoreLine = 0;
+    const CSection* m_pSection = nullptr;
+    bool m_bMachine = false;
+    uint32_t m_uCore = kAllCores;  ///< of the current [msr] section
+    std::vector<uint8_t>* m_pDump = nullptr;
+    size_t m_uDumpLimit = 0, m_uDumpNext = 0;
+    bool m_bCompleteChecksum = false;
+    size_t m_uData = 0;  ///< bytes of all dumps
+};
+
+const CMachineParser::CSection CMachineParser::s_aSections[9] = {
+    {"machine", "[machine]", &CMachineParser::_OpenMachine, &CMachineParser::_MachineLine},
+    {"cpuid", "[cpuid]", &CMachineParser::_OpenPlain, &CMachineParser::_CpuidLine},
+    {"msr", "[msr] or [msr core N]", &CMachineParser::_OpenMsr, &CMachineParser::_MsrLine},
+    {"pci", "[pci BUS:DEVICE.FUNCTION]", &CMachineParser::_OpenPci, &CMachineParser::_DumpLine},
+    {"memory", "[memory ADDRESS]", &CMachineParser::_OpenMemory, &CMachineParser::_DumpLine},
+    {"acpi", "[acpi SIGNATURE] of four letters or digits", &CMachineParser::_OpenAcpi, &CMachineParser::_AcpiLine},
+    {"ports", "[ports]", &CMachineParser::_OpenPlain, &CMachineParser::_PortLine},
+    {"smbus", "[smbus ADDRESS] from 00 to 7F", &CMachineParser::_OpenSmbus, &CMachineParser::_DumpLine},
+    {"registry", "[registry]", &CMachineParser::_OpenPlain, &CMachineParser::_RegistryLine},
+};
+
+/// Builds the text form.
+class CMachineWriter {
+public:
+    __attribute__((format(printf, 2, 3))) void Print(const char* pszFormat, ...) {
+        char szText[128];
+        va_list Arguments;
+        va_start(Arguments, pszFormat);
+        std::vsnprintf(szText, sizeof(szText), pszFormat, Arguments);
+        va_end(Arguments);
+        m_sText += szText;
+    }
+
+    /// Text that the parser reads to the end of its line.
+    void Line(const std::string& sKey, const std::string& sText) {
+        const size_t uBegin = m_sText.size();
+        m_sText += sKey + " = " + sText;
+        std::replace_if(
+            m_sText.begin() + static_cast<ptrdiff_t>(uBegin), m_sText.end(), [](char c) { return c == '\n'; }, ' ');
+        m_sText += '\n';
+    }
+
+    /// Lines of zeros are left out, except the last: it tells the size.
+    void Dump(const std::vector<uint8_t>& rData) {
+        for (size_t uLine = 0; uLine < rData.size(); uLine += kDumpLine) {
+            const auto itBegin = rData.begin() + static_cast<ptrdiff_t>(uLine);
+            const auto itEnd = rData.begin() + static_cast<ptrdiff_t>(std::min(uLine + kDumpLine, rData.size()));
+            if (itEnd != rData.end() && std::all_of(itBegin, itEnd, [](uint8_t c) { return c == 0; })) continue;
+            Print("%02X:", static_cast<uint32_t>(uLine));
+            std::for_each(itBegin, itEnd, [this](uint8_t c) { Print(" %02X", c); });
+            m_sText += '\n';
+        }
+    }
+
+    std::string m_sText;
+};
+
+}  // namespace
+
+bool g_ParseMachine(std::string_view sText, const std::string& sFile, CMachineDescription& rMachine,
+                    std::string& rsError) {
+    rMachine = {};
+    rsError.clear();
+    return CMachineParser(sText, sFile, rMachine, rsError).Parse();
+}
+
+std::string g_FormatMachine(const CMachineDescription& rMachine) {
+    CMachineWriter Writer;
+    const uint64_t ullClock = static_cast<uint64_t>(rMachine.dReferenceMHz * kMillion + 0.5);
+    Writer.Print("[machine]\n");
+    Writer.Line("name", rMachine.sName);
+    Writer.Print("cores = %u\nreference_clock = %u.%06u\n", rMachine.uCores, static_cast<uint32_t>(ullClock / kMillion),
+                 static_cast<uint32_t>(ullClock % kMillion));
+    if (!rMachine.Cpuid.empty()) Writer.Print("\n[cpuid]\n");
+    for (const auto& [Leaf, rResult] : rMachine.Cpuid) {
+        Writer.Print("%08X", Leaf.first);
+        if (Leaf.second) Writer.Print(".%X", Leaf.second);
+        Writer.Print(" = %08X %08X %08X %08X\n", rResult.uEax, rResult.uEbx, rResult.uEcx, rResult.uEdx);
+    }
+    std::optional<uint32_t> Core;
+    for (const auto& [Key, ullValue] : rMachine.Msr) {
+        if (Core != Key.first)
+            Key.first == kAllCores ? Writer.Print("\n[msr]\n") : Writer.Print("\n[msr core %u]\n", Key.first);
+        Core = Key.first;
+        Writer.Print("%08X = %08X%08X\n", Key.second, static_cast<uint32_t>(ullValue >> 32),
+                     static_cast<uint32_t>(ullValue));
+    }
+    for (const auto& [Address, rData] : rMachine.Pci) {
+        Writer.Print("\n[pci %02X:%02X.%X]\n", Address.ucBus, Address.ucDevice, Address.ucFunction);
+        Writer.Dump(rData);
+    }
+    for (const auto& [ullAddress, rData] : rMachine.Memory) {
+        Writer.Print("\n[memory %X%08X]\n", static_cast<uint32_t>(ullAddress >> 32), static_cast<uint32_t>(ullAddress));
+        Writer.Dump(rData);
+    }
+    for (const auto& [sSignature, rData] : rMachine.Acpi) {
+        Writer.Print("\n[acpi %s]\n", sSignature.c_str());
+        Writer.Dump(rData);
+    }
+    if (!rMachine.Ports.empty()) Writer.Print("\n[ports]\n");
+    for (const auto& [usPort, ucValue] : rMachine.Ports) Writer.Print("%04X = %02X\n", usPort, ucValue);
+    for (const auto& [ucAddress, rData] : rMachine.Smbus) {
+        Writer.Print("\n[smbus %02X]\n", ucAddress);
+        Writer.Dump(rData);
+    }
+    if (!rMachine.Registry.empty()) Writer.Print("\n[registry]\n");
+    for (const auto& [sName, sText] : rMachine.Registry) Writer.Line(sName, sText);
+    return Writer.m_sText;
+}
+
+bool g_LoadMachine(const std::string& sNameOrPath, CMachineDescription& rMachine, std::string& rsError) {
+    const auto itMachine = std::ranges::find(g_EmbeddedMachines, sNameOrPath, &CEmbeddedMachine::sName);
+    if (itMachine != g_EmbeddedMachines.end())
+        return g_ParseMachine(itMachine->sText, sNameOrPath + ".machine", rMachine, rsError);
+
+    const std::unique_ptr<FILE, int (*)(FILE*)> pFile(std::fopen(sNameOrPath.c_str(), "rb"), std::fclose);
+    std::string sText;
+    size_t uRead = 0;
+    char acChunk[4096];
+    while (pFile && sText.size() <= kMaximumFile && (uRead = std::fread(acChunk, 1, sizeof(acChunk), pFile.get())) != 0)
+        sText.append(acChunk, uRead);
+    if (!pFile || std::ferror(pFile.get())) {
+        rsError = sNameOrPath + ": expected a readable machine file or one of the built-in machines";
+        for (const std::string& sName : g_MachineNames()) rsError += " " + sName;
+        return false;
+    }
+    return g_ParseMachine(sText, sNameOrPath, rMachine, rsError);
+}
+
+std::vector<std::string> g_MachineNames() {
+    std::vector<std::string> Names;
+    for (const CEmbeddedMachine& rMachine : g_EmbeddedMachines) Names.emplace_back(rMachine.sName);
+    return Names;
+}
+
+}  // namespace vxtsim

@@ -1,0 +1,17 @@
+// What the processor models know about the cores' clocks.
+#pragma once
+
+#include <cstdint>
+
+namespace vxtsim {
+
+class CCoreClock {
+public:
+    virtual double CoreMHz(uint32_t uCore) const = 0;
+    virtual double TimeStampMHz(uint32_t uCore) const = 0;  ///< pace of the time-stamp counter
+
+protected:
+    ~CCoreClock() = default;
+};
+
+}  // namespace vxtsim

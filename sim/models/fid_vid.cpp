@@ -1,0 +1,62 @@
+#include "fid_vid.h"
+
+#include <algorithm>
+
+namespace vxtsim {
+
+namespace {
+
+constexpr uint64_t kFrequency = 0x3F;              ///< both registers: bits 5:0
+constexpr uint64_t kInitiate = uint64_t{1} << 16;  ///< control
+constexpr uint64_t kPending = uint64_t{1} << 31;   ///< status
+constexpr uint64_t kUnlocked = 0x2A;               ///< maximum frequency code of a processor without a limit
+
+uint64_t g_Bits(uint64_t ullValue, int nLow, uint64_t ullMask) { return ullValue >> nLow & ullMask; }
+
+}  // namespace
+
+CFidVid::CFidVid(CSimMachine& rMachine, bool bRevisionF)
+    : m_rMachine(rMachine),
+      m_bSixBitVoltage(bRevisionF),
+      m_bOddFrequencies(rMachine.Cpuid(0, 0x80000007).uEdx >> 6 & 1),
+      m_Pending(rMachine.ProcessorCount()) {
+    rMachine.SetMsrReadOnly(kStatus);
+}
+
+bool CFidVid::WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue) {
+    if (uIndex != kControl) return false;
+    m_rMachine.Msr(uCore, kControl) = ullValue & ~kInitiate;
+    if (ullValue & kInitiate) {
+        m_rMachine.Msr(uCore, kStatus) |= kPending;
+        m_Pending[uCore] = {m_rMachine.Now() + m_ullDelay, ullValue};
+    }
+    return true;
+}
+
+void CFidVid::Tick(uint64_t) {
+    for (uint32_t uCore = 0; uCore < m_Pending.size(); ++uCore) {
+        if (!m_Pending[uCore] || m_bStuck || m_rMachine.Now() < m_Pending[uCore]->ullDone) continue;
+        _Complete(uCore, m_Pending[uCore]->ullControl);
+        m_Pending[uCore].reset();
+    }
+}
+
+void CFidVid::_Complete(uint32_t uCore, uint64_t ullControl) {
+    uint64_t& rullStatus = m_rMachine.Msr(uCore, kStatus);
+    const uint64_t ullVoltageMask = m_bSixBitVoltage ? 0x3F : 0x1F;
+    uint64_t ullFrequency = ullControl & kFrequency;
+    if (!m_bOddFrequencies) ullFrequency &= ~uint64_t{1};
+    if (const uint64_t ullMaximum = g_Bits(rullStatus, 16, 0x3F); ullMaximum != kUnlocked)
+        ullFrequency = std::min(ullFrequency, ullMaximum);
+    const uint64_t ullHighest = g_Bits(rullStatus, 48, ullVoltageMask);  // lower codes are higher voltages
+    const uint64_t ullVoltage = std::max(g_Bits(ullControl, 8, ullVoltageMask), ullHighest);
+    rullStatus &= ~(kPending | kFrequency | uint64_t{0x3F} << 32);
+    rullStatus |= ullFrequency | ullVoltage << 32;
+}
+
+double CFidVid::CoreMHz(uint32_t uCore) const {
+    const auto uCode = static_cast<uint32_t>(m_rMachine.Msr(uCore, kStatus) & kFrequency);
+    return m_rMachine.Description().dReferenceMHz * (4.0 + 0.5 * uCode);
+}
+
+}  // namespace vxtsim

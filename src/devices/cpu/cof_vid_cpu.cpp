@@ -1,0 +1,332 @@
+#include "devices/cpu/cof_vid_cpu.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "api/log/log_checks.h"
+#include "hw/driver_handler.h"
+#include "platform/clock.h"
+
+namespace vxt {
+
+using namespace cpu;
+using vxtapi::CPstate;
+
+namespace {
+
+constexpr CDeviceIdentity kIdentity10h = g_CpuIdentity(L"QOR Family 10h Processor", 20070518);
+constexpr CDeviceIdentity kIdentity11h = g_CpuIdentity(L"QOR Family 11h Processor", 0);
+
+constexpr int kPollLimit = 1'000;
+constexpr uint32_t kPollInterval = 1;       ///< ms
+constexpr double kStep = 0.5;               ///< multiplier per 100 MHz
+constexpr double kTemperatureStep = 0.125;  ///< degrees C
+constexpr uint32_t kCoreStep = 100;         ///< MHz
+constexpr double kReference = 200.0;        ///< MHz
+constexpr uint32_t kNbFidOffset = 4;
+constexpr double kFidLimit = 0x2F, kMaxDid = 4;  ///< family 10h: first FID too high, last divisor
+
+// Temperature sensor interface (SB-TSI): whole degrees, and eighths in the top bits of the second register
+constexpr uint8_t kSbTsiAddress = 0x98, kSMBusRead = 1, kSbTsiWhole = 0x01, kSbTsiFraction = 0x10;
+constexpr CBitField kSbTsiEighths(7, 5);
+
+/// Whole part, as a conversion of the processor does it; what does not fit an int32_t gives no bits.
+uint32_t g_Truncate(double dValue) {
+    return dValue > -2147483649.0 && dValue < 2147483648.0 ? static_cast<uint32_t>(static_cast<int32_t>(dValue)) : 0;
+}
+
+}  // namespace
+
+CBrevikCPU::CBrevikCPU() : CCofVidCPU(kIdentity10h, kFamily10hRules) {}
+CTalvorCPU::CTalvorCPU() : CCofVidCPU(kIdentity11h, kFamily11hRules) {}
+
+// --- both families ---
+
+double CCofVidCPU::_Multiplier(const CMsrWords& rWords) const {
+    return static_cast<double>(kFid.Get(rWords) + m_rRules.uFidOffset) / (1u << kDid.Get(rWords)) * kStep;
+}
+
+double CCofVidCPU::GetCurrentMultiplier() {
+    if (!_EnterCore()) return 0.0;
+    CMsrWords Status{};
+    const bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status);
+    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    return _Multiplier(Status);
+}
+
+// The hardware acts when the P-state number changes: move to a neighbour, then back with the new values.
+bool CCofVidCPU::_StartTransition(const CMsrWords& rNow, CMsrWords Wanted, const char* pszFunction) {
+    const uint32_t uPstate = kPstateId.Get(rNow);
+    CMsrWords Neighbour = rNow;
+    kPstateId.Set(Neighbour, uPstate == 0 ? 1 : uPstate - 1);
+    return _WriteAndWait(Neighbour, pszFunction) && _WriteAndWait(Wanted, pszFunction);
+}
+
+bool CCofVidCPU::_WriteAndWait(const CMsrWords& rControl, const char* pszFunction) {
+    bool bRetCode = _WriteMsr(kCofVidControlMsr, rControl);
+    FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+    if (!m_rRules.bWaits) return true;
+    CMsrWords Status{};
+    int nCounter = 0;
+    for (; nCounter < kPollLimit; ++nCounter) {
+        bRetCode = _ReadMsr(kCofVidStatusMsr, Status);
+        FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+        platform::Sleep(kPollInterval);
+        if (kPstateId.Get(Status) == kPstateId.Get(rControl)) break;
+    }
+    FAMILY_CHECK_(false, "nCounter < 1000", pszFunction, nCounter < kPollLimit);
+    return true;
+}
+
+const void* CCofVidCPU::GetThermTrip() {
+    if (!_PinThread()) return nullptr;
+    uint32_t uRegister = 0;
+    const bool bRetCode = _ReadMisc(kReportedTemperatureRegister, uRegister);
+    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    m_dTemperature = kReportedTemperature.Get(uRegister) * kTemperatureStep;
+    return &m_dTemperature;
+}
+
+bool CCofVidCPU::_CheckStateIndex(uint32_t uStateIndex, const char* pszFunction) {
+    CMsrWords Limit{};
+    const bool bRetCode = _ReadMsr(kPstateLimitMsr, Limit);
+    FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+    FAMILY_CHECK_(false, "uStateIndex <= PstateLimitReg.m_sReg.PstateMaxVal", pszFunction,
+                  uStateIndex <= kPstateMaxVal.Get(Limit));
+    return true;
+}
+
+bool CCofVidCPU::GetPstate(uint32_t uStateIndex, CPstate* pPstate) {
+    FAMILY_PROCESS_ERROR(pPstate);
+    if (!_PinThread() || !_CheckStateIndex(uStateIndex, __func__)) return false;
+    CMsrWords Definition{};
+    const bool bRetCode = _ReadMsr(kPstateMsr + uStateIndex, Definition);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    *pPstate = {};
+    for (const CPstateRow& rRow : kPstateRows) pPstate->*rRow.pSlot = rRow.Field.Get(Definition);
+    pPstate->bPstateEn = pPstate->dPstateEn != 0.0;
+    // Kept: the clock is cut to whole 100 MHz, so FID 13 with DID 2 reads 700, not 725.
+    pPstate->dCoreFrequency = ((kFid.Get(Definition) + m_rRules.uFidOffset) >> kDid.Get(Definition)) * kCoreStep;
+    pPstate->dCoreVoltage = g_DecodeField(kVid, kCofVidTable, Definition);
+    pPstate->dNbFrequency = GetCurrentNBMultiplier() / (1u << kNbDid.Get(Definition)) * kReference;
+    pPstate->dNbVoltage = g_DecodeField(kNbVid, kCofVidTable, Definition);
+    return true;
+}
+
+// The stored slots go back through the rows that decode them; frequencies, voltages and the boolean are ignored, and
+// the definition's other bits stay. The record is judged whole before anything is written.
+bool CCofVidCPU::SetPstate(uint32_t uStateIndex, const CPstate* pPstate) {
+    FAMILY_PROCESS_ERROR(pPstate);
+    if (!_PinThread() || !_CheckStateIndex(uStateIndex, __func__)) return false;
+    CMsrWords Definition{};
+    bool bRetCode = _ReadMsr(kPstateMsr + uStateIndex, Definition);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    for (const CPstateRow& rRow : kPstateRows) {
+        const double dValue = pPstate->*rRow.pSlot;
+        FAMILY_PROCESS_ERROR_TEXT(rRow.pszCheck,
+                                  dValue >= 0.0 && dValue <= rRow.Field.MaxCode() && dValue == std::floor(dValue));
+        rRow.Field.Set(Definition, static_cast<uint32_t>(dValue));
+    }
+    bRetCode = _WriteMsr(kPstateMsr + uStateIndex, Definition);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    return true;
+}
+
+uint32_t CCofVidCPU::GetCurPstate() {
+    if (!_PinThread()) return kNoPstate;
+    CMsrWords Status{};
+    const bool bRetCode = _ReadMsr(kPstateStatusMsr, Status);
+    FAMILY_PROCESS_ERROR_OR(kNoPstate, bRetCode);
+    return kPstateCommand.Get(Status);
+}
+
+bool CCofVidCPU::SetCurPstate(uint32_t uStateIndex) {
+    if (!_PinThread() || !_CheckStateIndex(uStateIndex, __func__)) return false;
+    CMsrWords Control{};
+    bool bRetCode = _ReadMsr(kPstateControlMsr, Control);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    kPstateCommand.Set(Control, uStateIndex);
+    bRetCode = _WriteMsr(kPstateControlMsr, Control);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    return true;
+}
+
+uint32_t CCofVidCPU::GetMaxPstate() {
+    if (!_PinThread()) return 0;
+    CMsrWords Limit{};
+    const bool bRetCode = _ReadMsr(kPstateLimitMsr, Limit);
+    FAMILY_PROCESS_ERROR_OR(0, bRetCode);
+    return kPstateMaxVal.Get(Limit);
+}
+
+// --- family 10h ---
+
+bool CBrevikCPU::_GetFVInfo() {
+    if (!_EnterCore()) return false;
+    CMsrWords Status{}, Pstate0{}, Startup{};
+    bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status) && _ReadMsr(kPstateMsr, Pstate0);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    const auto Limit = [&Status](const CRegisterField& rVid) {
+        return rVid.Get(Status) ? g_DecodeField(rVid, kCofVidTable, Status) : 0.0;  // code 0: no limit
+    };
+    m_bMultiplierLimited = kMaxCof.Get(Status) != 0;
+    m_FvInfo = {};
+    m_FvInfo.dPstate0Multiplier = _Multiplier(Pstate0);
+    m_FvInfo.dMaxMultiplier = m_bMultiplierLimited ? kMaxCof.Get(Status) * kStep : m_FvInfo.dPstate0Multiplier;
+    m_FvInfo.dMinVoltage = Limit(kMinVidLimit);
+    m_FvInfo.dMaxVoltage = Limit(kMaxVidLimit);
+    const uint32_t uStartup = kStartupPstate.Get(Status);
+    if (uStartup >= kDefinitions10h) return true;  // no such definition: no start values
+    bRetCode = _ReadMsr(kPstateMsr + uStartup, Startup);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    m_FvInfo.dStartMultiplier = _Multiplier(Startup);
+    m_FvInfo.dStartVoltage = g_DecodeField(kVid, kCofVidTable, Startup);
+    return true;
+}
+
+// Nothing here measures with the time-stamp counter, so an unsteady one is kept in mind and is no reason to fail.
+bool CBrevikCPU::_CheckTSC() {
+    if (!_PinThread()) return false;
+    CMsrWords Hwcr{};
+    const bool bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    m_bSteadyTsc = kHwcrTscFreqSel.Get(Hwcr) && platform::Cpuid(kCpuidPower).uEdx & kTscInvariant;
+    return true;
+}
+
+bool CBrevikCPU::SetCurrentMultiplier(double dMultiplier) {
+    if (!_EnterCore()) return false;
+    CMsrWords Control{};
+    const bool bRetCode = _ReadMsr(kCofVidControlMsr, Control);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    if (_Multiplier(Control) == dMultiplier) return true;
+    FAMILY_PROCESS_ERROR(dMultiplier > 0.0);
+    // The smallest divisor that does not let the frequency ID fall below 0.
+    const double dDid = std::max(0.0, std::ceil(std::log2(m_rRules.uFidOffset * kStep / dMultiplier)));
+    FAMILY_PROCESS_ERROR_TEXT("FidVidControl.m_sControl.CpuDid <= 4", dDid <= kMaxDid);
+    const double dFid = std::floor(dMultiplier * 2 * std::exp2(dDid) - m_rRules.uFidOffset);
+    FAMILY_PROCESS_ERROR_TEXT("FidVidControl.m_sControl.CpuFid < 0x2F", dFid < kFidLimit);
+    CMsrWords Wanted = Control;
+    kFid.Set(Wanted, static_cast<uint32_t>(dFid));
+    kDid.Set(Wanted, static_cast<uint32_t>(dDid));
+    return _StartTransition(Control, Wanted, __func__);
+}
+
+double CBrevikCPU::GetCurrentNBMultiplier() {
+    if (!_PinThread()) return 0.0;
+    uint32_t uRegister = 0;
+    const bool bRetCode = _ReadMisc(kClockRegister, uRegister);
+    LOG_CHECK_ERROR(bRetCode);
+    return kNbFid.Get(uRegister) + kNbFidOffset;  // Kept: 4 when the read failed
+}
+
+double CBrevikCPU::GetCurrentNBVoltage() {
+    if (!_EnterCore()) return 0.0;
+    CMsrWords Status{};
+    const bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status);
+    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    return g_DecodeField(kNbVid, kCofVidTable, Status);
+}
+
+const void* CBrevikCPU::GetThermTrip() {
+    if (!CCofVidCPU::GetThermTrip()) return nullptr;
+    if (m_dTemperature != 0.0) return &m_dTemperature;
+    uint8_t ucWhole = 0, ucFraction = 0;
+    const bool bRetCode = _ReadSBTSIRegister(kSbTsiWhole, ucWhole) && _ReadSBTSIRegister(kSbTsiFraction, ucFraction);
+    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    m_dTemperature = ucWhole + kSbTsiEighths.Get(ucFraction) * kTemperatureStep;
+    return &m_dTemperature;
+}
+
+bool CBrevikCPU::_ReadSBTSIRegister(uint8_t ucRegister, uint8_t& rucValue) const {
+    const bool bRetCode = g_GetDriverHandler().AccessSMBus(kSbTsiAddress | kSMBusRead, ucRegister, rucValue);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    return true;
+}
+
+bool CBrevikCPU::GetBoostState(bool* pbSupported, bool* pbEnabled) {
+    FAMILY_PROCESS_ERROR(pbSupported && pbEnabled);
+    *pbSupported = *pbEnabled = false;
+    if (!_PinThread()) return false;
+    uint32_t uRegister = 0;
+    bool bRetCode = _ReadMisc(kPowerStateRegister, uRegister);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    *pbSupported = kClockDivisor.Get(uRegister) == 0;
+    CMsrWords Hwcr{};
+    bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    *pbEnabled = kHwcrTlbCacheDis.Get(Hwcr) == 0;
+    return true;
+}
+
+bool CBrevikCPU::SetBoostState(bool bFirst, bool bSecond) {
+    if (!_PinThread()) return false;
+    uint32_t uRegister = 0;
+    bool bRetCode = _ReadMisc(kPowerStateRegister, uRegister);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    bRetCode = _WriteMisc(kPowerStateRegister, kClockDivisor.Set(uRegister, bFirst ? 0 : kDivideBy32));
+    FAMILY_PROCESS_ERROR(bRetCode);
+
+    CMsrWords CacheConfig{};
+    bRetCode = _ReadMsr(kCacheConfigMsr, CacheConfig);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    if (bSecond)
+        kCacheConfigTlb.Set(CacheConfig, 0);
+    else
+        kCacheConfigTlbOff.Set(CacheConfig, 1);  // bit 0 stays as it is
+    bRetCode = _WriteMsr(kCacheConfigMsr, CacheConfig);
+    FAMILY_PROCESS_ERROR(bRetCode);
+
+    CMsrWords Hwcr{};
+    bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    kHwcrTlbCacheDis.Set(Hwcr, !bSecond);
+    bRetCode = _WriteMsr(kHwcrMsr, Hwcr);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    return true;
+}
+
+// --- family 11h ---
+
+bool CTalvorCPU::_GetFVInfo() {
+    if (!_EnterCore()) return false;
+    // Kept: the P-state number and the limit are taken from the low half of the status, where the fields of the current
+    // clock stand.
+    static constexpr CRegisterField kCurrentPstate = g_WideBits(2, 0), kLimit = g_WideBits(22, 17);
+    CMsrWords Status{}, Current{}, Pstate0{};
+    const bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status) &&
+                          _ReadMsr(kPstateMsr + kCurrentPstate.Get(Status), Current) && _ReadMsr(kPstateMsr, Pstate0);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    const uint32_t uLimit = kLimit.Get(Status);
+    m_FvInfo = {};
+    m_FvInfo.dStartMultiplier = _Multiplier(Current);
+    m_FvInfo.dStartVoltage = g_DecodeField(kVid, kCofVidTable, Current);
+    m_FvInfo.dMinVoltage = g_DecodeField(kMinVidLimit, kCofVidTable, Status);
+    m_FvInfo.dMaxVoltage = g_DecodeField(kMaxVidLimit, kCofVidTable, Status);
+    m_FvInfo.dPstate0Multiplier = _Multiplier(Pstate0);
+    // Without a limit the fastest definition is the best that is known.
+    m_FvInfo.dMaxMultiplier = uLimit ? kStep * (uLimit + m_rRules.uFidOffset) : m_FvInfo.dPstate0Multiplier;
+    return true;
+}
+
+bool CTalvorCPU::SetCurrentMultiplier(double dMultiplier) {
+    if (!_EnterCore()) return false;
+    CMsrWords Control{};
+    const bool bRetCode = _ReadMsr(kCofVidControlMsr, Control);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    CMsrWords Wanted = Control;
+    // Kept: no range check; the divisor stays, halves are cut off first and the result is cut to the field.
+    kFid.Set(Wanted, (g_Truncate(dMultiplier * 2) << kDid.Get(Control)) - m_rRules.uFidOffset);
+    return _StartTransition(Control, Wanted, __func__);
+}
+
+bool CTalvorCPU::_CheckTscFreqSel() {
+    if (m_uExtendedFamily != m_rRules.rMatch.uExtendedFamily) return false;  // elsewhere the bit means something else
+    if (!_PinThread()) return false;
+    CMsrWords Hwcr{};
+    const bool bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    return kHwcrTscFreqSel.Get(Hwcr) != 0;
+}
+
+}  // namespace vxt

@@ -1,0 +1,72 @@
+// Families 10h and 11h: clock and voltage through the COFVID registers and P-state definitions.
+#pragma once
+
+#include "devices/cpu/family_cpu.h"
+
+namespace vxt {
+
+/// The register model both families share. Every operation pins the calling thread to the core.
+class CCofVidCPU : public CFamilyCPU {
+public:
+    double GetCurrentMultiplier() override;
+    const void* GetThermTrip() override;
+    bool GetPstate(uint32_t uStateIndex, vxtapi::CPstate* pPstate) override;
+    bool SetPstate(uint32_t uStateIndex, const vxtapi::CPstate* pPstate) override;
+    uint32_t GetCurPstate() override;
+    bool SetCurPstate(uint32_t uStateIndex) override;
+    uint32_t GetMaxPstate() override;
+
+protected:
+    using CFamilyCPU::CFamilyCPU;
+
+    bool _StartTransition(const cpu::CMsrWords& rNow, cpu::CMsrWords Wanted, const char* pszFunction) override;
+    /// Multiplier that the FID and DID of a control, status or definition register give.
+    double _Multiplier(const cpu::CMsrWords& rWords) const;
+
+    double m_dTemperature = 0.0;
+
+private:
+    bool _CheckStateIndex(uint32_t uStateIndex, const char* pszFunction);
+    bool _WriteAndWait(const cpu::CMsrWords& rControl, const char* pszFunction);
+};
+
+/// Family 10h. Transitions are waited for, about one second at most for each of their two steps.
+class CBrevikCPU : public CCofVidCPU {
+public:
+    CBrevikCPU();
+    /// Rounded down to what a whole frequency ID can express with the smallest divisor that fits; 0.5 to 31.
+    bool SetCurrentMultiplier(double dMultiplier) override;
+    double GetCurrentNBMultiplier() override;
+    double GetCurrentNBVoltage() override;
+    /// A double in degrees Celsius: the processor's own reading, else its SMBus sensor's.
+    const void* GetThermTrip() override;
+    /// Two switches that profiles know as clock divisor ("supported": the clock is not divided in halt) and TLB caching
+    /// ("enabled").
+    bool GetBoostState(bool* pbSupported, bool* pbEnabled) override;
+    bool SetBoostState(bool bFirst, bool bSecond) override;
+    /// Whether the time-stamp counter ticks at one rate in every P-state, as far as Init could tell.
+    bool HasSteadyTsc() const { return m_bSteadyTsc; }
+
+protected:
+    bool _GetFVInfo() override;
+    bool _CheckTSC() override;
+    /// The temperature sensor interface: a byte register of the processor's slave on the SMBus.
+    bool _ReadSBTSIRegister(uint8_t ucRegister, uint8_t& rucValue) const;
+
+private:
+    bool m_bSteadyTsc = true;
+};
+
+/// Family 11h. Transitions are started and not waited for.
+class CTalvorCPU : public CCofVidCPU {
+public:
+    CTalvorCPU();
+    bool SetCurrentMultiplier(double dMultiplier) override;
+
+protected:
+    bool _GetFVInfo() override;
+    /// Whether the time-stamp counter ticks at the P-state 0 clock in every P-state. False before Init.
+    bool _CheckTscFreqSel();
+};
+
+}  // namespace vxt

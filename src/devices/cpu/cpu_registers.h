@@ -1,0 +1,142 @@
+// Processor registers by name. Source: the public BIOS and kernel developer's guides of families 0Fh, 10h and 11h.
+#pragma once
+
+#include <vxtapi/cpu.h>
+
+#include "hw/value_table.h"
+
+namespace vxt::cpu {
+
+using CMsrWords = std::array<uint32_t, 2>;  ///< a 64-bit register, low half first
+
+// CPUID
+inline constexpr uint32_t kCpuidVendor = 0, kCpuidSignature = 1, kCpuidExtended = 0x80000000,
+                          kCpuidExtendedSignature = 0x80000001, kCpuidBrand = 0x80000002, kCpuidL1 = 0x80000005,
+                          kCpuidL2 = 0x80000006, kCpuidPower = 0x80000007;
+// Function 1 EAX
+inline constexpr CBitField kFamily(11, 8), kExtendedFamily(27, 20), kModel(7, 4), kExtendedModel(19, 16),
+    kStepping(3, 0);
+// Function 8000_0006h ECX; the size is in KB
+inline constexpr CBitField kL2Size(31, 16), kL2Associativity(15, 12), kL2LinesPerTag(11, 8), kL2LineSize(7, 0);
+// Function 8000_0007h EDX: what the processor lets software control
+inline constexpr uint32_t kFidControl = 1u << 1, kVidControl = 1u << 2, kHalfSteps = 1u << 6, kHwPstates = 1u << 7,
+                          kTscInvariant = 1u << 8;
+
+/// The processor's own PCI functions: bus 0, device 24.
+inline constexpr uint32_t kNorthBridgeBus = 0, kNorthBridgeDevice = 24, kMiscFunction = 3;
+inline constexpr uint32_t kPowerStateRegister = 0x84;
+inline constexpr CBitField kClockDivisor(31, 29);  ///< in the deepest halt; 0: the clock is not divided
+inline constexpr uint32_t kDivideBy32 = 5;
+inline constexpr uint32_t kReportedTemperatureRegister = 0xA4;
+inline constexpr CBitField kReportedTemperature(31, 21);  ///< 1/8 degree C
+inline constexpr uint32_t kClockRegister = 0xD4;
+inline constexpr CBitField kNbFid(4, 0);              ///< north-bridge clock = 200 MHz * (FID + 4)
+inline constexpr uint32_t kThermTripRegister = 0xE4;  ///< family 0Fh
+inline constexpr CBitField kThermOffset(13, 8), kThermOffsetSign(24, 24);
+inline constexpr CBitField kThermCoreSelect(2, 2), kThermSensorSelect(6, 6), kThermReading(23, 16);
+
+// Hardware configuration, and the cache configuration that goes with its bit 3
+inline constexpr uint32_t kHwcrMsr = 0xC0010015, kCacheConfigMsr = 0xC0011023;
+inline constexpr CRegisterField kHwcrTlbCacheDis = g_WideBits(3, 3), kHwcrTscFreqSel = g_WideBits(24, 24);
+inline constexpr CRegisterField kCacheConfigTlb = g_WideBits(1, 0), kCacheConfigTlbOff = g_WideBits(1, 1);
+
+// FID/VID control and status, family 0Fh
+inline constexpr uint32_t kFidVidControlMsr = 0xC0010041, kFidVidStatusMsr = 0xC0010042;
+inline constexpr CRegisterField kInitiateChange = g_WideBits(16, 16), kStopGrantCount = g_WideBits(51, 32);
+inline constexpr CRegisterField kChangePending = g_WideBits(31, 31);
+inline constexpr CRegisterField kStartFid = g_WideBits(13, 8), kMaxFid = g_WideBits(21, 16);
+inline constexpr CRegisterField kMaxRampVid = g_WideBits(29, 24), kStartVid = g_WideBits(45, 40),
+                                kMaxVid = g_WideBits(53, 48), kMinVid = g_WideBits(61, 56);
+inline constexpr uint32_t kUnlimitedFid = 0x2A;  ///< of kMaxFid: no limit; the multiplier still ends at 25
+
+// COFVID control and status, families 10h and 11h. The first three fields stand in P-state definitions too.
+inline constexpr uint32_t kCofVidControlMsr = 0xC0010070, kCofVidStatusMsr = 0xC0010071;
+inline constexpr CRegisterField kFid = g_WideBits(5, 0), kDid = g_WideBits(8, 6), kVid = g_WideBits(15, 9);
+inline constexpr CRegisterField kPstateId = g_WideBits(18, 16), kNbDid = g_WideBits(22, 22),
+                                kNbVid = g_WideBits(31, 25);
+inline constexpr CRegisterField kStartupPstate = g_WideBits(34, 32), kMaxVidLimit = g_WideBits(41, 35),
+                                kMinVidLimit = g_WideBits(48, 42), kMaxCof = g_WideBits(54, 49);  // of the status
+
+// P-states, families 10h and 11h
+inline constexpr uint32_t kPstateLimitMsr = 0xC0010061, kPstateControlMsr = 0xC0010062, kPstateStatusMsr = 0xC0010063,
+                          kPstateMsr = 0xC0010064;  ///< definition 0, the others follow
+inline constexpr CRegisterField kPstateMaxVal = g_WideBits(6, 4), kPstateCommand = g_WideBits(2, 0);
+inline constexpr uint32_t kDefinitions10h = 5;
+
+/// One stored slot of the P-state record and its bits in the definition.
+struct CPstateRow {
+    double vxtapi::CPstate::*pSlot;
+    CRegisterField Field;
+    const char* pszCheck;  ///< logged when a record's value does not fit
+};
+inline constexpr CPstateRow kPstateRows[] = {
+    {&vxtapi::CPstate::dCpuFid, kFid, "pPstate->dCpuFid fits bits 5:0"},
+    {&vxtapi::CPstate::dCpuDid, kDid, "pPstate->dCpuDid fits bits 8:6"},
+    {&vxtapi::CPstate::dCpuVid, kVid, "pPstate->dCpuVid fits bits 15:9"},
+    {&vxtapi::CPstate::dNbDid, kNbDid, "pPstate->dNbDid fits bit 22"},
+    {&vxtapi::CPstate::dNbVid, kNbVid, "pPstate->dNbVid fits bits 31:25"},
+    {&vxtapi::CPstate::dIddDiv, g_WideBits(41, 40), "pPstate->dIddDiv fits bits 41:40"},
+    {&vxtapi::CPstate::dPstateEn, g_WideBits(63, 63), "pPstate->dPstateEn fits bit 63"},
+};
+
+// Multipliers of family 0Fh and core voltages. Whole numbers divided once give the doubles nearest to decimal values.
+inline constexpr auto kFidMultipliers = g_MakeValues<64>([](int nFid) { return (40 + 5 * nFid) / 10.0; });
+inline constexpr auto kFidVidVolts =
+    g_MakeValues<64>([](int nVid) { return (nVid < 32 ? 15500 - 250 * nVid : 7625 - 125 * (nVid - 32)) / 10000.0; });
+inline constexpr auto kCofVidVolts =
+    g_MakeValues<128>([](int nVid) { return nVid < 124 ? (15500 - 125 * nVid) / 10000.0 : 0.0; });  // 0: off
+inline constexpr CValueTable kFidTable(kFidMultipliers), kFidVidTable(kFidVidVolts), kCofVidTable(kCofVidVolts);
+static_assert(kFidTable.Covers(kMaxFid) && kFidVidTable.Covers(kMaxVid) && kCofVidTable.Covers(kVid));
+inline constexpr double kFidTolerance = 0.00001;
+
+/// Where a generation keeps its voltage, and how a request finds its code.
+struct CVidRules {
+    uint32_t uControlMsr, uStatusMsr;
+    CRegisterField StatusVid;
+    CValueTable Volts;
+    double dTolerance;
+};
+// Families 10h and 11h step by 12.5 mV: half a step and a little finds the nearest code of every request. Family 0Fh's
+// 15 mV suit steps of 25 mV. Kept: in its lower, finer half a request gets the code one above its own.
+inline constexpr CVidRules kFidVid{kFidVidControlMsr, kFidVidStatusMsr, g_WideBits(37, 32), kFidVidTable, 0.015};
+inline constexpr CVidRules kCofVid{kCofVidControlMsr, kCofVidStatusMsr, kVid, kCofVidTable, 0.0063};
+
+/// The processors that a class drives, and the checks as they are logged.
+struct CFamilyMatch {
+    uint32_t uExtendedFamily;
+    const char* pszExtendedFamilyCheck;
+    bool (*pAcceptsModel)(uint32_t uExtendedModel) = nullptr;  ///< null: any
+    const char* pszModelCheck = nullptr;
+    uint32_t uStandardLeaves = 0, uExtendedLeaves = 0;  ///< highest CPUID functions reach these; 0: not asked
+};
+inline constexpr CFamilyMatch kMatchFirstK8{
+    0, "Fn0000_0001_Eax.ExtendedFamily == 0", [](uint32_t uModel) { return uModel <= 2; },
+    "Fn0000_0001_Eax.ExtendedModel == 0 || Fn0000_0001_Eax.ExtendedModel == 1 || Fn0000_0001_Eax.ExtendedModel == 2"};
+inline constexpr CFamilyMatch kMatchRevisionF{
+    0, "Fn0000_0001_Eax.ExtendedFamily == 0", [](uint32_t uModel) { return uModel > 2; },
+    "Fn0000_0001_Eax.ExtendedModel != 0 && Fn0000_0001_Eax.ExtendedModel != 1 && Fn0000_0001_Eax.ExtendedModel != 2"};
+// Early family 10h parts end at 8000_001Ah, later ones at 8000_001Bh: what this library reads ends at 8000_0007h.
+inline constexpr CFamilyMatch kMatch10h{
+    1, "Fn0000_0001_Eax.ExtendedFamily == 0x01", nullptr, nullptr, kCpuidSignature, kCpuidPower};
+inline constexpr CFamilyMatch kMatch11h{2, "Fn0000_0001_Eax.ExtendedFamily == 0x02"};
+
+/// What one family does differently from the others.
+struct CFamilyRules {
+    const char* pszClass;  ///< under which the family's failed checks are logged
+    const CFamilyMatch& rMatch;
+    uint32_t uGate;  ///< CPUID 8000_0007h EDX bits without which no register is touched
+    const CVidRules& rVid;
+    CRegisterField ControlVid;
+    uint32_t uFidOffset;  ///< multiplier = (FID + offset) / 2^DID / 2
+    bool bWaits;          ///< for the end of a transition
+};
+// clang-format off
+inline constexpr CFamilyRules
+    //              logged as         processors       capability gate            registers  VID field   FID+ waits
+    kFirstK8Rules  {"CCorvel64CPU",   kMatchFirstK8,   0,                         kFidVid, g_WideBits(12, 8), 8, false},
+    kRevisionFRules{"CCorvel64X2CPU", kMatchRevisionF, kFidControl | kVidControl, kFidVid, g_WideBits(13, 8), 8, true},
+    kFamily10hRules{"CBrevikCPU",     kMatch10h,       kHwPstates,                kCofVid, kVid,             16, true},
+    kFamily11hRules{"CTalvorCPU",     kMatch11h,       kHwPstates,                kCofVid, kVid,              8, false};
+// clang-format on
+
+}  // namespace vxt::cpu

@@ -1,0 +1,111 @@
+#include "devices/cpu/family_cpu.h"
+
+#include <cstdio>
+#include <cwchar>
+
+#include "api/log/log_checks.h"
+#include "hw/driver_handler.h"
+
+namespace vxt {
+
+using namespace cpu;
+using platform::Cpuid;
+
+namespace {
+constexpr uint32_t kBaseFamily = 0x0F;       ///< of every family here; the extended family tells them apart
+constexpr double kNominalReference = 200e6;  ///< Hz
+}  // namespace
+
+bool CFamilyCPU::Init(uint32_t uIndex) {
+    bool bRetCode = _CheckCpuid();
+    FAMILY_PROCESS_ERROR(bRetCode);
+    _ReadVendor();
+    FAMILY_PROCESS_ERROR_TEXT("wcsncmp(m_szVendor, QOR_VENDOR_STRING, MAX_STRING_LEN) == 0",
+                              std::wcsncmp(m_szVendor.data(), kMakerVendor, kTextSize) == 0);
+    m_uIndex = uIndex;
+    FAMILY_PROCESS_ERROR(m_uIndex < _GetProcessorCount());
+    bRetCode = _ReadBrand();
+    FAMILY_PROCESS_ERROR(bRetCode);
+    _ReadSignature();
+    _ReadFeatures();
+    _ReadCaches();
+    bRetCode = _GetFVInfo();
+    FAMILY_PROCESS_ERROR(bRetCode);
+    bRetCode = _CheckTSC();
+    FAMILY_PROCESS_ERROR(bRetCode);
+    bRetCode = CCPU::Init(uIndex);  // last: what it maps stays mapped until UnInit
+    FAMILY_PROCESS_ERROR(bRetCode);
+    m_dNominalFrequency = GetMaxMultiplier() * kNominalReference;
+    return true;
+}
+
+bool CFamilyCPU::_CheckCpuid() const {
+    const CFamilyMatch& rMatch = m_rRules.rMatch;
+    const uint32_t uSignature = Cpuid(kCpuidSignature).uEax;
+    FAMILY_PROCESS_ERROR_TEXT("Fn0000_0001_Eax.BaseFamily == 0x0F", kFamily.Get(uSignature) == kBaseFamily);
+    FAMILY_PROCESS_ERROR_TEXT(rMatch.pszExtendedFamilyCheck, kExtendedFamily.Get(uSignature) == rMatch.uExtendedFamily);
+    FAMILY_PROCESS_ERROR_TEXT(rMatch.pszModelCheck,
+                              !rMatch.pAcceptsModel || rMatch.pAcceptsModel(kExtendedModel.Get(uSignature)));
+    FAMILY_PROCESS_ERROR_TEXT("nStandardCount >= MAX_STANDARD_CPUID",
+                              Cpuid(kCpuidVendor).uEax >= rMatch.uStandardLeaves);
+    FAMILY_PROCESS_ERROR_TEXT("nExtendedCount >= MAX_EXTENDED_CPUID",
+                              Cpuid(kCpuidExtended).uEax >= rMatch.uExtendedLeaves);
+    return true;
+}
+
+bool CFamilyCPU::_CheckFVID() const { return (Cpuid(kCpuidPower).uEdx & m_rRules.uGate) == m_rRules.uGate; }
+
+bool CFamilyCPU::_EnterCore() const { return _PinThread() && _CheckFVID(); }
+
+bool CFamilyCPU::_PinThread() const {
+    const bool bRetCode = CCPU::_PinThread();
+    FAMILY_PROCESS_ERROR(bRetCode);  // another core's registers would be worse than none
+    return true;
+}
+
+double CFamilyCPU::GetCurrentVoltage() {
+    if (!_EnterCore()) return 0.0;
+    CMsrWords Status{};
+    const bool bRetCode = _ReadMsr(m_rRules.rVid.uStatusMsr, Status);
+    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    return g_DecodeField(m_rRules.rVid.StatusVid, m_rRules.rVid.Volts, Status);
+}
+
+bool CFamilyCPU::SetCurrentVoltage(double dVoltage) {
+    if (!_EnterCore()) return false;
+    CMsrWords Control{};
+    const bool bRetCode = _ReadMsr(m_rRules.rVid.uControlMsr, Control);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    CMsrWords Wanted = Control;
+    const std::optional<uint32_t> uVid = m_rRules.rVid.Volts.Encode(dVoltage, m_rRules.rVid.dTolerance);
+    // Kept: a value that is not in the table changes nothing, and is written all the same. 0 V, the code that switches
+    // the core off, is never asked for.
+    if (uVid && m_rRules.rVid.Volts.Decode(*uVid) > 0.0) m_rRules.ControlVid.Set(Wanted, *uVid);
+    return _StartTransition(Control, Wanted, __func__);
+}
+
+bool CFamilyCPU::_ReadMsr(uint32_t uIndex, CMsrWords& rWords) {
+    return g_GetDriverHandler().RDMSR(uIndex, rWords[0], rWords[1]);
+}
+
+bool CFamilyCPU::_WriteMsr(uint32_t uIndex, const CMsrWords& rWords) {
+    return g_GetDriverHandler().WRMSR(uIndex, rWords[0], rWords[1]);
+}
+
+bool CFamilyCPU::_ReadMisc(uint32_t uOffset, uint32_t& ruValue) {
+    return g_GetDriverHandler().GetPCIConfig(kNorthBridgeBus, kNorthBridgeDevice, kMiscFunction, uOffset, &ruValue,
+                                             sizeof(ruValue));
+}
+
+bool CFamilyCPU::_WriteMisc(uint32_t uOffset, uint32_t uValue) {
+    return g_GetDriverHandler().SetPCIConfig(kNorthBridgeBus, kNorthBridgeDevice, kMiscFunction, uOffset, &uValue,
+                                             sizeof(uValue));
+}
+
+bool CFamilyCPU::_Report(const char* pszExpression, int nLine, const char* pszFunction) const {
+    char szFunction[128];
+    std::snprintf(szFunction, sizeof(szFunction), "%s::%s", m_rRules.pszClass, pszFunction);
+    return g_ReportCheck("LOG_PROCESS_ERROR(%s) at line %d in %s\n", pszExpression, nLine, szFunction);
+}
+
+}  // namespace vxt

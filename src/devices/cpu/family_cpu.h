@@ -1,0 +1,70 @@
+// What all processor families share: the way from probe to initialised core, the voltage, and how a request is made.
+#pragma once
+
+#include "devices/cpu/cpu.h"
+#include "devices/cpu/cpu_registers.h"
+
+namespace vxt {
+
+/// Numbers of a core that do not change while it runs. 0 where the family has none.
+struct CFvInfo {
+    double dStartMultiplier;  ///< after reset; family 11h: when it was initialised
+    double dMaxMultiplier;
+    double dStartVoltage;       ///< V, after reset; family 11h: when it was initialised
+    double dMinVoltage;         ///< V; family 0Fh: see CFidVidCPU
+    double dMaxVoltage;         ///< V
+    double dMaxRampVoltage;     ///< V; family 0Fh
+    double dPstate0Multiplier;  ///< families 10h and 11h
+};
+
+/// A core of one of the families. Failed checks are logged under the concrete class, whichever class holds the code.
+/// Every MSR operation first pins the calling thread.
+class CFamilyCPU : public CCPU {
+public:
+    bool Init(uint32_t uIndex) override;
+    double GetCurrentVoltage() override;
+    double GetStartVoltage() override { return m_FvInfo.dStartVoltage; }
+    double GetMaxRampVoltage() override { return m_FvInfo.dMaxRampVoltage; }
+    bool SetCurrentVoltage(double dVoltage) override;
+    double GetMaxMultiplier() override { return m_FvInfo.dMaxMultiplier; }
+
+    const CFvInfo& GetFvInfo() const { return m_FvInfo; }
+
+protected:
+    CFamilyCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules) : CCPU(rIdentity), m_rRules(rRules) {}
+
+    virtual bool _GetFVInfo() = 0;
+    /// Whether the time-stamp counter could be judged; families that do not look at it can.
+    virtual bool _CheckTSC() { return true; }
+    /// Brings the core from the control register as read to the one wanted. `pszFunction` is the operation, as logged.
+    virtual bool _StartTransition(const cpu::CMsrWords& rNow, cpu::CMsrWords Wanted, const char* pszFunction) = 0;
+
+    bool _CheckCpuid() const;
+    /// The capability gate: whether the processor lets software control its clock and voltage.
+    bool _CheckFVID() const;
+    /// Pins the thread and passes the gate. A closed gate is an answer, not a fault: nothing is logged.
+    bool _EnterCore() const;
+    bool _PinThread() const;
+
+    static bool _ReadMsr(uint32_t uIndex, cpu::CMsrWords& rWords);
+    static bool _WriteMsr(uint32_t uIndex, const cpu::CMsrWords& rWords);
+    /// A dword of the processor's miscellaneous-control function.
+    static bool _ReadMisc(uint32_t uOffset, uint32_t& ruValue);
+    static bool _WriteMisc(uint32_t uOffset, uint32_t uValue);
+
+    bool _Report(const char* pszExpression, int nLine, const char* pszFunction) const;
+
+    const cpu::CFamilyRules& m_rRules;
+    CFvInfo m_FvInfo{};
+};
+
+}  // namespace vxt
+
+// The library's check macros under the concrete class's name. `function` is __func__ or the operation a helper serves.
+#define FAMILY_CHECK_(bad, text, function, expr)                                           \
+    do {                                                                                   \
+        if (__builtin_expect(!(expr), 0) && _Report(text, __LINE__, function)) return bad; \
+    } while (0)
+#define FAMILY_PROCESS_ERROR(expr) FAMILY_CHECK_(false, #expr, __func__, expr)
+#define FAMILY_PROCESS_ERROR_OR(bad, expr) FAMILY_CHECK_(bad, #expr, __func__, expr)
+#define FAMILY_PROCESS_ERROR_TEXT(text, expr) FAMILY_CHECK_(false, text, __func__, expr)

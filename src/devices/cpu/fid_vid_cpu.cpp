@@ -1,0 +1,102 @@
+#include "devices/cpu/fid_vid_cpu.h"
+
+#include <algorithm>
+
+namespace vxt {
+
+using namespace cpu;
+
+namespace {
+
+constexpr CDeviceIdentity kFirstIdentity = g_CpuIdentity(L"QOR64 Family Processor", 20070322);
+constexpr CDeviceIdentity kRevisionFIdentity = g_CpuIdentity(L"QOR KDF Family Processor", 20070403);
+
+constexpr double kUnlimitedMultiplier = 25.0;
+constexpr uint32_t kStopGrantShort = 1;
+constexpr uint32_t kDiodeOffset = 49;      ///< degrees C below zero that the sensor's count begins at
+constexpr uint32_t kFirstOtherSensor = 6;  ///< extended model from which the register reads otherwise
+
+}  // namespace
+
+CCorvel64CPU::CCorvel64CPU() : CFidVidCPU(kFirstIdentity, kFirstK8Rules, kMinVid) {}
+// Kept: revision F stores its start voltage where the first generation stores its minimum.
+CCorvel64X2CPU::CCorvel64X2CPU() : CFidVidCPU(kRevisionFIdentity, kRevisionFRules, kStartVid) {}
+
+bool CFidVidCPU::_GetFVInfo() {
+    if (!_EnterCore()) return false;
+    CMsrWords Status{};
+    const bool bRetCode = _ReadMsr(kFidVidStatusMsr, Status);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    const auto Volts = [&Status](const CRegisterField& rField) { return g_DecodeField(rField, kFidVidTable, Status); };
+    m_bMultiplierLimited = kMaxFid.Get(Status) != kUnlimitedFid;
+    m_FvInfo = {};
+    m_FvInfo.dStartMultiplier = g_DecodeField(kStartFid, kFidTable, Status);
+    m_FvInfo.dMaxMultiplier = m_bMultiplierLimited ? g_DecodeField(kMaxFid, kFidTable, Status) : kUnlimitedMultiplier;
+    m_FvInfo.dStartVoltage = Volts(kStartVid);
+    m_FvInfo.dMinVoltage = Volts(m_FourthVid);
+    m_FvInfo.dMaxVoltage = Volts(kMaxVid);
+    m_FvInfo.dMaxRampVoltage = Volts(kMaxRampVid);
+    return true;
+}
+
+double CFidVidCPU::GetCurrentMultiplier() {
+    if (!_EnterCore()) return 0.0;
+    CMsrWords Status{};
+    const bool bRetCode = _ReadMsr(kFidVidStatusMsr, Status);
+    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    return g_DecodeField(kFid, kFidTable, Status);
+}
+
+bool CFidVidCPU::SetCurrentMultiplier(double dMultiplier) {
+    if (!_EnterCore()) return false;
+    CMsrWords Control{};
+    const bool bRetCode = _ReadMsr(kFidVidControlMsr, Control);
+    FAMILY_PROCESS_ERROR(bRetCode);
+    CMsrWords Wanted = Control;
+    g_EncodeField(kFid, kFidTable, Wanted, dMultiplier,
+                  kFidTolerance);  // Kept: written all the same when not in the table
+    return _StartTransition(Control, Wanted, __func__);
+}
+
+bool CFidVidCPU::_StartTransition(const CMsrWords&, CMsrWords Wanted, const char* pszFunction) {
+    kInitiateChange.Set(Wanted, 1);
+    if (m_rRules.bWaits) kStopGrantCount.Set(Wanted, kStopGrantShort);
+    bool bRetCode = _WriteMsr(kFidVidControlMsr, Wanted);
+    FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+    CMsrWords Status{};
+    while (m_rRules.bWaits) {  // Kept: no limit, no sleep
+        bRetCode = _ReadMsr(kFidVidStatusMsr, Status);
+        FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+        if (kChangePending.Get(Status) == 0) break;
+    }
+    return true;
+}
+
+const void* CCorvel64CPU::GetThermTrip() {
+    uint32_t uRegister = 0;
+    const bool bRetCode = _ReadMisc(kThermTripRegister, uRegister);
+    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    const int32_t nOffset = static_cast<int32_t>(kThermOffset.Get(uRegister));
+    m_nThermTrip = kThermOffsetSign.Get(uRegister) ? -nOffset : nOffset;
+    return &m_nThermTrip;
+}
+
+bool CCorvel64X2CPU::Init(uint32_t uIndex) {
+    m_bHalfSteps = platform::Cpuid(kCpuidPower).uEdx & kHalfSteps;
+    return CFidVidCPU::Init(uIndex);
+}
+
+const void* CCorvel64X2CPU::GetThermTrip() {
+    std::ranges::fill(m_adThermal, 0.0);
+    uint32_t uRegister = 0;
+    bool bRetCode = _ReadMisc(kThermTripRegister, uRegister);
+    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    uRegister = kThermSensorSelect.Set(kThermCoreSelect.Set(uRegister, m_uIndex), 0);
+    bRetCode = _WriteMisc(kThermTripRegister, uRegister) && _ReadMisc(kThermTripRegister, uRegister);
+    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    // Kept: below the offset the unsigned difference wraps to a huge temperature.
+    if (m_uExtendedModel < kFirstOtherSensor) m_adThermal[0] = kThermReading.Get(uRegister) - kDiodeOffset;
+    return m_adThermal;
+}
+
+}  // namespace vxt

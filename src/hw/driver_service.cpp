@@ -1,0 +1,126 @@
+// The VXTDriver service: installed with the first user, removed with the last, counted across processes.
+#include <algorithm>
+#include <string>
+
+#include "api/log/log.h"
+#include "api/log/log_checks.h"
+#include "hw/driver_handler.h"
+#include "platform/clock.h"
+#include "platform/error_code.h"
+#include "platform/service_control.h"
+#include "platform/system.h"
+
+namespace vxt {
+
+namespace {
+
+constexpr const wchar_t* kSemaphoreName = L"Global\\VXTDriverSemaphore";
+constexpr int32_t kMaximumUsers = 10000;  ///< each process that uses the driver holds one unit
+// Guests and anonymous users denied; authenticated users read, write, execute; administrators everything.
+constexpr const wchar_t* kSemaphoreSecurity =
+    L"D:(D;OICI;GA;;;BG)(D;OICI;GA;;;AN)(A;OICI;GRGWGX;;;AU)(A;OICI;GA;;;BA)";
+
+constexpr const wchar_t* kDriverFile64 = L"\\qor64\\VXTDriver.sys";
+constexpr const wchar_t* kDriverFile32 = L"\\i386\\VXTDriver.sys";
+
+constexpr int kRemovalPolls = 100;
+constexpr uint32_t kRemovalPollMilliseconds = 10;
+
+}  // namespace
+
+bool CDriverHandler::GetDriverPath(wchar_t* pszDriverPath) {
+    LOG_PROCESS_ERROR_TEXT("pDriverPath", pszDriverPath);
+    std::array<wchar_t, kMaxPath> szExecutable{};
+    const uint32_t dwRet = platform::ExecutablePath(szExecutable);
+    LOG_PROCESS_ERROR(dwRet);
+    const std::wstring_view sExecutable(szExecutable.data(), dwRet);
+    const size_t uSlash = sExecutable.rfind(L'\\');
+    LOG_PROCESS_ERROR_TEXT("pszSlash", uSlash != std::wstring_view::npos);
+    const std::wstring sPath = std::wstring(sExecutable.substr(0, uSlash)) + (m_bIsWow64 ? kDriverFile64 : kDriverFile32);
+    LOG_PROCESS_ERROR(sPath.size() < kMaxPath);
+    *std::copy(sPath.begin(), sPath.end(), pszDriverPath) = 0;
+    return true;
+}
+
+bool CDriverHandler::InstallDriver(const wchar_t* pszPath) {
+    RemoveDriver();  // a stale service, if there is one
+    const platform::CServiceHandle hSCManager = platform::OpenServiceManager();
+    LOG_PROCESS_ERROR(hSCManager);
+    const platform::CServiceHandle hService = platform::CreateDriverService(hSCManager, protocol::kServiceName, pszPath);
+    if (!hService)
+        g_GetLog().WriteLog(kLogDiagnostic, "InstallDriver: error code returned from CreateService is: %d",
+                            static_cast<int>(platform::LastError()));
+    LOG_PROCESS_ERROR(hService);
+    return true;
+}
+
+bool CDriverHandler::StartDriver() {
+    StopDriver();
+    const platform::CServiceHandle hSCManager = platform::OpenServiceManager();
+    LOG_PROCESS_ERROR(hSCManager);
+    const platform::CServiceHandle hService = platform::OpenService(hSCManager, protocol::kServiceName);
+    LOG_PROCESS_ERROR(hService);
+    if (platform::StartService(hService)) return true;
+    const uint32_t uError = platform::LastError();
+    if (uError == platform::kErrorServiceAlreadyRunning) return true;
+    g_GetLog().WriteLog(kLogDiagnostic, "StartDriver: error code returned from StartService is: %d", static_cast<int>(uError));
+    return false;
+}
+
+bool CDriverHandler::StopDriver() {
+    const platform::CServiceHandle hSCManager = platform::OpenServiceManager();
+    if (!hSCManager) return false;
+    const platform::CServiceHandle hService = platform::OpenService(hSCManager, protocol::kServiceName);
+    if (!hService) return false;
+    if (platform::StopService(hService)) return true;
+    const uint32_t uError = platform::LastError();
+    if (uError == platform::kErrorServiceNotActive) return true;
+    g_GetLog().WriteLog(kLogDiagnostic, "StopDriver: error code returned from ControlService is %d", static_cast<int>(uError));
+    return false;
+}
+
+bool CDriverHandler::RemoveDriver() {
+    StopDriver();
+    const platform::CServiceHandle hSCManager = platform::OpenServiceManager();
+    if (!hSCManager) return false;
+    platform::CServiceHandle hService = platform::OpenService(hSCManager, protocol::kServiceName);
+    if (!hService) return false;
+    const bool bRetCode = platform::DeleteService(hService);
+    LOG_PROCESS_ERROR(bRetCode);
+    hService.Reset();  // the service is gone when its last handle is closed
+    for (int nPoll = 1; nPoll <= kRemovalPolls; ++nPoll) {
+        if (!platform::OpenService(hSCManager, protocol::kServiceName)) {
+            g_GetLog().WriteLog(kLogInformation, "VXTDriver service has been removed.(%d)", nPoll);
+            return true;
+        }
+        platform::Sleep(kRemovalPollMilliseconds);
+    }
+    return false;
+}
+
+bool CDriverHandler::AddReference() {
+    m_hSemaphore = platform::OpenSemaphore(kSemaphoreName);
+    if (!m_hSemaphore) {
+        g_GetLog().WriteLog(kLogDiagnostic, "AddReference: error code returned from OpenSemaphore is: %d",
+                            static_cast<int>(platform::LastError()));
+        m_hSemaphore = platform::CreateSemaphore(kSemaphoreName, kMaximumUsers, kMaximumUsers, kSemaphoreSecurity);
+    }
+    LOG_PROCESS_ERROR_TEXT("m_hSemaphore != NULL", m_hSemaphore);
+    const uint32_t dwWaitResult = platform::WaitSemaphore(m_hSemaphore, 0);
+    if (dwWaitResult != platform::kWaitObject0) m_hSemaphore.Reset();  // no unit taken: none to give back
+    LOG_PROCESS_ERROR_TEXT("dwWaitResult == WAIT_OBJECT_0", dwWaitResult == platform::kWaitObject0);
+    return true;
+}
+
+uint32_t CDriverHandler::ReleaseReference() {
+    constexpr uint32_t kFailed = 0xFFFFFFFF;
+    // Taking the handle makes a second release a failure instead of giving back another process's unit.
+    const platform::CSemaphoreHandle hSemaphore = std::move(m_hSemaphore);
+    LOG_PROCESS_ERROR_TEXT_OR(kFailed, "m_hSemaphore != NULL", hSemaphore);
+    int32_t nPrevious = 0;
+    const bool bRetCode = platform::ReleaseSemaphore(hSemaphore, nPrevious);
+    LOG_PROCESS_ERROR_OR(kFailed, bRetCode);
+    return static_cast<uint32_t>(kMaximumUsers - 1 - nPrevious);
+}
+
+}  // namespace vxt

@@ -1,0 +1,16 @@
+#include "perf/performance_control.h"
+#include "perf/profile_settings.h"
+
+namespace vxt {
+
+CPerformanceControl& g_GetPerformanceControl() {
+    static CPerformanceControl s_PerformanceControl;
+    return s_PerformanceControl;
+}
+
+CProfileSettgins& g_GetProfileSettings() {
+    static CProfileSettgins s_ProfileSettings;
+    return s_ProfileSettings;
+}
+
+}  // namespace vxt

@@ -1,0 +1,45 @@
+#include "platform/driver_channel.h"
+
+#include <cstdio>
+
+#include "platform/simulated/simulated_system.h"
+
+namespace vxt::platform {
+
+using simulated::CSimulatedSystem;
+using simulated::g_GetSystem;
+using EHandle = CSimulatedSystem::EHandle;
+
+namespace {
+constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
+constexpr const wchar_t* kDriverService = L"VXTDriver";  ///< its device has the same name
+}  // namespace
+
+void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
+
+CDriverChannel OpenDriver(const wchar_t* pszDevice) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
+    const auto it = rSystem.m_Services.find(kDriverService);
+    const bool bPresent = std::wstring(kDevicePrefix) + kDriverService == pszDevice && it != rSystem.m_Services.end()
+                       && it->second.bRunning;
+    return CDriverChannel(bPresent ? rSystem.Open(EHandle::kDriver, pszDevice) : rSystem.Fail(kErrorFileNotFound));
+}
+
+bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* pIn, uint32_t uInSize, void* pOut,
+                   uint32_t uOutSize, uint32_t& ruReturned) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    ruReturned = 0;
+    if (rSystem.Refuses(nullptr) || !rSystem.Find(rChannel.Get(), EHandle::kDriver)) return false;
+    const uint64_t ullInjected = rSystem.m_RequestFaults.Injected();
+    const vxtsim::CControlReply Reply =
+        rSystem.m_Server.Control(uCode, simulated::g_CurrentCore(), {static_cast<const uint8_t*>(pIn), uInSize},
+                                 {static_cast<uint8_t*>(pOut), pOut ? uOutSize : 0});
+    if (rSystem.m_bReportFaults && rSystem.m_RequestFaults.Injected() != ullInjected)
+        std::fprintf(stderr, "fault: request %llu, code %08X\n",
+                     static_cast<unsigned long long>(rSystem.m_RequestFaults.Requests()), uCode);
+    ruReturned = Reply.uReturned;
+    return Reply.bSuccess;
+}
+
+}  // namespace vxt::platform

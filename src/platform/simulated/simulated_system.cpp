@@ -1,0 +1,87 @@
+#include "platform/simulated/simulated_system.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace vxt::platform::simulated {
+
+namespace {
+
+std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
+    static std::unique_ptr<CSimulatedSystem> s_pSystem = std::make_unique<CSimulatedSystem>();
+    return s_pSystem;
+}
+
+}  // namespace
+
+CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()) {
+    m_bDriverFileExists = g_HasMachine();
+    m_Server.SetFaults(&m_RequestFaults);
+    if (const char* const pszFaults = std::getenv("VXT_FAULT")) {
+        std::string sError;
+        if (vxtsim::CFaultPlan::Parse(pszFaults, m_RequestFaults, sError)) {
+            m_bReportFaults = true;
+        } else {
+            std::fprintf(stderr, "VXT_FAULT: %s\n", sError.c_str());
+            m_bDriverFileExists = false;  // a mistyped plan must not look like a healthy run
+        }
+    }
+}
+
+CSimulatedSystem& g_GetSystem() { return *g_SystemPointer(); }
+
+void g_Restart(vxtsim::CMachineDescription Description) {
+    g_SystemPointer().reset();
+    g_UseMachine(std::move(Description));
+    g_SystemPointer() = std::make_unique<CSimulatedSystem>();
+}
+
+void CSimulatedSystem::OtherProcessAttaches(const wchar_t* pszSemaphore, int32_t nMaximum) {
+    --m_Semaphores.try_emplace(pszSemaphore, CSemaphore{nMaximum, nMaximum, {}}).first->second.nCount;
+}
+
+bool CSimulatedSystem::Refuses(const char* pszCall, uint32_t uError) {
+    if (m_pTrace && pszCall) m_pTrace->emplace_back(pszCall);
+    if (!m_bSweeping || m_bFailed || m_ullGoodCalls-- > 0) return false;
+    m_bFailed = true;
+    m_uLastError = uError;
+    return true;
+}
+
+uintptr_t CSimulatedSystem::Open(EHandle eKind, std::wstring sName) {
+    m_Handles[m_uNextHandle] = {eKind, std::move(sName)};
+    return m_uNextHandle++;
+}
+
+const std::wstring* CSimulatedSystem::Find(uintptr_t uHandle, EHandle eKind) {
+    const auto it = m_Handles.find(uHandle);
+    if (it != m_Handles.end() && it->second.eKind == eKind) return &it->second.sName;
+    m_uLastError = kErrorInvalidHandle;
+    return nullptr;
+}
+
+void CSimulatedSystem::Close(uintptr_t uHandle) {
+    if (m_Handles.erase(uHandle)) return;
+    std::fprintf(stderr, "simulated system: a handle was closed twice\n");
+    std::abort();  // on a real system this closes somebody else's handle
+}
+
+uintptr_t CSimulatedSystem::Fail(uint32_t uError) {
+    m_uLastError = uError;
+    return 0;
+}
+
+CSimulatedSystem::CService* CSimulatedSystem::FindService(uintptr_t uHandle) {
+    const std::wstring* const pName = Find(uHandle, EHandle::kService);
+    return pName ? &m_Services.at(*pName) : nullptr;
+}
+
+}  // namespace vxt::platform::simulated
+
+namespace vxt::platform {
+
+uint32_t LastError() { return simulated::g_GetSystem().m_uLastError; }
+
+}  // namespace vxt::platform

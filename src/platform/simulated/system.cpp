@@ -1,0 +1,69 @@
+#include "platform/system.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "platform/clock.h"
+#include "platform/mapped_registers.h"
+#include "platform/simulated/simulated_system.h"
+#include "platform/thread.h"
+
+namespace vxt::platform {
+
+using simulated::CSimulatedSystem;
+using simulated::g_GetMachine;
+using simulated::g_GetSystem;
+
+namespace {
+thread_local uint32_t t_uCore = 0;
+constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
+constexpr uint64_t kNanosecondsPerIdleUnit = 100;
+}  // namespace
+
+uint32_t PlatformId() { return g_GetSystem().m_uPlatformId; }
+
+bool QueryIsWow64(bool& rbIsWow64) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    if (rSystem.Refuses("QueryIsWow64") || !rSystem.m_bWow64QueryWorks) return false;
+    rbIsWow64 = rSystem.m_bIsWow64;
+    return true;
+}
+
+uint32_t ProcessorCount() { return g_GetMachine().ProcessorCount(); }
+
+uint32_t ExecutablePath(std::span<wchar_t> Path) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::wstring& sPath = rSystem.m_sExecutable;
+    if (rSystem.Refuses("ExecutablePath") || sPath.size() >= Path.size()) return 0;
+    *std::ranges::copy(sPath, Path.begin()).out = 0;
+    return static_cast<uint32_t>(sPath.size());
+}
+
+uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    if (rSystem.Refuses("ProcessorIdleTimes")) return 0;
+    const uint32_t uCount = std::min(static_cast<uint32_t>(IdleTimes.size()), ProcessorCount());
+    const double dIdle = static_cast<double>(g_GetMachine().Now()) * (1.0 - rSystem.m_dLoad) / kNanosecondsPerIdleUnit;
+    std::ranges::fill(IdleTimes.first(uCount), static_cast<uint64_t>(dIdle));
+    return uCount;
+}
+
+void Sleep(uint32_t uMilliseconds) { g_GetMachine().Advance(uMilliseconds * kNanosecondsPerMillisecond); }
+
+uint32_t TickCount() { return static_cast<uint32_t>(g_GetMachine().Now() / kNanosecondsPerMillisecond); }
+
+bool SetThreadAffinity(uint32_t uMask) {
+    const uint32_t uCores = g_GetMachine().ProcessorCount();
+    const uint32_t uExisting = uMask & (uCores < 32 ? (1u << uCores) - 1 : ~0u);
+    if (g_GetSystem().Refuses("SetThreadAffinity") || uExisting == 0) return false;
+    t_uCore = static_cast<uint32_t>(std::countr_zero(uExisting));
+    return true;
+}
+
+uint32_t simulated::g_CurrentCore() { return t_uCore; }
+
+uint32_t ReadMapped(uint64_t ullAddress) { return g_GetMachine().ReadMapped(ullAddress); }
+
+void WriteMapped(uint64_t ullAddress, uint32_t uValue) { g_GetMachine().WriteMapped(ullAddress, uValue); }
+
+}  // namespace vxt::platform

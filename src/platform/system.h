@@ -1,0 +1,27 @@
+// What the operating system tells about itself and its processors.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace vxt::platform {
+
+inline constexpr uint32_t kPlatformNt = 2;  ///< platform identifier of the Windows NT family
+
+/// Platform identifier of the running system.
+uint32_t PlatformId();
+
+/// Whether this process needs the 64-bit driver file: a 32-bit process under WOW64, or a 64-bit process.
+/// False when the query fails.
+bool QueryIsWow64(bool& rbIsWow64);
+
+/// Processors the operating system reports.
+uint32_t ProcessorCount();
+
+/// Path of the host's executable into `Path`, zero-terminated. Returns its length; 0 on failure.
+uint32_t ExecutablePath(std::span<wchar_t> Path);
+
+/// Idle time of each processor since boot, in 100 ns units. Returns how many entries were filled; 0 on failure.
+uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes);
+
+}  // namespace vxt::platform

@@ -1,0 +1,16 @@
+// Conversion between the system's 8-bit code page and wide text.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vxt::platform {
+
+/// Converts all of `sText`, zero bytes included. Returns the number of wide characters written; 0 when they do not fit.
+size_t WidenText(std::string_view sText, std::span<wchar_t> Wide);
+
+/// Converts to the 8-bit code page; characters it lacks become '?'.
+std::string NarrowText(std::wstring_view sText);
+
+}  // namespace vxt::platform

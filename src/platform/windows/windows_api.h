@@ -1,0 +1,25 @@
+// <windows.h> without the macros that would rename the seam's functions. Include it after the seam's headers.
+#pragma once
+
+#include <windows.h>
+
+#undef CreateDirectory
+#undef CreateSemaphore
+#undef OpenSemaphore
+#undef OpenService
+#undef StartService
+
+#include <sddl.h>
+#include <winternl.h>
+
+#include <cstdint>
+
+namespace vxt::platform {
+
+/// Handles cross the seam as numbers with 0 for "none"; CreateFile answers INVALID_HANDLE_VALUE for that instead.
+inline uintptr_t g_FromHandle(HANDLE hObject) {
+    return hObject == INVALID_HANDLE_VALUE ? 0 : reinterpret_cast<uintptr_t>(hObject);
+}
+template <class THandle = HANDLE> THandle g_ToHandle(uintptr_t uHandle) { return reinterpret_cast<THandle>(uHandle); }
+
+}  // namespace vxt::platform

@@ -1,0 +1,83 @@
+// A test on a simulated PC: the machine, the system it runs, the traffic to the driver and the log.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/simulated/simulated_system.h"
+
+namespace vxttest {
+
+using Lines = std::vector<std::string>;
+
+/// Runs in a folder of its own (kept in memory where the system has such a place) and reads the real log files there.
+class CLogCapture {
+public:
+    CLogCapture();
+    ~CLogCapture();
+
+    /// Everything logged since the last call, one line each as "LEVEL TEXT", line numbers replaced by '#'.
+    Lines Take();
+    /// Level 1 lines only, without the level.
+    Lines TakeErrors();
+
+private:
+    std::string m_sOldFolder, m_sFolder;
+    std::map<std::string, std::string> m_Read;  ///< what each file held the last time
+};
+
+/// "LOG_PROCESS_ERROR(EXPRESSION) at line # in FUNCTION", as TakeErrors gives it.
+std::string g_ProcessError(const std::string& sExpression, const std::string& sFunction);
+std::string g_CheckError(const std::string& sExpression, const std::string& sFunction);
+
+/// Switches a machine on before each test and lets everything go after it.
+class CSimulatedPc : public ::testing::Test {
+public:
+    static constexpr const char* kDefaultMachine = "family10h-ddr3";
+
+    CSimulatedPc() { Start(kDefaultMachine); }
+    ~CSimulatedPc() override;
+
+    /// Switches another machine on instead. `Change` may edit its description first.
+    void Start(const std::string& sMachine, const std::function<void(vxtsim::CMachineDescription&)>& Change = {});
+    /// The description of an embedded machine.
+    static vxtsim::CMachineDescription Describe(const std::string& sMachine);
+
+    vxtsim::CSimMachine& Machine() { return vxt::platform::simulated::g_GetMachine(); }
+    vxt::platform::simulated::CSimulatedSystem& System() { return vxt::platform::simulated::g_GetSystem(); }
+
+    /// Starts the driver handler, which everything that touches hardware needs.
+    bool StartDriver();
+
+    /// Requests and system calls since the last call.
+    Lines TakeTrace();
+
+    /// Runs `Operation` with its 1st, 2nd, 3rd ... system call or driver request failing until it succeeds untouched;
+    /// `Check` runs after each failed call. Returns the number of calls of a good run.
+    template <class TOperation, class TCheck> uint64_t FailEach(TOperation Operation, TCheck Check) {
+        for (uint64_t ullGood = 0; ullGood < 100'000; ++ullGood) {
+            SCOPED_TRACE("failing after " + std::to_string(ullGood) + " good calls");
+            System().FailAfter(ullGood);
+            const bool bResult = Operation();
+            System().StopFailing();
+            if (!System().HasFailed()) {
+                EXPECT_TRUE(bResult);
+                return ullGood;
+            }
+            Check(bResult);
+            if (::testing::Test::HasFatalFailure()) return ullGood;
+        }
+        ADD_FAILURE() << "the operation never succeeds";
+        return 0;
+    }
+
+    CLogCapture m_Log;
+
+private:
+    Lines m_Trace;
+};
+
+}  // namespace vxttest

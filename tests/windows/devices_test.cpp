@@ -1,0 +1,135 @@
+// Devices through the real driver channel: what a host reads is what the machine file says, per core and per mapping.
+#include <array>
+
+#include "host_test.h"
+#include "sim/machine_file.h"
+
+using namespace vxtapi;
+
+namespace {
+
+constexpr const char* kMachine = "family10h-ddr3";  // what the driver serves without a machine file beside it
+constexpr uint32_t kStatusMsr = 0xC0010063, kPstate0Msr = 0xC0010064;
+
+class CDevices : public CHostTest {
+protected:
+    void SetUp() override {
+        CHostTest::SetUp();
+        std::string sError;
+        ASSERT_TRUE(vxtsim::g_LoadMachine(kMachine, m_Machine, sError)) << sError;
+        ASSERT_TRUE(m_Library->Init(false));
+    }
+    uint64_t Msr(uint32_t uCore, uint32_t uIndex) const {
+        const auto it = m_Machine.Msr.find({uCore, uIndex});
+        return it != m_Machine.Msr.end() ? it->second : m_Machine.Msr.at({vxtsim::kAllCores, uIndex});
+    }
+
+    vxtsim::CMachineDescription m_Machine;
+};
+
+TEST_F(CDevices, EveryCoreOfTheMachineIsThereAndNoMore) {
+    EXPECT_EQ(m_Library->DeviceManager()->GetDeviceCount(kDeviceCpu), m_Machine.uCores);
+    EXPECT_EQ(m_Library->DeviceManager()->GetDeviceCountByName(L"QOR Family 10h Processor"), m_Machine.uCores);
+    EXPECT_EQ(m_Library->Core(m_Machine.uCores), nullptr);
+}
+
+TEST_F(CDevices, IdentificationIsTheMachinesOwn) {
+    std::string sBrand;
+    for (uint32_t uLeaf = 0x80000002; uLeaf <= 0x80000004; ++uLeaf) {
+        const vxtsim::CCpuidResult Result = m_Machine.Cpuid.at({uLeaf, 0});
+        sBrand.append(reinterpret_cast<const char*>(&Result), sizeof(Result));
+    }
+    sBrand.resize(sBrand.find_last_not_of('\0') + 1);
+    const uint32_t uSignature = m_Machine.Cpuid.at({1, 0}).uEax;
+    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore) {
+        CCPU* const pCore = m_Library->Core(uCore);
+        ASSERT_NE(pCore, nullptr);
+        EXPECT_EQ(pCore->GetIndex(), uCore);
+        EXPECT_EQ(std::wstring(pCore->GetModel()), std::wstring(sBrand.begin(), sBrand.end()));
+        EXPECT_EQ(pCore->GetFamily() << 8 | pCore->GetExtendedFamily() << 20, uSignature & 0x0FF00F00);
+        EXPECT_EQ(pCore->GetModelNumber() << 4 | pCore->GetExtendedModel() << 16, uSignature & 0x000F00F0);
+        EXPECT_EQ(pCore->GetStepping(), uSignature & 0xF);
+    }
+}
+
+TEST_F(CDevices, PstatesAreDecodedFromTheRegistersOfEachCore) {
+    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore) {
+        CCPU* const pCore = m_Library->Core(uCore);
+        EXPECT_EQ(pCore->GetCurPstate(), Msr(uCore, kStatusMsr) & 7);
+        for (uint32_t uPstate = 0; uPstate <= pCore->GetMaxPstate(); ++uPstate) {
+            const uint64_t ullValue = Msr(uCore, kPstate0Msr + uPstate);
+            CPstate Pstate{};
+            ASSERT_TRUE(pCore->GetPstate(uPstate, &Pstate));
+            EXPECT_EQ(Pstate.dCpuFid, static_cast<double>(ullValue & 0x3F));
+            EXPECT_EQ(Pstate.dCpuDid, static_cast<double>(ullValue >> 6 & 7));
+            EXPECT_EQ(Pstate.dCpuVid, static_cast<double>(ullValue >> 9 & 0x7F));
+            EXPECT_EQ(Pstate.dNbVid, static_cast<double>(ullValue >> 25 & 0x7F));
+            EXPECT_EQ(Pstate.bPstateEn, (ullValue >> 63) == 1);
+        }
+        CPstate Pstate{};
+        EXPECT_FALSE(pCore->GetPstate(pCore->GetMaxPstate() + 1, &Pstate));
+    }
+}
+
+// Which core a request is for is told by the affinity of the thread that sends it, through service, WOW64 and driver.
+TEST_F(CDevices, AWriteReachesTheCoreItIsMeantForAndNoOther) {
+    std::vector<uint32_t> Expected;
+    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore)
+        Expected.push_back(m_Library->Core(uCore)->GetCurPstate());
+    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore) {
+        CCPU* const pCore = m_Library->Core(uCore);
+        Expected[uCore] = Expected[uCore] == 0 ? pCore->GetMaxPstate() : 0;
+        ASSERT_TRUE(pCore->SetCurPstate(Expected[uCore]));
+        // The transition takes a while, and on the simulated PC time passes with requests only.
+        for (int i = 0; i < 1000 && pCore->GetCurPstate() != Expected[uCore]; ++i) {}
+        for (uint32_t uOther = 0; uOther < m_Machine.uCores; ++uOther)
+            EXPECT_EQ(m_Library->Core(uOther)->GetCurPstate(), Expected[uOther])
+                << "core " << uOther << " after " << uCore;
+    }
+}
+
+// The measurement reads and writes the timer in memory that the driver maps into this process; on a 64-bit host that
+// memory may lie above 4 GiB.
+TEST_F(CDevices, TheReferenceClockIsMeasuredThroughMappedRegisters) {
+    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore) {
+        CCPU* const pCore = m_Library->Core(uCore);
+        const double dClock = pCore->GetCurrentClock() / pCore->GetCurrentMultiplier();
+        EXPECT_NEAR(dClock, m_Machine.dReferenceMHz, m_Machine.dReferenceMHz * 0.005) << "core " << uCore;
+    }
+}
+
+// The driver's own strictness, seen by a process that talks to it directly.
+TEST_F(CDevices, RequestsOfWrongSizeOrCodeFailWithoutHarm) {
+    const HANDLE hDriver = CreateFileW(L"\\\\.\\VXTDriver", GENERIC_READ | GENERIC_WRITE,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(hDriver, INVALID_HANDLE_VALUE);
+    constexpr struct {
+        const char* pszCase;
+        DWORD dwCode, dwIn, dwOut;
+        bool bSuccess;
+    } kCases[] = {
+        {"read MSR", 0x81112EE0, 12, 12, true},
+        {"read MSR, no input", 0x81112EE0, 0, 12, false},
+        {"read MSR, short output", 0x81112EE0, 12, 11, false},
+        {"read port, long input", 0x81112EE8, 4096, 8, false},
+        {"unknown function", 0x81112F1C, 12, 12, false},
+        {"unknown device type", 0x00222EE0, 12, 12, false},
+        {"enumeration of half a block", 0x81112F18, 1678, 1678, false},
+        {"read MSR afterwards", 0x81112EE0, 12, 12, true},
+    };
+    for (const auto& [pszCase, dwCode, dwIn, dwOut, bSuccess] : kCases) {
+        std::array<uint32_t, 1024> Buffer{kStatusMsr};
+        DWORD dwReturned = 0;
+        EXPECT_EQ(
+            DeviceIoControl(hDriver, dwCode, Buffer.data(), dwIn, Buffer.data(), dwOut, &dwReturned, nullptr) != 0,
+            bSuccess)
+            << pszCase;
+        if (bSuccess) {
+            EXPECT_EQ(dwReturned, dwOut) << pszCase;
+            EXPECT_EQ(Buffer[1], Msr(0, kStatusMsr)) << pszCase;
+        }
+    }
+    CloseHandle(hDriver);
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+#include "installation.h"
+
+#include <winternl.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+// Documented for driver writers only: a semaphore's counts without touching them.
+extern "C" NTSTATUS NTAPI NtQuerySemaphore(HANDLE hSemaphore, int nClass, void* pInformation, ULONG ulSize,
+                                           ULONG* pulReturned);
+
+namespace {
+
+constexpr const wchar_t* kService = L"VXTDriver";
+constexpr const wchar_t* kSemaphore = L"Global\\VXTDriverSemaphore";
+
+struct CServiceHandle {
+    SC_HANDLE hHandle;
+    ~CServiceHandle() {
+        if (hHandle) CloseServiceHandle(hHandle);
+    }
+    operator SC_HANDLE() const { return hHandle; }
+};
+
+}  // namespace
+
+std::filesystem::path g_InstallationFolder() {
+    std::array<wchar_t, MAX_PATH> szPath{};
+    GetModuleFileNameW(nullptr, szPath.data(), MAX_PATH);
+    return std::filesystem::path(szPath.data()).parent_path();
+}
+
+std::filesystem::path g_DriverFile() { return g_InstallationFolder() / L"qor64" / L"VXTDriver.sys"; }
+
+std::optional<CServiceState> g_QueryDriverService() {
+    const CServiceHandle hManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)};
+    const CServiceHandle hService{OpenServiceW(hManager, kService, SERVICE_QUERY_CONFIG | SERVICE_QUERY_STATUS)};
+    alignas(QUERY_SERVICE_CONFIGW) std::array<BYTE, 8192> Buffer{};
+    auto* const pConfig = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(Buffer.data());
+    DWORD dwNeeded = 0;
+    SERVICE_STATUS Status{};
+    if (!hService || !QueryServiceConfigW(hService, pConfig, static_cast<DWORD>(Buffer.size()), &dwNeeded) ||
+        !QueryServiceStatus(hService, &Status))
+        return std::nullopt;
+    return CServiceState{pConfig->lpBinaryPathName, pConfig->dwServiceType, pConfig->dwStartType,
+                         pConfig->dwErrorControl, Status.dwCurrentState};
+}
+
+void g_InstallDriverService(const std::wstring& sPath) {
+    const CServiceHandle hManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)};
+    const CServiceHandle hService{CreateServiceW(hManager, kService, kService, SERVICE_ALL_ACCESS,
+                                                 SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                                                 sPath.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr)};
+}
+
+void g_RemoveDriverService() {
+    const CServiceHandle hManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)};
+    const CServiceHandle hService{OpenServiceW(hManager, kService, SERVICE_ALL_ACCESS)};
+    SERVICE_STATUS Status{};
+    ControlService(hService, SERVICE_CONTROL_STOP, &Status);
+    DeleteService(hService);
+}
+
+std::optional<long> g_FreeDriverUnits() {
+    const HANDLE hSemaphore = OpenSemaphoreW(SEMAPHORE_ALL_ACCESS, FALSE, kSemaphore);
+    if (!hSemaphore) return std::nullopt;
+    struct {  // SEMAPHORE_BASIC_INFORMATION
+        LONG lCurrent, lMaximum;
+    } Counts{};
+    const NTSTATUS lStatus = NtQuerySemaphore(hSemaphore, 0, &Counts, sizeof(Counts), nullptr);
+    CloseHandle(hSemaphore);
+    return NT_SUCCESS(lStatus) ? std::optional(Counts.lCurrent) : std::nullopt;
+}
+
+CSecondHost::CSecondHost() {
+    SECURITY_ATTRIBUTES Inherit{sizeof(Inherit), nullptr, TRUE};
+    HANDLE hChildIn = nullptr, hChildOut = nullptr;
+    CreatePipe(&hChildIn, &m_hToChild, &Inherit, 0);
+    CreatePipe(&m_hFromChild, &hChildOut, &Inherit, 0);
+    // Our ends stay ours: a child that held them too would never see ours close.
+    SetHandleInformation(m_hToChild, HANDLE_FLAG_INHERIT, 0);
+    SetHandleInformation(m_hFromChild, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW Startup{};
+    Startup.cb = sizeof(Startup);
+    Startup.dwFlags = STARTF_USESTDHANDLES;
+    Startup.hStdInput = hChildIn;
+    Startup.hStdOutput = hChildOut;
+    Startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    std::array<wchar_t, MAX_PATH> szProgram{};
+    GetModuleFileNameW(nullptr, szProgram.data(), MAX_PATH);
+    std::wstring sCommand = L"\"" + std::wstring(szProgram.data()) + L"\" --hold";
+    CreateProcessW(nullptr, sCommand.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &Startup, &m_Process);
+    CloseHandle(hChildIn);
+    CloseHandle(hChildOut);
+    char cAnswer = 0;
+    DWORD dwRead = 0;
+    m_bStarted = ReadFile(m_hFromChild, &cAnswer, 1, &dwRead, nullptr) && dwRead == 1 && cAnswer == '1';
+}
+
+CSecondHost::~CSecondHost() {
+    Kill();
+    for (const HANDLE hHandle : {m_hToChild, m_hFromChild}) CloseHandle(hHandle);
+}
+
+bool CSecondHost::Stop() {
+    CloseHandle(std::exchange(m_hToChild, nullptr));  // the end of its input is its sign
+    WaitForSingleObject(m_Process.hProcess, INFINITE);
+    DWORD dwExitCode = 1;
+    GetExitCodeProcess(m_Process.hProcess, &dwExitCode);
+    Kill();
+    return dwExitCode == 0;
+}
+
+void CSecondHost::Kill() {
+    if (!m_Process.hProcess) return;
+    TerminateProcess(m_Process.hProcess, 1);
+    WaitForSingleObject(m_Process.hProcess, INFINITE);
+    CloseHandle(m_Process.hProcess);
+    CloseHandle(m_Process.hThread);
+    m_Process = {};
+}
+
+int CSecondHost::Hold() {
+    const CLoadedLibrary Library;
+    const char cAnswer = Library.IsComplete() && Library.Init(false) ? '1' : '0';
+    DWORD dwCount = 0;
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), &cAnswer, 1, &dwCount, nullptr);
+    char cIgnored = 0;
+    while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &cIgnored, 1, &dwCount, nullptr) && dwCount) {}
+    return Library.UnInit() && cAnswer == '1' ? 0 : 1;
+}
+
+std::vector<std::filesystem::path> g_LogFiles() {
+    std::vector<std::filesystem::path> Files;
+    if (!std::filesystem::exists("Logs")) return Files;
+    for (const auto& rEntry : std::filesystem::recursive_directory_iterator("Logs"))
+        if (rEntry.is_regular_file()) Files.push_back(rEntry.path());
+    std::ranges::sort(Files);
+    return Files;
+}
+
+std::string g_ReadLog() {
+    std::ostringstream Text;
+    for (const std::filesystem::path& rFile : g_LogFiles()) Text << std::ifstream(rFile, std::ios::binary).rdbuf();
+    return Text.str();
+}

@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# run_under_wine.sh BUILD32 BUILD64: the end-to-end tests, with the 32-bit host first, then with the 64-bit one.
+# One line per case; the last line is "N passed, N failed".
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+build32=$(realpath -e "$1") build64=$(realpath -e "$2")
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+passed=0 failed=0
+
+_report() {  # RESULT NAME
+    if [[ $1 == ok ]]; then passed=$((passed + 1)); else failed=$((failed + 1)); fi
+    printf '%-4s %s\n' "$1" "$2"
+}
+
+# What Windows sees of a library before it runs: eight plain names out, and nothing in that Windows does not bring along.
+exports="GetDeviceManager GetLog GetPerformanceControl GetProfileSettings InitVXTAPI IsBiosOCSupported \
+IsOverclockWarningAccepted UnInitVXTAPI"
+for file in "$build32"/{bin,e2e}/VXTAPI.dll "$build64"/{bin,e2e}/VXTAPI.dll; do
+    dump=$(objdump -p "$file")
+    found=$(sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^\t\[ *[0-9]*\] //p' <<<"$dump" | paste -sd' ')
+    [[ $found == "$exports" ]] && result=ok || result=FAIL
+    _report $result "${file#"$(dirname "$build32")/"} exports the eight names and no others"
+    foreign=$(sed -n 's/.*DLL Name: //p' <<<"$dump" | grep -viE '^(kernel32|advapi32|ntdll|msvcrt)\.dll$' | paste -sd' ' || true)
+    [[ -z $foreign ]] && result=ok || result=FAIL
+    _report $result "${file#"$(dirname "$build32")/"} needs no library besides the system's $foreign"
+done
+
+for build in "$build32" "$build64"; do
+    bits=32
+    [[ $build == "$build32" ]] || bits=64
+    status=0
+    "$here/../../tools/setup/wine_host.sh" "$build" "$build64" "$build/e2e/vxt_windows_tests.exe" --gtest_color=no \
+        </dev/null 2>&1 | tr -d '\r' >"$log" || status=$?
+    while read -r verdict name; do
+        _report "$verdict" "$bits-bit $name"
+    done < <(sed -nE 's/^\[       OK \] (\S+) .*/ok \1/p; s/^\[  FAILED  \] (\S+) \(.* ms\)$/FAIL \1/p' "$log")
+    if [[ $status -ne 0 ]]; then
+        grep -q '^\[==========\] .* ran\.' "$log" || _report FAIL "$bits-bit host ended early, status $status"
+        sed 's/^/     /' "$log"
+    fi
+done
+echo "$passed passed, $failed failed"
+[[ $failed -eq 0 ]]

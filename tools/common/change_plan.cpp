@@ -1,0 +1,145 @@
+#include "common/change_plan.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <set>
+#include <thread>
+
+#include "common/console.h"
+#include "common/text.h"
+
+namespace vxttools {
+namespace {
+
+constexpr const char* kOutcomeNames[] = {"planned", "taken", "not_taken", "failed", "skipped"};
+constexpr const char* kOutcomeTexts[] = {"planned", "taken", "NOT TAKEN", "FAILED", "skipped"};
+
+std::string _Value(const std::optional<double>& rValue, const std::string& sUnit) {
+    return rValue ? g_FormatValue(*rValue, sUnit) : "-";
+}
+
+std::string _WithUnit(const std::optional<double>& rValue, const std::string& sUnit) {
+    return _Value(rValue, sUnit) + (rValue && !sUnit.empty() ? " " + sUnit : "");
+}
+
+CJson _Number(const std::optional<double>& rValue) {
+    return rValue ? CJson(std::round(*rValue * 1e6) / 1e6) : CJson(nullptr);
+}
+
+}  // namespace
+
+void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
+    const auto IsWanted = [&](const std::optional<double>& rValue) {
+        return rValue && std::abs(*rValue - rChange.dWanted) <= rChange.dTolerance;
+    };
+    const bool bAccepted = rChange.Write();
+    // Some processors report the end of a transition, others only begin it: give every one of them time.
+    constexpr int kReadBacks = 200;
+    rResult.dAfter = rChange.Read();
+    for (int i = 1; i < kReadBacks && !IsWanted(rResult.dAfter) && !g_WasInterrupted(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        rResult.dAfter = rChange.Read();
+    }
+    const std::string sAsked = _WithUnit(rChange.dWanted, rChange.sUnit);
+    const std::string sAfter = _WithUnit(rResult.dAfter, rChange.sUnit);
+    const bool bUnchanged =
+        rResult.dAfter && rResult.dBefore && std::abs(*rResult.dAfter - *rResult.dBefore) <= rChange.dTolerance;
+    if (!rResult.dAfter) {
+        rResult.eOutcome = EOutcome::kFailed;
+        rResult.sReason = "no reading afterwards, so nobody knows what the hardware took";
+    } else if (IsWanted(rResult.dAfter)) {
+        rResult.eOutcome = bAccepted ? EOutcome::kTaken : EOutcome::kFailed;
+        if (!bAccepted)
+            rResult.sReason = "the library reports a failure, but the hardware shows " + sAfter + "; --log tells more";
+    } else {
+        rResult.eOutcome = EOutcome::kNotTaken;
+        rResult.sReason =
+            !bAccepted ? "the library refused " + sAsked + " or could not complete it; the hardware shows " + sAfter
+                       : sAsked + " is not in this processor's table or beyond its limits: " +
+                             (bUnchanged ? "still " : "the hardware took ") + sAfter;
+    }
+}
+
+std::string CChangePlan::_PlanText(const std::vector<CResult>& rResults) const {
+    CDocument Plan("", "");
+    CTextTable& rTable = Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values"}});
+    for (size_t i = 0; i < m_Changes.size(); ++i) {
+        const CChange& rChange = m_Changes[i];
+        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(rResults[i].dBefore, rChange.sUnit),
+                               _Value(rChange.dWanted, rChange.sUnit), rChange.sUnit, rChange.sLegal});
+    }
+    return Plan.Text(false);
+}
+
+void CChangePlan::_Report(CDocument& rDocument, const std::vector<CResult>& rResults, bool bDryRun) const {
+    rDocument["dry_run"] = bDryRun;
+    CJson& rChanges = rDocument["changes"] = CJson::array();
+    rDocument.SetCsv("changes");
+    CTextTable Table{bDryRun ? "Planned changes (dry run: nothing was written)" : "Changes",
+                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Legal values", "Result"}};
+    std::string sReasons;
+    for (size_t i = 0; i < m_Changes.size(); ++i) {
+        const CChange& rChange = m_Changes[i];
+        const auto& [dBefore, dAfter, eOutcome, sReason] = rResults[i];
+        const size_t uOutcome = static_cast<size_t>(eOutcome);
+        rChanges.push_back({{"id", rChange.sId},
+                            {"label", rChange.sLabel},
+                            {"before", _Number(dBefore)},
+                            {"asked", _Number(rChange.dWanted)},
+                            {"after", _Number(dAfter)},
+                            {"unit", rChange.sUnit},
+                            {"limits", g_ToJson(rChange.Limits)},
+                            {"legal", rChange.sLegal},
+                            {"outcome", kOutcomeNames[uOutcome]},
+                            {"reason", sReason.empty() ? CJson(nullptr) : CJson(sReason)}});
+        Table.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(dBefore, rChange.sUnit),
+                              _Value(rChange.dWanted, rChange.sUnit), _Value(dAfter, rChange.sUnit), rChange.sUnit,
+                              rChange.sLegal, kOutcomeTexts[uOutcome]});
+    }
+    rDocument.AddTable(std::move(Table));
+}
+
+EExit CChangePlan::Run(CDocument& rDocument, const CGlobalOptions& rOptions, const COutput& rOutput) {
+    std::vector<CResult> Results(m_Changes.size());
+    for (size_t i = 0; i < m_Changes.size(); ++i) Results[i].dBefore = m_Changes[i].Read();
+
+    if (!rOptions.bDryRun) {
+        const std::string sPlan = _PlanText(Results);
+        if (rOptions.bYes) {
+            rOutput.Note(sPlan);
+        } else {
+            if (!g_IsStdinTerminal())
+                throw CFailure(EExit::kUsage,
+                               "no terminal to ask on: --yes writes without asking, --dry-run shows the plan");
+            std::fputs((sPlan + "\n").c_str(), stderr);
+            if (!g_AskYes("Write this to the hardware?"))
+                throw CFailure(g_WasInterrupted() ? EExit::kInterrupted : EExit::kFailed, "nothing was written");
+        }
+    }
+
+    std::set<std::string> Stopped;  // owners whose earlier change went wrong: theirs may depend on it
+    EExit eExit = EExit::kDone;
+    for (size_t i = 0; i < m_Changes.size() && !rOptions.bDryRun; ++i) {
+        const CChange& rChange = m_Changes[i];
+        CResult& rResult = Results[i];
+        if (g_WasInterrupted() || Stopped.contains(rChange.sOwner)) {
+            rResult.eOutcome = EOutcome::kSkipped;
+            rResult.sReason =
+                g_WasInterrupted() ? "interrupted" : "an earlier change to " + rChange.sOwner + " went wrong";
+            continue;
+        }
+        _Apply(rChange, rResult);
+        if (rResult.eOutcome == EOutcome::kTaken) continue;
+        Stopped.insert(rChange.sOwner);
+        std::fputs((rChange.sOwner + ": " + rChange.sLabel + ": " + rResult.sReason + "\n").c_str(), stderr);
+        if (rResult.eOutcome == EOutcome::kFailed)
+            eExit = EExit::kFailed;
+        else if (eExit == EExit::kDone)
+            eExit = EExit::kNotTaken;
+    }
+    _Report(rDocument, Results, rOptions.bDryRun);
+    return g_WasInterrupted() ? EExit::kInterrupted : eExit;
+}
+
+}  // namespace vxttools

@@ -1,0 +1,50 @@
+// Everything that writes to hardware goes this way: show the plan, ask, write, read back, report what was taken.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "common/command_line.h"
+
+namespace vxttools {
+
+/// One setting to change.
+struct CChange {
+    std::string sId;     ///< stable path, "/cpu/0/multiplier"
+    std::string sOwner;  ///< whose setting, "core 0"; after a failure the rest of this owner's changes is skipped
+    std::string sLabel;
+    std::string sUnit;
+    double dWanted;
+    double dTolerance;   ///< a read-back this close is the wanted value
+    std::string sLegal;  ///< legal values in words, as far as they are known
+    CLimits Limits;
+    std::function<std::optional<double>()> Read;  ///< nothing: no reading
+    std::function<bool()> Write;
+};
+
+class CChangePlan {
+public:
+    void Add(CChange Change) { m_Changes.push_back(std::move(Change)); }
+    bool IsEmpty() const { return m_Changes.empty(); }
+
+    /// Carries the plan out in order. With --dry-run nothing is written; without a terminal to ask on, --yes is needed.
+    /// The document gets the array "changes" and its table.
+    EExit Run(CDocument& rDocument, const CGlobalOptions& rOptions, const COutput& rOutput);
+
+private:
+    enum class EOutcome { kPlanned, kTaken, kNotTaken, kFailed, kSkipped };
+    struct CResult {
+        std::optional<double> dBefore, dAfter;
+        EOutcome eOutcome = EOutcome::kPlanned;
+        std::string sReason;
+    };
+
+    static void _Apply(const CChange& rChange, CResult& rResult);
+    std::string _PlanText(const std::vector<CResult>& rResults) const;
+    void _Report(CDocument& rDocument, const std::vector<CResult>& rResults, bool bDryRun) const;
+
+    std::vector<CChange> m_Changes;
+};
+
+}  // namespace vxttools

@@ -1,0 +1,27 @@
+#include "common/console.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+namespace vxttools {
+
+std::string g_Environment(const char* pszName) {
+    const char* pszValue = std::getenv(pszName);
+    return pszValue ? pszValue : "";
+}
+
+std::filesystem::path g_Path(const std::string& sUtf8) {
+    return std::filesystem::path(std::u8string(sUtf8.begin(), sUtf8.end()));
+}
+
+bool g_AskYes(const std::string& sQuestion) {
+    std::fputs((sQuestion + " [y/N] ").c_str(), stderr);
+    std::string sAnswer;
+    if (!g_WaitForInput()) return false;
+    std::getline(std::cin, sAnswer);
+    if (sAnswer.ends_with('\r')) sAnswer.pop_back();
+    return !g_WasInterrupted() && (sAnswer == "y" || sAnswer == "Y" || sAnswer == "yes");
+}
+
+}  // namespace vxttools

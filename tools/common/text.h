@@ -1,0 +1,34 @@
+// Text on its way out of the tools: UTF-8, printable, numbers without noise.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vxttools {
+
+/// A device's text as UTF-8: UTF-16 or UTF-32, whichever wchar_t is. Broken units and control characters (a terminal
+/// would obey them) become U+FFFD; blanks at both ends go. A null pointer gives an empty text.
+std::string g_Utf8(const wchar_t* pszText);
+
+/// Firmware's 8-bit identifiers: ends at the first zero byte, anything but printable ASCII becomes '?', trailing blanks
+/// go.
+std::string g_Printable(std::string_view sText);
+
+/// At most `nDecimals` digits behind the point, none of them a trailing zero.
+std::string g_Trimmed(double dValue, int nDecimals);
+
+/// `nDigits` hexadecimal digits (more when it needs them), lower case, no prefix.
+std::string g_Hex(uint64_t ullValue, int nDigits);
+
+/// All bytes as one run of lower-case digits.
+std::string g_HexString(std::span<const uint8_t> Data);
+
+/// Lines of sixteen bytes, "00: 22 10 ...", as machine files take them back.
+std::string g_HexDump(std::span<const uint8_t> Data);
+
+/// Columns a text takes on a terminal (code points; none of ours is wide).
+size_t g_Width(std::string_view sUtf8);
+
+}  // namespace vxttools

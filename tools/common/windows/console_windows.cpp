@@ -1,0 +1,68 @@
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#include <stdlib.h>
+#include <windows.h>
+
+#include <atomic>
+
+#include "common/console.h"
+
+namespace vxttools {
+namespace {
+
+std::atomic<bool> g_bInterrupted = false;
+
+/// Runs on a thread of its own (HandlerRoutine callback). FALSE passes on to the default handler, which ends the
+/// process.
+BOOL WINAPI _OnControl(DWORD dwEvent) {
+    return (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
+}
+
+bool _IsConsole(DWORD dwHandle) {
+    DWORD dwMode = 0;
+    return GetConsoleMode(GetStdHandle(dwHandle), &dwMode) != 0;
+}
+
+std::wstring _Wide(const std::string& sUtf8) { return g_Path(sUtf8).wstring(); }
+
+}  // namespace
+
+std::vector<std::string> g_StartConsole(int, char**) {
+    SetConsoleCtrlHandler(_OnControl, TRUE);
+    SetConsoleOutputCP(CP_UTF8);
+    DWORD dwMode = 0;
+    const HANDLE hOutput = GetStdHandle(STD_OUTPUT_HANDLE);
+    if (GetConsoleMode(hOutput, &dwMode)) SetConsoleMode(hOutput, dwMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+
+    // main() got the arguments in the code page; the command line itself is UTF-16.
+    std::vector<std::string> Arguments;
+    int nArguments = 0;
+    if (LPWSTR* ppszArguments = CommandLineToArgvW(GetCommandLineW(), &nArguments)) {
+        for (int i = 1; i < nArguments; ++i) {
+            const std::u8string sArgument = std::filesystem::path(ppszArguments[i]).u8string();
+            Arguments.emplace_back(sArgument.begin(), sArgument.end());
+        }
+        LocalFree(ppszArguments);
+    }
+    return Arguments;
+}
+
+bool g_IsStdinTerminal() { return _IsConsole(STD_INPUT_HANDLE); }
+bool g_IsStdoutTerminal() { return _IsConsole(STD_OUTPUT_HANDLE); }
+bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
+bool g_WasInterrupted() { return g_bInterrupted; }
+
+void g_SetEnvironment(const char* pszName, const std::string& sValue) {
+    _wputenv((_Wide(pszName) + L"=" + _Wide(sValue)).c_str());  // the C runtime's copy and the process's block
+}
+
+std::filesystem::path g_ExecutableFolder() {
+    std::wstring sPath(32768, L'\0');  // the longest path there is
+    sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
+    return std::filesystem::path(sPath).parent_path();
+}
+
+}  // namespace vxttools

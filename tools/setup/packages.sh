@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# packages.sh [build|test|windows ...]: installs the Debian packages these jobs need and that are missing. No argument: all.
+set -euo pipefail
+
+declare -A packages=(
+    [build]="g++ cmake ninja-build ccache libcli11-dev nlohmann-json3-dev libpugixml-dev"
+    [test]="git googletest libgtest-dev libbenchmark-dev clang clang-format clang-tidy llvm lld libclang-rt-14-dev
+            python3 jq"
+    [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix mingw-w64-common debootstrap
+               util-linux mount gcc clang lld llvm googletest"
+)
+
+wanted=()
+for group in "${@:-build test windows}"; do
+    for name in $group; do
+        [[ -v packages[$name] ]] || { echo "packages.sh: no group '$name' (there are: build, test, windows)" >&2; exit 2; }
+        wanted+=(${packages[$name]})
+    done
+done
+
+missing=$(comm -23 <(printf '%s\n' "${wanted[@]}" | sort -u) \
+                   <(dpkg-query -W -f='${db:Status-Abbrev} ${Package}\n' | sed -n 's/^ii  *//p' | sort -u))
+[[ -n $missing ]] || exit 0
+
+as_root=()
+if [[ $EUID -ne 0 ]]; then
+    command -v sudo >/dev/null || { echo "packages.sh: run as root, or install sudo; missing:" $missing >&2; exit 1; }
+    as_root=(sudo)
+fi
+echo "Installing:" $missing >&2
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Acquire::Retries=3)
+# The lists may be absent (a fresh machine) or stale: refresh them once something is really missing.
+if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends $missing; } >"$log" 2>&1; then
+    tail -n 30 "$log" >&2
+    echo "packages.sh: could not install:" $missing >&2
+    exit 1
+fi

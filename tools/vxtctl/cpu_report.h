@@ -1,0 +1,26 @@
+// The cores: identification, readings, P-state definitions.
+#pragma once
+
+#include "common/document.h"
+#include "host_library.h"
+
+namespace vxtctl {
+
+/// All cores, or the one with that number. Ends the command when there is none.
+std::vector<CInventoryEntry> g_SelectCores(const CHostLibrary& rLibrary, std::optional<uint32_t> oCore);
+
+/// Reads the cores into the array "cores".
+void g_AddCores(vxttools::CDocument& rDocument, const std::vector<CInventoryEntry>& rCores);
+/// Everything about them; what several cores share is told once.
+void g_AddCoreTables(vxttools::CDocument& rDocument);
+/// One row per core, and the P-states.
+void g_AddCoreOverview(vxttools::CDocument& rDocument);
+
+/// The two readings that settings are checked by.
+std::optional<double> g_ReadMultiplier(vxtapi::CCPU& rCpu);
+std::optional<double> g_ReadVoltage(vxtapi::CCPU& rCpu);
+/// Nothing when the processor has no P-states or the register cannot be read.
+std::optional<double> g_ReadCurrentPstate(vxtapi::CCPU& rCpu);
+bool g_HasPstates(vxtapi::CCPU& rCpu);
+
+}  // namespace vxtctl

@@ -1,0 +1,41 @@
+// The library as a host sees it: loaded at run time, started, and stopped again whatever happens in between.
+#pragma once
+
+#include <vxtapi/vxtapi.h>
+
+#include <functional>
+#include <string>
+
+#include "common/library_loader.h"
+
+namespace vxtctl {
+
+/// One device and where the inventory has it.
+struct CInventoryEntry {
+    vxtapi::eDeviceType eType;
+    uint32_t uIndex;
+    vxtapi::CDevice* pDevice;
+};
+
+class CHostLibrary {
+public:
+    /// Loads and starts the library; `sPath` empty: the one beside this tool. Ends the command when that fails.
+    CHostLibrary(const std::string& sPath, bool bLog);
+    CHostLibrary(const CHostLibrary&) = delete;
+    ~CHostLibrary();
+
+    /// Every device, types in ascending order, indices in ascending order within a type.
+    std::vector<CInventoryEntry> Devices() const;
+    std::vector<CInventoryEntry> Devices(vxtapi::eDeviceType eType) const;
+
+private:
+    template <class TFunction> void _Bind(TFunction*& rpFunction, const char* pszName);
+
+    vxttools::CLoadedLibrary m_Library;
+    decltype(&InitVXTAPI) m_pInit = nullptr;
+    decltype(&UnInitVXTAPI) m_pUnInit = nullptr;
+    decltype(&GetDeviceManager) m_pGetDeviceManager = nullptr;
+    std::string m_sPath;
+};
+
+}  // namespace vxtctl

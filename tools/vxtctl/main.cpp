@@ -1,0 +1,122 @@
+// vxtctl: the command-line host. Loads the library as any host does and knows nothing but its SDK.
+#include "common/command_line.h"
+#include "cpu_report.h"
+#include "cpu_set.h"
+#include "device_report.h"
+
+using namespace vxttools;
+using namespace vxtctl;
+
+namespace {
+
+constexpr const char* kExamples =
+    "  vxtctl                                  the inventory and the cores\n"
+    "  vxtctl devices --json                   every device, for a script\n"
+    "  vxtctl device board                     one kind of device\n"
+    "  vxtctl cpu 0                            everything about core 0\n"
+    "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
+    "  vxtctl cpu set --voltage 1.25 --yes     all cores, without asking\n"
+    "  vxtctl --machine k8-revf-dual cpu       a simulated PC (simulated builds)";
+
+class CControlTool {
+public:
+    CControlTool()
+        : m_CommandLine("vxtctl", "Show and tune the hardware that VXTAPI knows", kExamples,
+                        [this] { return _Overview(); }) {
+        CLI::App& rRoot = m_CommandLine.Root();
+        m_CommandLine.AddLibraryOption();
+        m_CommandLine.AddWritingOptions();
+        m_CommandLine.Add(rRoot, "devices", "List every device",
+                          "  vxtctl devices\n  vxtctl devices --csv --output devices.csv",
+                          [this] { return _Devices(); });
+        m_CommandLine
+            .Add(rRoot, "device", "Show the devices of one type", "  vxtctl device board\n  vxtctl device cpu:1",
+                 [this] { return _Device(); })
+            .add_option("TYPE[:INDEX]", m_sSelector, "Device type as in the list's first column, and which one of it")
+            ->required()
+            ->type_name("");
+        CLI::App& rCpu = m_CommandLine.Add(rRoot, "cpu", "Show the cores: identification, readings, P-states",
+                                           "  vxtctl cpu\n  vxtctl cpu 1 --json", [this] { return _Cpu(); });
+        rCpu.add_option("CORE", m_oCore, "Core number; all cores when left out")->type_name("");
+        CLI::App& rSet = m_CommandLine.Add(rCpu, "set", "Change multiplier, voltage or P-state",
+                                           "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
+                                           "  vxtctl cpu set --multiplier 14 --voltage 1.3\n"
+                                           "  vxtctl cpu set --pstate 0 --yes",
+                                           [this] { return _CpuSet(); });
+        rSet.add_option("--core", m_Request.sCore, "Which core; all of them when left out")->type_name("N|all");
+        CLI::Option* pPstate = rSet.add_option("--pstate", m_Request.oPstate, "Go to this P-state")->type_name("N");
+        rSet.add_option("--multiplier", m_Request.oMultiplier, "Core clock / reference clock")
+            ->type_name("X")
+            ->excludes(pPstate);
+        rSet.add_option("--voltage", m_Request.oVoltage, "Core voltage in volts")->type_name("V")->excludes(pPstate);
+    }
+
+    int Run(int nArguments, char** ppszArguments) { return m_CommandLine.Run(nArguments, ppszArguments); }
+
+private:
+    CHostLibrary _Start() const { return {m_CommandLine.Options().sLibrary, m_CommandLine.Options().bLog}; }
+
+    EExit _Overview() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("overview");
+        g_AddDevices(Document, Library.Devices());
+        g_AddInventoryTable(Document);
+        if (const std::vector<CInventoryEntry> Cores = Library.Devices(vxtapi::kDeviceCpu); !Cores.empty()) {
+            g_AddCores(Document, Cores);
+            g_AddCoreOverview(Document);
+        } else {
+            Document["cores"] = CJson::array();
+        }
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    EExit _Devices() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("devices");
+        Document.SetCsv("devices");
+        g_AddDevices(Document, Library.Devices());
+        g_AddInventoryTable(Document);
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    EExit _Device() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("device");
+        Document.SetCsv("devices");
+        g_AddDevices(Document, g_SelectDevices(Library, m_sSelector));
+        g_AddDeviceTables(Document);
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    EExit _Cpu() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("cpu");
+        g_AddCores(Document, g_SelectCores(Library, m_oCore));
+        g_AddCoreTables(Document);
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    EExit _CpuSet() {
+        if (!m_Request.oMultiplier && !m_Request.oVoltage && !m_Request.oPstate)
+            throw CFailure(EExit::kUsage, "cpu set: nothing to set; give --multiplier, --voltage or --pstate");
+        const CHostLibrary Library = _Start();
+        CChangePlan Plan = g_PlanCpuChanges(Library, m_Request);
+        CDocument Document = m_CommandLine.NewDocument("cpu set");
+        const EExit eExit = Plan.Run(Document, m_CommandLine.Options(), m_CommandLine.Output());
+        m_CommandLine.Output().Emit(Document);
+        return eExit;
+    }
+
+    CCommandLine m_CommandLine;
+    std::string m_sSelector;
+    std::optional<uint32_t> m_oCore;
+    CCpuRequest m_Request;
+};
+
+}  // namespace
+
+int main(int nArguments, char** ppszArguments) { return CControlTool().Run(nArguments, ppszArguments); }

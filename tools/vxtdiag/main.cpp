@@ -1,0 +1,129 @@
+// vxtdiag: what the library's exports cannot give. Works on the hardware layer directly.
+#include "acpi_report.h"
+#include "common/command_line.h"
+#include "common/console.h"
+#include "driver_session.h"
+#include "pci_report.h"
+#include "snapshot.h"
+
+using namespace vxttools;
+using namespace vxtdiag;
+
+namespace {
+
+constexpr const char* kExamples =
+    "  vxtdiag snapshot my-pc.machine          this PC as a machine file, to attach to a report\n"
+    "  vxtctl --machine my-pc.machine devices  replays it (simulated builds)\n"
+    "  vxtdiag pci                             every PCI function\n"
+    "  vxtdiag pci 00:18.3                     its configuration space\n"
+    "  vxtdiag acpi FACP                       one ACPI table\n"
+    "  vxtdiag machines                        names for --machine";
+
+class CDiagnosticTool {
+public:
+    CDiagnosticTool()
+        : m_CommandLine("vxtdiag", "Show what lies below the devices: PCI functions, ACPI tables, whole machines",
+                        kExamples,
+                        []() -> EExit { throw CFailure(EExit::kUsage, "a command is needed; try 'vxtdiag --help'"); }) {
+        CLI::App& rRoot = m_CommandLine.Root();
+        m_CommandLine
+            .Add(rRoot, "snapshot", "Write this machine as a machine file",
+                 "  vxtdiag snapshot my-pc.machine\n  vxtdiag snapshot > my-pc.machine", [this] { return _Snapshot(); })
+            .add_option("FILE", m_sFile, "Machine file to write; standard output when left out")
+            ->type_name("");
+        m_CommandLine
+            .Add(rRoot, "acpi", "List the ACPI tables, or dump one", "  vxtdiag acpi\n  vxtdiag acpi MCFG --json",
+                 [this] { return _Acpi(); })
+            .add_option("SIGNATURE", m_sSignature, "Table to dump")
+            ->type_name("");
+        m_CommandLine
+            .Add(rRoot, "pci", "List the PCI functions, or dump one", "  vxtdiag pci\n  vxtdiag pci 00:18.3",
+                 [this] { return _Pci(); })
+            .add_option("ADDRESS", m_sAddress, "Function to dump, as bus:device.function in hexadecimal")
+            ->type_name("");
+        m_CommandLine.Add(rRoot, "machines", "List the simulated PCs built in", "  vxtdiag machines",
+                          [this] { return _Machines(); });
+    }
+
+    int Run(int nArguments, char** ppszArguments) { return m_CommandLine.Run(nArguments, ppszArguments); }
+
+private:
+    EExit _Snapshot() {
+        const CDriverSession Session(m_CommandLine.Options());
+        const CSnapshot Snapshot = g_TakeSnapshot();
+        const std::string sText = vxtsim::g_FormatMachine(Snapshot.Machine);
+        vxtsim::CMachineDescription ReadBack;
+        std::string sError;
+        if (!vxtsim::g_ParseMachine(sText, "snapshot", ReadBack, sError) || ReadBack != Snapshot.Machine)
+            throw CFailure(EExit::kFailed, "this machine does not fit into a machine file: " + sError);
+        for (const std::string& rsFinding : Snapshot.Findings) m_CommandLine.Output().Note(rsFinding);
+        if (!m_sFile.empty()) g_WriteFile(g_Path(m_sFile), m_sFile, sText);
+
+        const vxtsim::CMachineDescription& rMachine = Snapshot.Machine;
+        CDocument Document = m_CommandLine.NewDocument("snapshot");
+        CQuantity Reference{"/machine/reference_clock", "Reference clock", "MHz"};
+        Reference.Judge(rMachine.dReferenceMHz, {1, 2'000});
+        Document["file"] = m_sFile.empty() ? CJson(nullptr) : CJson(m_sFile);
+        Document["name"] = rMachine.sName;
+        Document["cores"] = rMachine.uCores;
+        Document["reference_clock"] = Reference.ToJson();
+        Document["cpuid_leaves"] = rMachine.Cpuid.size();
+        Document["msrs"] = rMachine.Msr.size();
+        Document["pci_functions"] = rMachine.Pci.size();
+        Document["acpi_tables"] = rMachine.Acpi.size();
+        Document["memory_modules"] = rMachine.Smbus.size();
+        Document["findings"] = Snapshot.Findings;
+        Document["text"] = m_sFile.empty() ? CJson(sText) : CJson(nullptr);
+        CTextTable Table{m_sFile, {"", ""}};
+        for (const char* pszKey : {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions",
+                                   "acpi_tables", "memory_modules"})
+            Table.Rows.push_back({"  " + std::string(pszKey), g_Cell(Document[pszKey], true)});
+        if (m_sFile.empty())
+            Document.SetText(sText);
+        else
+            Document.AddTable(std::move(Table));
+        m_CommandLine.Output().Emit(Document);
+        return Snapshot.Findings.empty() ? EExit::kDone : EExit::kFindings;
+    }
+
+    EExit _Acpi() {
+        const CDriverSession Session(m_CommandLine.Options());
+        CDocument Document = m_CommandLine.NewDocument("acpi");
+        g_AddAcpiTables(Document, m_sSignature);
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    EExit _Pci() {
+        const CDriverSession Session(m_CommandLine.Options());
+        CDocument Document = m_CommandLine.NewDocument("pci");
+        g_AddPciFunctions(Document, m_sAddress);
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    EExit _Machines() {
+        CDocument Document = m_CommandLine.NewDocument("machines");
+        Document.SetCsv("machines");
+        CJson& rMachines = Document["machines"] = CJson::array();
+        CTextTable Table{"", {"Name", ">Cores", "Machine"}};
+        for (const std::string& rsName : vxtsim::g_MachineNames()) {
+            vxtsim::CMachineDescription Machine;
+            std::string sError;
+            if (!vxtsim::g_LoadMachine(rsName, Machine, sError)) throw CFailure(EExit::kFailed, sError);
+            rMachines.push_back(
+                {{"id", "/machine/" + rsName}, {"name", rsName}, {"cores", Machine.uCores}, {"title", Machine.sName}});
+            Table.Rows.push_back({rsName, std::to_string(Machine.uCores), Machine.sName});
+        }
+        Document.AddTable(std::move(Table));
+        m_CommandLine.Output().Emit(Document);
+        return EExit::kDone;
+    }
+
+    CCommandLine m_CommandLine;
+    std::string m_sFile, m_sSignature, m_sAddress;
+};
+
+}  // namespace
+
+int main(int nArguments, char** ppszArguments) { return CDiagnosticTool().Run(nArguments, ppszArguments); }
