@@ -68,7 +68,8 @@ struct CSimMachine::CState {
         for (const auto& [sSignature, Table] : rDescription.Acpi) {
             if (sSignature == "APIC" && Table.size() >= 40) ullApicBase = g_AcpiNumber(Table, 36, 4);
             for (size_t uEntry = 44; sSignature == "MCFG" && uEntry + 12 <= Table.size(); uEntry += 16)
-                Ecam.push_back({g_AcpiNumber(Table, uEntry, 8), Table[uEntry + 10], Table[uEntry + 11]});
+                if (const uint64_t ullBase = g_AcpiNumber(Table, uEntry, 8))  // a window at 0 would hide the memory there
+                    Ecam.push_back({ullBase, Table[uEntry + 10], Table[uEntry + 11]});
         }
         // The processor's own functions of this family answer configuration cycles only, never memory accesses.
         const auto it = rDescription.Cpuid.find({1, 0});

@@ -6,7 +6,10 @@
 #include <vxtapi/cpu.h>
 #include <vxtapi/device.h>
 #include <vxtapi/device_manager.h>
+#include <vxtapi/ht_link.h>
 #include <vxtapi/log.h>
+#include <vxtapi/memory_controller.h>
+#include <vxtapi/north_bridge.h>
 #include <vxtapi/performance_control.h>
 #include <vxtapi/profile_settings.h>
 
@@ -15,6 +18,8 @@ extern "C" {
 /// Starts the library: driver (installed when it is not running), firmware connections, device inventory.
 /// `bEnableLog` opens "./Logs/VXTAPI/<date>/..." and writes every level; otherwise the log stays silent.
 /// False when a required step failed; call UnInitVXTAPI in any case. Call start-up and shut-down from one thread.
+/// One start per load is the rule: a second one in the same process finds the firmware's tables already read, drops them
+/// and goes on without processors' timers (no CPU devices) and without memory-mapped configuration space.
 /// On Windows the process needs administrator rights and, beside its executable, "qor64\VXTDriver.sys"
 /// ("i386\VXTDriver.sys" on 32-bit systems).
 bool InitVXTAPI(bool bEnableLog);

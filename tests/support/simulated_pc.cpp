@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "api/log/log.h"
@@ -14,6 +13,20 @@ namespace vxttest {
 
 namespace fs = std::filesystem;
 using namespace vxt::platform::simulated;
+
+namespace {
+
+/// "MMDD-HHMMSS<LEVEL>: TEXT at line 12 in F" -> "LEVEL TEXT at line # in F".
+std::string g_Normalized(const std::string& sLine) {
+    const size_t uLevel = sLine.find('<') + 1, uLevelEnd = sLine.find(">: ");
+    std::string sResult = sLine.substr(uLevel, uLevelEnd - uLevel) + ' ' + sLine.substr(uLevelEnd + 3);
+    constexpr std::string_view kBefore = ") at line ";
+    if (const size_t uNumber = sResult.find(kBefore) + kBefore.size(); uNumber >= kBefore.size() && uNumber < sResult.size())
+        sResult.replace(uNumber, sResult.find(' ', uNumber) - uNumber, "#");
+    return sResult;
+}
+
+}  // namespace
 
 CLogCapture::CLogCapture() : m_sOldFolder(fs::current_path()) {
     std::string sPattern = (fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) / "vxt-XXXXXX";
@@ -29,7 +42,6 @@ CLogCapture::~CLogCapture() {
 }
 
 Lines CLogCapture::Take() {
-    static const std::regex s_Stamp(R"(^\d{4}-\d{6}<(\d+)>: )"), s_Line(R"(at line \d+ in)");
     std::vector<fs::path> Files;
     if (fs::exists("Logs"))
         for (const auto& rEntry : fs::recursive_directory_iterator("Logs"))
@@ -43,7 +55,7 @@ Lines CLogCapture::Take() {
         // A log opened again within the second starts the same file anew.
         std::istringstream New(sAll.starts_with(rsOld) ? sAll.substr(rsOld.size()) : sAll);
         for (std::string sLine; std::getline(New, sLine);)
-            Result.push_back(std::regex_replace(std::regex_replace(sLine, s_Stamp, "$1 "), s_Line, "at line # in"));
+            Result.push_back(g_Normalized(sLine));
         rsOld = sAll;
     }
     return Result;

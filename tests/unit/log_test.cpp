@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 
 #include "api/log/log_checks.h"
 #include "support/simulated_pc.h"
@@ -13,6 +12,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::MatchesRegex;
 using vxt::CLog;
 using vxttest::Lines;
 
@@ -57,10 +57,13 @@ TEST_F(CLogTest, FilesAreNamedAfterLogDayAndLineCounterAndHoldStampedLines) {
     const std::vector<fs::path> Files = LogFiles();
     ASSERT_EQ(Files.size(), 3u);
     for (size_t i = 0; i < Files.size(); ++i) {
-        const std::regex Name(R"(Logs/T/(\d{4}_\d\d_\d\d)/T_\1_\d\d_\d\d_\d\d_00000)" + std::to_string(3 * i) + R"(\.log)");
-        EXPECT_TRUE(std::regex_match(Files[i].string(), Name)) << Files[i];
+        const std::string sDay = Files[i].parent_path().filename();
+        EXPECT_THAT(sDay, MatchesRegex("[0-9]{4}_[0-9]{2}_[0-9]{2}"));
+        EXPECT_EQ(Files[i].parent_path().parent_path(), "Logs/T");
+        EXPECT_THAT(Files[i].filename().string(),
+                    MatchesRegex("T_" + sDay + "_[0-9]{2}_[0-9]{2}_[0-9]{2}_00000" + std::to_string(3 * i) + "\\.log"));
     }
-    EXPECT_TRUE(std::regex_match(ReadAll(Files[2]), std::regex("\\d{4}-\\d{6}<4>: line 6 of seven\n"))) << ReadAll(Files[2]);
+    EXPECT_THAT(ReadAll(Files[2]), MatchesRegex("[0-9]{4}-[0-9]{6}<4>: line 6 of seven\n"));
 }
 
 TEST_F(CLogTest, ZeroLinesPerFileMeansOneFile) {
