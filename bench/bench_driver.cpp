@@ -101,8 +101,8 @@ void BareControlCall(benchmark::State& rState) {
     vxt::protocol::CMsrBlock Block{kStatusMsr, 0, 0};
     uint32_t uReturned = 0;
     for (auto _ : rState)
-        benchmark::DoNotOptimize(vxt::platform::ControlDriver(hDriver, vxt::protocol::kReadMsr, &Block, sizeof(Block), &Block,
-                                                              sizeof(Block), uReturned));
+        benchmark::DoNotOptimize(vxt::platform::ControlDriver(hDriver, vxt::protocol::kReadMsr, &Block, sizeof(Block),
+                                                              &Block, sizeof(Block), uReturned));
 }
 BENCHMARK(BareControlCall);
 

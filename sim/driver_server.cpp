@@ -77,30 +77,30 @@ struct CDriverServer::CRequest {
 /// many data bytes as their 32-bit length field says.
 struct CDriverServer::CRow {
     uint32_t uCode;
+    bool bAnswers;  ///< the block comes back; otherwise nothing does
     size_t uBlock;
     size_t uLength;  ///< offset of the length field; 0: the block has one size
-    bool bAnswers;   ///< the block comes back; otherwise nothing does
     CControlReply (CDriverServer::*pServe)(CRequest& rRequest);
 };
 
 const CDriverServer::CRow CDriverServer::s_aRows[] = {
-    {0x81112EE0, 12, 0, true, &CDriverServer::_ReadMsr},
-    {0x81112EE4, 12, 0, false, &CDriverServer::_WriteMsr},
-    {0x81112EE8, 8, 0, true, &CDriverServer::_ReadPort},
-    {0x81112EEC, 8, 0, false, &CDriverServer::_WritePort},
-    {0x81112EF0, Map::kBlock, 0, true, &CDriverServer::_Map},
-    {0x81112EF4, Map::kBlock, 0, false, &CDriverServer::_Unmap},
-    {0x81112EF4, Map::kGivenBackAtOnce, 0, false, &CDriverServer::_Unmap},
-    {0x81112EF4, Allocate::kBlock, 0, false, &CDriverServer::_Unmap},
-    {0x81112EF8, Pci::kHeader, Pci::kLength, true, &CDriverServer::_ReadPci},
-    {0x81112EFC, Pci::kHeader, Pci::kLength, false, &CDriverServer::_WritePci},
-    {0x81112F00, Pci::kHeader, Pci::kLength, true, &CDriverServer::_ReadPci},
-    {0x81112F04, Pci::kHeader, Pci::kLength, false, &CDriverServer::_WritePci},
-    {0x81112F08, Memory::kHeader, Memory::kLength, true, &CDriverServer::_ReadMemory},
-    {0x81112F0C, Memory::kHeader, Memory::kLength, false, &CDriverServer::_WriteMemory},
-    {0x81112F10, Allocate::kBlock, 0, true, &CDriverServer::_Allocate},
-    {0x81112F14, Allocate::kBlock, 0, false, &CDriverServer::_Free},
-    {0x81112F18, Enumerate::kBlock, 0, true, &CDriverServer::_Enumerate},
+    {0x81112EE0, true, 12, 0, &CDriverServer::_ReadMsr},
+    {0x81112EE4, false, 12, 0, &CDriverServer::_WriteMsr},
+    {0x81112EE8, true, 8, 0, &CDriverServer::_ReadPort},
+    {0x81112EEC, false, 8, 0, &CDriverServer::_WritePort},
+    {0x81112EF0, true, Map::kBlock, 0, &CDriverServer::_Map},
+    {0x81112EF4, false, Map::kBlock, 0, &CDriverServer::_Unmap},
+    {0x81112EF4, false, Map::kGivenBackAtOnce, 0, &CDriverServer::_Unmap},
+    {0x81112EF4, false, Allocate::kBlock, 0, &CDriverServer::_Unmap},
+    {0x81112EF8, true, Pci::kHeader, Pci::kLength, &CDriverServer::_ReadPci},
+    {0x81112EFC, false, Pci::kHeader, Pci::kLength, &CDriverServer::_WritePci},
+    {0x81112F00, true, Pci::kHeader, Pci::kLength, &CDriverServer::_ReadPci},
+    {0x81112F04, false, Pci::kHeader, Pci::kLength, &CDriverServer::_WritePci},
+    {0x81112F08, true, Memory::kHeader, Memory::kLength, &CDriverServer::_ReadMemory},
+    {0x81112F0C, false, Memory::kHeader, Memory::kLength, &CDriverServer::_WriteMemory},
+    {0x81112F10, true, Allocate::kBlock, 0, &CDriverServer::_Allocate},
+    {0x81112F14, false, Allocate::kBlock, 0, &CDriverServer::_Free},
+    {0x81112F18, true, Enumerate::kBlock, 0, &CDriverServer::_Enumerate},
 };
 
 CControlReply CDriverServer::Control(uint32_t uCode, uint32_t uCore, std::span<const uint8_t> In,

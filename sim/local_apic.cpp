@@ -15,7 +15,6 @@ uint32_t CLocalApic::Read(uint32_t uOffset, uint64_t ullNow) const {
 }
 
 void CLocalApic::Write(uint32_t uOffset, uint32_t uValue, uint64_t ullNow) {
-    if (uOffset == kCurrentCount) return;  // read only
     if (uOffset == kInitialCount || uOffset == kDivide || uOffset == kTimerLvt) {
         m_uCount = uOffset == kInitialCount ? uValue : _Count(ullNow);  // counts on from here at the new pace
         m_ullSince = ullNow;

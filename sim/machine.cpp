@@ -68,7 +68,8 @@ struct CSimMachine::CState {
         for (const auto& [sSignature, Table] : rDescription.Acpi) {
             if (sSignature == "APIC" && Table.size() >= 40) ullApicBase = g_AcpiNumber(Table, 36, 4);
             for (size_t uEntry = 44; sSignature == "MCFG" && uEntry + 12 <= Table.size(); uEntry += 16)
-                if (const uint64_t ullBase = g_AcpiNumber(Table, uEntry, 8))  // a window at 0 would hide the memory there
+                // A window at 0 would hide the memory there.
+                if (const uint64_t ullBase = g_AcpiNumber(Table, uEntry, 8))
                     Ecam.push_back({ullBase, Table[uEntry + 10], Table[uEntry + 11]});
         }
         // The processor's own functions of this family answer configuration cycles only, never memory accesses.
@@ -138,7 +139,6 @@ CCpuidResult CSimMachine::Cpuid(uint32_t uCore, uint32_t uLeaf, uint32_t uSublea
 }
 
 // --- model-specific registers
-// -----------------------------------------------------------------------------------------
 
 bool CSimMachine::ReadMsr(uint32_t uCore, uint32_t uIndex, uint64_t& rullValue) {
     const std::lock_guard Lock(m_Lock);
@@ -183,7 +183,6 @@ void CSimMachine::SetMsrReadOnly(uint32_t uIndex) {
 }
 
 // --- ports
-// ------------------------------------------------------------------------------------------------------------
 
 uint32_t CSimMachine::ReadPort(uint16_t usPort, uint32_t uWidth) {
     const std::lock_guard Lock(m_Lock);
@@ -211,7 +210,6 @@ void CSimMachine::WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) {
 }
 
 // --- PCI configuration space
-// ------------------------------------------------------------------------------------------
 
 void CSimMachine::ReadPci(CPciAddress Address, uint32_t uOffset, std::span<uint8_t> Data) {
     const std::lock_guard Lock(m_Lock);
@@ -268,7 +266,6 @@ void CSimMachine::RemovePci(CPciAddress Address) {
 }
 
 // --- physical memory
-// --------------------------------------------------------------------------------------------------
 
 void CSimMachine::ReadMemory(uint64_t ullAddress, std::span<uint8_t> Data) {
     const std::lock_guard Lock(m_Lock);
@@ -329,7 +326,6 @@ uint64_t CSimMachine::AcpiAddress(std::string_view sSignature) const {
 }
 
 // --- mappings
-// ---------------------------------------------------------------------------------------------------------
 
 uint64_t CSimMachine::Map(uint64_t ullPhysical, uint32_t uSize, uint64_t& rullHandle) {
     const std::lock_guard Lock(m_Lock);
@@ -396,7 +392,6 @@ void CSimMachine::SetMappingProvider(CMappingProvider* pProvider) {
 }
 
 // --- virtual time
-// -----------------------------------------------------------------------------------------------------
 
 uint64_t CSimMachine::Now() const {
     const std::lock_guard Lock(m_Lock);

@@ -53,7 +53,7 @@ public:
     /// Unknown leaves answer zero, as the hardware does.
     CCpuidResult Cpuid(uint32_t uCore, uint32_t uLeaf, uint32_t uSubleaf = 0) const;
 
-    // --- what the driver reaches; false is an access the hardware refuses -------------------------------------------
+    // --- what the driver reaches; false is an access the hardware refuses
     bool ReadMsr(uint32_t uCore, uint32_t uIndex, uint64_t& rullValue);  ///< false: unknown MSR (general protection)
     bool WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue);
     uint32_t ReadPort(uint16_t usPort, uint32_t uWidth);  ///< unclaimed ports read all ones
@@ -68,19 +68,16 @@ public:
     bool Unmap(uint64_t ullHandle);
 
     // --- mapped registers of a native client
-    // --------------------------------------------------------------------------
     uint32_t ReadMapped(uint64_t ullAddress);
     void WriteMapped(uint64_t ullAddress, uint32_t uValue);
     size_t MappingCount() const;
     void SetMappingProvider(CMappingProvider* pProvider);
 
     // --- virtual time
-    // -------------------------------------------------------------------------------------------------
     uint64_t Now() const;  ///< ns since power-on
     void Advance(uint64_t ullNanoseconds);
 
     // --- the workbench: plain state behind the models, for tests and tools
-    // ---------------------------------------------
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist
     bool HasMsr(uint32_t uCore, uint32_t uIndex) const;
     void RemoveMsr(uint32_t uCore, uint32_t uIndex);

@@ -1,6 +1,7 @@
 #include "machine_file.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -20,6 +21,7 @@ constexpr size_t kPciBytes = 256, kExtendedPciBytes = 4096, kSmbusBytes = 256;
 constexpr size_t kDumpLine = 16;
 constexpr size_t kTableChecksum = 9;  ///< of an ACPI table: the whole sums up to zero
 constexpr uint32_t kMillion = 1'000'000;
+constexpr uint32_t kMaximumDramIndex = 0x3FFFFFFF;  // 30 bits
 
 constexpr std::string_view kBlanks = " \t\r";
 
@@ -101,7 +103,7 @@ private:
         bool (CMachineParser::*pOpen)(std::string_view sArgument);
         bool (CMachineParser::*pLine)(std::string_view sLine);
     };
-    static const CSection s_aSections[9];
+    static const CSection s_aSections[10];
 
     bool _Fail(const std::string& sExpected, std::string_view sFound) {
         std::string sShown(g_Trim(sFound.substr(0, 40)));
@@ -260,6 +262,20 @@ private:
         return bNew || _Fail("each register once", std::string(sKey) + " again");
     }
 
+    bool _DramDataLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(_WithoutComment(sLine), sKey, sValue)) return false;
+        const size_t uPoint = std::min(sKey.find('.'), sKey.size());
+        const auto Pair = g_Hex(sKey.substr(0, uPoint), 1), Value = g_Hex(g_Trim(sValue), 8);
+        const auto Index = g_Hex(sKey.substr(std::min(uPoint + 1, sKey.size())), 8);
+        if (!Pair || *Pair > 1 || !Index || *Index > kMaximumDramIndex)
+            return _Fail("a register like 0.00 or 1.13", sKey);
+        if (!Value) return _Fail("a value of up to 8 digits", sValue);
+        const std::pair Key(static_cast<uint32_t>(*Pair), static_cast<uint32_t>(*Index));
+        return m_rMachine.DramData.try_emplace(Key, static_cast<uint32_t>(*Value)).second ||
+               _Fail("each register once", std::string(sKey) + " again");
+    }
+
     bool _PortLine(std::string_view sLine) {
         std::string_view sKey, sValue;
         if (!_Split(_WithoutComment(sLine), sKey, sValue)) return false;
@@ -353,13 +369,14 @@ private:
     size_t m_uData = 0;  ///< bytes of all dumps
 };
 
-const CMachineParser::CSection CMachineParser::s_aSections[9] = {
+const CMachineParser::CSection CMachineParser::s_aSections[10] = {
     {"machine", "[machine]", &CMachineParser::_OpenMachine, &CMachineParser::_MachineLine},
     {"cpuid", "[cpuid]", &CMachineParser::_OpenPlain, &CMachineParser::_CpuidLine},
     {"msr", "[msr] or [msr core N]", &CMachineParser::_OpenMsr, &CMachineParser::_MsrLine},
     {"pci", "[pci BUS:DEVICE.FUNCTION]", &CMachineParser::_OpenPci, &CMachineParser::_DumpLine},
     {"memory", "[memory ADDRESS]", &CMachineParser::_OpenMemory, &CMachineParser::_DumpLine},
     {"acpi", "[acpi SIGNATURE] of four letters or digits", &CMachineParser::_OpenAcpi, &CMachineParser::_AcpiLine},
+    {"dram_data", "[dram_data]", &CMachineParser::_OpenPlain, &CMachineParser::_DramDataLine},
     {"ports", "[ports]", &CMachineParser::_OpenPlain, &CMachineParser::_PortLine},
     {"smbus", "[smbus ADDRESS] from 00 to 7F", &CMachineParser::_OpenSmbus, &CMachineParser::_DumpLine},
     {"registry", "[registry]", &CMachineParser::_OpenPlain, &CMachineParser::_RegistryLine},
@@ -412,7 +429,7 @@ bool g_ParseMachine(std::string_view sText, const std::string& sFile, CMachineDe
 
 std::string g_FormatMachine(const CMachineDescription& rMachine) {
     CMachineWriter Writer;
-    const uint64_t ullClock = static_cast<uint64_t>(rMachine.dReferenceMHz * kMillion + 0.5);
+    const uint64_t ullClock = static_cast<uint64_t>(std::llround(rMachine.dReferenceMHz * kMillion));
     Writer.Print("[machine]\n");
     Writer.Line("name", rMachine.sName);
     Writer.Print("cores = %u\nreference_clock = %u.%06u\n", rMachine.uCores, static_cast<uint32_t>(ullClock / kMillion),
@@ -443,6 +460,9 @@ std::string g_FormatMachine(const CMachineDescription& rMachine) {
         Writer.Print("\n[acpi %s]\n", sSignature.c_str());
         Writer.Dump(rData);
     }
+    if (!rMachine.DramData.empty()) Writer.Print("\n[dram_data]\n");
+    for (const auto& [Key, uValue] : rMachine.DramData)
+        Writer.Print("%X.%02X = %08X\n", Key.first, Key.second, uValue);
     if (!rMachine.Ports.empty()) Writer.Print("\n[ports]\n");
     for (const auto& [usPort, ucValue] : rMachine.Ports) Writer.Print("%04X = %02X\n", usPort, ucValue);
     for (const auto& [ucAddress, rData] : rMachine.Smbus) {

@@ -7,9 +7,11 @@
 //   [pci 00:18.3]           dump lines as `lspci -xxxx` prints them; lines left out are zero
 //   [memory 000E0000]       dump lines; offsets count from the address
 //   [acpi APIC]             dump lines of one table; `checksum = complete` makes its sum right
+//   [dram_data]             pair.index = value: what lies behind the DRAM controller's index registers; pair 0 is the one
+//                           at 98h, 1 the one at 198h
 //   [ports]                 port = byte ...: plain readable and writable ports
 //   [smbus 50]              dump lines of the device at this 7-bit address
-//   [registry]              key\path!value = dword:00000001 or sz:text
+//   [registry]              HKCU\path!value = dword:00000001 or sz:text
 //
 // Numbers are hexadecimal except cores and reference_clock. A dump line is `offset: byte byte ...`; without an offset
 // it goes on where the last one ended.
@@ -27,7 +29,7 @@ namespace vxtsim {
 
 struct CPciAddress {
     uint8_t ucBus, ucDevice, ucFunction;
-    auto operator<=>(const CPciAddress&) const = default;
+    auto operator<=>(const CPciAddress&) const = default;  // NOLINT(modernize-use-nullptr): takes 0 for a pointer
 };
 
 struct CCpuidResult {
@@ -43,6 +45,7 @@ struct CMachineDescription {
     std::map<std::pair<uint32_t, uint32_t>, CCpuidResult> Cpuid;     ///< by leaf and subleaf
     std::map<std::pair<uint32_t, uint32_t>, uint64_t> Msr;           ///< by core (or kAllCores) and index
     std::map<CPciAddress, std::vector<uint8_t>> Pci;                 ///< 256 or 4096 bytes each
+    std::map<std::pair<uint32_t, uint32_t>, uint32_t> DramData;      ///< by pair and index
     std::map<uint64_t, std::vector<uint8_t>> Memory;                 ///< by physical address
     std::vector<std::pair<std::string, std::vector<uint8_t>>> Acpi;  ///< signature and table, in file order
     std::map<uint16_t, uint8_t> Ports;                               ///< plain readable and writable ports

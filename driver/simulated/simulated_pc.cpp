@@ -6,6 +6,8 @@
 #include <array>
 #include <bit>
 
+#include "src/hw/driver_protocol.h"
+
 // Documented in the driver kit only; these live in ntdll and are callable from both sides.
 extern "C" NTSTATUS NTAPI NtMapViewOfSection(HANDLE hSection, HANDLE hProcess, void** ppAddress, ULONG_PTR uZeroBits,
                                              SIZE_T uCommit, LARGE_INTEGER* pOffset, SIZE_T* puSize, int nInherit,
@@ -19,7 +21,8 @@ namespace {
 constexpr const char* kDefaultMachine = "family10h-ddr3";
 constexpr uint32_t kPageSize = 4096;
 constexpr ULONG_PTR kBelow2GiB = 0x7FFFFFFF;  ///< as "zero bits": the mask of usable address bits
-constexpr int kViewUnmap = 2;                 ///< children do not inherit the view
+constexpr uint64_t kFirstHighAddress = 0x1000000000, kAddressStep = 0x10000;  ///< the system's granularity
+constexpr int kViewUnmap = 2;                                                 ///< children do not inherit the view
 
 struct CHandleCloser {
     void operator()(HANDLE hObject) const { CloseHandle(hObject); }
@@ -30,16 +33,17 @@ struct CViewCloser {
 };
 using CView = std::unique_ptr<void, CViewCloser>;
 
-/// A view of a section inside another process.
+/// A view of a section inside another process: below 2 GiB in a 32-bit one, above 4 GiB in a 64-bit one, where a host
+/// that keeps half an address shall notice.
 class CClientView {
 public:
-    CClientView(CHandle hProcess, HANDLE hSection) : m_hProcess(std::move(hProcess)) {
+    CClientView(CHandle hProcess, HANDLE hSection, uint64_t ullNumber) : m_hProcess(std::move(hProcess)) {
         BOOL bIsWow64 = FALSE;
         if (!m_hProcess || !IsWow64Process(m_hProcess.get(), &bIsWow64)) return;
-        SIZE_T uSize = 0;  // the whole section
-        if (!NT_SUCCESS(NtMapViewOfSection(hSection, m_hProcess.get(), &m_pAddress, bIsWow64 ? kBelow2GiB : 0, 0,
-                                           nullptr, &uSize, kViewUnmap, 0, PAGE_READWRITE)))
-            m_pAddress = nullptr;
+        const uint64_t ullWanted = kFirstHighAddress + ullNumber * kAddressStep;
+        const bool bMapped =
+            bIsWow64 ? _Map(hSection, 0, kBelow2GiB) : _Map(hSection, ullWanted, 0) || _Map(hSection, 0, 0);
+        if (!bMapped) m_pAddress = nullptr;
     }
     CClientView(CClientView&& rOther) noexcept
         : m_hProcess(std::move(rOther.m_hProcess)), m_pAddress(std::exchange(rOther.m_pAddress, nullptr)) {}
@@ -49,6 +53,13 @@ public:
     uint64_t Address() const { return reinterpret_cast<uintptr_t>(m_pAddress); }
 
 private:
+    bool _Map(HANDLE hSection, uint64_t ullWanted, ULONG_PTR uZeroBits) {
+        m_pAddress = reinterpret_cast<void*>(ullWanted);  // 0: anywhere
+        SIZE_T uSize = 0;                                 // the whole section
+        return NT_SUCCESS(NtMapViewOfSection(hSection, m_hProcess.get(), &m_pAddress, uZeroBits, 0, nullptr, &uSize,
+                                             kViewUnmap, 0, PAGE_READWRITE));
+    }
+
     CHandle m_hProcess;
     void* m_pAddress = nullptr;
 };
@@ -102,7 +113,7 @@ uint64_t CClientMappings::Map(uint64_t ullPhysical, uint32_t uSize, uint32_t*& r
     const auto pRegisters = _FindRegisters(ullPhysical, uSize);
     if (!pRegisters->pView) return 0;
     CHandle hProcess(OpenProcess(PROCESS_VM_OPERATION | PROCESS_QUERY_INFORMATION, FALSE, m_Client.uProcess));
-    CClientView ClientView(std::move(hProcess), pRegisters->hSection.get());
+    CClientView ClientView(std::move(hProcess), pRegisters->hSection.get(), m_ullNextHandle);
     if (!ClientView.Address()) return 0;
 
     rpBacking = reinterpret_cast<uint32_t*>(static_cast<uint8_t*>(pRegisters->pView.get()) + pRegisters->uOffset);
@@ -136,7 +147,10 @@ vxtsim::CControlReply CSimulatedPc::Control(const CClient& rClient, uint32_t uCo
                                             std::span<uint8_t> Out) {
     const std::lock_guard Guard(m_Lock);
     m_Mappings.SetClient(rClient);
-    return m_Server.Control(uCode, g_CoreOfThread(rClient.uThread), In, Out);
+    m_Machine.Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
+    // Asking Windows for the core costs as much as the request itself, and only these two are for one core.
+    const bool bForOneCore = uCode == vxt::protocol::kReadMsr || uCode == vxt::protocol::kWriteMsr;
+    return m_Server.Control(uCode, bForOneCore ? g_CoreOfThread(rClient.uThread) : 0, In, Out);
 }
 
 void CSimulatedPc::Close(const void* pFile) {

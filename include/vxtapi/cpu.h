@@ -25,18 +25,18 @@ struct CPstate {
 /// One processor core: device type 0, index = core number. Operations in slots 10 to 52.
 ///
 /// Failures: getters return 0, setters false; the log tells why. A family that lacks an operation answers the same way.
-/// Threads: on families 10h and 11h every operation that touches hardware pins the calling thread to its core and
-/// leaves it pinned: call them from a thread of your own if that matters. Setting a multiplier or voltage may block:
+/// Threads: every operation that touches a core's registers pins the calling thread to that core and leaves it pinned:
+/// call them from a thread of your own if that matters. Setting a multiplier or voltage may block:
 /// about one second at most per step on family 10h; on K8 revision F there is NO limit (the core is polled until its
 /// transition ends), so never call those setters from a thread that has to stay responsive.
 class CCPU : public CDevice {
 public:
     // CPUID function 1 EAX, as the hardware gives them (base and extended parts are not added).
-    virtual uint32_t GetFamily() = 0;           ///< slot 10: bits 11:8
-    virtual uint32_t GetExtendedFamily() = 0;   ///< slot 11: bits 27:20
-    virtual uint32_t GetModelNumber() = 0;      ///< slot 12: bits 7:4
-    virtual uint32_t GetExtendedModel() = 0;    ///< slot 13: bits 19:16
-    virtual uint32_t GetStepping() = 0;         ///< slot 14: bits 3:0
+    virtual uint32_t GetFamily() = 0;          ///< slot 10: bits 11:8
+    virtual uint32_t GetExtendedFamily() = 0;  ///< slot 11: bits 27:20
+    virtual uint32_t GetModelNumber() = 0;     ///< slot 12: bits 7:4
+    virtual uint32_t GetExtendedModel() = 0;   ///< slot 13: bits 19:16
+    virtual uint32_t GetStepping() = 0;        ///< slot 14: bits 3:0
     virtual uint32_t Reserved15() = 0;
     virtual uint32_t Reserved16() = 0;
     virtual uint32_t Reserved17() = 0;
@@ -46,11 +46,11 @@ public:
     virtual uint32_t Reserved20() = 0;
     /// Slot 21: percent busy since the previous call on this core; the first call has no earlier reading to compare.
     virtual double GetCurrentUsage() = 0;
-    virtual double GetCurrentVoltage() = 0;     ///< slot 22: V
-    virtual double GetStartVoltage() = 0;       ///< slot 23: V after reset
+    virtual double GetCurrentVoltage() = 0;  ///< slot 22: V
+    virtual double GetStartVoltage() = 0;    ///< slot 23: V after reset
     virtual uint32_t Reserved24() = 0;
     virtual uint32_t Reserved25() = 0;
-    virtual double GetMaxRampVoltage() = 0;     ///< slot 26: V
+    virtual double GetMaxRampVoltage() = 0;  ///< slot 26: V
     /// Slot 27: requests a core voltage in V. A value that is not in the family's table changes nothing and is not an
     /// error: read back to learn what the hardware took.
     virtual bool SetCurrentVoltage(double dVoltage) = 0;
@@ -61,7 +61,7 @@ public:
     virtual bool SetCurrentMultiplier(double dMultiplier) = 0;
     virtual double GetCurrentNBMultiplier() = 0;  ///< slot 32: north-bridge clock / reference clock (family 10h)
     virtual uint32_t Reserved33() = 0;
-    virtual double GetCurrentNBVoltage() = 0;     ///< slot 34: V (family 10h)
+    virtual double GetCurrentNBVoltage() = 0;  ///< slot 34: V (family 10h)
     virtual uint32_t Reserved35() = 0;
     virtual uint32_t Reserved36() = 0;
     virtual uint32_t Reserved37() = 0;
@@ -72,19 +72,20 @@ public:
     virtual const void* GetThermTrip() = 0;
     /// Slot 41: reads P-state definition `uPstate`, 0 to GetMaxPstate.
     virtual bool GetPstate(uint32_t uPstate, CPstate* pPstate) = 0;
-    /// Slot 42: writes the FID, DID and VID fields of definition `uPstate`; derived fields of the record are ignored.
+    /// Slot 42: writes the stored fields (FID, DID, VID, NB DID, NB VID, Idd divisor, enable bit) of definition `uPstate`;
+    /// false before any write when one does not fit its bits. Clocks, voltages and the flag at the end are ignored.
     virtual bool SetPstate(uint32_t uPstate, const CPstate* pPstate) = 0;
-    virtual uint32_t GetCurPstate() = 0;          ///< slot 43: 0xFFFFFFFF on failure
+    virtual uint32_t GetCurPstate() = 0;              ///< slot 43: 0xFFFFFFFF on failure
     virtual bool SetCurPstate(uint32_t uPstate) = 0;  ///< slot 44
-    virtual uint32_t GetMaxPstate() = 0;          ///< slot 45: highest P-state number
+    virtual uint32_t GetMaxPstate() = 0;              ///< slot 45: highest P-state number
     /// Slot 46: false into both where the family has no such switch.
     virtual bool GetBoostState(bool* pbSupported, bool* pbEnabled) = 0;
     virtual bool SetBoostState(bool bFirst, bool bSecond) = 0;  ///< slot 47
-    virtual bool IsMultiplierLimited() = 0;       ///< slot 48: the rated maximum multiplier is a real limit
-    virtual bool GetSecondCapability() = 0;       ///< slot 49
+    virtual bool IsMultiplierLimited() = 0;  ///< slot 48: the rated maximum multiplier is a real limit
+    virtual bool GetSecondCapability() = 0;  ///< slot 49
     virtual uint32_t Reserved50() = 0;
     virtual uint32_t Reserved51() = 0;
-    virtual ~CCPU() = default;                    ///< slot 52
+    virtual ~CCPU() = default;  ///< slot 52
 };
 
 }  // namespace vxtapi

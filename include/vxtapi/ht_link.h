@@ -8,19 +8,19 @@ namespace vxtapi {
 /// One link as its capability block holds it (HyperTransport I/O Link 3.0, 7.5). Widths in bits; -1.0 for a reserved
 /// code. Natural alignment, the same under every compiler.
 struct HTConfig {
-    bool abControl[12];        ///< link control bits 1, 2, 3, 6, 7, 8, 9, 11, 12, 13, 14, 15. Kept: bit 8 always reads false
-    double dMaxInWidth;        ///< what the hardware can
-    bool bMaxInFlowControl;    ///< doubleword flow control
+    bool abControl[12];  ///< link control bits 1, 2, 3, 6, 7, 8, 9, 11, 12, 13, 14, 15. Kept: bit 8 always reads false
+    double dMaxInWidth;  ///< what the hardware can
+    bool bMaxInFlowControl;  ///< doubleword flow control
     double dMaxOutWidth;
     bool bMaxOutFlowControl;
-    double dInWidth;           ///< what is set
+    double dInWidth;  ///< what is set
     bool bInFlowControl;
     double dOutWidth;
     bool bOutFlowControl;
     uint32_t uRevisionMinor;
     uint32_t uRevisionMajor;
-    double dFrequency;         ///< link clock in units of 200 MHz
-    double dMaxFrequency;      ///< highest the hardware can; 0: it does not say
+    double dFrequency;     ///< link clock in units of 200 MHz
+    double dMaxFrequency;  ///< highest the hardware can; 0: it does not say
 };
 
 /// Device type 1, always index 0; its links are numbered 0 to 3 (K8: 0 to 2).

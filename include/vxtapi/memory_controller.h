@@ -8,42 +8,42 @@ namespace vxtapi {
 /// DRAM timings. Clocks unless a unit stands with the slot; 0 where the family has no such field; -1.0 where the
 /// hardware holds a reserved code (normal for the refresh cycle time of an empty DIMM pair).
 struct MemTiming {
-    double dTcl;        ///< CAS latency
-    double dTrc;        ///< row cycle time
-    double dTrfc0;      ///< refresh cycle time of DIMM pair 0, ns (first K8 generation: clocks)
-    double dTrfc1;      ///< pair 1
-    double dTrfc2;      ///< pair 2
-    double dTrfc3;      ///< pair 3
-    double dTrcd;       ///< RAS to CAS delay
-    double dTrrd;       ///< RAS to RAS delay
-    double dTras;       ///< row active time
-    double dTrp;        ///< row precharge time
-    double dTwr;        ///< write recovery time
-    double dTwtr;       ///< write to read delay
-    double dTrwt;       ///< read to write turnaround (first K8 generation)
-    double dTref;       ///< refresh interval, us
-    double dTwcl;       ///< write CAS latency (first K8 generation)
-    double dTrtp;       ///< read CAS to precharge time
-    double dTrwtTO;     ///< read to write turnaround for DQS contention
-    double dTwrrd;      ///< write to read turnaround between DIMMs
-    double dTwrwr;      ///< write to write
-    double dTrdrd;      ///< read to read
-    double dTrwtWB;     ///< read to write turnaround for write bursting
+    double dTcl;     ///< CAS latency
+    double dTrc;     ///< row cycle time
+    double dTrfc0;   ///< refresh cycle time of DIMM pair 0, ns (first K8 generation: clocks)
+    double dTrfc1;   ///< pair 1
+    double dTrfc2;   ///< pair 2
+    double dTrfc3;   ///< pair 3
+    double dTrcd;    ///< RAS to CAS delay
+    double dTrrd;    ///< RAS to RAS delay
+    double dTras;    ///< row active time
+    double dTrp;     ///< row precharge time
+    double dTwr;     ///< write recovery time
+    double dTwtr;    ///< write to read delay
+    double dTrwt;    ///< read to write turnaround (first K8 generation)
+    double dTref;    ///< refresh interval, us
+    double dTwcl;    ///< write CAS latency (first K8 generation)
+    double dTrtp;    ///< read CAS to precharge time
+    double dTrwtTO;  ///< read to write turnaround for DQS contention
+    double dTwrrd;   ///< write to read turnaround between DIMMs
+    double dTwrwr;   ///< write to write
+    double dTrdrd;   ///< read to read
+    double dTrwtWB;  ///< read to write turnaround for write bursting
 };
 static_assert(sizeof(MemTiming) == 21 * 8, "hosts store the record by slot");
 
 /// DRAM interface configuration: 31 slots of eight bytes. 0 (false) where the family has no such field.
 struct MemConfig {
-    bool bGanged;            ///< slot 0, byte 0: both channels work as one
-    bool bBothChannels;      ///< byte 1: channels A and B are both in use
-    bool bSlowAccessMode;    ///< byte 2: 2T command timing
-    bool bWeakDrivers;       ///< byte 3: DRAM drivers weak mode
+    bool bGanged;          ///< slot 0, byte 0: both channels work as one
+    bool bBothChannels;    ///< byte 1: channels A and B are both in use
+    bool bSlowAccessMode;  ///< byte 2: 2T command timing
+    bool bWeakDrivers;     ///< byte 3: DRAM drivers weak mode
     bool abUnused0[4];
-    double dMemoryClock;     ///< slot 1: MHz
-    double dMaxAsyncLat;     ///< slot 2: ns
-    double dDramTermination; ///< slot 3: ohm; 0: off
-    bool bDccEnable;         ///< slot 4, byte 0
-    bool bPowerDownEnable;   ///< byte 1
+    double dMemoryClock;      ///< slot 1: MHz
+    double dMaxAsyncLat;      ///< slot 2: ns
+    double dDramTermination;  ///< slot 3: ohm; 0: off
+    bool bDccEnable;          ///< slot 4, byte 0
+    bool bPowerDownEnable;    ///< byte 1
     bool abUnused4[6];
     double dFourBankActWindow;  ///< slot 5: clocks; 0: no restriction
     double dDcqBypassMax;       ///< slot 6: the raw number
@@ -55,7 +55,7 @@ struct MemConfig {
     double adClockDrive[2];
     double adDataDrive[2];
     double adDqsDrive[2];
-    double adProcOdt[2];        ///< slots 21 and 22: ohm
+    double adProcOdt[2];           ///< slots 21 and 22: ohm
     double adDqsReceiverDelay[8];  ///< slots 23 to 30: A1 to A4, B1 to B4
 };
 static_assert(sizeof(MemConfig) == 31 * 8, "hosts store the record by slot");
@@ -70,13 +70,13 @@ static_assert(sizeof(MemConfig) == 31 * 8, "hosts store the record by slot");
 /// register-code order. False when they do not fit (nothing is written) and for a field that the family does not have.
 class CMemoryController : public CDevice {
 public:
-    virtual uint32_t GetMemoryType() = 0;                  ///< slot 10: JEDEC SPD number: 7 DDR, 8 DDR2, 11 DDR3
+    virtual uint32_t GetMemoryType() = 0;  ///< slot 10: JEDEC SPD number: 7 DDR, 8 DDR2, 11 DDR3
     /// Slot 11: memory clock in MHz at another reference clock: configured clock * `dReferenceClock` (MHz) * `dFactor`
     /// / 200. 0.0 on failure.
     virtual double GetMemClock(double dReferenceClock, double dFactor) = 0;
-    virtual bool GetMemTiming(MemTiming* pTiming) = 0;     ///< slot 12
+    virtual bool GetMemTiming(MemTiming* pTiming) = 0;  ///< slot 12
     virtual bool SetMemTiming(const MemTiming* pTiming) = 0;
-    virtual bool GetMemConfig(MemConfig* pConfig) = 0;     ///< slot 14
+    virtual bool GetMemConfig(MemConfig* pConfig) = 0;  ///< slot 14
     virtual bool SetMemConfig(const MemConfig* pConfig) = 0;
     virtual bool GetTclList(double* pdValues, uint32_t& ruSize) = 0;  ///< slot 16
     virtual bool GetTrcList(double* pdValues, uint32_t& ruSize) = 0;
@@ -110,8 +110,8 @@ public:
     virtual bool GetDqsDrvStrenList(double* pdValues, uint32_t& ruSize) = 0;
     virtual bool GetProcOdtList(double* pdValues, uint32_t& ruSize) = 0;
     virtual bool GetDqsRcvEnDelayList(double* pdValues, uint32_t& ruSize) = 0;  ///< slot 47
-    virtual uint32_t GetPciVendor() = 0;                   ///< slot 48
-    virtual uint32_t GetPciDevice() = 0;                   ///< slot 49
+    virtual uint32_t GetPciVendor() = 0;                                        ///< slot 48
+    virtual uint32_t GetPciDevice() = 0;                                        ///< slot 49
 
 protected:
     ~CMemoryController() = default;

@@ -4,7 +4,9 @@
 
 #include "../acpi_layout.h"
 #include "../machine.h"
+#include "additional_data.h"
 #include "fid_vid.h"
+#include "link_phy.h"
 #include "pm_timer.h"
 #include "pstates.h"
 #include "smbus_host.h"
@@ -54,7 +56,9 @@ void g_AttachModels(CSimMachine& rMachine) {
         pClock = &rMachine.Plug<CPstates>(uExtendedFamily == 1 ? 16u : 8u);
     if (pClock) rMachine.Plug<CTimeStampCounter>(*pClock);
     if (bRevisionF) rMachine.Plug<CThermalSelect>();
+    if (!bK8 || bRevisionF) rMachine.Plug<CAdditionalData>(bK8 ? 1u : 2u);
     if (!bK8) rMachine.Plug<CReadOnlyTemperature>();
+    if (!bK8) rMachine.Plug<CLinkPhy>();
 }
 
 }  // namespace vxtsim

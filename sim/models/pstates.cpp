@@ -10,7 +10,6 @@ constexpr uint32_t kFidDid = 0x1FF, kVid = 0xFE00;  ///< bits 8:0 and 15:9 of de
 constexpr uint32_t kFields = 0xFE40FFFF;            ///< these and the north bridge's: bits 22 and 31:25
 constexpr int kPstateBit = 16;                      ///< control and status: bits 18:16
 constexpr uint32_t kPstateMask = 7;
-constexpr uint32_t kDefinitionCount = 5;
 constexpr uint64_t kEnabled = uint64_t{1} << 63;  ///< of a definition
 constexpr uint32_t kHwcr = 0xC0010015;            ///< bit 24: the time-stamp counter keeps the pace of P-state 0
 
@@ -33,9 +32,10 @@ bool CPstates::WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue) {
         return true;
     }
     const auto uLimits = static_cast<uint32_t>(m_rMachine.Msr(uCore, kLimit));
-    const uint32_t uLast = std::min(uLimits >> 4 & kPstateMask, kDefinitionCount - 1);
+    const uint32_t uLast = uLimits >> 4 & kPstateMask;
     const uint32_t uPstate =
         std::min(std::max(static_cast<uint32_t>(ullValue) & kPstateMask, uLimits & kPstateMask), uLast);
+    if (!m_rMachine.HasMsr(uCore, kDefinitions + uPstate)) return true;
     const uint64_t ullDefinition = m_rMachine.Msr(uCore, kDefinitions + uPstate);
     if (ullDefinition & kEnabled) _Request(uCore, uPstate, static_cast<uint32_t>(ullDefinition) & kFields);
     return true;

@@ -13,8 +13,10 @@ namespace vxt {
 namespace {
 
 // The order decides which of two classes that accept the same hardware is kept, so it is part of the behaviour.
-template <class... TDevices> constexpr std::array<CCreateFunction, sizeof...(TDevices)> kCreateAll{g_CreateDevice<TDevices>...};
+template <class... TDevices>
+constexpr std::array<CCreateFunction, sizeof...(TDevices)> kCreateAll{g_CreateDevice<TDevices>...};
 
+// clang-format off
 constexpr auto& kDeviceList = kCreateAll<
     CCorvel64CPU, CCorvel64X2CPU, CBrevikCPU, CTalvorCPU,
     CMoldanMemoryController, CKDFMemoryController, CBrevikMemoryController, CTalvorMemoryController,
@@ -23,6 +25,7 @@ constexpr auto& kDeviceList = kCreateAll<
     CDefaultCDRom, CDefaultHardDisk, CIDEController, CSATAController, CDefaultKeyboard, CDefaultMouse, CUSBController,
     CDefaultBIOS, CDefaultBoard, CDefaultClockGen, CDefaultMemory, CDefaultMonitor, CDefaultPWMController,
     CCustomerPWMController>;
+// clang-format on
 static_assert(std::size(kDeviceList) == 31);
 
 }  // namespace

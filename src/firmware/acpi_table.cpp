@@ -29,7 +29,8 @@ constexpr uint32_t kMaximumTable = 4 << 20, kMaximumEntries = 1024;
 /// Little-endian number at an offset; bytes beyond the end count as zero.
 template <class TValue> TValue g_ReadField(std::span<const uint8_t> Data, size_t uOffset) {
     TValue Value = 0;
-    if (uOffset < Data.size()) std::memcpy(&Value, Data.data() + uOffset, std::min(sizeof(Value), Data.size() - uOffset));
+    if (uOffset < Data.size())
+        std::memcpy(&Value, Data.data() + uOffset, std::min(sizeof(Value), Data.size() - uOffset));
     return Value;
 }
 
@@ -39,11 +40,12 @@ uint32_t g_SignatureKey(const uint8_t* pTable) {
 
 // Tables that are kept without being followed.
 constexpr uint32_t kKnownTables[] = {
-    g_TableKey("APIC"), g_TableKey("BERT"), g_TableKey("BOOT"), g_TableKey("CPEP"), g_TableKey("DBGP"), g_TableKey("DMAR"),
-    g_TableKey("DSDT"), g_TableKey("ECDT"), g_TableKey("ERST"), g_TableKey("ETDT"), g_TableKey("FACS"), g_TableKey("HEST"),
-    g_TableKey("HPET"), g_TableKey("IBFT"), g_TableKey("MCFG"), g_TableKey("PSDT"), g_TableKey("SBST"), g_TableKey("SLIT"),
-    g_TableKey("SPCR"), g_TableKey("SPMI"), g_TableKey("SRAT"), g_TableKey("SSDT"), g_TableKey("TCPA"), g_TableKey("UEFI"),
-    g_TableKey("WAET"), g_TableKey("WDAT"), g_TableKey("WDRT"), g_TableKey("WSPT"),
+    g_TableKey("APIC"), g_TableKey("BERT"), g_TableKey("BOOT"), g_TableKey("CPEP"), g_TableKey("DBGP"),
+    g_TableKey("DMAR"), g_TableKey("DSDT"), g_TableKey("ECDT"), g_TableKey("ERST"), g_TableKey("ETDT"),
+    g_TableKey("FACS"), g_TableKey("HEST"), g_TableKey("HPET"), g_TableKey("IBFT"), g_TableKey("MCFG"),
+    g_TableKey("PSDT"), g_TableKey("SBST"), g_TableKey("SLIT"), g_TableKey("SPCR"), g_TableKey("SPMI"),
+    g_TableKey("SRAT"), g_TableKey("SSDT"), g_TableKey("TCPA"), g_TableKey("UEFI"), g_TableKey("WAET"),
+    g_TableKey("WDAT"), g_TableKey("WDRT"), g_TableKey("WSPT"),
     0x004F454D,  // Kept: a zero byte and "OEM", which no four-letter signature equals
 };
 
@@ -127,8 +129,9 @@ bool CACPITable::Parse(uint64_t ullAddress) {
         const uint32_t uSteps = (uLength - static_cast<uint32_t>(kHeaderSize)) / 4;
         LOG_CHECK_ERROR(uSteps <= kMaximumEntries);
         for (uint32_t i = 0; i < std::min(uSteps, kMaximumEntries); ++i) {
-            const uint64_t ullEntry = uKey == g_TableKey("RSDT") ? g_ReadField<uint32_t>(Table, kHeaderSize + size_t{i} * 4)
-                                                                 : g_ReadField<uint64_t>(Table, kHeaderSize + size_t{i} * 8);
+            const uint64_t ullEntry = uKey == g_TableKey("RSDT")
+                                          ? g_ReadField<uint32_t>(Table, kHeaderSize + size_t{i} * 4)
+                                          : g_ReadField<uint64_t>(Table, kHeaderSize + size_t{i} * 8);
             bRetCode = ullEntry == 0 || Parse(ullEntry);
             LOG_CHECK_ERROR(bRetCode);
         }

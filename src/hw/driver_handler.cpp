@@ -31,6 +31,7 @@ bool CDriverHandler::_Port(uint32_t uCode, protocol::CPortBlock& rParam, uint32_
 }
 
 // Three overloads per direction differ in the width alone; the checks stand in the overload so that they carry its name.
+// clang-format off
 #define VXT_PORT_OPERATIONS(TValue)                                                                              \
     bool CDriverHandler::WritePort(uint16_t usPort, TValue Value) {                                              \
         protocol::CPortBlock Param{usPort, sizeof(Value), Value};                                                \
@@ -48,6 +49,7 @@ bool CDriverHandler::_Port(uint32_t uCode, protocol::CPortBlock& rParam, uint32_
         rValue = static_cast<TValue>(Param.uValue);                                                              \
         return true;                                                                                             \
     }
+// clang-format on
 VXT_PORT_OPERATIONS(uint32_t)
 VXT_PORT_OPERATIONS(uint16_t)
 VXT_PORT_OPERATIONS(uint8_t)
@@ -56,8 +58,8 @@ VXT_PORT_OPERATIONS(uint8_t)
 bool CDriverHandler::RDMSR(uint32_t uIndex, uint32_t& ruLow, uint32_t& ruHigh) {
     protocol::CMsrBlock Param{uIndex, 0, 0};
     uint32_t dwBytesReturned = 0;
-    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kReadMsr, &Param, sizeof(Param), &Param, sizeof(Param),
-                                                  dwBytesReturned);
+    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kReadMsr, &Param, sizeof(Param), &Param,
+                                                  sizeof(Param), dwBytesReturned);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(dwBytesReturned == sizeof(Param));
     ruLow = Param.uLow;
@@ -68,15 +70,16 @@ bool CDriverHandler::RDMSR(uint32_t uIndex, uint32_t& ruLow, uint32_t& ruHigh) {
 bool CDriverHandler::WRMSR(uint32_t uIndex, uint32_t uLow, uint32_t uHigh) {
     protocol::CMsrBlock Param{uIndex, uLow, uHigh};
     uint32_t dwBytesReturned = 0;
-    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kWriteMsr, &Param, sizeof(Param), nullptr, 0,
-                                                  dwBytesReturned);
+    const bool bRetCode =
+        platform::ControlDriver(m_hDriver, protocol::kWriteMsr, &Param, sizeof(Param), nullptr, 0, dwBytesReturned);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(dwBytesReturned == 0);
     return true;
 }
 
 uint32_t CDriverHandler::AllocatePhysicalMemory(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e) {
-    const std::unique_ptr<AllocateMemoryParam> pOwned(new (std::nothrow) AllocateMemoryParam{{a, b, c, d}, 0, e, 0, 0, 0});
+    const std::unique_ptr<AllocateMemoryParam> pOwned(new (std::nothrow)
+                                                          AllocateMemoryParam{{a, b, c, d}, 0, e, 0, 0, 0});
     AllocateMemoryParam* const pParam = pOwned.get();
     LOG_PROCESS_ERROR_OR(0, pParam);
     uint32_t dwBytesReturned = 0;
@@ -85,7 +88,8 @@ uint32_t CDriverHandler::AllocatePhysicalMemory(uint32_t a, uint32_t b, uint32_t
     LOG_PROCESS_ERROR_OR(0, bRetCode);
     CScopeExit GiveBack([&] {
         if (pParam->ullAddress && pParam->ullHandle)
-            platform::ControlDriver(m_hDriver, protocol::kFreeMemory, pParam, sizeof(*pParam), nullptr, 0, dwBytesReturned);
+            platform::ControlDriver(m_hDriver, protocol::kFreeMemory, pParam, sizeof(*pParam), nullptr, 0,
+                                    dwBytesReturned);
     });
     LOG_PROCESS_ERROR_OR(0, dwBytesReturned == sizeof(AllocateMemoryParam));
     const uint32_t uAddress = static_cast<uint32_t>(pParam->ullAddress);
@@ -108,7 +112,8 @@ bool CDriverHandler::FreePhysicalMemory(uint32_t uAddress) {
 }
 
 uint32_t CDriverHandler::MapPhysicalMemory(uint32_t uPhysicalLow, uint32_t uPhysicalHigh, uint32_t uSize) {
-    std::unique_ptr<MapMemoryParam> pOwned(new (std::nothrow) MapMemoryParam{uPhysicalLow, uPhysicalHigh, 0, uSize, 0, 0});
+    std::unique_ptr<MapMemoryParam> pOwned(new (std::nothrow)
+                                               MapMemoryParam{uPhysicalLow, uPhysicalHigh, 0, uSize, 0, 0});
     MapMemoryParam* const pParam = pOwned.get();
     LOG_PROCESS_ERROR_OR(0, pParam);
     uint32_t dwBytesReturned = 0;
@@ -118,7 +123,8 @@ uint32_t CDriverHandler::MapPhysicalMemory(uint32_t uPhysicalLow, uint32_t uPhys
     CScopeExit GiveBack([&] {
         // Kept: this request carries the first 12 bytes of the block only.
         if (pParam->ullAddress && pParam->ullHandle)
-            platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, pParam, kGiveBackSize, nullptr, 0, dwBytesReturned);
+            platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, pParam, kGiveBackSize, nullptr, 0,
+                                    dwBytesReturned);
     });
     LOG_PROCESS_ERROR_OR(0, dwBytesReturned == sizeof(MapMemoryParam));
     const uint32_t uAddress = static_cast<uint32_t>(pParam->ullAddress);
@@ -132,8 +138,8 @@ bool CDriverHandler::UnmapPhysicalMemory(uint32_t uAddress) {
     const auto it = m_MapAddrList.find(uAddress);
     LOG_PROCESS_ERROR(it != m_MapAddrList.end());
     uint32_t dwBytesReturned = 0;
-    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, it->second.get(), sizeof(MapMemoryParam),
-                                                  nullptr, 0, dwBytesReturned);
+    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, it->second.get(),
+                                                  sizeof(MapMemoryParam), nullptr, 0, dwBytesReturned);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(dwBytesReturned == 0);
     m_MapAddrList.erase(it);
@@ -169,8 +175,8 @@ bool CDriverHandler::WriteMemory(uint64_t ullPhysical, uint32_t uSize, const voi
     *pParam = {ullPhysical, uSize};
     std::memcpy(Buffer.Data(), pData, uSize);
     uint32_t dwBytesReturned = 0;
-    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kWriteMemory, pParam, Buffer.Size(), nullptr, 0,
-                                                  dwBytesReturned);
+    const bool bRetCode =
+        platform::ControlDriver(m_hDriver, protocol::kWriteMemory, pParam, Buffer.Size(), nullptr, 0, dwBytesReturned);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(dwBytesReturned == 0);
     return true;

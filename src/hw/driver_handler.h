@@ -43,8 +43,10 @@ public:
     virtual bool ReadMemory(uint64_t ullPhysical, uint32_t uSize, void* pData);
     virtual bool WriteMemory(uint64_t ullPhysical, uint32_t uSize, const void* pData);
     /// Through the ECAM window when its base is known, else (or when that fails) through the driver's requests.
-    virtual bool GetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset, void* pData, uint32_t uSize);
-    virtual bool SetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset, const void* pData, uint32_t uSize);
+    virtual bool GetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset, void* pData,
+                              uint32_t uSize);
+    virtual bool SetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset, const void* pData,
+                              uint32_t uSize);
     /// One SMBus byte-data transfer (SMBus 2.0, 5.5.4 and 5.5.5). Bit 0 of `ucAddress`: 1 reads, 0 writes.
     /// A device that does not answer is a silent false.
     virtual bool AccessSMBus(uint8_t ucAddress, uint8_t ucOffset, uint8_t& rucData);
@@ -89,10 +91,10 @@ private:
     bool _Port(uint32_t uCode, protocol::CPortBlock& rParam, uint32_t uOutSize, uint32_t& ruReturned);
 
     platform::CDriverChannel m_hDriver;
-    uint16_t m_SMBusBase = 0;           ///< I/O base of the SMBus host controller; 0: none
+    uint16_t m_SMBusBase = 0;  ///< I/O base of the SMBus host controller; 0: none
     bool m_bIsWow64 = false;
     platform::CSemaphoreHandle m_hSemaphore;
-    uint64_t m_ullPCIBaseAddress = 0;     ///< ECAM base; 0: unknown or unusable
+    uint64_t m_ullPCIBaseAddress = 0;  ///< ECAM base; 0: unknown or unusable
     std::map<uint32_t, std::unique_ptr<protocol::CMapBlock>> m_MapAddrList;
     std::map<uint32_t, std::unique_ptr<protocol::CAllocateBlock>> m_AllocateAddrList;
     std::multimap<uint32_t, protocol::CPciRecord> m_PciFunctions;

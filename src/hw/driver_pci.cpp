@@ -12,7 +12,7 @@ using protocol::CPciRecord;
 namespace {
 
 // PCI Local Bus 3.0, 6.1
-constexpr uint32_t kHeaderBytes = 40;     ///< of each function, kept in the list
+constexpr uint32_t kHeaderBytes = 40;  ///< of each function, kept in the list
 constexpr size_t kHeaderInRecord = offsetof(CPciRecord, usVendor);
 static_assert(kHeaderInRecord + kHeaderBytes == sizeof(CPciRecord));
 constexpr uint16_t kNoFunction = 0xFFFF;  ///< vendor ID that an absent function reads
@@ -41,7 +41,8 @@ bool CDriverHandler::GetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFun
     const uint32_t uBlockSize = static_cast<uint32_t>(sizeof(PCIConfigParam)) + uSize;
     uint32_t dwBytesReturned = 0;
     const auto Send = [&](uint32_t uCode) {
-        return platform::ControlDriver(m_hDriver, uCode, &s_ReadBlock, uBlockSize, &s_ReadBlock, uBlockSize, dwBytesReturned);
+        return platform::ControlDriver(m_hDriver, uCode, &s_ReadBlock, uBlockSize, &s_ReadBlock, uBlockSize,
+                                       dwBytesReturned);
     };
     const bool bRetCode = Send(protocol::kReadPciConfig) || Send(protocol::kReadPciConfigOld);
     LOG_PROCESS_ERROR(bRetCode);
@@ -51,8 +52,8 @@ bool CDriverHandler::GetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFun
     return true;
 }
 
-bool CDriverHandler::SetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset, const void* pData,
-                                  uint32_t uSize) {
+bool CDriverHandler::SetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset,
+                                  const void* pData, uint32_t uSize) {
     LOG_PROCESS_ERROR(pData);
     if (m_ullPCIBaseAddress && WriteMemory(_EcamAddress(uBus, uDevice, uFunction, uOffset), uSize, pData)) return true;
     LOG_PROCESS_ERROR(uSize <= sizeof(s_WriteBlock.aucData));
@@ -60,8 +61,9 @@ bool CDriverHandler::SetPCIConfig(uint32_t uBus, uint32_t uDevice, uint32_t uFun
     std::memcpy(s_WriteBlock.aucData, pData, uSize);
     uint32_t dwBytesReturned = 0;
     const auto Send = [&](uint32_t uCode) {
-        return platform::ControlDriver(m_hDriver, uCode, &s_WriteBlock, static_cast<uint32_t>(sizeof(PCIConfigParam)) + uSize,
-                                       nullptr, 0, dwBytesReturned);
+        return platform::ControlDriver(m_hDriver, uCode, &s_WriteBlock,
+                                       static_cast<uint32_t>(sizeof(PCIConfigParam)) + uSize, nullptr, 0,
+                                       dwBytesReturned);
     };
     const bool bRetCode = Send(protocol::kWritePciConfig) || Send(protocol::kWritePciConfigOld);
     LOG_PROCESS_ERROR(bRetCode);
@@ -84,13 +86,15 @@ bool CDriverHandler::InitPCIHeader() {
     const uint32_t uSize = sizeof(Param);
     Param.ullEcamBase = m_ullPCIBaseAddress;
     Param.uCapacity = static_cast<uint32_t>(std::size(Param.aRecords));
-    const auto Position = [&Param] { return (uint64_t{Param.uBus} << 16 | uint64_t{Param.uDevice} << 8) + Param.uFunction; };
+    const auto Position = [&Param] {
+        return (uint64_t{Param.uBus} << 16 | uint64_t{Param.uDevice} << 8) + Param.uFunction;
+    };
     while (Param.uBus < kBuses) {
         const uint64_t ullBefore = Position();
         Param.uCount = Param.uCapacity;
         uint32_t dwBytesReturned = 0;
-        const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kEnumeratePci, &Param, uSize, &Param, uSize,
-                                                      dwBytesReturned);
+        const bool bRetCode =
+            platform::ControlDriver(m_hDriver, protocol::kEnumeratePci, &Param, uSize, &Param, uSize, dwBytesReturned);
         LOG_PROCESS_ERROR(bRetCode);
         LOG_PROCESS_ERROR(dwBytesReturned == uSize);
         LOG_PROCESS_ERROR(Param.uCount <= std::size(Param.aRecords));

@@ -17,8 +17,7 @@ namespace {
 constexpr const wchar_t* kSemaphoreName = L"Global\\VXTDriverSemaphore";
 constexpr int32_t kMaximumUsers = 10000;  ///< each process that uses the driver holds one unit
 // Guests and anonymous users denied; authenticated users read, write, execute; administrators everything.
-constexpr const wchar_t* kSemaphoreSecurity =
-    L"D:(D;OICI;GA;;;BG)(D;OICI;GA;;;AN)(A;OICI;GRGWGX;;;AU)(A;OICI;GA;;;BA)";
+constexpr const wchar_t* kSemaphoreSecurity = L"D:(D;OICI;GA;;;BG)(D;OICI;GA;;;AN)(A;OICI;GRGWGX;;;AU)(A;OICI;GA;;;BA)";
 
 constexpr const wchar_t* kDriverFile64 = L"\\qor64\\VXTDriver.sys";
 constexpr const wchar_t* kDriverFile32 = L"\\i386\\VXTDriver.sys";
@@ -36,7 +35,8 @@ bool CDriverHandler::GetDriverPath(wchar_t* pszDriverPath) {
     const std::wstring_view sExecutable(szExecutable.data(), dwRet);
     const size_t uSlash = sExecutable.rfind(L'\\');
     LOG_PROCESS_ERROR_TEXT("pszSlash", uSlash != std::wstring_view::npos);
-    const std::wstring sPath = std::wstring(sExecutable.substr(0, uSlash)) + (m_bIsWow64 ? kDriverFile64 : kDriverFile32);
+    const std::wstring sPath =
+        std::wstring(sExecutable.substr(0, uSlash)) + (m_bIsWow64 ? kDriverFile64 : kDriverFile32);
     LOG_PROCESS_ERROR(sPath.size() < kMaxPath);
     *std::copy(sPath.begin(), sPath.end(), pszDriverPath) = 0;
     return true;
@@ -46,7 +46,8 @@ bool CDriverHandler::InstallDriver(const wchar_t* pszPath) {
     RemoveDriver();  // a stale service, if there is one
     const platform::CServiceHandle hSCManager = platform::OpenServiceManager();
     LOG_PROCESS_ERROR(hSCManager);
-    const platform::CServiceHandle hService = platform::CreateDriverService(hSCManager, protocol::kServiceName, pszPath);
+    const platform::CServiceHandle hService =
+        platform::CreateDriverService(hSCManager, protocol::kServiceName, pszPath);
     if (!hService)
         g_GetLog().WriteLog(kLogDiagnostic, "InstallDriver: error code returned from CreateService is: %d",
                             static_cast<int>(platform::LastError()));
@@ -63,7 +64,8 @@ bool CDriverHandler::StartDriver() {
     if (platform::StartService(hService)) return true;
     const uint32_t uError = platform::LastError();
     if (uError == platform::kErrorServiceAlreadyRunning) return true;
-    g_GetLog().WriteLog(kLogDiagnostic, "StartDriver: error code returned from StartService is: %d", static_cast<int>(uError));
+    g_GetLog().WriteLog(kLogDiagnostic, "StartDriver: error code returned from StartService is: %d",
+                        static_cast<int>(uError));
     return false;
 }
 
@@ -75,7 +77,8 @@ bool CDriverHandler::StopDriver() {
     if (platform::StopService(hService)) return true;
     const uint32_t uError = platform::LastError();
     if (uError == platform::kErrorServiceNotActive) return true;
-    g_GetLog().WriteLog(kLogDiagnostic, "StopDriver: error code returned from ControlService is %d", static_cast<int>(uError));
+    g_GetLog().WriteLog(kLogDiagnostic, "StopDriver: error code returned from ControlService is %d",
+                        static_cast<int>(uError));
     return false;
 }
 

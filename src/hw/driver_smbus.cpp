@@ -21,7 +21,9 @@ bool CDriverHandler::AccessSMBus(uint8_t ucAddress, uint8_t ucOffset, uint8_t& r
     LOG_PROCESS_ERROR(m_SMBusBase);  // without a controller these ports belong to somebody else
     uint8_t ucData = 0;
     bool bRetCode = false;
-    const auto Read = [&](uint16_t usRegister) { return ReadPort(static_cast<uint16_t>(m_SMBusBase + usRegister), ucData); };
+    const auto Read = [&](uint16_t usRegister) {
+        return ReadPort(static_cast<uint16_t>(m_SMBusBase + usRegister), ucData);
+    };
     const auto Write = [&](uint16_t usRegister, uint8_t ucValue) {
         return WritePort(static_cast<uint16_t>(m_SMBusBase + usRegister), ucValue);
     };
@@ -35,9 +37,9 @@ bool CDriverHandler::AccessSMBus(uint8_t ucAddress, uint8_t ucOffset, uint8_t& r
         } while (ucData & kBusy && ++nCounter < kPollLimit);
         LOG_PROCESS_ERROR_TEXT("nCounter < 1000", nCounter < kPollLimit);
 
-        bRetCode = Write(kStatus, kClearAll) && Read(kAddress) && Write(kAddress, ucAddress) && Read(kCommand)
-                && Write(kCommand, ucOffset) && (ucAddress & kReadBit || Write(kData0, rucData)) && Read(kControl)
-                && Write(kControl, kStartByteData);
+        bRetCode = Write(kStatus, kClearAll) && Read(kAddress) && Write(kAddress, ucAddress) && Read(kCommand) &&
+                   Write(kCommand, ucOffset) && (ucAddress & kReadBit || Write(kData0, rucData)) && Read(kControl) &&
+                   Write(kControl, kStartByteData);
         LOG_PROCESS_ERROR(bRetCode);
 
         nCounter = 0;

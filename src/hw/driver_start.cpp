@@ -53,7 +53,8 @@ bool CDriverHandler::Init(CSystemTables& rTables) {
         LOG_PROCESS_ERROR(m_ullPCIBaseAddress);
         if (!_ProbePciBase()) m_ullPCIBaseAddress = 0;
         // Kept: the line shows the low 32 bits.
-        g_GetLog().WriteLog(kLogInformation, "Found PCI MMIO base address %X", static_cast<uint32_t>(m_ullPCIBaseAddress));
+        g_GetLog().WriteLog(kLogInformation, "Found PCI MMIO base address %X",
+                            static_cast<uint32_t>(m_ullPCIBaseAddress));
     }
 
     uint32_t ulData = 0;
@@ -78,7 +79,8 @@ void CDriverHandler::_InstallAndOpenDriver() {
     std::array<wchar_t, kMaxPath> szPath{};
     if (GetDriverPath(szPath.data())) InstallDriver(szPath.data());
     StartDriver();
-    m_hDriver = platform::OpenDriver(protocol::kDeviceName);  // the only step that decides: the others report themselves
+    m_hDriver =
+        platform::OpenDriver(protocol::kDeviceName);  // the only step that decides: the others report themselves
 }
 
 bool CDriverHandler::UnInit() {
@@ -87,8 +89,8 @@ bool CDriverHandler::UnInit() {
     // Kept: both kinds of block are given back with the unmap request, each at its own length.
     uint32_t dwBytesReturned = 0;
     const auto Unmap = [&](auto& rBlock) {
-        const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, &rBlock, sizeof(rBlock), nullptr, 0,
-                                                      dwBytesReturned);
+        const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, &rBlock, sizeof(rBlock),
+                                                      nullptr, 0, dwBytesReturned);
         LOG_CHECK_ERROR(bRetCode);
     };
     for (auto& [uAddress, pBlock] : m_MapAddrList) Unmap(*pBlock);

@@ -23,7 +23,7 @@ public:
     uint32_t Size() const { return m_uSize; }
 
 private:
-    static_assert(alignof(THeader) == 1);  // packed blocks lie anywhere
+    static_assert(alignof(THeader) == 1);               // packed blocks lie anywhere
     std::array<uint8_t, sizeof(THeader) + 64> m_Small;  // deliberately not cleared: filled by the caller
     std::unique_ptr<uint8_t[]> m_pLarge;
     uint8_t* m_pBlock = nullptr;

@@ -9,8 +9,8 @@ void CloseServiceHandle(uintptr_t uHandle);
 using CServiceHandle = COwnedHandle<CloseServiceHandle>;
 
 // Each call is one system call; after a failure LastError tells why.
-CServiceHandle OpenServiceManager();                                                           ///< full access
-CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName);            ///< full access
+CServiceHandle OpenServiceManager();                                                 ///< full access
+CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName);  ///< full access
 /// A kernel-driver service: started on demand, normal error control, no group, dependencies or account.
 CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t* pszName, const wchar_t* pszPath);
 bool StartService(const CServiceHandle& rService);

@@ -29,7 +29,10 @@ done)
     for class in $classes; do echo "struct S$class : vxtapi::$class { S$class(); }; S$class::S$class() {}"; done
 } >"$work/slots.cpp"
 
-diff <(sort -u <<<"$classes") <(sed -nE 's/^(C[A-Za-z]+) .*/\1/p' "$here/slots.txt" | sort -u) >"$work/diff" && status=0 || status=1
+awk '/^#/ { next }
+     $2 == ":" { n = split(rows[$3], base, "\n"); for (i = 1; i < n; ++i) { sub(/^[^ ]+/, $1, base[i]); print base[i] } next }
+     { rows[$1] = rows[$1] $0 "\n"; print }' "$here/slots.txt" >"$work/expected"
+diff <(sort -u <<<"$classes") <(sed -nE 's/^(C[A-Za-z]+) .*/\1/p' "$work/expected" | sort -u) >"$work/diff" && status=0 || status=1
 _report $status "slots.txt covers every interface of the SDK"
 [[ $status -eq 0 ]] || cat "$work/diff"
 
@@ -56,7 +59,7 @@ _slots() {  # TARGET
 for target in {i686,x86_64}-pc-windows-msvc {i686,x86_64}-w64-mingw32; do
     _slots "$target" >"$work/slots-$target"
     for class in $classes; do
-        diff <(grep "^$class " "$here/slots.txt") <(grep "^$class " "$work/slots-$target") >"$work/diff" && status=0 || status=1
+        diff <(grep "^$class " "$work/expected") <(grep "^$class " "$work/slots-$target") >"$work/diff" && status=0 || status=1
         _report $status "$class: every operation in its slot, $target"
         [[ $status -eq 0 ]] || cat "$work/diff"
     done

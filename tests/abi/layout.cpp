@@ -4,23 +4,85 @@
 
 using namespace vxtapi;
 
-#define LIES_AT(field, offset, size) \
-    static_assert(offsetof(CPstate, field) == offset && sizeof(CPstate::field) == size, #field " has moved")
+#define LIES_AT(record, field, offset, size)                                                                      \
+    static_assert(offsetof(record, field) == offset && sizeof(record::field) == size, #record "::" #field " has " \
+                                                                                                          "moved")
 
 static_assert(sizeof(CPstate) == 104 && alignof(CPstate) == 8, "twelve doubles and a flag");
-LIES_AT(dCpuFid, 0, 8);
-LIES_AT(dCpuDid, 8, 8);
-LIES_AT(dCpuVid, 16, 8);
-LIES_AT(dNbDid, 24, 8);
-LIES_AT(dNbVid, 32, 8);
-LIES_AT(dIddDiv, 40, 8);
-LIES_AT(dPstateEn, 48, 8);
-LIES_AT(dUnused, 56, 8);
-LIES_AT(dCoreFrequency, 64, 8);
-LIES_AT(dCoreVoltage, 72, 8);
-LIES_AT(dNbFrequency, 80, 8);
-LIES_AT(dNbVoltage, 88, 8);
-LIES_AT(bPstateEn, 96, 1);
+LIES_AT(CPstate, dCpuFid, 0, 8);
+LIES_AT(CPstate, dCpuDid, 8, 8);
+LIES_AT(CPstate, dCpuVid, 16, 8);
+LIES_AT(CPstate, dNbDid, 24, 8);
+LIES_AT(CPstate, dNbVid, 32, 8);
+LIES_AT(CPstate, dIddDiv, 40, 8);
+LIES_AT(CPstate, dPstateEn, 48, 8);
+LIES_AT(CPstate, dUnused, 56, 8);
+LIES_AT(CPstate, dCoreFrequency, 64, 8);
+LIES_AT(CPstate, dCoreVoltage, 72, 8);
+LIES_AT(CPstate, dNbFrequency, 80, 8);
+LIES_AT(CPstate, dNbVoltage, 88, 8);
+LIES_AT(CPstate, bPstateEn, 96, 1);
+
+static_assert(sizeof(MemTiming) == 168, "21 doubles");
+LIES_AT(MemTiming, dTcl, 0, 8);
+LIES_AT(MemTiming, dTrc, 8, 8);
+LIES_AT(MemTiming, dTrfc0, 16, 8);
+LIES_AT(MemTiming, dTrfc1, 24, 8);
+LIES_AT(MemTiming, dTrfc2, 32, 8);
+LIES_AT(MemTiming, dTrfc3, 40, 8);
+LIES_AT(MemTiming, dTrcd, 48, 8);
+LIES_AT(MemTiming, dTrrd, 56, 8);
+LIES_AT(MemTiming, dTras, 64, 8);
+LIES_AT(MemTiming, dTrp, 72, 8);
+LIES_AT(MemTiming, dTwr, 80, 8);
+LIES_AT(MemTiming, dTwtr, 88, 8);
+LIES_AT(MemTiming, dTrwt, 96, 8);
+LIES_AT(MemTiming, dTref, 104, 8);
+LIES_AT(MemTiming, dTwcl, 112, 8);
+LIES_AT(MemTiming, dTrtp, 120, 8);
+LIES_AT(MemTiming, dTrwtTO, 128, 8);
+LIES_AT(MemTiming, dTwrrd, 136, 8);
+LIES_AT(MemTiming, dTwrwr, 144, 8);
+LIES_AT(MemTiming, dTrdrd, 152, 8);
+LIES_AT(MemTiming, dTrwtWB, 160, 8);
+
+static_assert(sizeof(MemConfig) == 248, "31 slots of eight bytes");
+LIES_AT(MemConfig, bGanged, 0, 1);
+LIES_AT(MemConfig, bBothChannels, 1, 1);
+LIES_AT(MemConfig, bSlowAccessMode, 2, 1);
+LIES_AT(MemConfig, bWeakDrivers, 3, 1);
+LIES_AT(MemConfig, dMemoryClock, 8, 8);
+LIES_AT(MemConfig, dMaxAsyncLat, 16, 8);
+LIES_AT(MemConfig, dDramTermination, 24, 8);
+LIES_AT(MemConfig, bDccEnable, 32, 1);
+LIES_AT(MemConfig, bPowerDownEnable, 33, 1);
+LIES_AT(MemConfig, dFourBankActWindow, 40, 8);
+LIES_AT(MemConfig, dDcqBypassMax, 48, 8);
+LIES_AT(MemConfig, dIdleCycleLimit, 56, 8);
+LIES_AT(MemConfig, dReadPreamble, 64, 8);
+LIES_AT(MemConfig, adCkeDrive, 72, 16);
+LIES_AT(MemConfig, adCsOdtDrive, 88, 16);
+LIES_AT(MemConfig, adAddrCmdDrive, 104, 16);
+LIES_AT(MemConfig, adClockDrive, 120, 16);
+LIES_AT(MemConfig, adDataDrive, 136, 16);
+LIES_AT(MemConfig, adDqsDrive, 152, 16);
+LIES_AT(MemConfig, adProcOdt, 168, 16);
+LIES_AT(MemConfig, adDqsReceiverDelay, 184, 64);
+
+static_assert(sizeof(HTConfig) == 104 && alignof(HTConfig) == 8, "natural alignment");
+LIES_AT(HTConfig, abControl, 0, 12);
+LIES_AT(HTConfig, dMaxInWidth, 16, 8);
+LIES_AT(HTConfig, bMaxInFlowControl, 24, 1);
+LIES_AT(HTConfig, dMaxOutWidth, 32, 8);
+LIES_AT(HTConfig, bMaxOutFlowControl, 40, 1);
+LIES_AT(HTConfig, dInWidth, 48, 8);
+LIES_AT(HTConfig, bInFlowControl, 56, 1);
+LIES_AT(HTConfig, dOutWidth, 64, 8);
+LIES_AT(HTConfig, bOutFlowControl, 72, 1);
+LIES_AT(HTConfig, uRevisionMinor, 76, 4);
+LIES_AT(HTConfig, uRevisionMajor, 80, 4);
+LIES_AT(HTConfig, dFrequency, 88, 8);
+LIES_AT(HTConfig, dMaxFrequency, 96, 8);
 
 static_assert(sizeof(eDeviceType) == 4 && eDeviceType(0) < eDeviceType(-1), "unsigned, 32 bits");
 static_assert(sizeof(bool) == 1 && sizeof(wchar_t) == VXT_WCHAR_SIZE, "as the library's");

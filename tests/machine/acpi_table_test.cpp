@@ -17,7 +17,8 @@ using vxttest::g_CheckError;
 using vxttest::g_ProcessError;
 using vxttest::Lines;
 
-constexpr uint64_t kRsdt = 0x7FF00000, kXsdt = 0x7FF01000, kFirst = 0x7FF10000, kSecond = 0x7FF20000, kThird = 0x7FF30000;
+constexpr uint64_t kRsdt = 0x7FF00000, kXsdt = 0x7FF01000, kFirst = 0x7FF10000, kSecond = 0x7FF20000,
+                   kThird = 0x7FF30000;
 
 using CBytes = std::vector<uint8_t>;
 
@@ -101,7 +102,8 @@ TEST_F(CACPITableTest, TheRootPointerIsFoundOnEverySixteenByteBoundaryAndNowhere
     EXPECT_THAT(Read({{0xE0000, Pointer}, {kRsdt, Rsdt}}, true), ElementsAre("RSDT"));
     EXPECT_THAT(Read({{0xF1230, Pointer}, {kRsdt, Rsdt}}, true), ElementsAre("RSDT"));
     EXPECT_THAT(Read({{0xF1238, Pointer}, {kRsdt, Rsdt}}, false), IsEmpty());
-    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_ProcessError("m_uRSDPAddress < ACPI_SEARCH_END", "CACPITable::Init")));
+    EXPECT_THAT(m_Log.TakeErrors(),
+                ElementsAre(g_ProcessError("m_uRSDPAddress < ACPI_SEARCH_END", "CACPITable::Init")));
     // The last position: its 36 bytes reach beyond the area, into memory of their own.
     CBytes Tail(Pointer.begin() + 16, Pointer.end());
     EXPECT_THAT(Read({{0xFFFF0, Pointer}, {0x100000, Tail}, {kRsdt, Rsdt}}, true), ElementsAre("RSDT"));
@@ -111,9 +113,11 @@ TEST_F(CACPITableTest, RevisionAndSumsDecideWhichRootTableIsBelieved) {
     const CBytes Rsdt = Root<uint32_t>("RSDT", {kFirst}), Xsdt = Root<uint64_t>("XSDT", {kSecond});
     const CBytes First = Table("APIC"), Second = Table("HPET");
     const auto Machine = [&](const CBytes& rPointer) {
-        return std::map<uint64_t, CBytes>{{0xF0000, rPointer}, {kRsdt, Rsdt}, {kXsdt, Xsdt}, {kFirst, First}, {kSecond, Second}};
+        return std::map<uint64_t, CBytes>{
+            {0xF0000, rPointer}, {kRsdt, Rsdt}, {kXsdt, Xsdt}, {kFirst, First}, {kSecond, Second}};
     };
-    EXPECT_THAT(Read(Machine(RootPointer(0, kRsdt, kXsdt)), true), ElementsAre("APIC", "RSDT")) << "revision 0 has no XSDT";
+    EXPECT_THAT(Read(Machine(RootPointer(0, kRsdt, kXsdt)), true), ElementsAre("APIC", "RSDT"))
+        << "revision 0 has no XSDT";
     EXPECT_THAT(Read(Machine(RootPointer(2, kRsdt, kXsdt)), true), ElementsAre("APIC", "HPET", "RSDT", "XSDT"));
     EXPECT_THAT(Read(Machine(RootPointer(2, 0, kXsdt)), true), ElementsAre("HPET", "XSDT"));
     EXPECT_THAT(Read(Machine(RootPointer(2, 0, 0)), true), IsEmpty());
@@ -135,12 +139,17 @@ TEST_F(CACPITableTest, ABadTableIsLeftOutAndTheWalkGoesOn) {
     Bad[40] = 1;
     Put(Short, 4, uint32_t{35});
     Put(Huge, 4, uint32_t{0xFFFFFFFF});
-    const std::map<uint64_t, CBytes> Memory{{0xF0000, RootPointer(0, kRsdt, 0)},
-                                            {kRsdt, Root<uint32_t>("RSDT", {kFirst, 0, kSecond, 0x12345678, kThird, kThird + 0x100})},
-                                            {kFirst, Bad}, {kSecond, Short}, {kThird, Huge}, {kThird + 0x100, Table("MCFG", CBytes(20))}};
+    const std::map<uint64_t, CBytes> Memory{
+        {0xF0000, RootPointer(0, kRsdt, 0)},
+        {kRsdt, Root<uint32_t>("RSDT", {kFirst, 0, kSecond, 0x12345678, kThird, kThird + 0x100})},
+        {kFirst, Bad},
+        {kSecond, Short},
+        {kThird, Huge},
+        {kThird + 0x100, Table("MCFG", CBytes(20))}};
     EXPECT_THAT(Read(Memory, true), ElementsAre("MCFG", "RSDT"));
     EXPECT_THAT(m_Log.TakeErrors(),
-                ElementsAre(g_ProcessError("ucCheckSum == 0", "CACPITable::Parse"), g_CheckError("bRetCode", "CACPITable::Parse"),
+                ElementsAre(g_ProcessError("ucCheckSum == 0", "CACPITable::Parse"),
+                            g_CheckError("bRetCode", "CACPITable::Parse"),
                             g_ProcessError("uLength >= kHeaderSize && uLength <= kMaximumTable", "CACPITable::Parse"),
                             g_CheckError("bRetCode", "CACPITable::Parse"),  // 35 bytes
                             g_ProcessError("uLength >= kHeaderSize && uLength <= kMaximumTable", "CACPITable::Parse"),
@@ -154,7 +163,9 @@ TEST_F(CACPITableTest, OneTablePerSignatureAndNoEndlessWalk) {
         {0xF0000, RootPointer(2, kRsdt, kXsdt)},
         {kRsdt, Root<uint32_t>("RSDT", {kRsdt, kFirst, kSecond, kXsdt})},  // itself, two of one name, the other root
         {kXsdt, Root<uint64_t>("XSDT", {kXsdt, kRsdt, kThird})},
-        {kFirst, Table("SSDT", {1})}, {kSecond, Table("SSDT", {2})}, {kThird, Table("DMAR")}};
+        {kFirst, Table("SSDT", {1})},
+        {kSecond, Table("SSDT", {2})},
+        {kThird, Table("DMAR")}};
     // The XSDT is reached through the RSDT; parsing it once more from the root pointer fails Init.
     EXPECT_THAT(Read(Memory, false), IsEmpty());
     std::map<uint64_t, CBytes> Single = Memory;
@@ -169,14 +180,17 @@ TEST_F(CACPITableTest, OneTablePerSignatureAndNoEndlessWalk) {
 
 TEST_F(CACPITableTest, TheXsdtWalkCountsItsStepsIn32BitEntries) {
     // One entry, two steps: the second finds zeros and must not touch memory behind the copy.
-    EXPECT_THAT(Read({{0xF0000, RootPointer(2, 0, kXsdt)}, {kXsdt, Root<uint64_t>("XSDT", {kFirst})}, {kFirst, Table("APIC")}}, true),
-                ElementsAre("APIC", "XSDT"));
+    EXPECT_THAT(
+        Read({{0xF0000, RootPointer(2, 0, kXsdt)}, {kXsdt, Root<uint64_t>("XSDT", {kFirst})}, {kFirst, Table("APIC")}},
+             true),
+        ElementsAre("APIC", "XSDT"));
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
     // A root table of absurd length is walked as far as real ones reach.
     CBytes Many(4 * 5000, 0);
     Put(Many, 4 * 4999, static_cast<uint32_t>(kFirst));
-    EXPECT_THAT(Read({{0xF0000, RootPointer(0, kRsdt, 0)}, {kRsdt, Table("RSDT", Many)}, {kFirst, Table("APIC")}}, true),
-                ElementsAre("RSDT"));
+    EXPECT_THAT(
+        Read({{0xF0000, RootPointer(0, kRsdt, 0)}, {kRsdt, Table("RSDT", Many)}, {kFirst, Table("APIC")}}, true),
+        ElementsAre("RSDT"));
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_CheckError("uSteps <= kMaximumEntries", "CACPITable::Parse")));
 }
 
@@ -186,11 +200,14 @@ TEST_F(CACPITableTest, TheFixedTableLeadsToItsTwoTables) {
     Put(Body, 4, static_cast<uint32_t>(kThird));
     CBytes Facs(64);
     std::memcpy(Facs.data(), "FACS@", 5);  // its length, and no sum
-    const std::map<uint64_t, CBytes> Memory{{0xF0000, RootPointer(0, kRsdt, 0)}, {kRsdt, Root<uint32_t>("RSDT", {kFirst})},
-                                            {kFirst, Table("FACP", Body)}, {kSecond, Facs}, {kThird, Table("DSDT", CBytes(9))}};
+    const std::map<uint64_t, CBytes> Memory{{0xF0000, RootPointer(0, kRsdt, 0)},
+                                            {kRsdt, Root<uint32_t>("RSDT", {kFirst})},
+                                            {kFirst, Table("FACP", Body)},
+                                            {kSecond, Facs},
+                                            {kThird, Table("DSDT", CBytes(9))}};
     EXPECT_THAT(Read(Memory, true), ElementsAre("DSDT", "FACP", "RSDT"));
-    EXPECT_THAT(m_Log.TakeErrors(),
-                ElementsAre(g_ProcessError("ucCheckSum == 0", "CACPITable::Parse"), g_CheckError("bRetCode", "CACPITable::Parse")));
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_ProcessError("ucCheckSum == 0", "CACPITable::Parse"),
+                                                g_CheckError("bRetCode", "CACPITable::Parse")));
     // Cut before the pointers: they count as zero.
     std::map<uint64_t, CBytes> Cut = Memory;
     Cut[kFirst] = Table("FACP", CBytes(2, 0));
@@ -199,8 +216,11 @@ TEST_F(CACPITableTest, TheFixedTableLeadsToItsTwoTables) {
 }
 
 TEST_F(CACPITableTest, UnknownTablesAreKeptAndMentioned) {
-    EXPECT_THAT(Read({{0xF0000, RootPointer(0, kRsdt, 0)}, {kRsdt, Root<uint32_t>("RSDT", {kFirst, kSecond})},
-                      {kFirst, Table("OEMB")}, {kSecond, Table("APIC")}}, true),
+    EXPECT_THAT(Read({{0xF0000, RootPointer(0, kRsdt, 0)},
+                      {kRsdt, Root<uint32_t>("RSDT", {kFirst, kSecond})},
+                      {kFirst, Table("OEMB")},
+                      {kSecond, Table("APIC")}},
+                     true),
                 ElementsAre("APIC", "OEMB", "RSDT"));
     EXPECT_THAT(m_Log.Take(), ElementsAre(::testing::MatchesRegex("4 Unknown ACPI table signature [0-9A-F]+")));
     const uint8_t* pTable = nullptr;

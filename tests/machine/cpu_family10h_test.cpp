@@ -154,7 +154,7 @@ TEST_F(Family10hCpu, InitKnowsTheRatedClockAndTheStartVoltage) {
     };
     for (const auto& [pszCase, ullStatus, dMaximum, dStartVolts, bLimited] : kCases) {
         SCOPED_TRACE(pszCase);
-        Restart([&](Msrs& rMsrs) { rMsrs[0xC0010071] = ullStatus; });
+        Restart([ullStatus = ullStatus](Msrs& rMsrs) { rMsrs[0xC0010071] = ullStatus; });
         EXPECT_TRUE(m_Cpu.Init(0));
         EXPECT_EQ(m_Cpu.GetMaxMultiplier(), dMaximum);
         EXPECT_DOUBLE_EQ(m_Cpu.GetStartVoltage(), dStartVolts);
@@ -172,7 +172,7 @@ TEST_F(Family10hCpu, InitJudgesTheTimeStampCounterAndAcceptsAnUnsteadyOne) {
         bool bSteady;
     } kCases[] = {{0x01000018, kPower, true}, {0x00000018, kPower, false}, {0x01000018, kPower & ~0x100u, false}};
     for (const auto& [ullHwcr, uPower, bSteady] : kCases) {
-        Restart([&](Msrs& rMsrs) { rMsrs[0xC0010015] = ullHwcr; }, uPower);
+        Restart([ullHwcr = ullHwcr](Msrs& rMsrs) { rMsrs[0xC0010015] = ullHwcr; }, uPower);
         EXPECT_TRUE(m_Cpu.Init(0));
         EXPECT_EQ(m_Cpu.HasSteadyTsc(), bSteady) << std::hex << ullHwcr << " " << uPower;
         EXPECT_TRUE(m_Cpu.UnInit());
@@ -196,7 +196,7 @@ TEST_F(Family10hCpu, SetsAMultiplierThroughANeighbouringPstate) {
     };
     for (const auto& [pszCase, ullControl, dMultiplier, pszNeighbour, pszWanted] : kCases) {
         SCOPED_TRACE(pszCase);
-        Restart([&](Msrs& rMsrs) { rMsrs[0xC0010070] = ullControl; });
+        Restart([ullControl = ullControl](Msrs& rMsrs) { rMsrs[0xC0010070] = ullControl; });
         Requests();
         EXPECT_TRUE(m_Cpu.SetCurrentMultiplier(dMultiplier));
         // A transition takes 200 us: the read right after the write still shows the old P-state.
@@ -408,8 +408,9 @@ TEST_F(Family10hCpu, TakesTheTemperatureFromTheProcessorElseFromItsSmbusSensor) 
 
 TEST_F(Family10hCpu, WithoutHardwarePstatesTheGatedOperationsTouchNothing) {
     Restart({}, kPower & ~0x80u);
-    Requests();
+    TakeTrace();
     EXPECT_EQ(m_Cpu.GetCurrentMultiplier(), 0.0);
+    EXPECT_THAT(TakeTrace(), ElementsAre("SetThreadAffinity")) << "the core itself is asked what it can do";
     EXPECT_EQ(m_Cpu.GetCurrentVoltage(), 0.0);
     EXPECT_EQ(m_Cpu.GetCurrentNBVoltage(), 0.0);
     EXPECT_FALSE(m_Cpu.SetCurrentMultiplier(10.0));

@@ -70,7 +70,9 @@ TEST_F(Family11hCpu, InitTakesThePstateNumberAndTheLimitFromTheLowHalfOfTheStatu
     };
     for (const auto& [pszCase, uStatusLow, pszDefinition, dStart, dStartVolts, dMaximum] : kCases) {
         SCOPED_TRACE(pszCase);
-        Restart([&](Msrs& rMsrs) { rMsrs[0xC0010071] = (rMsrs[0xC0010071] & 0xFFFFFFFF00000000) | uStatusLow; });
+        Restart([uStatusLow = uStatusLow](Msrs& rMsrs) {
+            rMsrs[0xC0010071] = (rMsrs[0xC0010071] & 0xFFFFFFFF00000000) | uStatusLow;
+        });
         Requests();
         ASSERT_TRUE(m_Cpu.Init(0));
         EXPECT_THAT(Requests(), ElementsAre("rdmsr 0 C0010071", pszDefinition, "rdmsr 0 C0010064", "map FEE00300 100"));

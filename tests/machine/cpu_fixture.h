@@ -14,12 +14,6 @@ using Msrs = std::map<uint32_t, uint64_t>;
 
 inline constexpr vxtsim::CPciAddress kMiscControl{0, 24, 3};
 
-/// Family 11h has eight P-state definitions; a dump that names the first ones only leaves the others empty.
-inline void g_CompletePstates(vxtsim::CMachineDescription& rMachine) {
-    for (uint32_t uIndex = 0xC0010069; uIndex <= 0xC001006B; ++uIndex)
-        rMachine.Msr.try_emplace({vxtsim::kAllCores, uIndex}, 0);
-}
-
 /// Switches on the default board with another processor and drives one core of it.
 template <class TCpu> class CCpuTest : public CSimulatedPc {
 protected:

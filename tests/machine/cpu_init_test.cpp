@@ -45,10 +45,7 @@ struct CpuInit : vxttest::CSimulatedPc {
     /// Switches a machine on, changed, and creates the core of one class.
     void Create(size_t uClass, const std::function<void(vxtsim::CMachineDescription&)>& Change = {}) {
         if (m_pCpu) m_pCpu->UnInit();
-        Start(kMachines[uClass], [&](vxtsim::CMachineDescription& rMachine) {
-            vxttest::g_CompletePstates(rMachine);
-            if (Change) Change(rMachine);
-        });
+        Start(kMachines[uClass], Change);
         ASSERT_TRUE(StartDriver());
         m_pCpu = kClasses[uClass].pCreate();
     }

@@ -39,7 +39,7 @@ struct CpuMachines : vxttest::CSimulatedPc, ::testing::WithParamInterface<size_t
 
 TEST_P(CpuMachines, EveryCoreReadsAsTheDumpDoes) {
     const CMachineRow& rRow = kRows[GetParam()];
-    Start(rRow.pszMachine, vxttest::g_CompletePstates);
+    Start(rRow.pszMachine);
     ASSERT_TRUE(StartDriver());
     for (uint32_t uCore = 0; uCore < rRow.uCores; ++uCore) {
         SCOPED_TRACE(uCore);
@@ -66,7 +66,7 @@ TEST_P(CpuMachines, EveryCoreReadsAsTheDumpDoes) {
 
 TEST_P(CpuMachines, ASetMultiplierIsTakenByThatCoreAlone) {
     const CMachineRow& rRow = kRows[GetParam()];
-    Start(rRow.pszMachine, vxttest::g_CompletePstates);
+    Start(rRow.pszMachine);
     ASSERT_TRUE(StartDriver());
     const uint32_t uLast = rRow.uCores - 1;
     const auto pFirst = rRow.pCreate(), pLast = rRow.pCreate();

@@ -51,9 +51,11 @@ struct CScripted final : CScriptedBase<rIdentity, rScript> {};
 constexpr CDeviceIdentity Row(eDeviceType eType, const wchar_t* pszName, uint32_t uVersion = 0) {
     return {.eType = eType, .pszTypeName = vxt::g_TypeText(eType), .pszName = pszName, .uVersion = uVersion};
 }
-constexpr CDeviceIdentity kDisk = Row(vxtapi::kDeviceHardDisk, L"Disk"), kKeyboard = Row(vxtapi::kDeviceKeyboard, L"Keys"),
+constexpr CDeviceIdentity kDisk = Row(vxtapi::kDeviceHardDisk, L"Disk"),
+                          kKeyboard = Row(vxtapi::kDeviceKeyboard, L"Keys"),
                           kMemory = Row(vxtapi::kDeviceMemory, L"Module"), kUsb = Row(vxtapi::kDeviceUsb, L"Usb"),
-                          kOldBios = Row(vxtapi::kDeviceBios, L"Old", 1), kNewBios = Row(vxtapi::kDeviceBios, L"New", 2);
+                          kOldBios = Row(vxtapi::kDeviceBios, L"Old", 1),
+                          kNewBios = Row(vxtapi::kDeviceBios, L"New", 2);
 using CDisk = CScripted<kDisk, s_Disk>;
 using CKeyboard = CScripted<kKeyboard, s_Keyboard>;
 using COldBios = CScripted<kOldBios, s_OldBios>;
@@ -70,7 +72,8 @@ vxt::CDevicePointer NoMemory() { return nullptr; }
 struct CDeviceManagerTest : ::testing::Test {
     CDeviceManagerTest() { s_Disk = s_Keyboard = s_Usb = s_OldBios = s_NewBios = {}; }
     ~CDeviceManagerTest() override {
-        EXPECT_EQ(s_Disk.nAlive + s_Keyboard.nAlive + s_Usb.nAlive + s_OldBios.nAlive + s_NewBios.nAlive, 0) << "leaked";
+        EXPECT_EQ(s_Disk.nAlive + s_Keyboard.nAlive + s_Usb.nAlive + s_OldBios.nAlive + s_NewBios.nAlive, 0)
+            << "leaked";
     }
     static void WriteList(std::string_view sText) { std::ofstream("DeviceList.cfg", std::ios::binary) << sText; }
 
@@ -89,8 +92,8 @@ TEST_F(CDeviceManagerTest, EveryClassGivesInstancesUntilOneRefusesOrSixteenExist
     EXPECT_EQ(Manager.GetDeviceCount(vxtapi::kDeviceKeyboard), 16u);
     EXPECT_EQ(Manager.GetDeviceTypeCount(), 2u);
     const Lines Log = m_Log.Take();
-    EXPECT_THAT(Lines(Log.begin(), Log.begin() + 4),
-                ElementsAre("4 Created device Disk.", "4 Added device Disk.", "4 Created device Disk.", "4 Added device Disk."));
+    EXPECT_THAT(Lines(Log.begin(), Log.begin() + 4), ElementsAre("4 Created device Disk.", "4 Added device Disk.",
+                                                                 "4 Created device Disk.", "4 Added device Disk."));
     EXPECT_THAT(Log, Contains("4 Failed to initialize device Disk."));
     EXPECT_THAT(Log, Contains("1 " + g_CheckError("pDevice", "CDeviceManager::Init")));
 
@@ -104,15 +107,17 @@ TEST_F(CDeviceManagerTest, EveryClassGivesInstancesUntilOneRefusesOrSixteenExist
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
     EXPECT_EQ(Manager.GetDevice(2), nullptr);
     EXPECT_EQ(Manager.GetDeviceCount(vxtapi::kDeviceGpu), 0u);
-    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_ProcessError("uIndex < m_DeviceList.size()", "CDeviceManager::GetDevice"),
-                                                g_ProcessError("itType != m_DeviceList.end()", "CDeviceManager::GetDeviceCount")));
+    EXPECT_THAT(m_Log.TakeErrors(),
+                ElementsAre(g_ProcessError("uIndex < m_DeviceList.size()", "CDeviceManager::GetDevice"),
+                            g_ProcessError("itType != m_DeviceList.end()", "CDeviceManager::GetDeviceCount")));
     EXPECT_TRUE(Manager.UnInit());
     EXPECT_EQ(s_Disk.nUnInits, 3);
     EXPECT_EQ(Manager.GetDeviceTypeCount(), 0u);
 }
 
 TEST_F(CDeviceManagerTest, TheDeviceListAllowsOrDeniesTypes) {
-    constexpr vxt::CCreateFunction kList[] = {vxt::g_CreateDevice<CDisk>, vxt::g_CreateDevice<CKeyboard>, vxt::g_CreateDevice<CUsb>};
+    constexpr vxt::CCreateFunction kList[] = {vxt::g_CreateDevice<CDisk>, vxt::g_CreateDevice<CKeyboard>,
+                                              vxt::g_CreateDevice<CUsb>};
     const std::string sLong = "[on]\n" + std::string(63, 'x') + "HardDisk\n";
     std::string sUtf16 = "\xFF\xFE";
     for (const char c : std::string_view("[on]\nUSB Controller")) sUtf16.append({c, '\0'});
@@ -144,9 +149,9 @@ TEST_F(CDeviceManagerTest, TheDeviceListAllowsOrDeniesTypes) {
         WriteList(rCase.sFile);
         vxt::CDeviceManager Manager(kList);
         EXPECT_TRUE(Manager.Init(nullptr));
-        const bool bModeWrong = rCase.pszCase == std::string_view("a bracket too early is no mode")
-                             || rCase.pszCase == std::string_view("no mode line")
-                             || rCase.pszCase == std::string_view("three characters of the mode are not enough");
+        const bool bModeWrong = rCase.pszCase == std::string_view("a bracket too early is no mode") ||
+                                rCase.pszCase == std::string_view("no mode line") ||
+                                rCase.pszCase == std::string_view("three characters of the mode are not enough");
         EXPECT_EQ(Manager.GetDeviceTypeCount(), rCase.uTypes);
         EXPECT_EQ(Manager.GetDevice(vxtapi::kDeviceHardDisk, 0) != nullptr, rCase.bDisk);
         const Lines Errors = m_Log.TakeErrors();
@@ -210,7 +215,8 @@ TEST_F(CDeviceManagerTest, OfTwoClassesForOneDeviceTheOlderIsDroppedAndANewerOne
 }
 
 TEST_F(CDeviceManagerTest, RefreshRecreatesWhatComesAndGoes) {
-    constexpr vxt::CCreateFunction kList[] = {vxt::g_CreateDevice<CDisk>, vxt::g_CreateDevice<CKeyboard>, vxt::g_CreateDevice<CUsb>};
+    constexpr vxt::CCreateFunction kList[] = {vxt::g_CreateDevice<CDisk>, vxt::g_CreateDevice<CKeyboard>,
+                                              vxt::g_CreateDevice<CUsb>};
     vxt::CDeviceManager Manager(kList);
     ASSERT_TRUE(Manager.Init(nullptr));
     s_Disk.uInstances = 20;
@@ -219,10 +225,11 @@ TEST_F(CDeviceManagerTest, RefreshRecreatesWhatComesAndGoes) {
     EXPECT_TRUE(Manager.Refresh());
     EXPECT_EQ(Manager.GetDeviceCount(vxtapi::kDeviceHardDisk), 20u) << "a refresh knows no limit";
     EXPECT_EQ(s_Usb.nRefreshes, 1);
-    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_ProcessError("it != m_DeviceList.end()", "CDeviceManager::_RefreshDevice"),
-                                                g_CheckError("bRetCode", "CDeviceManager::Refresh"),  // optical drives
-                                                g_ProcessError("it != m_DeviceList.end()", "CDeviceManager::_RefreshDevice"),
-                                                g_CheckError("bRetCode", "CDeviceManager::Refresh")));  // mice
+    EXPECT_THAT(m_Log.TakeErrors(),
+                ElementsAre(g_ProcessError("it != m_DeviceList.end()", "CDeviceManager::_RefreshDevice"),
+                            g_CheckError("bRetCode", "CDeviceManager::Refresh"),  // optical drives
+                            g_ProcessError("it != m_DeviceList.end()", "CDeviceManager::_RefreshDevice"),
+                            g_CheckError("bRetCode", "CDeviceManager::Refresh")));  // mice
     EXPECT_EQ(Manager.GetDeviceTypeCount(), 4u) << "kept: an emptied type and the looked-up SATA type stay";
     EXPECT_EQ(Manager.GetDevice(1), nullptr) << "SATA, empty";
     EXPECT_EQ(Manager.GetDeviceCount(vxtapi::kDeviceKeyboard), 0u);
@@ -236,7 +243,8 @@ TEST_F(CDeviceManagerTest, RefreshRecreatesWhatComesAndGoes) {
     EXPECT_EQ(m_Log.TakeErrors().back(), g_ProcessError("bRetCode", "CDeviceManager::Refresh"));
     m_Log.Take();
     EXPECT_TRUE(Manager.UnInit());
-    EXPECT_THAT(m_Log.TakeErrors(), Contains(g_CheckError("itModule != itModuleType->second.end()", "CDeviceManager::UnInit")))
+    EXPECT_THAT(m_Log.TakeErrors(),
+                Contains(g_CheckError("itModule != itModuleType->second.end()", "CDeviceManager::UnInit")))
         << "kept: a refresh files no modules";
 }
 

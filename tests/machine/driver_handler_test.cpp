@@ -51,12 +51,12 @@ struct CDriverHandlerTest : vxttest::CSimulatedPc {
 TEST_F(CDriverHandlerTest, TheFirstUserInstallsTheServiceAndTheLastRemovesIt) {
     ASSERT_TRUE(Init());
     EXPECT_THAT(SystemCalls(TakeTrace()),
-                ElementsAre("QueryIsWow64", "OpenDriver", "ExecutablePath",               //
-                            "OpenServiceManager", "OpenService",                          // stop: nothing there
-                            "OpenServiceManager", "OpenService",                          // remove: nothing there
-                            "OpenServiceManager", "CreateDriverService",                  //
-                            "OpenServiceManager", "OpenService", "StopService",           // not running
-                            "OpenServiceManager", "OpenService", "StartService",          //
+                ElementsAre("QueryIsWow64", "OpenDriver", "ExecutablePath",       //
+                            "OpenServiceManager", "OpenService",                  // stop: nothing there
+                            "OpenServiceManager", "OpenService",                  // remove: nothing there
+                            "OpenServiceManager", "CreateDriverService",          //
+                            "OpenServiceManager", "OpenService", "StopService",   // not running
+                            "OpenServiceManager", "OpenService", "StartService",  //
                             "OpenDriver", "OpenSemaphore", "CreateSemaphore", "WaitSemaphore"));
     EXPECT_EQ(System().m_Services.at(kService).sPath, L"C:\\Program Files\\Host\\qor64\\VXTDriver.sys");
     EXPECT_EQ(System().m_Semaphores.at(kSemaphore).sSddl,
@@ -111,19 +111,27 @@ TEST_F(CDriverHandlerTest, AFailedStartLeavesAChainOfLinesAndNoHandle) {
         std::function<void(CDriverHandlerTest&)> Arrange;
         Lines Errors;
     } kCases[] = {
-        {"another kind of system", [](auto& t) { t.System().m_uPlatformId = 1; },
+        {"another kind of system",
+         [](auto& t) { t.System().m_uPlatformId = 1; },
          {g_ProcessError("platform::PlatformId() == platform::kPlatformNt", "CDriverHandler::Init")}},
-        {"word size unknown", [](auto& t) { t.System().m_bWow64QueryWorks = false; },
+        {"word size unknown",
+         [](auto& t) { t.System().m_bWow64QueryWorks = false; },
          {g_ProcessError("bRetCode", "CDriverHandler::Init")}},
-        {"no rights", [](auto& t) { t.System().m_bHasRights = false; },
-         {g_ProcessError("hSCManager", "CDriverHandler::InstallDriver"), g_ProcessError("hSCManager", "CDriverHandler::StartDriver"),
+        {"no rights",
+         [](auto& t) { t.System().m_bHasRights = false; },
+         {g_ProcessError("hSCManager", "CDriverHandler::InstallDriver"),
+          g_ProcessError("hSCManager", "CDriverHandler::StartDriver"),
           g_ProcessError("m_hDriver != INVALID_HANDLE_VALUE", "CDriverHandler::Init")}},
-        {"no driver file", [](auto& t) { t.System().m_bDriverFileExists = false; },
+        {"no driver file",
+         [](auto& t) { t.System().m_bDriverFileExists = false; },
          {g_ProcessError("m_hDriver != INVALID_HANDLE_VALUE", "CDriverHandler::Init")}},
-        {"host path without a folder", [](auto& t) { t.System().m_sExecutable = L"host.exe"; },
-         {g_ProcessError("pszSlash", "CDriverHandler::GetDriverPath"), g_ProcessError("hService", "CDriverHandler::StartDriver"),
+        {"host path without a folder",
+         [](auto& t) { t.System().m_sExecutable = L"host.exe"; },
+         {g_ProcessError("pszSlash", "CDriverHandler::GetDriverPath"),
+          g_ProcessError("hService", "CDriverHandler::StartDriver"),
           g_ProcessError("m_hDriver != INVALID_HANDLE_VALUE", "CDriverHandler::Init")}},
-        {"host path too long", [](auto& t) { t.System().m_sExecutable = L"C:\\" + std::wstring(240, L'x') + L"\\h.exe"; },
+        {"host path too long",
+         [](auto& t) { t.System().m_sExecutable = L"C:\\" + std::wstring(240, L'x') + L"\\h.exe"; },
          {g_ProcessError("sPath.size() < kMaxPath", "CDriverHandler::GetDriverPath"),
           g_ProcessError("hService", "CDriverHandler::StartDriver"),
           g_ProcessError("m_hDriver != INVALID_HANDLE_VALUE", "CDriverHandler::Init")}},
@@ -171,7 +179,8 @@ TEST_F(CDriverHandlerTest, RemovalIsPolledForAWhile) {
         EXPECT_EQ(Machine().Now() - ullBefore, uOpeners * 10'000'000ull) << "10 ms apart";
         const Lines Log = m_Log.Take();
         if (uOpeners < 100) {
-            EXPECT_THAT(Log, ElementsAre("4 VXTDriver service has been removed.(" + std::to_string(uOpeners + 1) + ")"));
+            EXPECT_THAT(Log,
+                        ElementsAre("4 VXTDriver service has been removed.(" + std::to_string(uOpeners + 1) + ")"));
         } else {
             EXPECT_THAT(Log, IsEmpty());
         }
@@ -188,9 +197,7 @@ TEST_F(CDriverHandlerTest, EachFailingCallOfAStartIsReportedAndLeavesNothingBehi
             return Init();
         },
         [&](bool bStarted) {
-            if (!bStarted) {
-                EXPECT_FALSE(m_Log.TakeErrors().empty());
-            }
+            if (!bStarted) { EXPECT_FALSE(m_Log.TakeErrors().empty()); }
             m_Handler.UnInit();
             EXPECT_THAT(System().m_Handles, IsEmpty());
             m_Log.Take();
@@ -231,8 +238,9 @@ TEST_F(CDriverHandlerTest, LeftOverMappingsAndAllocationsAreReportedAndGivenBack
     m_Handler.UnInit();
     const Lines Trace = TakeTrace();
     EXPECT_THAT(Lines(Trace.begin(), Trace.begin() + 2), ElementsAre("unmap 20", "unmap 30"));
-    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_CheckError("m_MapAddrList.size() == 0", "CDriverHandler::UnInit"),
-                                                g_CheckError("m_AllocateAddrList.size() == 0", "CDriverHandler::UnInit")));
+    EXPECT_THAT(m_Log.TakeErrors(),
+                ElementsAre(g_CheckError("m_MapAddrList.size() == 0", "CDriverHandler::UnInit"),
+                            g_CheckError("m_AllocateAddrList.size() == 0", "CDriverHandler::UnInit")));
     EXPECT_EQ(Machine().MappingCount(), 0u);
 }
 
@@ -261,8 +269,8 @@ TEST_F(CDriverHandlerTest, TheEcamBaseIsBelievedOnlyWhenItAnswers) {
     } kCases[] = {
         {"as dumped", [](auto&) {}, true, 0xE0000000, nullptr},
         {"44 bytes", [](auto& rTable) { rTable.resize(44); }, false, 0, "uSize > sizeof(MCFG)"},
-        {"45 bytes: the rest of the base counts as zero",
-         [](auto& rTable) { rTable.resize(45), rTable[44] = 0x10; }, true, 0, nullptr},
+        {"45 bytes: the rest of the base counts as zero", [](auto& rTable) { rTable.resize(45), rTable[44] = 0x10; },
+         true, 0, nullptr},
         {"zero base", [](auto& rTable) { std::memset(&rTable[44], 0, 8); }, false, 0, "m_ullPCIBaseAddress"},
         {"nobody answers there", [](auto& rTable) { rTable[47] = 0xA0; }, true, 0, nullptr},
     };
@@ -276,9 +284,7 @@ TEST_F(CDriverHandlerTest, TheEcamBaseIsBelievedOnlyWhenItAnswers) {
         EXPECT_EQ(Init(), rCase.bStarts);
         EXPECT_EQ(m_Handler.GetPciBaseAddress(), rCase.bStarts ? rCase.ullBase : m_Handler.GetPciBaseAddress());
         const Lines Errors = m_Log.TakeErrors();
-        if (rCase.pszError) {
-            EXPECT_THAT(Errors, Contains(g_ProcessError(rCase.pszError, "CDriverHandler::Init")));
-        }
+        if (rCase.pszError) { EXPECT_THAT(Errors, Contains(g_ProcessError(rCase.pszError, "CDriverHandler::Init"))); }
         m_Handler.UnInit();
         m_Log.Take();
     }
@@ -327,17 +333,25 @@ TEST_F(CDriverHandlerTest, TheSMBusBaseComesFromTheChipsetOrFromThePciList) {
         uint16_t usBase;
     } kCases[] = {
         {"the last I/O register wins",
-         [&](auto& r) { r.Pci[kFirst] = Controller(0x264, {0xFEB00000, 0x1C01, 0x2D43, 0xFEC00000}); }, 0x2D40},
+         [&](auto& r) {
+             r.Pci[kFirst] = Controller(0x264, {0xFEB00000, 0x1C01, 0x2D43, 0xFEC00000});
+         },
+         0x2D40},
         {"a base of zero supplies nothing",
-         [&](auto& r) { r.Pci[kFirst] = Controller(0x264, {0x0001}), r.Pci[kSecond] = Controller(0x368, {0x5001, 0x0001}); }, 0x5000},
-        {"key order decides", [&](auto& r) { r.Pci[kFirst] = Controller(0x368, {0x5001}), r.Pci[kSecond] = Controller(0x264, {0x6001}); },
+         [&](auto& r) {
+             r.Pci[kFirst] = Controller(0x264, {0x0001}), r.Pci[kSecond] = Controller(0x368, {0x5001, 0x0001});
+         },
+         0x5000},
+        {"key order decides",
+         [&](auto& r) { r.Pci[kFirst] = Controller(0x368, {0x5001}), r.Pci[kSecond] = Controller(0x264, {0x6001}); },
          0x6000},
         {"memory registers supply nothing", [&](auto& r) { r.Pci[kFirst] = Controller(0x264, {0xFEB00000}); }, 0},
     };
     for (const auto& rCase : kCases) {
         SCOPED_TRACE(rCase.pszCase);
         Restart(kDefaultMachine, [&](auto& rMachine) {
-            std::erase_if(rMachine.Pci, [](const auto& rEntry) { return rEntry.second[0x0B] == 0x0C && rEntry.second[0x0A] == 5; });
+            std::erase_if(rMachine.Pci,
+                          [](const auto& rEntry) { return rEntry.second[0x0B] == 0x0C && rEntry.second[0x0A] == 5; });
             rCase.Change(rMachine);
         });
         m_Tables.Clear();
@@ -400,22 +414,25 @@ TEST_F(CDriverHandlerTest, AnEnumerationThatDoesNotAdvanceOrOverflowsIsRefused) 
 // ---- single accesses ----------------------------------------------------------------------------------------------------
 
 TEST_F(CDriverHandlerTest, PortsAreReadAndWrittenInEveryWidth) {
-    Restart(kDefaultMachine, [](auto& rMachine) { rMachine.Ports = {{0x500, 0x78}, {0x501, 0x56}, {0x502, 0x34}, {0x503, 0x12}}; });
+    Restart(kDefaultMachine, [](auto& rMachine) {
+        rMachine.Ports = {{0x500, 0x78}, {0x501, 0x56}, {0x502, 0x34}, {0x503, 0x12}};
+    });
     ASSERT_TRUE(Init());
     TakeTrace();
     uint8_t ucValue = 0;
     uint16_t usValue = 0;
     uint32_t uValue = 0;
-    EXPECT_TRUE(m_Handler.ReadPort(0x500, ucValue) && m_Handler.ReadPort(0x500, usValue) && m_Handler.ReadPort(0x500, uValue));
+    EXPECT_TRUE(m_Handler.ReadPort(0x500, ucValue) && m_Handler.ReadPort(0x500, usValue) &&
+                m_Handler.ReadPort(0x500, uValue));
     EXPECT_EQ(ucValue, 0x78);
     EXPECT_EQ(usValue, 0x5678);
     EXPECT_EQ(uValue, 0x12345678u);
-    EXPECT_TRUE(m_Handler.WritePort(0x500, uint8_t{0xA1}) && m_Handler.WritePort(0x501, uint16_t{0xB2C3})
-                && m_Handler.ReadPort(0x500, uValue));
+    EXPECT_TRUE(m_Handler.WritePort(0x500, uint8_t{0xA1}) && m_Handler.WritePort(0x501, uint16_t{0xB2C3}) &&
+                m_Handler.ReadPort(0x500, uValue));
     EXPECT_EQ(uValue, 0x12B2C3A1u);
     EXPECT_TRUE(m_Handler.WritePort(0x500, uint32_t{0x01020304}));
-    EXPECT_THAT(TakeTrace(), ElementsAre("in 1 0500", "in 2 0500", "in 4 0500", "out 1 0500 A1", "out 2 0501 B2C3", "in 4 0500",
-                                         "out 4 0500 01020304"));
+    EXPECT_THAT(TakeTrace(), ElementsAre("in 1 0500", "in 2 0500", "in 4 0500", "out 1 0500 A1", "out 2 0501 B2C3",
+                                         "in 4 0500", "out 4 0500 01020304"));
 }
 
 TEST_F(CDriverHandlerTest, EveryKindOfAccessChecksTheCallAndTheCountReturned) {
@@ -430,8 +447,10 @@ TEST_F(CDriverHandlerTest, EveryKindOfAccessChecksTheCallAndTheCountReturned) {
         const char* pszCountCheck;  ///< null: the count is not checked
         bool bZeroIsSilent;
     } kCases[] = {
-        {"port read", [&] { return m_Handler.ReadPort(0x80, usValue); }, "ReadPort", "dwBytesReturned == sizeof(Param)", false},
-        {"MSR read", [&] { return m_Handler.RDMSR(0xC0010071, uLow, uHigh); }, "RDMSR", "dwBytesReturned == sizeof(Param)", false},
+        {"port read", [&] { return m_Handler.ReadPort(0x80, usValue); }, "ReadPort", "dwBytesReturned == sizeof(Param)",
+         false},
+        {"MSR read", [&] { return m_Handler.RDMSR(0xC0010071, uLow, uHigh); }, "RDMSR",
+         "dwBytesReturned == sizeof(Param)", false},
         {"memory read", [&] { return m_Handler.ReadMemory(0xE0000, 4, &uData); }, "ReadMemory",
          "dwBytesReturned == sizeof(MemoryParam) + uSize", true},
         {"mapping", [&] { return m_Handler.MapPhysicalMemory(0xFEE00300, 0, 256) != 0; }, "MapPhysicalMemory",

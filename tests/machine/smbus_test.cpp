@@ -20,17 +20,21 @@ struct CSMBusTest : vxttest::CSimulatedPc {
         m_pHost = &Machine().Plug<vxtsim::CSmbusHost>(m_rHandler.GetSMBusBase());
         m_pHost->Device(0x50) = {0x10, 0x11, 0x12, 0x13};
     }
-    bool Read(uint8_t ucAddress, uint8_t ucCommand) { 
+    bool Read(uint8_t ucAddress, uint8_t ucCommand) {
         return m_rHandler.AccessSMBus(static_cast<uint8_t>(ucAddress << 1 | 1), ucCommand, m_ucData);
     }
-    static std::string Failed(const std::string& sExpression) { return g_ProcessError(sExpression, "CDriverHandler::AccessSMBus"); }
+    static std::string Failed(const std::string& sExpression) {
+        return g_ProcessError(sExpression, "CDriverHandler::AccessSMBus");
+    }
     /// Port accesses as "in REGISTER" and "out REGISTER VALUE", repeated ones once.
     Lines Traffic() {
         Lines Result;
         for (const std::string& sLine : TakeTrace()) {
             const size_t uPort = sLine.rfind(' ', sLine.starts_with("out") ? sLine.rfind(' ') - 1 : sLine.npos) + 1;
-            const unsigned uRegister = static_cast<unsigned>(std::stoul(sLine.substr(uPort, 4), nullptr, 16)) - m_rHandler.GetSMBusBase();
-            std::string sText = sLine.substr(0, sLine.find(' ')) + ' ' + std::to_string(uRegister) + sLine.substr(uPort + 4);
+            const unsigned uRegister =
+                static_cast<unsigned>(std::stoul(sLine.substr(uPort, 4), nullptr, 16)) - m_rHandler.GetSMBusBase();
+            std::string sText =
+                sLine.substr(0, sLine.find(' ')) + ' ' + std::to_string(uRegister) + sLine.substr(uPort + 4);
             if (Result.empty() || Result.back() != sText) Result.push_back(sText);
         }
         return Result;
@@ -44,14 +48,14 @@ struct CSMBusTest : vxttest::CSimulatedPc {
 TEST_F(CSMBusTest, AReadAndAWriteFollowTheControllersSteps) {
     EXPECT_TRUE(Read(0x50, 2));
     EXPECT_EQ(m_ucData, 0x12);
-    EXPECT_THAT(Traffic(), ElementsAre("in 0", "out 0 FF", "in 4", "out 4 A1", "in 3", "out 3 02", "in 2", "out 2 48", "in 0",
-                                       "in 5", "in 4", "in 3"));
+    EXPECT_THAT(Traffic(), ElementsAre("in 0", "out 0 FF", "in 4", "out 4 A1", "in 3", "out 3 02", "in 2", "out 2 48",
+                                       "in 0", "in 5", "in 4", "in 3"));
     uint8_t ucNew = 0x99;
     EXPECT_TRUE(m_rHandler.AccessSMBus(0xA0, 3, ucNew));
     EXPECT_EQ(ucNew, 0x99);
     EXPECT_EQ(m_pHost->Device(0x50)[3], 0x99);
-    EXPECT_THAT(Traffic(), ElementsAre("in 0", "out 0 FF", "in 4", "out 4 A0", "in 3", "out 3 03", "out 5 99", "in 2", "out 2 48",
-                                       "in 0", "in 4", "in 3"));
+    EXPECT_THAT(Traffic(), ElementsAre("in 0", "out 0 FF", "in 4", "out 4 A0", "in 3", "out 3 03", "out 5 99", "in 2",
+                                       "out 2 48", "in 0", "in 4", "in 3"));
     EXPECT_THAT(m_Log.Take(), IsEmpty());
 }
 
@@ -85,7 +89,8 @@ TEST_F(CSMBusTest, AForeignTransferInBetweenRestartsOurs) {
 
 TEST_F(CSMBusTest, WithoutAControllerNoPortIsTouched) {
     Start(kDefaultMachine, [](auto& rMachine) {
-        std::erase_if(rMachine.Pci, [](const auto& rEntry) { return rEntry.second[0x0B] == 0x0C && rEntry.second[0x0A] == 5; });
+        std::erase_if(rMachine.Pci,
+                      [](const auto& rEntry) { return rEntry.second[0x0B] == 0x0C && rEntry.second[0x0A] == 5; });
     });
     StartDriver();
     EXPECT_FALSE(Read(0x50, 0));

@@ -21,7 +21,8 @@ std::string g_Normalized(const std::string& sLine) {
     const size_t uLevel = sLine.find('<') + 1, uLevelEnd = sLine.find(">: ");
     std::string sResult = sLine.substr(uLevel, uLevelEnd - uLevel) + ' ' + sLine.substr(uLevelEnd + 3);
     constexpr std::string_view kBefore = ") at line ";
-    if (const size_t uNumber = sResult.find(kBefore) + kBefore.size(); uNumber >= kBefore.size() && uNumber < sResult.size())
+    if (const size_t uNumber = sResult.find(kBefore) + kBefore.size();
+        uNumber >= kBefore.size() && uNumber < sResult.size())
         sResult.replace(uNumber, sResult.find(' ', uNumber) - uNumber, "#");
     return sResult;
 }
@@ -54,8 +55,7 @@ Lines CLogCapture::Take() {
         std::string& rsOld = m_Read[rPath.string()];
         // A log opened again within the second starts the same file anew.
         std::istringstream New(sAll.starts_with(rsOld) ? sAll.substr(rsOld.size()) : sAll);
-        for (std::string sLine; std::getline(New, sLine);)
-            Result.push_back(g_Normalized(sLine));
+        for (std::string sLine; std::getline(New, sLine);) Result.push_back(g_Normalized(sLine));
         rsOld = sAll;
     }
     return Result;

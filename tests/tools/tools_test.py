@@ -174,6 +174,8 @@ def table(*rows):
     ("PCI function that is not there", "vxtdiag pci 3f:1f.7", 3, "3f:1f.7"),
     ("PCI address that is none", "vxtdiag pci host", 3, "00:18.3"),
     ("ACPI table that is not there", "vxtdiag acpi ZZZZ", 3, "ZZZZ"),
+    ("setting checked before the library is needed", "vxtctl --library ./none cpu set --voltage 0", 2, "--voltage"),
+    ("selector checked before the library is needed", "vxtctl --library ./none device cpu:x", 2, "cpu:x"),
     ("library missing", "vxtctl --library ./no/such.so devices", 4, "no/such.so"),
     ("library that is no library", f"vxtctl --library {__file__} devices", 4, "tools_test.py"),
     ("machine missing", "vxtctl --machine no-such-pc devices", 4, "no-such-pc"),
@@ -305,6 +307,19 @@ def test_a_core_shows_what_its_registers_say(machine, expected, pstates):
     clock, reference, multiplier = (reading(core, f"/cpu/0/{key}")["value"] for key in ("core_clock", "reference_clock", "multiplier"))
     check(abs(clock - reference * multiplier) < 1e-3, f"{clock} is not {reference} * {multiplier}")
     check(195 < reference < 205, f"reference clock {reference}")
+
+
+@table(
+    ("in range", "50", 31, "ok"),
+    ("below zero, which the library reads unsigned", "10", None, "out_of_range"),
+    ("no sensor", "31", None, "unavailable"),
+)
+def test_a_temperature_is_shown_only_when_there_can_be_one(raw, value, status):
+    # Revision F before model 60h: bits 23:16 of the thermal register, less 49 degrees.
+    machine = run("vxtdiag snapshot --machine k8-revf-dual").out.replace("= 00060FB1", "= 00040FB1")
+    pathlib.Path("cold.machine").write_text(machine.replace("E0: 00 00 00 00 3E A0 41 00", f"E0: 00 00 00 00 3E A0 {raw} 00"), encoding="utf-8")
+    found = reading(answer_json("vxtctl cpu 1 --machine cold.machine"), "/cpu/1/temperature")
+    same((found["value"], found["status"]), (value, status), found)
 
 
 @case
@@ -448,6 +463,21 @@ def test_a_write_that_never_arrives_is_not_taken():
     same((row["outcome"], row["after"]), ("not_taken", 0), "change")
 
 
+@case
+def test_a_flaky_driver_never_makes_a_failed_change_look_taken():
+    seen = set()
+    for seed in range(1, 31):
+        answer = run(f"vxtctl cpu set --core 1 --multiplier 8 --yes --json --fault seed={seed},rate=3,kinds=fail+zero")
+        if answer.code in (3, 4):
+            continue  # the fault hit the start
+        row = json.loads(answer.out)["changes"][0]
+        seen.add(row["outcome"])
+        same(answer.code, {"taken": 0, "failed": 1, "not_taken": 5}[row["outcome"]], f"seed {seed}")
+        same(row["reason"] is None, row["outcome"] == "taken", f"seed {seed}: {row}")
+        check(row["outcome"] != "taken" or row["after"] == 8, f"seed {seed}: {row}")
+    check({"taken", "failed"} <= seen, f"outcomes seen: {seen}")
+
+
 @table(
     ("yes", "y\n", 0, "taken"),
     ("the word", "yes\n", 0, "taken"),
@@ -503,6 +533,12 @@ def test_a_snapshot_has_the_contents_of_the_machine_it_was_taken_of():
                 check(name in copied, f"{machine}: {name} is missing")
             elif name.startswith("[smbus"):
                 same(copied.get(name), rows, f"{machine} {name}")
+        for core in range(int(next(row for row in original["[machine]"] if row.startswith("cores")).split()[2])):
+            def registers(found):
+                rows = found["[msr]"] + found.get(f"[msr core {core}]", [])  # the core's own wins
+                return {row.split()[0]: int(row.split()[2], 16) for row in rows}
+            copy = registers(copied)
+            same({index: copy.get(index) for index in registers(original)}, registers(original), f"{machine} MSRs of core {core}")
 
 
 @case
@@ -582,6 +618,10 @@ def main():
     words = sys.argv[2:]
     passed = failed = 0
     start = os.getcwd()
+    for tool in TOOLS:
+        if not os.access(FOLDER / tool, os.X_OK):
+            print(f"FAILED: {FOLDER / tool} is not built\n0 passed, 1 failed")
+            return 1
     for name, function in CASES:
         if not all(word in name for word in words):
             continue

@@ -84,7 +84,8 @@ TEST_F(CLogTest, LineEndsAreCompletedAndLongLinesCut) {
         {"carriage return is kept", "abc\r", "abc\r", kStampLength + 4},
         {"empty message", "", ": \n", kStampLength + 1},
         {"one below full", std::string(kFullLine - kStampLength - 1, 'x'), "x\n", kFullLine},
-        {"exactly full loses its last character", std::string(kFullLine - kStampLength - 1, 'x') + "y", "x\n", kFullLine},
+        {"exactly full loses its last character", std::string(kFullLine - kStampLength - 1, 'x') + "y", "x\n",
+         kFullLine},
         {"full with its own line feed", std::string(kFullLine - kStampLength - 1, 'x') + "\n", "x\n", kFullLine},
         {"far too long", std::string(5000, 'z'), "zz\n", kFullLine},
     };

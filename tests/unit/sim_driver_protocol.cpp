@@ -114,10 +114,12 @@ TEST(DriverProtocol, MovesRegistersInTheirPlaces) {
     EXPECT_EQ(Client.ReadMsr(0xC0010064), 0x8000001A3C00200E);
     EXPECT_EQ(Client.At(4), 0x3C00200Eu) << "low half first";
     EXPECT_EQ(Client.At(8), 0x8000001Au);
+    EXPECT_EQ(Client.ReadMsr(0x1B), 0xFEE00900u) << "what it says for core 0 alone wins";
     EXPECT_TRUE(Client.WriteMsr(0xC0010015, 0x1122334455667788));
     EXPECT_EQ(Client.ReadMsr(0xC0010015), 0x1122334455667788u);
     Client.m_uCore = 1;
     EXPECT_EQ(Client.ReadMsr(0xC0010015), 0x01000010u) << "each core has its own";
+    EXPECT_EQ(Client.ReadMsr(0x1B), 0xFEE00800u) << "what the file says for all cores";
     EXPECT_FALSE(Client.ReadMsr(0xC0010099)) << "general protection";
     EXPECT_FALSE(Client.WriteMsr(0xC0010099, 0));
     Client.m_uCore = 4;

@@ -1,4 +1,6 @@
 // The simulated PC: firmware tables, memory-mapped configuration space, timers, mappings.
+#include <algorithm>
+
 #include "sim/models/pm_timer.h"
 #include "sim_client.h"
 
@@ -106,6 +108,9 @@ TEST(Machine, ConfigurationSpaceIsSeenThroughMemoryWhereTheTableSaysSo) {
     EXPECT_EQ(Ddr3.ReadMemory(0xE00C2194), 0x1F48090Bu) << "an extended register";
     EXPECT_EQ(Ddr3.ReadMemory(0xE00A0100), 0xFFFFFFFFu) << "a function without extended registers";
     EXPECT_EQ(Ddr3.ReadMemory(0xE00A0000), 0x43851002u);
+    Ddr3.m_Machine.SetPciDword({255, 31, 7}, 0, 0x00017777);
+    EXPECT_EQ(Ddr3.ReadMemory(0xEFFFF000), 0x00017777u) << "the last function";
+    Ddr3.m_Machine.SetPciDword({0, 0, 0}, 0, 0x00027777);
     EXPECT_EQ(Ddr3.ReadMemory(0xF0000000), 0xFFFFFFFFu) << "past bus 255";
 
     CSimClient Ddr2("family10h-ddr2");
@@ -117,6 +122,24 @@ TEST(Machine, ConfigurationSpaceIsSeenThroughMemoryWhereTheTableSaysSo) {
     EXPECT_EQ(K8.ReadMemory(0xE00C0000), 0xFFFFFFFFu) << "this processor answers configuration cycles only";
     EXPECT_EQ(K8.ReadMemory(0xE00A0000), 0x43851002u) << "the chipset answers both";
     EXPECT_EQ(K8.ReadPci({0, 0x18, 0}, 0), 0x11001022u);
+}
+
+TEST(Machine, AWindowAtAddressZeroHidesNoMemory) {
+    CMachineDescription Description = g_Embedded("family10h-ddr3");
+    for (auto& [sSignature, Table] : Description.Acpi)
+        if (sSignature == "MCFG") std::fill_n(Table.begin() + 44, 8, uint8_t{0});
+    CSimMachine Machine(Description);
+    EXPECT_EQ(g_Read(Machine, Machine.AcpiAddress("RSD PTR "), 8),
+              (std::vector<uint8_t>{'R', 'S', 'D', ' ', 'P', 'T', 'R', ' '}));
+}
+
+TEST(Machine, CpuidKnowsSubleavesOnlyWhereTheyAreDescribed) {
+    CSimMachine Machine(g_Parsed("[machine]\n[cpuid]\n1 = 1 0 0 0\nB = 2 0 0 0\nB.1 = 3 0 0 0\n"));
+    EXPECT_EQ(Machine.Cpuid(0, 1, 7).uEax, 1u) << "ECX is ignored";
+    EXPECT_EQ(Machine.Cpuid(0, 0xB, 0).uEax, 2u);
+    EXPECT_EQ(Machine.Cpuid(0, 0xB, 1).uEax, 3u);
+    EXPECT_EQ(Machine.Cpuid(0, 0xB, 2), CCpuidResult{});
+    EXPECT_EQ(Machine.Cpuid(0, 0x80000000), CCpuidResult{});
 }
 
 TEST(Machine, AReadAcrossRegionsFillsGapsWithOnes) {

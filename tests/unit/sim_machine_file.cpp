@@ -34,6 +34,8 @@ TEST(MachineFile, SaysAllOfAPc) {
         "checksum = complete\n"
         "[acpi SSDT]\n"
         "[acpi SSDT]\n"
+        "[dram_data]\n"
+        "1.13 = 2e  # a delay\n"
         "[ports]\n"
         "0B00 = 01 02\n"
         "[smbus 50]\n"
@@ -59,6 +61,7 @@ TEST(MachineFile, SaysAllOfAPc) {
     uint8_t ucSum = 0;
     for (const uint8_t ucByte : Machine.Acpi[0].second) ucSum = static_cast<uint8_t>(ucSum + ucByte);
     EXPECT_EQ(ucSum, 0);
+    EXPECT_EQ(Machine.DramData, (std::map<std::pair<uint32_t, uint32_t>, uint32_t>{{{1, 0x13}, 0x2E}}));
     EXPECT_EQ(Machine.Ports, (std::map<uint16_t, uint8_t>{{0xB00, 1}, {0xB01, 2}}));
     EXPECT_EQ(Machine.Smbus.at(0x50), (std::vector<uint8_t>{0, 0, 0, 0x92}));
     EXPECT_EQ(Machine.Registry.at("Software\\Maker\\Program!Accepted"), "dword:1");
@@ -79,8 +82,8 @@ TEST(MachineFile, NamesFileLineAndWhatWasExpected) {
         {"nothing", "", "f:0: expected a [machine] section, found none"},
         {"line before a section", "\n\ncores = 1\n", "f:3: expected a section like [machine], found cores = 1"},
         {"later section", "[machine]\n[wmi root\\wmi]\n",
-         "f:2: expected a section that this program knows (machine, cpuid, msr, pci, memory, acpi, ports, smbus, "
-         "registry), found [wmi root\\wmi]"},
+         "f:2: expected a section that this program knows (machine, cpuid, msr, pci, memory, acpi, dram_data, ports, "
+         "smbus, registry), found [wmi root\\wmi]"},
         {"open heading", "[machine\n", "f:1: expected a section heading that ends with ], found [machine"},
         {"argument too many", "[cpuid 1]\n", "f:1: expected [cpuid], found [cpuid 1]"},
         {"no cores", "[machine]\ncores = 0\n", "f:2: expected 1 to 64 cores, found 0"},
@@ -122,6 +125,12 @@ TEST(MachineFile, NamesFileLineAndWhatWasExpected) {
          "f:3: expected a table of at least 10 bytes, found fewer"},
         {"other sum", "[acpi APIC]\nchecksum = 12\n",
          "f:2: expected dump lines or checksum = complete, found checksum = 12"},
+        {"third pair", "[dram_data]\n2.00 = 0\n", "f:2: expected a register like 0.00 or 1.13, found 2.00"},
+        {"pair alone", "[dram_data]\n0 = 0\n", "f:2: expected a register like 0.00 or 1.13, found 0"},
+        {"index past the last", "[dram_data]\n0.40000000 = 0\n",
+         "f:2: expected a register like 0.00 or 1.13, found 0.40000000"},
+        {"no value", "[dram_data]\n0.00 = x\n", "f:2: expected a value of up to 8 digits, found x"},
+        {"data twice", "[dram_data]\n0.00 = 0\n0.0 = 0\n", "f:3: expected each register once, found 0.0 again"},
         {"ports past the last", "[ports]\nFFFF = 01 02\n", "f:2: expected ports up to FFFF, found more bytes"},
         {"port without a byte", "[ports]\n80 =\n", "f:2: expected bytes of up to 2 digits, found nothing"},
         {"eight-bit address", "[smbus A0]\n", "f:1: expected [smbus ADDRESS] from 00 to 7F, found [smbus A0]"},

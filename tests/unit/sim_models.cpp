@@ -66,12 +66,12 @@ TEST(Smbus, EndsWithTheErrorOfTheCase) {
     EXPECT_EQ(g_Transfer(Client, 0xB00, 0xA1, 0), 8u);
     rHost.m_bCollides = false, rHost.m_bNeverCompletes = true;
     EXPECT_EQ(g_Transfer(Client, 0xB00, 0xA1, 0), 0u);
+    Client.Out(0xB00, 0xFF);
+    EXPECT_EQ(Client.In(0xB00), 1u) << "the busy bit cannot be cleared";
     Client.Out(0xB02, 2);  // kill
     EXPECT_EQ(Client.In(0xB00), 0x10u);
     rHost.m_bNeverCompletes = false, rHost.m_bAlwaysBusy = true;
     EXPECT_EQ(Client.In(0xB00) & 1, 1u);
-    Client.Out(0xB00, 0xFF);
-    EXPECT_EQ(Client.In(0xB00) & 1, 1u) << "busy cannot be cleared";
 }
 
 TEST(Smbus, ReadsBackWrongOnlyAfterATransferAndOnlySoOften) {
@@ -135,13 +135,13 @@ TEST(FidVid, NothingHappensWithoutTheStartBitAndTheStatusCannotBeWritten) {
 TEST(FidVid, AnUnlockedProcessorTakesAnyFrequencyAndAStuckOneNever) {
     CSimClient Client("k8-revf-dual");
     Client.m_Machine.Msr(0, 0xC0010042) = 0x310A120C0A2A020D;  // maximum 2A: no limit
-    EXPECT_TRUE(Client.WriteMsr(0xC0010041, 0x00010E20));
+    EXPECT_TRUE(Client.WriteMsr(0xC0010041, 0x00010E30));
     Client.m_Machine.Advance(1'000'000);
-    EXPECT_EQ(Client.ReadMsr(0xC0010042).value() & 0x8000003F, 0x20u);
+    EXPECT_EQ(Client.ReadMsr(0xC0010042).value() & 0x8000003F, 0x30u);
     Client.m_Machine.Model<CFidVid>()->m_bStuck = true;
     EXPECT_TRUE(Client.WriteMsr(0xC0010041, 0x00010E02));
     Client.m_Machine.Advance(10'000'000'000);
-    EXPECT_EQ(Client.ReadMsr(0xC0010042).value() & 0x8000003F, 0x80000020u);
+    EXPECT_EQ(Client.ReadMsr(0xC0010042).value() & 0x8000003F, 0x80000030u);
 }
 
 // --- P-states
@@ -169,6 +169,7 @@ TEST(Pstates, RequestsAreBoundByTheLimitsAndDisabledStatesAreNotEntered) {
         {"past the last", 0x30, 7, 3},
         {"above the current limit", 0x31, 0, 1},
         {"disabled", 0x40, 4, 0},
+        {"without a definition", 0x60, 6, 0},
     };
     for (const auto& [pszCase, ullLimit, ullRequest, uPstate] : Cases) {
         CSimClient Client("family10h-ddr3");

@@ -1,5 +1,6 @@
 #include "installation.h"
 
+#include <sddl.h>
 #include <winternl.h>
 
 #include <algorithm>
@@ -73,6 +74,30 @@ std::optional<long> g_FreeDriverUnits() {
     const NTSTATUS lStatus = NtQuerySemaphore(hSemaphore, 0, &Counts, sizeof(Counts), nullptr);
     CloseHandle(hSemaphore);
     return NT_SUCCESS(lStatus) ? std::optional(Counts.lCurrent) : std::nullopt;
+}
+
+std::vector<std::string> g_DriverUnitsAccess() {
+    std::vector<std::string> Access;
+    const HANDLE hSemaphore = OpenSemaphoreW(READ_CONTROL, FALSE, kSemaphore);
+    alignas(SECURITY_DESCRIPTOR) std::array<BYTE, 1024> Buffer{};
+    DWORD dwNeeded = 0;
+    BOOL bPresent = FALSE, bDefaulted = FALSE;
+    ACL* pList = nullptr;
+    GetKernelObjectSecurity(hSemaphore, DACL_SECURITY_INFORMATION, Buffer.data(), static_cast<DWORD>(Buffer.size()),
+                            &dwNeeded);
+    GetSecurityDescriptorDacl(Buffer.data(), &bPresent, &pList, &bDefaulted);
+    CloseHandle(hSemaphore);
+    for (DWORD i = 0; bPresent && pList && i < pList->AceCount; ++i) {
+        void* pEntry = nullptr;
+        char* pszSid = nullptr;
+        GetAce(pList, i, &pEntry);
+        auto* const pAllowed = static_cast<ACCESS_ALLOWED_ACE*>(pEntry);  // a denying entry is laid out alike
+        ConvertSidToStringSidA(&pAllowed->SidStart, &pszSid);
+        Access.push_back((pAllowed->Header.AceType == ACCESS_DENIED_ACE_TYPE ? "deny " : "allow ") +
+                         std::string(pszSid));
+        LocalFree(pszSid);
+    }
+    return Access;
 }
 
 CSecondHost::CSecondHost() {

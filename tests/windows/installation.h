@@ -63,6 +63,9 @@ void g_RemoveDriverService();
 /// Units left in the semaphore that counts the driver's users; nothing when it does not exist.
 std::optional<long> g_FreeDriverUnits();
 
+/// Who may use that semaphore: "deny SID" or "allow SID" for each entry of its access list.
+std::vector<std::string> g_DriverUnitsAccess();
+
 /// Another process that has started the library and holds it.
 class CSecondHost {
 public:

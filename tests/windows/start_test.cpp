@@ -47,6 +47,13 @@ TEST_F(CStart, TheRegistryNamesTheDriverFileOfTheInstallation) {
     EXPECT_TRUE(std::wstring(szPath).ends_with(g_DriverFile().wstring())) << std::filesystem::path(szPath);
 }
 
+TEST_F(CStart, TheCountOfUsersIsClosedToGuestsAndAnonymousUsers) {
+    ASSERT_TRUE(m_Library->Init(false));
+    const std::vector<std::string> Expected{"deny S-1-5-32-546", "deny S-1-5-7", "allow S-1-5-11",
+                                            "allow S-1-5-32-544"};
+    EXPECT_EQ(g_DriverUnitsAccess(), Expected);
+}
+
 TEST_F(CStart, AStaleServiceOfAnotherFolderIsReplaced) {
     g_InstallDriverService(L"C:\\gone\\qor64\\VXTDriver.sys");
     ASSERT_TRUE(m_Library->Init(false));

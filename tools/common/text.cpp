@@ -1,6 +1,7 @@
 #include "common/text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -66,6 +67,13 @@ std::string g_Trimmed(double dValue, int nDecimals) {
     if (sText.find('.') != std::string::npos) sText.erase(sText.find_last_not_of('0') + 1);
     if (sText.ends_with('.')) sText.pop_back();
     return sText == "-0" ? "0" : sText;
+}
+
+std::optional<uint32_t> g_ParseUnsigned(std::string_view sText) {
+    uint32_t uValue = 0;
+    const auto [pRest, eError] = std::from_chars(sText.data(), sText.data() + sText.size(), uValue);
+    if (eError != std::errc() || pRest != sText.data() + sText.size()) return std::nullopt;
+    return uValue;
 }
 
 std::string g_Hex(uint64_t ullValue, int nDigits) {

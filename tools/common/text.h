@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ std::string g_Printable(std::string_view sText);
 
 /// At most `nDecimals` digits behind the point, none of them a trailing zero.
 std::string g_Trimmed(double dValue, int nDecimals);
+
+/// A whole text that is a decimal number; nothing otherwise.
+std::optional<uint32_t> g_ParseUnsigned(std::string_view sText);
 
 /// `nDigits` hexadecimal digits (more when it needs them), lower case, no prefix.
 std::string g_Hex(uint64_t ullValue, int nDigits);

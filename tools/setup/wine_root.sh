@@ -28,21 +28,23 @@ exec 9>"$cache/.lock"
 flock 9  # another run may be making it: then there is nothing left to do afterwards
 trap '[[ $? -eq 0 ]] || { tail -n 30 "$log"; echo "wine_root.sh: failed, the whole log is $log"; } >&2' EXIT
 
-# Runs a shell text inside root $1. Its mounts are private and end with it, also when it is interrupted: a half-made root
-# never holds a mount and can always be deleted.
-_inside() {
-    unshare --mount --pid --fork --kill-child bash -euc '
+# Runs a command with mounts and processes of its own, which end with it, also when it is interrupted: a half-made root
+# never holds a mount and can always be deleted. Whatever outlives a killed script still holds the lock.
+_private() { unshare --mount --pid --fork --kill-child "$@" >>"$log" 2>&1; }
+_inside() {  # ROOT SHELL_TEXT
+    _private bash -euc '
         mount --rbind /dev "$1/dev"
         mount -t proc proc "$1/proc"
         exec chroot "$1" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive \
             WINEDEBUG=-all WINEPREFIX=/prefix WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d" bash -euc "$2"
-    ' bash "$@" >>"$log" 2>&1 9>&-
+    ' bash "$@"
 }
 
 if ! _done system $system_recipe; then
     echo "Making the Wine root in $root (once, some minutes)" >&2
     rm -rf --one-file-system "$root" "$root.partial"
-    debootstrap --variant=minbase bookworm "$root.partial" "${VXT_DEBIAN_MIRROR:-http://deb.debian.org/debian}" >"$log" 2>&1
+    : >"$log"
+    _private debootstrap --variant=minbase bookworm "$root.partial" "${VXT_DEBIAN_MIRROR:-http://deb.debian.org/debian}"
     cp /etc/resolv.conf "$root.partial/etc/resolv.conf" 2>/dev/null || true
     _inside "$root.partial" '
         dpkg --add-architecture i386

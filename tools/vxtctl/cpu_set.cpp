@@ -1,6 +1,5 @@
 #include "cpu_set.h"
 
-#include <charconv>
 #include <cmath>
 
 #include "common/text.h"
@@ -15,15 +14,6 @@ using vxttools::CFailure;
 using vxttools::EExit;
 
 namespace {
-
-std::optional<uint32_t> _ParseCore(const std::string& sCore) {
-    if (sCore == "all") return std::nullopt;
-    uint32_t uCore = 0;
-    const auto [pRest, eError] = std::from_chars(sCore.data(), sCore.data() + sCore.size(), uCore);
-    if (eError != std::errc() || pRest != sCore.data() + sCore.size())
-        throw CFailure(EExit::kUsage, "--core " + sCore + ": expected a core number or 'all'");
-    return uCore;
-}
 
 void _CheckPositive(const char* pszOption, const std::optional<double>& rValue) {
     if (rValue && !(std::isfinite(*rValue) && *rValue > 0))
@@ -83,11 +73,18 @@ CChange _Voltage(CCPU& rCpu, double dVoltage) {
 
 }  // namespace
 
+void CCpuRequest::Check() const {
+    if (!oMultiplier && !oVoltage && !oPstate)
+        throw CFailure(EExit::kUsage, "cpu set: nothing to set; give --multiplier, --voltage or --pstate");
+    _CheckPositive("--multiplier", oMultiplier);
+    _CheckPositive("--voltage", oVoltage);
+    if (sCore != "all" && !vxttools::g_ParseUnsigned(sCore))
+        throw CFailure(EExit::kUsage, "--core " + sCore + ": expected a core number or 'all'");
+}
+
 vxttools::CChangePlan g_PlanCpuChanges(const CHostLibrary& rLibrary, const CCpuRequest& rRequest) {
-    _CheckPositive("--multiplier", rRequest.oMultiplier);
-    _CheckPositive("--voltage", rRequest.oVoltage);
     vxttools::CChangePlan Plan;
-    for (const CInventoryEntry& rCore : g_SelectCores(rLibrary, _ParseCore(rRequest.sCore))) {
+    for (const CInventoryEntry& rCore : g_SelectCores(rLibrary, vxttools::g_ParseUnsigned(rRequest.sCore))) {
         CCPU& rCpu = *static_cast<CCPU*>(rCore.pDevice);
         std::vector<CChange> Changes;
         if (rRequest.oPstate) Changes.push_back(_Pstate(rCpu, *rRequest.oPstate));

@@ -6,10 +6,14 @@
 
 namespace vxtctl {
 
+/// As the command line has it.
 struct CCpuRequest {
     std::string sCore = "all";
     std::optional<double> oMultiplier, oVoltage;
     std::optional<uint32_t> oPstate;
+
+    /// Ends the command when the request makes no sense on any machine.
+    void Check() const;
 };
 
 /// What has to be done to every core asked for, in an order that is safe. Ends the command when a request makes no

@@ -1,7 +1,6 @@
 #include "device_report.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "common/exit_code.h"
 #include "common/text.h"
@@ -21,9 +20,9 @@ std::string g_DevicePath(vxtapi::eDeviceType eType, uint32_t uIndex) {
     return "/" + std::string(pType->pszWord) + "/" + std::to_string(uIndex);
 }
 
-std::vector<CInventoryEntry> g_SelectDevices(const CHostLibrary& rLibrary, const std::string& sSelector) {
-    const size_t uColon = sSelector.find(':');
-    const std::string sWord = sSelector.substr(0, uColon);
+CDeviceSelector::CDeviceSelector(const std::string& sText) : m_sText(sText) {
+    const size_t uColon = sText.find(':');
+    const std::string sWord = sText.substr(0, uColon);
     const auto pType = std::ranges::find(kDeviceTypes, sWord, &CDeviceTypeName::pszWord);
     if (pType == std::end(kDeviceTypes)) {
         std::string sWords;
@@ -31,16 +30,18 @@ std::vector<CInventoryEntry> g_SelectDevices(const CHostLibrary& rLibrary, const
             sWords += std::string(sWords.empty() ? "" : ", ") + rType.pszWord;
         throw CFailure(EExit::kNoSuchDevice, "no device type '" + sWord + "'; there are: " + sWords);
     }
-    std::vector<CInventoryEntry> Entries = rLibrary.Devices(pType->eType);
-    if (uColon != std::string::npos) {
-        uint32_t uIndex = 0;
-        const char* pEnd = sSelector.data() + sSelector.size();
-        const auto [pRest, eError] = std::from_chars(sSelector.data() + uColon + 1, pEnd, uIndex);
-        if (eError != std::errc() || pRest != pEnd)
-            throw CFailure(EExit::kUsage, "'" + sSelector + "': expected TYPE:INDEX with a number for INDEX");
-        std::erase_if(Entries, [&](const CInventoryEntry& rEntry) { return rEntry.uIndex != uIndex; });
-    }
-    if (Entries.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine has no device '" + sSelector + "'");
+    m_eType = pType->eType;
+    if (uColon == std::string::npos) return;
+    m_oIndex = vxttools::g_ParseUnsigned(std::string_view(sText).substr(uColon + 1));
+    if (!m_oIndex) throw CFailure(EExit::kUsage, "'" + sText + "': expected TYPE:INDEX with a number for INDEX");
+}
+
+std::vector<CInventoryEntry> g_SelectDevices(const CHostLibrary& rLibrary, const CDeviceSelector& rSelector) {
+    std::vector<CInventoryEntry> Entries = rLibrary.Devices(rSelector.m_eType);
+    std::erase_if(Entries, [&](const CInventoryEntry& rEntry) {
+        return rSelector.m_oIndex.value_or(rEntry.uIndex) != rEntry.uIndex;
+    });
+    if (Entries.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine has no device '" + rSelector.m_sText + "'");
     return Entries;
 }
 

@@ -6,8 +6,17 @@
 
 namespace vxtctl {
 
-/// Devices that "TYPE" or "TYPE:INDEX" names. Ends the command when the word is unknown or nothing answers to it.
-std::vector<CInventoryEntry> g_SelectDevices(const CHostLibrary& rLibrary, const std::string& sSelector);
+/// "TYPE" or "TYPE:INDEX" of a command line.
+struct CDeviceSelector {
+    explicit CDeviceSelector(const std::string& sText);  ///< ends the command when that names no type or index
+
+    std::string m_sText;
+    vxtapi::eDeviceType m_eType;
+    std::optional<uint32_t> m_oIndex;
+};
+
+/// The devices it names; ends the command when the machine has none.
+std::vector<CInventoryEntry> g_SelectDevices(const CHostLibrary& rLibrary, const CDeviceSelector& rSelector);
 
 /// The array "devices".
 void g_AddDevices(vxttools::CDocument& rDocument, const std::vector<CInventoryEntry>& rEntries);

@@ -3,6 +3,8 @@
 #include "cpu_report.h"
 #include "cpu_set.h"
 #include "device_report.h"
+#include "links.h"
+#include "memory.h"
 
 using namespace vxttools;
 using namespace vxtctl;
@@ -16,6 +18,7 @@ constexpr const char* kExamples =
     "  vxtctl cpu 0                            everything about core 0\n"
     "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
     "  vxtctl cpu set --voltage 1.25 --yes     all cores, without asking\n"
+    "  vxtctl memory set tcl=9 trcd=9 --yes    timings; vxtctl memory lists the legal values\n"
     "  vxtctl --machine k8-revf-dual cpu       a simulated PC (simulated builds)";
 
 class CControlTool {
@@ -49,11 +52,84 @@ public:
             ->type_name("X")
             ->excludes(pPstate);
         rSet.add_option("--voltage", m_Request.oVoltage, "Core voltage in volts")->type_name("V")->excludes(pPstate);
+        _AddPlatformCommands();
     }
 
     int Run(int nArguments, char** ppszArguments) { return m_CommandLine.Run(nArguments, ppszArguments); }
 
 private:
+    void _AddPlatformCommands() {
+        CLI::App& rRoot = m_CommandLine.Root();
+        CLI::App& rMemory =
+            m_CommandLine.Add(rRoot, "memory", "Show memory timings and configuration with their legal values",
+                              "  vxtctl memory\n  vxtctl memory --json", [this] { return _Memory(); });
+        _AddAssignments(
+            m_CommandLine.Add(rMemory, "set", "Change timings or configuration",
+                              "  vxtctl memory set tcl=9 trcd=9 --dry-run\n  vxtctl memory set slow_access=on --yes",
+                              [this] { return _MemorySet(); }));
+        CLI::App& rLinks = m_CommandLine.Add(rRoot, "links", "Show the processor's HyperTransport links",
+                                             "  vxtctl links\n  vxtctl links --json", [this] { return _Links(); });
+        CLI::App& rLinksSet =
+            m_CommandLine.Add(rLinks, "set", "Change a link's widths or clock (in force after its next reset)",
+                              "  vxtctl links set --link 0 frequency=5 --dry-run", [this] { return _LinksSet(); });
+        rLinksSet.add_option("--link", m_uLink, "Which link; 0 when left out")->type_name("N");
+        _AddAssignments(rLinksSet);
+        m_CommandLine.Add(rRoot, "northbridge", "Show the chipset's side of the link", "  vxtctl northbridge",
+                          [this] { return _NorthBridge(); });
+    }
+
+    void _AddAssignments(CLI::App& rCommand) {
+        rCommand.add_option("NAME=VALUE", m_Words, "Settings by the names of the list; 'on' and 'off' for switches")
+            ->required()
+            ->type_name("");
+        rCommand.add_flag("--force", m_bForce, "Also try values that are not in the list");
+    }
+
+    EExit _Memory() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("memory");
+        g_AddMemory(Document, Library);
+        return _Emit(Document);
+    }
+
+    EExit _MemorySet() {
+        const std::vector<CAssignment> Assignments = g_ParseAssignments(m_Words);
+        const CHostLibrary Library = _Start();
+        return _RunPlan("memory set", g_PlanMemoryChanges(Library, Assignments, m_bForce));
+    }
+
+    EExit _Links() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("links");
+        g_AddLinks(Document, Library);
+        return _Emit(Document);
+    }
+
+    EExit _LinksSet() {
+        const std::vector<CAssignment> Assignments = g_ParseAssignments(m_Words);
+        const CHostLibrary Library = _Start();
+        return _RunPlan("links set", g_PlanLinkChanges(Library, m_uLink, Assignments, m_bForce));
+    }
+
+    EExit _NorthBridge() {
+        const CHostLibrary Library = _Start();
+        CDocument Document = m_CommandLine.NewDocument("northbridge");
+        g_AddNorthBridge(Document, Library);
+        return _Emit(Document);
+    }
+
+    EExit _Emit(const CDocument& rDocument) {
+        m_CommandLine.Output().Emit(rDocument);
+        return EExit::kDone;
+    }
+
+    EExit _RunPlan(const char* pszCommand, CChangePlan Plan) {
+        CDocument Document = m_CommandLine.NewDocument(pszCommand);
+        const EExit eExit = Plan.Run(Document, m_CommandLine.Options(), m_CommandLine.Output());
+        m_CommandLine.Output().Emit(Document);
+        return eExit;
+    }
+
     CHostLibrary _Start() const { return {m_CommandLine.Options().sLibrary, m_CommandLine.Options().bLog}; }
 
     EExit _Overview() {
@@ -67,8 +143,7 @@ private:
         } else {
             Document["cores"] = CJson::array();
         }
-        m_CommandLine.Output().Emit(Document);
-        return EExit::kDone;
+        return _Emit(Document);
     }
 
     EExit _Devices() {
@@ -77,15 +152,15 @@ private:
         Document.SetCsv("devices");
         g_AddDevices(Document, Library.Devices());
         g_AddInventoryTable(Document);
-        m_CommandLine.Output().Emit(Document);
-        return EExit::kDone;
+        return _Emit(Document);
     }
 
     EExit _Device() {
+        const CDeviceSelector Selector(m_sSelector);
         const CHostLibrary Library = _Start();
         CDocument Document = m_CommandLine.NewDocument("device");
         Document.SetCsv("devices");
-        g_AddDevices(Document, g_SelectDevices(Library, m_sSelector));
+        g_AddDevices(Document, g_SelectDevices(Library, Selector));
         g_AddDeviceTables(Document);
         m_CommandLine.Output().Emit(Document);
         return EExit::kDone;
@@ -101,20 +176,18 @@ private:
     }
 
     EExit _CpuSet() {
-        if (!m_Request.oMultiplier && !m_Request.oVoltage && !m_Request.oPstate)
-            throw CFailure(EExit::kUsage, "cpu set: nothing to set; give --multiplier, --voltage or --pstate");
+        m_Request.Check();
         const CHostLibrary Library = _Start();
-        CChangePlan Plan = g_PlanCpuChanges(Library, m_Request);
-        CDocument Document = m_CommandLine.NewDocument("cpu set");
-        const EExit eExit = Plan.Run(Document, m_CommandLine.Options(), m_CommandLine.Output());
-        m_CommandLine.Output().Emit(Document);
-        return eExit;
+        return _RunPlan("cpu set", g_PlanCpuChanges(Library, m_Request));
     }
 
     CCommandLine m_CommandLine;
     std::string m_sSelector;
     std::optional<uint32_t> m_oCore;
     CCpuRequest m_Request;
+    std::vector<std::string> m_Words;
+    uint32_t m_uLink = 0;
+    bool m_bForce = false;
 };
 
 }  // namespace

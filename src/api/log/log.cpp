@@ -79,7 +79,8 @@ void CLog::_WriteToFile(std::string_view sLine, const CLocalTime& rNow) {
     const bool bStartFile = m_uLinesPerFile == 0 ? m_uLineCounter == 0 : m_uLineCounter % m_uLinesPerFile == 0;
     if (bStartFile) _StartFile(rNow);
     if (m_File && platform::WriteCommitted(m_File, sLine.data(), sLine.size()) < sLine.size())
-        std::fputs("Warning : error occurs when writing to log file, please check remain capacity of your hard disk!", stderr);
+        std::fputs("Warning : error occurs when writing to log file, please check remain capacity of your hard disk!",
+                   stderr);
     ++m_uLineCounter;  // also without a file: the next rotation tries again
 }
 
@@ -93,7 +94,8 @@ void CLog::_StartFile(const CLocalTime& rNow) {
     platform::CreateDirectory(sPath);  // each may exist already
     platform::CreateDirectory(sPath.append("/").append(m_szName.data()));
     platform::CreateDirectory(sPath.append("/").append(szDay));
-    m_File = platform::CreateCommittedFile(sPath.append("/").append(m_szName.data()).append("_").append(szDay).append(szStamp));
+    m_File = platform::CreateCommittedFile(
+        sPath.append("/").append(m_szName.data()).append("_").append(szDay).append(szStamp));
     if (!m_File) std::fputs("Warning : cannot create log file!", stderr);
 }
 

@@ -41,9 +41,9 @@ private:
     std::array<char, 256> m_szName{};
     uint32_t m_uLineCounter = 0;
     uint32_t m_uLinesPerFile = 0;
-    uint32_t m_uLevelMask = 0;   ///< zero until Init: everything is dropped
+    uint32_t m_uLevelMask = 0;  ///< zero until Init: everything is dropped
     uint32_t m_uOutputMask = 0;
-    std::mutex m_Lock;           ///< guards the file and the counter
+    std::mutex m_Lock;  ///< guards the file and the counter
     platform::CCommittedFile m_File;
 };
 

@@ -11,7 +11,8 @@ constexpr std::string_view g_QualifiedName(std::string_view sSignature) {
     const size_t uEnd = sSignature.find('(');
     std::string_view sName = sSignature.substr(0, uEnd);
     sName.remove_prefix(sName.rfind(' ') + 1);  // a constructor has no return type: npos + 1 == 0
-    while (!sName.empty() && (sName.front() == '*' || sName.front() == '&')) sName.remove_prefix(1);  // clang: "char *f"
+    while (!sName.empty() && (sName.front() == '*' || sName.front() == '&'))
+        sName.remove_prefix(1);  // clang: "char *f"
     // Namespaces are lower case here, classes begin with C: keep the last two parts if the first of them is a class.
     const size_t uMethod = sName.rfind("::");
     if (uMethod == std::string_view::npos) return sName;
@@ -33,6 +34,7 @@ bool g_ReportCheck(const char* pszFormat, const char* pszExpression, int nLine, 
 
 }  // namespace vxt
 
+// clang-format off
 // #expr is taken in the outermost macro: one level deeper, macros inside the expression are already expanded.
 // Success costs a predicted branch; everything else happens out of line.
 #define LOG_REPORT_(kind, failed, text) \
@@ -61,3 +63,4 @@ bool g_ReportCheck(const char* pszFormat, const char* pszExpression, int nLine, 
     do { (void)LOG_REPORT_("LOG_CHECK_ERROR", !(expr), text); } while (0)
 #define ALOG_CHECK_ERROR(expr) \
     do { (void)LOG_REPORT_("ALOG_CHECK_ERROR", !(expr), #expr); } while (0)
+// clang-format on

@@ -1,13 +1,13 @@
 // Bridges, Super I/O chips, clock generator and voltage controllers.
 #pragma once
 
+#include "devices/chipset/north_bridge.h"
 #include "devices/framework/unbuilt_device.h"
 
 namespace vxt {
 
 inline constexpr CDeviceIdentity kF71882Identity{.eType = vxtapi::kDeviceEnvironment, .pszTypeName = g_TypeText(vxtapi::kDeviceEnvironment), .pszName = L"Fintek SIO Chip", .pszVendor = L"Fintek"};
 inline constexpr CDeviceIdentity kIT8716FIdentity{.eType = vxtapi::kDeviceEnvironment, .pszTypeName = g_TypeText(vxtapi::kDeviceEnvironment), .pszName = L"ITE SIO Chip", .pszVendor = L"ITE"};
-inline constexpr CDeviceIdentity kNBQ7Identity{.eType = vxtapi::kDeviceNorthBridge, .pszTypeName = g_TypeText(vxtapi::kDeviceNorthBridge), .pszName = L"QOR Northbridge Chipset", .pszVendor = kMakerVendor};
 inline constexpr CDeviceIdentity kSQ3Identity{.eType = vxtapi::kDeviceSouthBridge, .pszTypeName = g_TypeText(vxtapi::kDeviceSouthBridge), .pszName = L"SQ3 Series Chipset", .pszVendor = kMakerVendor};
 inline constexpr CDeviceIdentity kSQ4Identity{.eType = vxtapi::kDeviceSouthBridge, .pszTypeName = g_TypeText(vxtapi::kDeviceSouthBridge), .pszName = L"SQ4 Series Chipset", .pszVendor = kMakerVendor};
 inline constexpr CDeviceIdentity kDefaultClockGenIdentity{.eType = vxtapi::kDeviceClockGen, .pszTypeName = g_TypeText(vxtapi::kDeviceClockGen), .pszName = L"QOR Default Clock Generator", .pszVendor = kMakerVendor};
@@ -16,7 +16,6 @@ inline constexpr CDeviceIdentity kCustomerPWMControllerIdentity{.eType = vxtapi:
 
 class CF71882 final : public CUnbuiltDevice<kF71882Identity> {};
 class CIT8716F final : public CUnbuiltDevice<kIT8716FIdentity> {};
-class CNBQ7 final : public CUnbuiltDevice<kNBQ7Identity> {};
 class CSQ3 final : public CUnbuiltDevice<kSQ3Identity> {};
 class CSQ4 final : public CUnbuiltDevice<kSQ4Identity> {};
 class CDefaultClockGen final : public CUnbuiltDevice<kDefaultClockGenIdentity> {};

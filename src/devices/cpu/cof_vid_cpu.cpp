@@ -267,14 +267,14 @@ bool CBrevikCPU::SetBoostState(bool bFirst, bool bSecond) {
     bRetCode = _WriteMisc(kPowerStateRegister, kClockDivisor.Set(uRegister, bFirst ? 0 : kDivideBy32));
     FAMILY_PROCESS_ERROR(bRetCode);
 
-    CMsrWords CacheConfig{};
-    bRetCode = _ReadMsr(kCacheConfigMsr, CacheConfig);
+    CMsrWords BusUnit{};
+    bRetCode = _ReadMsr(kBusUnitMsr, BusUnit);
     FAMILY_PROCESS_ERROR(bRetCode);
     if (bSecond)
-        kCacheConfigTlb.Set(CacheConfig, 0);
+        kBusUnitTlb.Set(BusUnit, 0);
     else
-        kCacheConfigTlbOff.Set(CacheConfig, 1);  // bit 0 stays as it is
-    bRetCode = _WriteMsr(kCacheConfigMsr, CacheConfig);
+        kBusUnitTlbOff.Set(BusUnit, 1);  // bit 0 stays as it is
+    bRetCode = _WriteMsr(kBusUnitMsr, BusUnit);
     FAMILY_PROCESS_ERROR(bRetCode);
 
     CMsrWords Hwcr{};

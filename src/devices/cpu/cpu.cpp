@@ -15,7 +15,6 @@
 #include "platform/mapped_registers.h"
 #include "platform/system.h"
 #include "platform/text.h"
-#include "platform/thread.h"
 
 namespace vxt {
 
@@ -40,20 +39,20 @@ constexpr uint32_t kLvtTimer = 0x20, kInitialCount = 0x80, kCurrentCount = 0x90,
 constexpr CBitField kTimerPeriodic(17, 17);
 constexpr uint32_t kDivideBy8 = 2, kDivisor = 8;
 
-constexpr double kNominalIdleUnit = 10'000;  ///< idle time counts per ms
+constexpr double kIdleUnits = 10'000;  ///< of idle time in a millisecond
+constexpr double kUsageBias = 0.5;     ///< Kept: percent added to every usage, so a busy core shows 100.5
 
 /// The CPUID bits that are kept.
 struct CFeatureRow {
-    uint32_t uLeaf;
+    uint32_t uLeaf, uBits;
     uint32_t CCpuidRegisters::*pRegister;
-    uint32_t uBits;
 };
 constexpr CFeatureRow kFeatureRows[] = {
-    {kCpuidSignature, &CCpuidRegisters::uEcx, 0x00000001},
-    {kCpuidSignature, &CCpuidRegisters::uEdx, 0x178BF800},
-    {kCpuidExtendedSignature, &CCpuidRegisters::uEcx, 0x00000003},
-    {kCpuidExtendedSignature, &CCpuidRegisters::uEdx, 0xEA500BFF},
-    {kCpuidPower, &CCpuidRegisters::uEdx, 0x0000000F},
+    {kCpuidSignature, 0x00000001, &CCpuidRegisters::uEcx},
+    {kCpuidSignature, 0x178BF800, &CCpuidRegisters::uEdx},
+    {kCpuidExtendedSignature, 0x00000003, &CCpuidRegisters::uEcx},
+    {kCpuidExtendedSignature, 0xEA500BFF, &CCpuidRegisters::uEdx},
+    {kCpuidPower, 0x0000000F, &CCpuidRegisters::uEdx},
 };
 
 }  // namespace
@@ -123,11 +122,13 @@ double CCPU::MeasureReferenceClock() {
     // Kept: one count short of the timer's period.
     const auto Elapsed = [&] { return (uNow < uStart ? uNow + kPmTimerMask : uNow) - uStart; };
     const uint32_t uStartTime = platform::TickCount();
-    do {
-        LOG_PROCESS_ERROR_OR(0.0, platform::TickCount() - uStartTime < kPatience);
+    for (;;) {
+        const bool bInTime = platform::TickCount() - uStartTime < kPatience;
         bRetCode = _ReadPmTimer(uNow);
         LOG_PROCESS_ERROR_OR(0.0, bRetCode);
-    } while (Elapsed() < kMeasuredTicks);
+        if (Elapsed() >= kMeasuredTicks) break;
+        LOG_PROCESS_ERROR_OR(0.0, bInTime);
+    }
     const uint32_t uSecondCount = Read(kCurrentCount);
     bRetCode = _ReadPmTimer(uNow);
     LOG_PROCESS_ERROR_OR(0.0, bRetCode);
@@ -151,7 +152,7 @@ double CCPU::GetCurrentUsage() {
         static_cast<double>(ullIdleTime) - static_cast<double>(std::exchange(m_ullIdleTime, ullIdleTime));
     const uint32_t uElapsed = uTickCount - std::exchange(m_uTickCount, uTickCount);  // survives the counter's wrap
     if (uElapsed == 0) return 0.0;
-    return std::max(0.0, 100 - dIdle / kNominalIdleUnit / uElapsed * 100 + 0.5);
+    return std::max(0.0, 100 - dIdle / kIdleUnits / uElapsed * 100 + kUsageBias);
 }
 
 bool CCPU::GetBoostState(bool* pbSupported, bool* pbEnabled) {
@@ -166,8 +167,6 @@ bool CCPU::HasFeature(uint32_t uLeaf, uint32_t CCpuidRegisters::*pRegister, uint
             return uBit < 32 && m_auFeatures[i] >> uBit & 1;
     return false;
 }
-
-bool CCPU::_PinThread() const { return platform::SetThreadAffinity(1u << m_uIndex % 32); }
 
 uint32_t CCPU::_GetProcessorCount() { return platform::ProcessorCount(); }
 

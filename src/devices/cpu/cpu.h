@@ -95,8 +95,6 @@ protected:
 
     explicit CCPU(const CDeviceIdentity& rIdentity) : CDeviceBase(rIdentity) {}
 
-    /// Pins the calling thread to this core and leaves it there. Kept: core 32 and above share the mask's 32 bits.
-    bool _PinThread() const;
     static uint32_t _GetProcessorCount();
     void _ReadVendor();
     bool _ReadBrand();

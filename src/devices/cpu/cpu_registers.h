@@ -3,6 +3,7 @@
 
 #include <vxtapi/cpu.h>
 
+#include "hw/processor_match.h"
 #include "hw/value_table.h"
 
 namespace vxt::cpu {
@@ -13,9 +14,7 @@ using CMsrWords = std::array<uint32_t, 2>;  ///< a 64-bit register, low half fir
 inline constexpr uint32_t kCpuidVendor = 0, kCpuidSignature = 1, kCpuidExtended = 0x80000000,
                           kCpuidExtendedSignature = 0x80000001, kCpuidBrand = 0x80000002, kCpuidL1 = 0x80000005,
                           kCpuidL2 = 0x80000006, kCpuidPower = 0x80000007;
-// Function 1 EAX
-inline constexpr CBitField kFamily(11, 8), kExtendedFamily(27, 20), kModel(7, 4), kExtendedModel(19, 16),
-    kStepping(3, 0);
+using cpuid::kExtendedFamily, cpuid::kExtendedModel, cpuid::kFamily, cpuid::kModel, cpuid::kStepping;  // function 1
 // Function 8000_0006h ECX; the size is in KB
 inline constexpr CBitField kL2Size(31, 16), kL2Associativity(15, 12), kL2LinesPerTag(11, 8), kL2LineSize(7, 0);
 // Function 8000_0007h EDX: what the processor lets software control
@@ -35,10 +34,10 @@ inline constexpr uint32_t kThermTripRegister = 0xE4;  ///< family 0Fh
 inline constexpr CBitField kThermOffset(13, 8), kThermOffsetSign(24, 24);
 inline constexpr CBitField kThermCoreSelect(2, 2), kThermSensorSelect(6, 6), kThermReading(23, 16);
 
-// Hardware configuration, and the cache configuration that goes with its bit 3
-inline constexpr uint32_t kHwcrMsr = 0xC0010015, kCacheConfigMsr = 0xC0011023;
+// Hardware configuration and bus unit configuration 2: TLB caching is switched in both
+inline constexpr uint32_t kHwcrMsr = 0xC0010015, kBusUnitMsr = 0xC0011023;
 inline constexpr CRegisterField kHwcrTlbCacheDis = g_WideBits(3, 3), kHwcrTscFreqSel = g_WideBits(24, 24);
-inline constexpr CRegisterField kCacheConfigTlb = g_WideBits(1, 0), kCacheConfigTlbOff = g_WideBits(1, 1);
+inline constexpr CRegisterField kBusUnitTlb = g_WideBits(1, 0), kBusUnitTlbOff = g_WideBits(1, 1);
 
 // FID/VID control and status, family 0Fh
 inline constexpr uint32_t kFidVidControlMsr = 0xC0010041, kFidVidStatusMsr = 0xC0010042;
@@ -101,24 +100,14 @@ struct CVidRules {
 inline constexpr CVidRules kFidVid{kFidVidControlMsr, kFidVidStatusMsr, g_WideBits(37, 32), kFidVidTable, 0.015};
 inline constexpr CVidRules kCofVid{kCofVidControlMsr, kCofVidStatusMsr, kVid, kCofVidTable, 0.0063};
 
-/// The processors that a class drives, and the checks as they are logged.
-struct CFamilyMatch {
-    uint32_t uExtendedFamily;
-    const char* pszExtendedFamilyCheck;
-    bool (*pAcceptsModel)(uint32_t uExtendedModel) = nullptr;  ///< null: any
-    const char* pszModelCheck = nullptr;
-    uint32_t uStandardLeaves = 0, uExtendedLeaves = 0;  ///< highest CPUID functions reach these; 0: not asked
+/// The processors that a class drives, and the CPUID functions they must have.
+struct CFamilyMatch : cpuid::CFamilyMatch {
+    uint32_t uStandardLeaves = 0, uExtendedLeaves = 0;  ///< highest functions reach these; 0: not asked
 };
-inline constexpr CFamilyMatch kMatchFirstK8{
-    0, "Fn0000_0001_Eax.ExtendedFamily == 0", [](uint32_t uModel) { return uModel <= 2; },
-    "Fn0000_0001_Eax.ExtendedModel == 0 || Fn0000_0001_Eax.ExtendedModel == 1 || Fn0000_0001_Eax.ExtendedModel == 2"};
-inline constexpr CFamilyMatch kMatchRevisionF{
-    0, "Fn0000_0001_Eax.ExtendedFamily == 0", [](uint32_t uModel) { return uModel > 2; },
-    "Fn0000_0001_Eax.ExtendedModel != 0 && Fn0000_0001_Eax.ExtendedModel != 1 && Fn0000_0001_Eax.ExtendedModel != 2"};
+inline constexpr CFamilyMatch kMatchFirstK8{cpuid::kMatchFirstK8}, kMatchRevisionF{cpuid::kMatchRevisionF};
 // Early family 10h parts end at 8000_001Ah, later ones at 8000_001Bh: what this library reads ends at 8000_0007h.
-inline constexpr CFamilyMatch kMatch10h{
-    1, "Fn0000_0001_Eax.ExtendedFamily == 0x01", nullptr, nullptr, kCpuidSignature, kCpuidPower};
-inline constexpr CFamilyMatch kMatch11h{2, "Fn0000_0001_Eax.ExtendedFamily == 0x02"};
+inline constexpr CFamilyMatch kMatch10h{{1, "Fn0000_0001_Eax.ExtendedFamily == 0x01"}, kCpuidSignature, kCpuidPower};
+inline constexpr CFamilyMatch kMatch11h{{2, "Fn0000_0001_Eax.ExtendedFamily == 0x02"}};
 
 /// What one family does differently from the others.
 struct CFamilyRules {

@@ -1,10 +1,9 @@
 #include "devices/cpu/family_cpu.h"
 
-#include <cstdio>
 #include <cwchar>
 
-#include "api/log/log_checks.h"
 #include "hw/driver_handler.h"
+#include "platform/thread.h"
 
 namespace vxt {
 
@@ -12,7 +11,6 @@ using namespace cpu;
 using platform::Cpuid;
 
 namespace {
-constexpr uint32_t kBaseFamily = 0x0F;       ///< of every family here; the extended family tells them apart
 constexpr double kNominalReference = 200e6;  ///< Hz
 }  // namespace
 
@@ -41,11 +39,8 @@ bool CFamilyCPU::Init(uint32_t uIndex) {
 
 bool CFamilyCPU::_CheckCpuid() const {
     const CFamilyMatch& rMatch = m_rRules.rMatch;
-    const uint32_t uSignature = Cpuid(kCpuidSignature).uEax;
-    FAMILY_PROCESS_ERROR_TEXT("Fn0000_0001_Eax.BaseFamily == 0x0F", kFamily.Get(uSignature) == kBaseFamily);
-    FAMILY_PROCESS_ERROR_TEXT(rMatch.pszExtendedFamilyCheck, kExtendedFamily.Get(uSignature) == rMatch.uExtendedFamily);
-    FAMILY_PROCESS_ERROR_TEXT(rMatch.pszModelCheck,
-                              !rMatch.pAcceptsModel || rMatch.pAcceptsModel(kExtendedModel.Get(uSignature)));
+    const char* const pszFailed = rMatch.FailedCheck(Cpuid(kCpuidSignature).uEax);
+    FAMILY_PROCESS_ERROR_TEXT(pszFailed, !pszFailed);
     FAMILY_PROCESS_ERROR_TEXT("nStandardCount >= MAX_STANDARD_CPUID",
                               Cpuid(kCpuidVendor).uEax >= rMatch.uStandardLeaves);
     FAMILY_PROCESS_ERROR_TEXT("nExtendedCount >= MAX_EXTENDED_CPUID",
@@ -58,7 +53,7 @@ bool CFamilyCPU::_CheckFVID() const { return (Cpuid(kCpuidPower).uEdx & m_rRules
 bool CFamilyCPU::_EnterCore() const { return _PinThread() && _CheckFVID(); }
 
 bool CFamilyCPU::_PinThread() const {
-    const bool bRetCode = CCPU::_PinThread();
+    const bool bRetCode = platform::SetThreadAffinity(1u << m_uIndex % 32);
     FAMILY_PROCESS_ERROR(bRetCode);  // another core's registers would be worse than none
     return true;
 }
@@ -100,12 +95,6 @@ bool CFamilyCPU::_ReadMisc(uint32_t uOffset, uint32_t& ruValue) {
 bool CFamilyCPU::_WriteMisc(uint32_t uOffset, uint32_t uValue) {
     return g_GetDriverHandler().SetPCIConfig(kNorthBridgeBus, kNorthBridgeDevice, kMiscFunction, uOffset, &uValue,
                                              sizeof(uValue));
-}
-
-bool CFamilyCPU::_Report(const char* pszExpression, int nLine, const char* pszFunction) const {
-    char szFunction[128];
-    std::snprintf(szFunction, sizeof(szFunction), "%s::%s", m_rRules.pszClass, pszFunction);
-    return g_ReportCheck("LOG_PROCESS_ERROR(%s) at line %d in %s\n", pszExpression, nLine, szFunction);
 }
 
 }  // namespace vxt

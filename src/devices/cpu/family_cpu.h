@@ -3,6 +3,7 @@
 
 #include "devices/cpu/cpu.h"
 #include "devices/cpu/cpu_registers.h"
+#include "devices/framework/class_checks.h"
 
 namespace vxt {
 
@@ -44,6 +45,7 @@ protected:
     bool _CheckFVID() const;
     /// Pins the thread and passes the gate. A closed gate is an answer, not a fault: nothing is logged.
     bool _EnterCore() const;
+    /// Pins the calling thread to this core and leaves it there. Kept: cores from 32 on share the mask's 32 bits.
     bool _PinThread() const;
 
     static bool _ReadMsr(uint32_t uIndex, cpu::CMsrWords& rWords);
@@ -52,19 +54,10 @@ protected:
     static bool _ReadMisc(uint32_t uOffset, uint32_t& ruValue);
     static bool _WriteMisc(uint32_t uOffset, uint32_t uValue);
 
-    bool _Report(const char* pszExpression, int nLine, const char* pszFunction) const;
+    const char* _GetClassName() const { return m_rRules.pszClass; }
 
     const cpu::CFamilyRules& m_rRules;
     CFvInfo m_FvInfo{};
 };
 
 }  // namespace vxt
-
-// The library's check macros under the concrete class's name. `function` is __func__ or the operation a helper serves.
-#define FAMILY_CHECK_(bad, text, function, expr)                                           \
-    do {                                                                                   \
-        if (__builtin_expect(!(expr), 0) && _Report(text, __LINE__, function)) return bad; \
-    } while (0)
-#define FAMILY_PROCESS_ERROR(expr) FAMILY_CHECK_(false, #expr, __func__, expr)
-#define FAMILY_PROCESS_ERROR_OR(bad, expr) FAMILY_CHECK_(bad, #expr, __func__, expr)
-#define FAMILY_PROCESS_ERROR_TEXT(text, expr) FAMILY_CHECK_(false, text, __func__, expr)

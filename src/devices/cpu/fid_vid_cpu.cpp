@@ -53,8 +53,7 @@ bool CFidVidCPU::SetCurrentMultiplier(double dMultiplier) {
     const bool bRetCode = _ReadMsr(kFidVidControlMsr, Control);
     FAMILY_PROCESS_ERROR(bRetCode);
     CMsrWords Wanted = Control;
-    g_EncodeField(kFid, kFidTable, Wanted, dMultiplier,
-                  kFidTolerance);  // Kept: written all the same when not in the table
+    g_EncodeField(kFid, kFidTable, Wanted, dMultiplier, kFidTolerance);  // Kept: written also when nothing matches
     return _StartTransition(Control, Wanted, __func__);
 }
 

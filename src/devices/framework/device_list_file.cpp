@@ -43,7 +43,8 @@ std::wstring g_Decode8Bit(std::string_view sBytes) {
 }  // namespace
 
 bool g_BeginsWith(std::wstring_view sText, std::wstring_view sPrefix) {
-    return sText.size() >= sPrefix.size() && std::equal(sPrefix.begin(), sPrefix.end(), sText.begin(), [](wchar_t a, wchar_t b) {
+    return sText.size() >= sPrefix.size() &&
+           std::equal(sPrefix.begin(), sPrefix.end(), sText.begin(), [](wchar_t a, wchar_t b) {
                return std::towlower(static_cast<wint_t>(a)) == std::towlower(static_cast<wint_t>(b));
            });
 }
@@ -59,8 +60,8 @@ bool g_ReadDeviceListFile(const char* pszPath, std::list<std::wstring>& rLines) 
 
     // Nothing that the list is compared with is outside ASCII: a UTF-8 mark is skipped and the rest read as 8-bit text.
     std::wstring sText = sBytes.starts_with("\xFF\xFE")       ? g_DecodeUtf16(sBytes.substr(2))
-                       : sBytes.starts_with("\xEF\xBB\xBF") ? g_Decode8Bit(sBytes.substr(3))
-                                                            : g_Decode8Bit(sBytes);
+                         : sBytes.starts_with("\xEF\xBB\xBF") ? g_Decode8Bit(sBytes.substr(3))
+                                                              : g_Decode8Bit(sBytes);
     for (size_t i = 0; (i = sText.find(L"\r\n", i)) != std::wstring::npos;) sText.erase(i, 1);
     g_SplitLines(sText, rLines);
     return true;

@@ -41,8 +41,7 @@ CDeviceManager::CDeviceManager(std::span<const CCreateFunction> CreateFunctions)
 CDeviceManager::~CDeviceManager() { UnInit(); }
 
 CDevicePointer CDeviceManager::_CreateDevice(uint32_t uIndex) {
-    LOG_PROCESS_ERROR_TEXT_OR(nullptr, "uIndex < g_GetDeviceListCount()",
-                              uIndex < m_CreateFunctions.size());
+    LOG_PROCESS_ERROR_TEXT_OR(nullptr, "uIndex < g_GetDeviceListCount()", uIndex < m_CreateFunctions.size());
     return m_CreateFunctions[uIndex]();
 }
 

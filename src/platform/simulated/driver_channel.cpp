@@ -21,8 +21,8 @@ CDriverChannel OpenDriver(const wchar_t* pszDevice) {
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
     const auto it = rSystem.m_Services.find(kDriverService);
-    const bool bPresent = std::wstring(kDevicePrefix) + kDriverService == pszDevice && it != rSystem.m_Services.end()
-                       && it->second.bRunning;
+    const bool bPresent = std::wstring(kDevicePrefix) + kDriverService == pszDevice && it != rSystem.m_Services.end() &&
+                          it->second.bRunning;
     return CDriverChannel(bPresent ? rSystem.Open(EHandle::kDriver, pszDevice) : rSystem.Fail(kErrorFileNotFound));
 }
 

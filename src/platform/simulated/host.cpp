@@ -25,7 +25,8 @@ void CloseCommittedFile(uintptr_t uHandle) { close(static_cast<int>(uHandle - 1)
 bool CreateDirectory(const std::string& sPath) { return mkdir(sPath.c_str(), 0777) == 0; }
 
 CCommittedFile CreateCommittedFile(const std::string& sPath) {
-    return CCommittedFile(static_cast<uintptr_t>(open(sPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) + 1));
+    return CCommittedFile(
+        static_cast<uintptr_t>(open(sPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) + 1));
 }
 
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize) {
@@ -37,7 +38,8 @@ size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSi
 
 size_t WidenText(std::string_view sText, std::span<wchar_t> Wide) {
     if (sText.size() > Wide.size()) return 0;
-    std::ranges::transform(sText, Wide.begin(), [](char c) { return static_cast<wchar_t>(static_cast<unsigned char>(c)); });
+    std::ranges::transform(sText, Wide.begin(),
+                           [](char c) { return static_cast<wchar_t>(static_cast<unsigned char>(c)); });
     return sText.size();
 }
 

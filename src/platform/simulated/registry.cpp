@@ -25,7 +25,8 @@ std::vector<uint8_t> g_ValueBytes(std::string_view sText) {
         std::from_chars(sText.data() + 6, sText.data() + sText.size(), uValue, 16);
         for (int i = 0; i < 4; ++i) Bytes.push_back(static_cast<uint8_t>(uValue >> 8 * i));
     } else if (sText.starts_with("sz:")) {
-        for (const char c : std::string(sText.substr(3)) + '\0') Bytes.insert(Bytes.end(), {static_cast<uint8_t>(c), 0});
+        for (const char c : std::string(sText.substr(3)) + '\0')
+            Bytes.insert(Bytes.end(), {static_cast<uint8_t>(c), 0});
     }
     return Bytes;
 }

@@ -13,8 +13,8 @@ namespace {
 /// A deleted service is gone when it is stopped and its last handle is closed.
 void g_ForgetDeleted(CSimulatedSystem& rSystem, const std::wstring& sName) {
     const auto it = rSystem.m_Services.find(sName);
-    if (it != rSystem.m_Services.end() && it->second.bDeleted && !it->second.bRunning && it->second.uHandles == 0
-        && rSystem.m_uOpenersToGo == 0)
+    if (it != rSystem.m_Services.end() && it->second.bDeleted && !it->second.bRunning && it->second.uHandles == 0 &&
+        rSystem.m_uOpenersToGo == 0)
         rSystem.m_Services.erase(it);
 }
 
@@ -35,7 +35,8 @@ void CloseServiceHandle(uintptr_t uHandle) {
 CServiceHandle OpenServiceManager() {
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenServiceManager")) return {};
-    return CServiceHandle(rSystem.m_bHasRights ? rSystem.Open(EHandle::kManager, L"") : rSystem.Fail(kErrorAccessDenied));
+    return CServiceHandle(rSystem.m_bHasRights ? rSystem.Open(EHandle::kManager, L"")
+                                               : rSystem.Fail(kErrorAccessDenied));
 }
 
 CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName) {
@@ -52,7 +53,8 @@ CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("CreateDriverService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
     const auto [it, bInserted] = rSystem.m_Services.try_emplace(pszName);
-    if (!bInserted) return CServiceHandle(rSystem.Fail(it->second.bDeleted ? kErrorServiceMarkedForDelete : kErrorServiceExists));
+    if (!bInserted)
+        return CServiceHandle(rSystem.Fail(it->second.bDeleted ? kErrorServiceMarkedForDelete : kErrorServiceExists));
     it->second = {.sPath = pszPath, .uHandles = 1};
     return CServiceHandle(rSystem.Open(EHandle::kService, pszName));
 }

@@ -24,8 +24,8 @@ public:
     bool m_bHasRights = true;         ///< administrator: may open the service manager
     bool m_bDriverFileExists = true;  ///< starting the service finds its file
     std::wstring m_sExecutable = L"C:\\Program Files\\Host\\host.exe";
-    uint32_t m_uOpenersToGo = 0;      ///< times a removed service can still be opened before it is gone
-    double m_dLoad = 0.0;             ///< share of time that each processor is busy, 0 to 1
+    uint32_t m_uOpenersToGo = 0;         ///< times a removed service can still be opened before it is gone
+    double m_dLoad = 0.0;                ///< share of time that each processor is busy, 0 to 1
     vxtsim::CFaultPlan m_RequestFaults;  ///< in front of the driver's requests
     bool m_bReportFaults = false;        ///< one line on stderr for each fault
 

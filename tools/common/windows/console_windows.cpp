@@ -1,8 +1,9 @@
+#include <windows.h>
+// The others lean on it.
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
 #include <stdlib.h>
-#include <windows.h>
 
 #include <atomic>
 

@@ -1,0 +1,51 @@
+#include "index_data_pairs.h"
+
+namespace vxtsim {
+
+namespace {
+constexpr uint32_t kWrite = 1u << 30, kDone = 1u << 31;
+}
+
+bool CIndexDataPairs::ReadPci(CPciAddress Address, uint32_t uOffset, uint32_t& ruValue) {
+    bool bIndex = false;
+    CPair* const pPair = _Find(Address, uOffset, bIndex);
+    if (!pPair) return false;
+    if (bIndex && pPair->bRunning) _Look(*pPair);
+    ruValue = bIndex ? pPair->uIndex : pPair->uData;
+    return true;
+}
+
+bool CIndexDataPairs::WritePci(CPciAddress Address, uint32_t uOffset, uint32_t uValue) {
+    bool bIndex = false;
+    CPair* const pPair = _Find(Address, uOffset, bIndex);
+    if (!pPair) return false;
+    if (bIndex) {
+        pPair->uIndex = uValue & (m_Place.uIndexMask | kWrite);
+        pPair->bRunning = true, pPair->uReads = 0;
+    } else {
+        pPair->uData = uValue;
+    }
+    return true;
+}
+
+CIndexDataPairs::CPair* CIndexDataPairs::_Find(CPciAddress Address, uint32_t uOffset, bool& rbIndex) {
+    if (Address != m_Place.Function || uOffset < m_Place.uFirst) return nullptr;
+    const uint32_t uPair = (uOffset - m_Place.uFirst) / m_Place.uStride;
+    const uint32_t uRest = (uOffset - m_Place.uFirst) % m_Place.uStride;
+    if (uPair >= m_Pairs.size() || (uRest != 0 && uRest != 4)) return nullptr;
+    rbIndex = uRest == 0;
+    return &m_Pairs[uPair];
+}
+
+void CIndexDataPairs::_Look(CPair& rPair) {
+    if (m_bNeverDone || ++rPair.uReads < m_uReadsUntilDone) return;
+    uint32_t& ruRegister = rPair.Registers[rPair.uIndex & m_Place.uIndexMask];
+    if (rPair.uIndex & kWrite)
+        ruRegister = rPair.uData;
+    else
+        rPair.uData = ruRegister;
+    rPair.uIndex |= kDone;
+    rPair.bRunning = false;
+}
+
+}  // namespace vxtsim

@@ -1,0 +1,15 @@
+#include "devices/framework/class_checks.h"
+
+#include <cstdio>
+
+#include "api/log/log_checks.h"
+
+namespace vxt {
+
+bool g_ReportClassCheck(const char* pszExpression, int nLine, const char* pszClass, const char* pszFunction) {
+    char szName[128];
+    std::snprintf(szName, sizeof(szName), "%s::%s", pszClass, pszFunction);
+    return g_ReportCheck("LOG_PROCESS_ERROR(%s) at line %d in %s\n", pszExpression, nLine, szName);
+}
+
+}  // namespace vxt

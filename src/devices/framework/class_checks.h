@@ -1,0 +1,20 @@
+// Checks in code that several classes share: failed ones are logged under the concrete class, whichever class holds the
+// code. A class that uses them has `const char* _GetClassName() const`.
+#pragma once
+
+namespace vxt {
+
+/// Writes one level 1 line for CLASS::FUNCTION and returns true.
+bool g_ReportClassCheck(const char* pszExpression, int nLine, const char* pszClass, const char* pszFunction);
+
+}  // namespace vxt
+
+// `function` is __func__, or the operation that a helper serves.
+#define FAMILY_CHECK_(bad, text, function, expr)                                                                  \
+    do {                                                                                                          \
+        if (__builtin_expect(!(expr), 0) && ::vxt::g_ReportClassCheck(text, __LINE__, _GetClassName(), function)) \
+            return bad;                                                                                           \
+    } while (0)
+#define FAMILY_PROCESS_ERROR(expr) FAMILY_CHECK_(false, #expr, __func__, expr)
+#define FAMILY_PROCESS_ERROR_OR(bad, expr) FAMILY_CHECK_(bad, #expr, __func__, expr)
+#define FAMILY_PROCESS_ERROR_TEXT(text, expr) FAMILY_CHECK_(false, text, __func__, expr)
