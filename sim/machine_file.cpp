@@ -461,8 +461,7 @@ std::string g_FormatMachine(const CMachineDescription& rMachine) {
         Writer.Dump(rData);
     }
     if (!rMachine.DramData.empty()) Writer.Print("\n[dram_data]\n");
-    for (const auto& [Key, uValue] : rMachine.DramData)
-        Writer.Print("%X.%02X = %08X\n", Key.first, Key.second, uValue);
+    for (const auto& [Key, uValue] : rMachine.DramData) Writer.Print("%X.%02X = %08X\n", Key.first, Key.second, uValue);
     if (!rMachine.Ports.empty()) Writer.Print("\n[ports]\n");
     for (const auto& [usPort, ucValue] : rMachine.Ports) Writer.Print("%04X = %02X\n", usPort, ucValue);
     for (const auto& [ucAddress, rData] : rMachine.Smbus) {

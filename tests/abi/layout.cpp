@@ -4,9 +4,10 @@
 
 using namespace vxtapi;
 
-#define LIES_AT(record, field, offset, size)                                                                      \
-    static_assert(offsetof(record, field) == offset && sizeof(record::field) == size, #record "::" #field " has " \
-                                                                                                          "moved")
+#define LIES_AT(record, field, offset, size)                                                              \
+    static_assert(offsetof(record, field) == offset && sizeof(record::field) == size, #record "::" #field \
+                                                                                              " has "     \
+                                                                                              "moved")
 
 static_assert(sizeof(CPstate) == 104 && alignof(CPstate) == 8, "twelve doubles and a flag");
 LIES_AT(CPstate, dCpuFid, 0, 8);

@@ -103,10 +103,11 @@ constexpr uint32_t kLongestList = 1024;
 constexpr double kReservedCode = -1.0;  ///< in-band: the register holds a code that means nothing
 constexpr double kLeaveAlone = -3.0;    ///< in no table: the library leaves such a field's bits as they are
 
+constexpr uint32_t kDdr = 7;
 constexpr struct {
     uint32_t uNumber;
     const char* pszName;
-} kMemoryTypes[] = {{7, "DDR"}, {8, "DDR2"}, {11, "DDR3"}};
+} kMemoryTypes[] = {{kDdr, "DDR"}, {8, "DDR2"}, {11, "DDR3"}};
 
 CMemoryController& _Controller(const CHostLibrary& rLibrary) {
     const std::vector<CInventoryEntry> Controllers = rLibrary.Devices(vxtapi::kDeviceMemoryController);
@@ -154,7 +155,12 @@ CState _ReadState(CMemoryController& rController) {
     CState State;
     const bool bConfig = rController.GetMemConfig(&State.Config);  // first: timings follow the flags it refreshes
     const bool bTiming = rController.GetMemTiming(&State.Timing);
-    for (const auto& rRow : kTimings) State.Timings.push_back(_Setting(rController, rRow, State.Timing, bTiming));
+    for (const auto& rRow : kTimings) {
+        CSetting& rTiming = State.Timings.emplace_back(_Setting(rController, rRow, State.Timing, bTiming));
+        // DDR controllers count the refresh cycle in clocks, later ones in ns.
+        if (rController.GetMemoryType() == kDdr && rRow.pList == &CMemoryController::GetTrfcList)
+            rTiming.sUnit = "clocks";
+    }
     for (const CSwitchRow& rRow : kSwitches) {
         CSetting Switch{rRow.pszKey, rRow.pszLabel, ""};
         Switch.bSwitch = true;

@@ -34,6 +34,7 @@ constexpr CMsrRange kMsrRanges[] = {
     {{0x0F, 0x10, 0x11}, 0xC0010015, 0xC0010015},  // hardware configuration
     {{0x0F, 0x10, 0x11}, 0xC001001F, 0xC001001F},  // north-bridge configuration
     {{0x0F}, 0xC0010041, 0xC0010042},              // FID/VID control and status
+    {{0x10}, 0xC0010058, 0xC0010058},              // base of memory-mapped configuration space
     {{0x10}, 0xC0010061, 0xC0010068},              // P-state limit, control, status; definitions 0 to 4
     {{0x11}, 0xC0010061, 0xC001006B},              // the same; definitions 0 to 7
     {{0x10, 0x11}, 0xC0010070, 0xC0010071},        // COFVID control and status
