@@ -56,7 +56,7 @@ struct MemConfig {
     double adDataDrive[2];
     double adDqsDrive[2];
     double adProcOdt[2];           ///< slots 21 and 22: ohm
-    double adDqsReceiverDelay[8];  ///< slots 23 to 30: A1 to A4, B1 to B4
+    double adDqsReceiverDelay[8];  ///< slots 23 to 30: A1 to A4, B1 to B4; ns
 };
 static_assert(sizeof(MemConfig) == 31 * 8, "hosts store the record by slot");
 

@@ -446,6 +446,55 @@ def test_all_cores_are_set_unless_one_is_named():
 
 
 @case
+def test_memory_and_links_of_every_machine_fit_the_schema_and_mark_a_legal_value():
+    shapes = {}
+    for machine in machines():
+        memory = answer_json(f"vxtctl memory --machine {machine}")
+        links = answer_json(f"vxtctl links --machine {machine}")["links"]
+        shapes[machine] = [row["id"] for row in memory["timings"] + memory["configuration"]]
+        check(any(row["value"] for row in links[0]["settings"]), f"{machine}: nothing is known of link 0")
+        for row in memory["timings"] + memory["configuration"] + [row for link in links for row in link["settings"]]:
+            if row["value"] is not None and row["legal"] is not None:
+                check(row["value"] in row["legal"], f"{machine} {row['id']}: {row['value']} is not among {row['legal']}")
+        if any(row["id"] == "/north-bridge/0" for row in answer_json(f"vxtctl devices --machine {machine}")["devices"]):
+            answer_json(f"vxtctl northbridge --machine {machine}")
+    for machine, shape in shapes.items():
+        same(shape, next(iter(shapes.values())), machine)
+
+
+@table(
+    ("one timing", "memory set tcl=8 --yes", 0, [("tcl", "taken", 8)]),
+    ("timings and a switch together", "memory set trcd=7 tref=3.9 slow_access=on --yes", 0, [("trcd", "taken", 7), ("tref", "taken", 3.9), ("slow_access", "taken", 1)]),
+    ("a drive strength", "memory set data_drive_b=1.5 --yes", 0, [("data_drive_b", "taken", 1.5)]),
+    ("dry run", "memory set tcl=8 --dry-run", 0, [("tcl", "planned", None)]),
+    ("forced past the list", "memory set tcl=7.5 --force --yes", 5, [("tcl", "not_taken", 6)]),
+    ("first K8 generation", "memory set tcl=2 --yes --machine k8-first", 0, [("tcl", "taken", 2)]),
+    ("DDR2", "memory set trp=6 --yes --machine family10h-ddr2", 0, [("trp", "taken", 6)]),
+    ("link clock", "links set frequency=6 --yes", 0, [("link/0/frequency", "taken", 6)]),
+    ("link width", "links set --link 0 in_width=8 out_width=8 --yes --machine k8-revf-dual", 0, [("link/0/in_width", "taken", 8), ("link/0/out_width", "taken", 8)]),
+)
+def test_memory_and_link_settings_are_written_and_read_back(line, code, expected):
+    found = changes(f"vxtctl {line}", (code,))
+    same([(re.sub(r"^/[a-z-]+/0/", "", row["id"]), row["outcome"], row["after"]) for row in found], expected, line)
+
+
+@table(
+    ("value outside the list", "memory set tcl=99 --yes", 2, "not a legal value"),
+    ("no such name", "memory set tlc=5 --yes", 3, "no setting 'tlc'"),
+    ("not an assignment", "memory set tcl --yes", 2, "expected NAME=VALUE"),
+    ("named twice", "memory set tcl=5 tcl=6 --yes", 2, "named twice"),
+    ("a field the family lacks", "memory set trtp=3 --yes --machine k8-first", 3, "cannot be set"),
+    ("only reported", "links set max_frequency=4 --yes", 3, "only reports it"),
+    ("no such link", "links set --link 7 frequency=5 --yes", 3, "no link 7"),
+    ("no north bridge", "northbridge --machine k8-first", 3, "no north bridge"),
+)
+def test_a_setting_that_cannot_be_made_is_refused_before_any_write(line, code, fragment):
+    answer = run(f"vxtctl {line}")
+    same(answer.code, code, answer.err)
+    check(fragment in answer.err, answer.err)
+
+
+@case
 def test_a_dry_run_plans_the_same_and_writes_nothing():
     # With every write dropped and reported, those of a dry run are those of a look. Codes: MSR, port, PCI, memory writes.
     def dropped(command):

@@ -28,8 +28,8 @@ struct CCurrent {
 };
 
 CCurrent& g_GetCurrent() {
-    static CCurrent s_Current;
-    return s_Current;
+    static CCurrent* const s_pCurrent = new CCurrent;  // outlives whoever still holds a handle at exit
+    return *s_pCurrent;
 }
 
 }  // namespace

@@ -10,8 +10,9 @@ namespace vxt::platform::simulated {
 namespace {
 
 std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
-    static std::unique_ptr<CSimulatedSystem> s_pSystem = std::make_unique<CSimulatedSystem>();
-    return s_pSystem;
+    // Never destroyed: a host that ends without UnInitVXTAPI closes its handles after every later static is gone.
+    static auto* const s_pSystem = new std::unique_ptr<CSimulatedSystem>(std::make_unique<CSimulatedSystem>());
+    return *s_pSystem;
 }
 
 }  // namespace
