@@ -5,6 +5,7 @@
 
 #include <array>
 #include <bit>
+#include <fstream>
 
 #include "src/hw/driver_protocol.h"
 
@@ -167,10 +168,13 @@ bool g_LoadMachineBesideDriver(vxtsim::CMachineDescription& rDescription, std::s
                        reinterpret_cast<const wchar_t*>(&g_LoadMachineBesideDriver), &hModule);
     std::array<char, MAX_PATH> szPath{};
     const DWORD dwLength = GetModuleFileNameA(hModule, szPath.data(), static_cast<DWORD>(szPath.size()));
-    std::string sPath(szPath.data(), dwLength < szPath.size() ? dwLength : 0);
-    sPath = sPath.substr(0, sPath.rfind('.')) + ".machine";
-    const bool bHasFile = GetFileAttributesA(sPath.c_str()) != INVALID_FILE_ATTRIBUTES;
-    return vxtsim::g_LoadMachine(bHasFile ? sPath : kDefaultMachine, rDescription, rsError);
+    const std::string sDriver(szPath.data(), dwLength < szPath.size() ? dwLength : 0);
+    const std::string sBase = sDriver.substr(0, sDriver.rfind('.')), sMachine = sBase + ".machine";
+    const bool bHasFile = GetFileAttributesA(sMachine.c_str()) != INVALID_FILE_ATTRIBUTES;
+    const bool bLoaded = vxtsim::g_LoadMachine(bHasFile ? sMachine : kDefaultMachine, rDescription, rsError);
+    // A driver has no screen and its status is one number: leave the text where the machine came from.
+    if (!bLoaded) std::ofstream(sBase + ".error") << rsError << "\n";
+    return bLoaded;
 }
 
 }  // namespace vxtdriver

@@ -59,7 +59,8 @@ private:
     vxtsim::CDriverServer m_Server{m_Machine};
 };
 
-/// The machine file beside the loaded driver file (same name, extension .machine), else the default machine.
+/// The machine file beside the loaded driver file (same name, extension .machine), else the default machine. What is wrong
+/// with it is left beside it too, in a file with the extension .error.
 bool g_LoadMachineBesideDriver(vxtsim::CMachineDescription& rDescription, std::string& rsError);
 
 }  // namespace vxtdriver

@@ -58,11 +58,14 @@ void g_InstallDriverService(const std::wstring& sPath) {
 }
 
 void g_RemoveDriverService() {
-    const CServiceHandle hManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)};
-    const CServiceHandle hService{OpenServiceW(hManager, kService, SERVICE_ALL_ACCESS)};
-    SERVICE_STATUS Status{};
-    ControlService(hService, SERVICE_CONTROL_STOP, &Status);
-    DeleteService(hService);
+    {
+        const CServiceHandle hManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)};
+        const CServiceHandle hService{OpenServiceW(hManager, kService, SERVICE_ALL_ACCESS)};
+        SERVICE_STATUS Status{};
+        ControlService(hService, SERVICE_CONTROL_STOP, &Status);
+        DeleteService(hService);
+    }
+    for (int i = 0; i < 500 && g_QueryDriverService(); ++i) Sleep(10);  // it goes when it has stopped
 }
 
 std::optional<long> g_FreeDriverUnits() {

@@ -62,10 +62,15 @@ _compare() {  # MACHINE ARGS...
         sed 's/^/     /' "$log"
     fi
 }
-for machine in "$here"/../../machines/*.machine; do _compare "$(basename "$machine" .machine)" devices --json; done
+for machine in "$here"/../../machines/*.machine; do
+    for command in devices memory links; do _compare "$(basename "$machine" .machine)" $command --json; done
+done
 _compare family10h-ddr3
 _compare family10h-ddr3 cpu set --core 1 --pstate 2 --yes
 _compare k8-revf-dual cpu set --multiplier 99 --yes
+_compare family10h-ddr3 memory set tcl=8 slow_access=on --yes
+_compare family10h-ddr2 links set frequency=6 --yes
+_compare family11h-mobile northbridge
 
 echo "$passed passed, $failed failed"
 [[ $failed -eq 0 ]]

@@ -46,5 +46,9 @@ cp "$build64/driver/VXTDriver.sys" "$stage/qor64"
     cp -r /mnt/stage "$host"
     [[ ! -f $host/qor64/VXTDriver.machine ]] || export VXT_MACHINE="C:\\Program Files\\VXT Host\\qor64\\VXTDriver.machine"
     if [[ -d /mnt/here ]]; then cd /mnt/here; else cd "$host"; fi
-    wine "C:\\Program Files\\VXT Host\\$1" "${@:2}"
-' bash "$(basename "$program")" "$@"
+    status=0
+    wine "C:\\Program Files\\VXT Host\\$2" "${@:3}" || status=$?
+    # What the driver found wrong with the machine file, under the name that the user gave.
+    [[ ! -f $host/qor64/VXTDriver.error ]] || sed "s|^.*VXTDriver\.machine|$1|" "$host/qor64/VXTDriver.error" >&2
+    exit $status
+' bash "$machine" "$(basename "$program")" "$@"
