@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <sstream>
 
 #include "host_test.h"
 
@@ -131,17 +132,17 @@ TEST_F(CStart, AProcessKilledBesideAnotherLeavesTheDriverToTheNextStart) {
 }
 
 TEST_F(CStart, ADriverThatCannotStartFailsTheLibraryAndTheLogSaysWhy) {
-    const std::filesystem::path Driver = g_DriverFile(), Away = L"VXTDriver.away",
-                                Machine = L"qor64\\VXTDriver.machine";
+    const std::filesystem::path Driver = g_DriverFile(), Away = L"VXTDriver.away";
+    const std::filesystem::path Machine = L"qor64\\VXTDriver.machine", Error = L"qor64\\VXTDriver.error";
     const auto Hide = [&] { std::filesystem::rename(Driver, Away); };
     const auto Restore = [&] { std::filesystem::rename(Away, Driver); };
-    const auto Spoil = [&] {
-        if (std::filesystem::exists(Machine)) std::filesystem::rename(Machine, Away);
-        std::ofstream(Machine) << "[machine]\nthis is not a machine\n";
-    };
+    const auto Spoil = [&] { std::ofstream(Machine) << "[machine]\nthis is not a machine\n"; };
     const auto Mend = [&] {
+        std::ostringstream Reason;
+        Reason << std::ifstream(Error).rdbuf();
+        EXPECT_NE(Reason.str().find("VXTDriver.machine:2: expected"), std::string::npos) << Reason.str();
+        std::filesystem::remove(Error);
         std::filesystem::remove(Machine);
-        if (std::filesystem::exists(Away)) std::filesystem::rename(Away, Machine);
     };
     const struct {
         const char* pszCase;

@@ -49,6 +49,9 @@ cp "$build64/driver/VXTDriver.sys" "$stage/qor64"
     status=0
     wine "C:\\Program Files\\VXT Host\\$2" "${@:3}" || status=$?
     # What the driver found wrong with the machine file, under the name that the user gave.
-    [[ ! -f $host/qor64/VXTDriver.error ]] || sed "s|^.*VXTDriver\.machine|$1|" "$host/qor64/VXTDriver.error" >&2
+    if [[ -f $host/qor64/VXTDriver.error ]]; then
+        reason=$(tr -d "\r" <"$host/qor64/VXTDriver.error")
+        echo "${reason/#*VXTDriver.machine/"$1"}" >&2
+    fi
     exit $status
 ' bash "$machine" "$(basename "$program")" "$@"

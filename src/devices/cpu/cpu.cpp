@@ -31,7 +31,7 @@ constexpr uint32_t kPmTimerBlockOffset = 76, kLocalApicOffset = 36;
 constexpr uint32_t kPmTimerMask = 0xFFFFFF;
 constexpr double kPmTimerMHz = 3.579545021057129;
 constexpr uint32_t kMeasuredTicks = 20'000;  ///< of the PM timer: 5.6 ms
-constexpr uint32_t kPatience = 1'000;        ///< ms; a PM timer that stands still must not hold the host
+constexpr uint32_t kStandstill = 1'000;  ///< equal readings in a row: the timer ticks every 0.28 us, so it stands still
 
 // Local APIC timer registers from the start of the mapping, APIC base + 300h
 constexpr uint32_t kApicTimers = 0x300, kApicTimersSize = 256;
@@ -121,14 +121,13 @@ double CCPU::MeasureReferenceClock() {
     LOG_PROCESS_ERROR_OR(0.0, bRetCode);
     // Kept: one count short of the timer's period.
     const auto Elapsed = [&] { return (uNow < uStart ? uNow + kPmTimerMask : uNow) - uStart; };
-    const uint32_t uStartTime = platform::TickCount();
-    for (;;) {
-        const bool bInTime = platform::TickCount() - uStartTime < kPatience;
+    uint32_t uBefore = uStart, uEqual = 0;
+    do {
         bRetCode = _ReadPmTimer(uNow);
         LOG_PROCESS_ERROR_OR(0.0, bRetCode);
-        if (Elapsed() >= kMeasuredTicks) break;
-        LOG_PROCESS_ERROR_OR(0.0, bInTime);
-    }
+        uEqual = uNow == std::exchange(uBefore, uNow) ? uEqual + 1 : 0;
+        LOG_PROCESS_ERROR_OR(0.0, uEqual < kStandstill);
+    } while (Elapsed() < kMeasuredTicks);
     const uint32_t uSecondCount = Read(kCurrentCount);
     bRetCode = _ReadPmTimer(uNow);
     LOG_PROCESS_ERROR_OR(0.0, bRetCode);
