@@ -63,9 +63,10 @@ _compare() {  # MACHINE ARGS...
     fi
 }
 for machine in "$here"/../../machines/*.machine; do
-    for command in devices memory links; do _compare "$(basename "$machine" .machine)" $command --json; done
+    machine=$(basename "$machine" .machine)
+    _compare "$machine"  # the cores: identification, multiplier, voltage, P-states, temperature
+    for command in devices memory links; do _compare "$machine" $command --json; done
 done
-_compare family10h-ddr3
 _compare family10h-ddr3 cpu set --core 1 --pstate 2 --yes
 _compare k8-revf-dual cpu set --multiplier 99 --yes
 _compare family10h-ddr3 memory set tcl=8 slow_access=on --yes
