@@ -186,11 +186,17 @@ template <class TRecord> struct CPendingWrite {
     std::optional<bool> oDone = std::nullopt;
 };
 
+/// Reads one record again, the one that holds the setting, and takes the number out of it.
 std::optional<double> _ReadBack(CMemoryController& rController, const std::string& sKey) {
-    const CState State = _ReadState(rController);
-    for (const auto* pSettings : {&State.Timings, &State.Configuration})
-        for (const CSetting& rSetting : *pSettings)
-            if (rSetting.sKey == sKey) return rSetting.dValue;
+    MemTiming Timing{};
+    for (const auto& rRow : kTimings)
+        if (sKey == rRow.pszKey) return _Setting(rController, rRow, Timing, rController.GetMemTiming(&Timing)).dValue;
+    MemConfig Config{};
+    if (!rController.GetMemConfig(&Config)) return std::nullopt;
+    for (const auto& rRow : kNumbers)
+        if (sKey == rRow.pszKey) return _Setting(rController, rRow, Config, true).dValue;
+    for (const CSwitchRow& rRow : kSwitches)
+        if (sKey == rRow.pszKey) return Config.*rRow.pFlag ? 1 : 0;
     return std::nullopt;
 }
 
