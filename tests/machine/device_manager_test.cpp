@@ -7,7 +7,6 @@
 
 #include "devices/device_list.h"
 #include "devices/framework/controller.h"
-#include "devices/framework/device_types.h"
 #include "support/simulated_pc.h"
 
 namespace {
@@ -49,7 +48,7 @@ template <const CDeviceIdentity& rIdentity, CScript& rScript>
 struct CScripted final : CScriptedBase<rIdentity, rScript> {};
 
 constexpr CDeviceIdentity Row(eDeviceType eType, const wchar_t* pszName, uint32_t uVersion = 0) {
-    return {.eType = eType, .pszTypeName = vxt::g_TypeText(eType), .pszName = pszName, .uVersion = uVersion};
+    return {.eType = eType, .pszName = pszName, .uVersion = uVersion};
 }
 constexpr CDeviceIdentity kDisk = Row(vxtapi::kDeviceHardDisk, L"Disk"),
                           kKeyboard = Row(vxtapi::kDeviceKeyboard, L"Keys"),

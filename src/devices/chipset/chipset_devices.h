@@ -6,32 +6,19 @@
 
 namespace vxt {
 
-inline constexpr CDeviceIdentity kF71882Identity{.eType = vxtapi::kDeviceEnvironment,
-                                                 .pszTypeName = g_TypeText(vxtapi::kDeviceEnvironment),
-                                                 .pszName = L"Fintek SIO Chip",
-                                                 .pszVendor = L"Fintek"};
-inline constexpr CDeviceIdentity kIT8716FIdentity{.eType = vxtapi::kDeviceEnvironment,
-                                                  .pszTypeName = g_TypeText(vxtapi::kDeviceEnvironment),
-                                                  .pszName = L"ITE SIO Chip",
-                                                  .pszVendor = L"ITE"};
-inline constexpr CDeviceIdentity kSQ3Identity{.eType = vxtapi::kDeviceSouthBridge,
-                                              .pszTypeName = g_TypeText(vxtapi::kDeviceSouthBridge),
-                                              .pszName = L"SQ3 Series Chipset",
-                                              .pszVendor = kMakerVendor};
-inline constexpr CDeviceIdentity kSQ4Identity{.eType = vxtapi::kDeviceSouthBridge,
-                                              .pszTypeName = g_TypeText(vxtapi::kDeviceSouthBridge),
-                                              .pszName = L"SQ4 Series Chipset",
-                                              .pszVendor = kMakerVendor};
-inline constexpr CDeviceIdentity kDefaultClockGenIdentity{.eType = vxtapi::kDeviceClockGen,
-                                                          .pszTypeName = g_TypeText(vxtapi::kDeviceClockGen),
-                                                          .pszName = L"QOR Default Clock Generator",
-                                                          .pszVendor = kMakerVendor};
-inline constexpr CDeviceIdentity kDefaultPWMControllerIdentity{.eType = vxtapi::kDeviceDefaultPwm,
-                                                               .pszTypeName = g_TypeText(vxtapi::kDeviceDefaultPwm),
-                                                               .pszName = L"QOR Default PWM Controller",
-                                                               .pszVendor = kMakerVendor};
+inline constexpr CDeviceIdentity kF71882Identity{
+    .eType = vxtapi::kDeviceEnvironment, .pszName = L"Fintek SIO Chip", .pszVendor = L"Fintek"};
+inline constexpr CDeviceIdentity kIT8716FIdentity{
+    .eType = vxtapi::kDeviceEnvironment, .pszName = L"ITE SIO Chip", .pszVendor = L"ITE"};
+inline constexpr CDeviceIdentity kSQ3Identity{
+    .eType = vxtapi::kDeviceSouthBridge, .pszName = L"SQ3 Series Chipset", .pszVendor = kMakerVendor};
+inline constexpr CDeviceIdentity kSQ4Identity{
+    .eType = vxtapi::kDeviceSouthBridge, .pszName = L"SQ4 Series Chipset", .pszVendor = kMakerVendor};
+inline constexpr CDeviceIdentity kDefaultClockGenIdentity{
+    .eType = vxtapi::kDeviceClockGen, .pszName = L"QOR Default Clock Generator", .pszVendor = kMakerVendor};
+inline constexpr CDeviceIdentity kDefaultPWMControllerIdentity{
+    .eType = vxtapi::kDeviceDefaultPwm, .pszName = L"QOR Default PWM Controller", .pszVendor = kMakerVendor};
 inline constexpr CDeviceIdentity kCustomerPWMControllerIdentity{.eType = vxtapi::kDeviceCustomerPwm,
-                                                                .pszTypeName = g_TypeText(vxtapi::kDeviceCustomerPwm),
                                                                 .pszName = L"Customer PWM Controller",
                                                                 .uVersion = 1,
                                                                 .pszVendor = kMakerVendor};

@@ -4,17 +4,14 @@
 #include <cwchar>
 
 #include "api/log/log_checks.h"
-#include "devices/framework/device_types.h"
 #include "hw/ht_frequency.h"
 
 namespace vxt {
 
 namespace {
 
-constexpr CDeviceIdentity kIdentity{.eType = vxtapi::kDeviceNorthBridge,
-                                    .pszTypeName = g_TypeText(vxtapi::kDeviceNorthBridge),
-                                    .pszName = L"QOR Northbridge Chipset",
-                                    .pszVendor = kMakerVendor};
+constexpr CDeviceIdentity kIdentity{
+    .eType = vxtapi::kDeviceNorthBridge, .pszName = L"QOR Northbridge Chipset", .pszVendor = kMakerVendor};
 
 struct CChipset {
     uint16_t usVendor, usDevice;

@@ -6,13 +6,12 @@
 #include <array>
 
 #include "devices/framework/device_base.h"
-#include "devices/framework/device_types.h"
 #include "platform/cpuid.h"
 
 namespace vxt {
 
 constexpr CDeviceIdentity g_CpuIdentity(const wchar_t* pszName, uint32_t uVersion) {
-    return {vxtapi::kDeviceCpu, g_TypeText(vxtapi::kDeviceCpu), pszName, uVersion};
+    return {vxtapi::kDeviceCpu, pszName, uVersion};
 }
 
 /// What CPUID says of the caches; every number as the processor encodes it.

@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+#include "devices/framework/device_types.h"
+
 namespace vxt {
 
 using vxtapi::CDevice;
@@ -13,7 +15,6 @@ using vxtapi::eDeviceType;
 /// The constants of one device class.
 struct CDeviceIdentity {
     eDeviceType eType;
-    const wchar_t* pszTypeName;
     const wchar_t* pszName;
     uint32_t uVersion = 0;
     const wchar_t* pszModel = pszName;
@@ -28,7 +29,7 @@ public:
     const wchar_t* GetModel() override { return m_rIdentity.pszModel; }
     const wchar_t* GetDescription() override { return m_rIdentity.pszDescription; }
     const wchar_t* GetVendor() override { return m_rIdentity.pszVendor; }
-    const wchar_t* GetTypeName() override { return m_rIdentity.pszTypeName; }
+    const wchar_t* GetTypeName() override { return g_TypeText(m_rIdentity.eType); }
     const wchar_t* GetName() override { return m_rIdentity.pszName; }
     eDeviceType GetType() override { return m_rIdentity.eType; }
     uint32_t GetIndex() override { return m_uIndex; }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "devices/framework/device_base.h"
-#include "devices/framework/device_types.h"
 
 namespace vxt {
 

@@ -1,7 +1,6 @@
 #include "devices/memctl/ht_link.h"
 
 #include "devices/framework/class_checks.h"
-#include "devices/framework/device_types.h"
 
 namespace vxt {
 
@@ -11,7 +10,6 @@ namespace {
 
 constexpr CDeviceIdentity g_LinkIdentity(const wchar_t* pszName, uint32_t uVersion, const wchar_t* pszModel) {
     return {.eType = vxtapi::kDeviceHtLink,
-            .pszTypeName = g_TypeText(vxtapi::kDeviceHtLink),
             .pszName = pszName,
             .uVersion = uVersion,
             .pszModel = pszModel,

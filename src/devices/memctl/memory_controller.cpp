@@ -19,11 +19,8 @@ constexpr uint32_t kChannels = 2;
 constexpr double kNominalReference = 200.0;  ///< MHz
 
 constexpr CDeviceIdentity g_Identity(const wchar_t* pszName, uint32_t uVersion) {
-    return {.eType = vxtapi::kDeviceMemoryController,
-            .pszTypeName = g_TypeText(vxtapi::kDeviceMemoryController),
-            .pszName = pszName,
-            .uVersion = uVersion,
-            .pszVendor = kMakerVendor};
+    return {
+        .eType = vxtapi::kDeviceMemoryController, .pszName = pszName, .uVersion = uVersion, .pszVendor = kMakerVendor};
 }
 constexpr CDeviceIdentity kFirstK8Identity = g_Identity(L"Internal DDR Memory Controller", 20070322);
 constexpr CDeviceIdentity kRevisionFIdentity = g_Identity(L"Internal DDR2 Memory Controller", 20070403);

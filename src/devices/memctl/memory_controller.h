@@ -2,7 +2,6 @@
 #pragma once
 
 #include "devices/framework/device_base.h"
-#include "devices/framework/device_types.h"
 #include "devices/memctl/memory_rules.h"
 #include "hw/index_data_pair.h"
 

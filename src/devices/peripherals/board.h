@@ -2,12 +2,10 @@
 #pragma once
 
 #include "devices/framework/device_base.h"
-#include "devices/framework/device_types.h"
 
 namespace vxt {
 
 inline constexpr CDeviceIdentity kBoardIdentity{.eType = vxtapi::kDeviceBoard,
-                                                .pszTypeName = g_TypeText(vxtapi::kDeviceBoard),
                                                 .pszName = L"Board",
                                                 .uVersion = 20071101,
                                                 .pszModel = L"Default Board",

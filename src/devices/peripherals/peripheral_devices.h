@@ -6,39 +6,24 @@
 
 namespace vxt {
 
-inline constexpr CDeviceIdentity kNYXGPUIdentity{.eType = vxtapi::kDeviceGpu,
-                                                 .pszTypeName = g_TypeText(vxtapi::kDeviceGpu),
-                                                 .pszName = L"NYX(TM) GPU",
-                                                 .uVersion = 20070322,
-                                                 .pszVendor = kMakerVendor};
-inline constexpr CDeviceIdentity kDefaultCDRomIdentity{
-    .eType = vxtapi::kDeviceCdRom, .pszTypeName = g_TypeText(vxtapi::kDeviceCdRom), .pszName = L"Default CDRom"};
+inline constexpr CDeviceIdentity kNYXGPUIdentity{
+    .eType = vxtapi::kDeviceGpu, .pszName = L"NYX(TM) GPU", .uVersion = 20070322, .pszVendor = kMakerVendor};
+inline constexpr CDeviceIdentity kDefaultCDRomIdentity{.eType = vxtapi::kDeviceCdRom, .pszName = L"Default CDRom"};
 inline constexpr CDeviceIdentity kDefaultHardDiskIdentity{.eType = vxtapi::kDeviceHardDisk,
-                                                          .pszTypeName = g_TypeText(vxtapi::kDeviceHardDisk),
                                                           .pszName = L"Default HardDisk"};
-inline constexpr CDeviceIdentity kIDEControllerIdentity{.eType = vxtapi::kDeviceIde,
-                                                        .pszTypeName = g_TypeText(vxtapi::kDeviceIde),
-                                                        .pszName = L"IDE Controller",
-                                                        .uVersion = 20080109};
-inline constexpr CDeviceIdentity kSATAControllerIdentity{.eType = vxtapi::kDeviceSata,
-                                                         .pszTypeName = g_TypeText(vxtapi::kDeviceSata),
-                                                         .pszName = L"SATA Controller",
-                                                         .uVersion = 20080109};
+inline constexpr CDeviceIdentity kIDEControllerIdentity{
+    .eType = vxtapi::kDeviceIde, .pszName = L"IDE Controller", .uVersion = 20080109};
+inline constexpr CDeviceIdentity kSATAControllerIdentity{
+    .eType = vxtapi::kDeviceSata, .pszName = L"SATA Controller", .uVersion = 20080109};
 inline constexpr CDeviceIdentity kDefaultKeyboardIdentity{.eType = vxtapi::kDeviceKeyboard,
-                                                          .pszTypeName = g_TypeText(vxtapi::kDeviceKeyboard),
                                                           .pszName = L"Default Keyboard"};
-inline constexpr CDeviceIdentity kDefaultMouseIdentity{
-    .eType = vxtapi::kDeviceMouse, .pszTypeName = g_TypeText(vxtapi::kDeviceMouse), .pszName = L"Default Mouse"};
-inline constexpr CDeviceIdentity kUSBControllerIdentity{.eType = vxtapi::kDeviceUsb,
-                                                        .pszTypeName = g_TypeText(vxtapi::kDeviceUsb),
-                                                        .pszName = L"USB Controller",
-                                                        .uVersion = 20080111};
-inline constexpr CDeviceIdentity kDefaultBIOSIdentity{
-    .eType = vxtapi::kDeviceBios, .pszTypeName = g_TypeText(vxtapi::kDeviceBios), .pszName = L"Default BIOS"};
-inline constexpr CDeviceIdentity kDefaultMemoryIdentity{
-    .eType = vxtapi::kDeviceMemory, .pszTypeName = g_TypeText(vxtapi::kDeviceMemory), .pszName = L"Default Memory"};
-inline constexpr CDeviceIdentity kDefaultMonitorIdentity{
-    .eType = vxtapi::kDeviceMonitor, .pszTypeName = g_TypeText(vxtapi::kDeviceMonitor), .pszName = L"Default Monitor"};
+inline constexpr CDeviceIdentity kDefaultMouseIdentity{.eType = vxtapi::kDeviceMouse, .pszName = L"Default Mouse"};
+inline constexpr CDeviceIdentity kUSBControllerIdentity{
+    .eType = vxtapi::kDeviceUsb, .pszName = L"USB Controller", .uVersion = 20080111};
+inline constexpr CDeviceIdentity kDefaultBIOSIdentity{.eType = vxtapi::kDeviceBios, .pszName = L"Default BIOS"};
+inline constexpr CDeviceIdentity kDefaultMemoryIdentity{.eType = vxtapi::kDeviceMemory, .pszName = L"Default Memory"};
+inline constexpr CDeviceIdentity kDefaultMonitorIdentity{.eType = vxtapi::kDeviceMonitor,
+                                                         .pszName = L"Default Monitor"};
 
 class CNYXGPU final : public CUnbuiltDevice<kNYXGPUIdentity> {};
 class CDefaultCDRom final : public CUnbuiltDevice<kDefaultCDRomIdentity> {};
