@@ -15,11 +15,19 @@ uint32_t CLocalApic::Read(uint32_t uOffset, uint64_t ullNow) const {
 }
 
 void CLocalApic::Write(uint32_t uOffset, uint32_t uValue, uint64_t ullNow) {
-    if (uOffset == kInitialCount || uOffset == kDivide || uOffset == kTimerLvt) {
-        m_uCount = uOffset == kInitialCount ? uValue : _Count(ullNow);  // counts on from here at the new pace
-        m_ullSince = ullNow;
-    }
+    if (uOffset == kInitialCount) _SetCount(uValue, ullNow);
+    if (uOffset == kDivide || uOffset == kTimerLvt) _SetCount(_Count(ullNow), ullNow);  // at the new pace from here
     m_Registers[uOffset] = uValue;
+}
+
+void CLocalApic::SetBusClock(double dMHz, uint64_t ullNow) {
+    _SetCount(_Count(ullNow), ullNow);
+    m_dBusMHz = dMHz;
+}
+
+void CLocalApic::_SetCount(uint32_t uCount, uint64_t ullNow) {
+    m_uCount = uCount;
+    m_ullSince = ullNow;
 }
 
 void CLocalApic::Synchronize(volatile uint32_t* pRegisters, uint32_t uFirst, uint32_t uBytes, uint64_t ullNow) {

@@ -16,6 +16,7 @@ public:
 
     uint32_t Read(uint32_t uOffset, uint64_t ullNow) const;
     void Write(uint32_t uOffset, uint32_t uValue, uint64_t ullNow);
+    void SetBusClock(double dMHz, uint64_t ullNow);
 
     /// Brings registers that a client sees as real memory in step: takes over what it wrote, puts the count there.
     /// `pRegisters` stands for the page's `uBytes` bytes from `uFirst`. A count rewritten with the same value cannot be
@@ -23,6 +24,7 @@ public:
     void Synchronize(volatile uint32_t* pRegisters, uint32_t uFirst, uint32_t uBytes, uint64_t ullNow);
 
 private:
+    void _SetCount(uint32_t uCount, uint64_t ullNow);
     uint32_t _Count(uint64_t ullNow) const;
     uint32_t _Divider() const;
 

@@ -120,7 +120,9 @@ struct CSimMachine::CState {
 };
 
 CSimMachine::CSimMachine(CMachineDescription Description)
-    : m_Description(std::move(Description)), m_pState(std::make_unique<CState>(m_Description)) {
+    : m_Description(std::move(Description)),
+      m_pState(std::make_unique<CState>(m_Description)),
+      m_dReferenceMHz(m_Description.dReferenceMHz) {
     g_AttachModels(*this);
 }
 
@@ -407,6 +409,20 @@ void CSimMachine::Advance(uint64_t ullNanoseconds) {
             m_pState->Apic.Synchronize(rMapping.pBacking,
                                        static_cast<uint32_t>(rMapping.ullPhysical - m_pState->ullApicBase),
                                        rMapping.uSize, m_ullNow);
+}
+
+// --- reference clock
+
+double CSimMachine::ReferenceMHz() const {
+    const std::lock_guard Lock(m_Lock);
+    return m_dReferenceMHz;
+}
+
+void CSimMachine::SetReferenceClock(double dMHz) {
+    const std::lock_guard Lock(m_Lock);
+    if (!(dMHz >= kMinimumReferenceMHz && dMHz <= kMaximumReferenceMHz)) return;
+    m_dReferenceMHz = dMHz;
+    m_pState->Apic.SetBusClock(dMHz, m_ullNow);
 }
 
 }  // namespace vxtsim

@@ -77,6 +77,11 @@ public:
     uint64_t Now() const;  ///< ns since power-on
     void Advance(uint64_t ullNanoseconds);
 
+    // --- the clock that cores and APIC timers are derived from; the description tells it at power-on
+    double ReferenceMHz() const;
+    /// From now on. A clock beyond 1 to 1000 MHz is none that a board can make: the old one stays.
+    void SetReferenceClock(double dMHz);
+
     // --- the workbench: plain state behind the models, for tests and tools
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist
     bool HasMsr(uint32_t uCore, uint32_t uIndex) const;
@@ -110,6 +115,7 @@ private:
     std::vector<std::unique_ptr<CSimModel>> m_Models;
     mutable std::recursive_mutex m_Lock;
     uint64_t m_ullNow = 0;
+    double m_dReferenceMHz;
 };
 
 }  // namespace vxtsim

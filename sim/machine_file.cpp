@@ -1,15 +1,19 @@
 #include "machine_file.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <numeric>
 #include <optional>
+#include <set>
 
 #include "embedded_machines.h"
+#include "wmi.h"
 
 namespace vxtsim {
 
@@ -22,6 +26,9 @@ constexpr size_t kDumpLine = 16;
 constexpr size_t kTableChecksum = 9;  ///< of an ACPI table: the whole sums up to zero
 constexpr uint32_t kMillion = 1'000'000;
 constexpr uint32_t kMaximumDramIndex = 0x3FFFFFFF;  // 30 bits
+constexpr size_t kMaximumEntries = 4096, kMaximumText = 4096, kMaximumName = 64;
+constexpr size_t kEntryBytes = 64;  ///< what an element, a property or the like counts in the budget beside its content
+constexpr uint32_t kMaximumDelay = 3'600'000;
 
 constexpr std::string_view kBlanks = " \t\r";
 
@@ -66,6 +73,42 @@ std::optional<uint64_t> g_Millionths(std::string_view sWord) {
     return ullValue;
 }
 
+/// A decimal number, a whole word of it.
+std::optional<int64_t> g_Decimal(std::string_view sWord) {
+    int64_t llValue = 0;
+    const char* const pszEnd = sWord.data() + sWord.size();
+    const auto [pszStop, eError] = std::from_chars(sWord.data(), pszEnd, llValue);
+    return eError == std::errc() && pszStop == pszEnd ? std::optional(llValue) : std::nullopt;
+}
+
+bool g_IsName(std::string_view sText) {
+    constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_0123456789";
+    return !sText.empty() && sText.size() <= kMaximumName && (sText[0] < '0' || sText[0] > '9') &&
+           !sText.starts_with("__") && sText.find_first_not_of(kLetters) == std::string_view::npos;
+}
+
+/// Values that are one word.
+struct CPlainValue {
+    std::string_view sWord;
+    uint16_t usType;
+    bool bNullArray = false, bNoData = false;
+
+    CWmiValue Value() const {
+        CWmiValue Result = CWmiValue::Typed(usType);
+        Result.bNullArray = bNullArray, Result.bNoData = bNoData;
+        return Result;
+    }
+};
+constexpr CPlainValue kPlainValues[] = {
+    {"null", CWmiValue::kNull},
+    {"empty", CWmiValue::kEmpty},
+    {"null_numbers", CWmiValue::kIntegers, true},
+    {"null_bytes", CWmiValue::kBytes, true},
+    {"null_texts", CWmiValue::kTexts, true},
+    {"no_data", CWmiValue::kIntegers, false, true},
+};
+constexpr std::string_view kMissing = "missing";
+
 class CMachineParser {
 public:
     CMachineParser(std::string_view sText, const std::string& sFile, CMachineDescription& rMachine,
@@ -103,7 +146,7 @@ private:
         bool (CMachineParser::*pOpen)(std::string_view sArgument);
         bool (CMachineParser::*pLine)(std::string_view sLine);
     };
-    static const CSection s_aSections[10];
+    static const CSection s_aSections[12];
 
     bool _Fail(const std::string& sExpected, std::string_view sFound) {
         std::string sShown(g_Trim(sFound.substr(0, 40)));
@@ -120,6 +163,7 @@ private:
 
     bool _OpenSection(std::string_view sHeading) {
         m_pSection = nullptr, m_pDump = nullptr, m_bCompleteChecksum = false;
+        m_Keys.clear();
         if (!sHeading.ends_with(']')) return _Fail("a section heading that ends with ]", sHeading);
         std::string_view sArgument = sHeading.substr(1, sHeading.size() - 2);
         const std::string_view sName = g_TakeWord(sArgument);
@@ -186,6 +230,66 @@ private:
         _StartDump(m_rMachine.Acpi.back().second, kMaximumRegion);
         return true;
     }
+    bool _OpenWmi(std::string_view sArgument) {
+        std::string sNamespace = CSimWmi::NamespaceName(g_TakeWord(sArgument));
+        const std::string_view sClass = g_Trim(sArgument);
+        if (sNamespace.empty() || !g_IsName(sClass)) return false;
+        m_pKey = &CMachineParser::_WmiKey;
+        if (sNamespace == CSimFirmware::kNamespace && CSimFirmware::HasClass(sClass))
+            return _Fail("[firmware] for a class of the firmware", sClass);
+        if (!_MayAdd(m_rMachine.Wmi.size())) return false;
+        m_rMachine.Wmi.push_back({std::move(sNamespace), std::string(sClass), {}});
+        return true;
+    }
+    bool _OpenFirmware(std::string_view sArgument) {
+        const std::string_view sWhat = sArgument, sPart = g_TakeWord(sArgument);
+        auto& rFirmware = m_rMachine.Firmware;
+        sArgument = g_Trim(sArgument);
+        if (sPart.empty()) {
+            if (rFirmware) return _Fail("one firmware", "another");
+            rFirmware.emplace();
+            m_pKey = &CMachineParser::_FirmwareKey;
+            return true;
+        }
+        if (!rFirmware) return _Fail("[firmware] before its parts", sWhat);
+        if (sPart == "object") {
+            const auto Id = g_Hex(sArgument, 8);
+            if (!Id) return false;
+            m_pKey = &CMachineParser::_ObjectKey;
+            for (const CFirmwareObject& rObject : rFirmware->Objects)
+                if (rObject.uId == *Id) return _Fail("each object once", std::string(sArgument) + " again");
+            if (!_MayAdd(rFirmware->Objects.size())) return false;
+            rFirmware->Objects.emplace_back().uId = static_cast<uint32_t>(*Id);
+        } else if (sPart == "item") {
+            if (!sArgument.empty()) return false;
+            m_pKey = &CMachineParser::_ItemKey;
+            if (!_MayAdd(rFirmware->Items.size())) return false;
+            rFirmware->Items.emplace_back();
+        } else if (sPart == "command") {
+            const auto Code = g_Hex(sArgument, 8);
+            if (!Code) return false;
+            m_pKey = &CMachineParser::_ResultKey;
+            const auto [it, bNew] = rFirmware->Results.try_emplace(static_cast<uint32_t>(*Code));
+            if (!bNew) return _Fail("each command once", std::string(sArgument) + " again");
+            m_pDump = &it->second;
+            return _MayAdd(rFirmware->Results.size() - 1);
+        } else if (sPart == "answer") {
+            if (!CSimFirmware::HasMethod(sArgument)) return _Fail("a method of the firmware", sArgument);
+            m_pKey = &CMachineParser::_AnswerKey;
+            const auto [it, bNew] = rFirmware->Answers.try_emplace(std::string(sArgument));
+            if (!bNew) return _Fail("each method once", std::string(sArgument) + " again");
+            m_pAnswer = &*it;
+        } else {
+            return false;
+        }
+        return true;
+    }
+    /// Room for one more of its kind?
+    bool _MayAdd(size_t uPresent) {
+        if (uPresent >= kMaximumEntries)
+            return _Fail("at most " + std::to_string(kMaximumEntries) + " of a kind", "more");
+        return _Charge(kEntryBytes);
+    }
     template <class TKey>
     bool _OpenDump(std::map<TKey, std::vector<uint8_t>>& rMap, const TKey& rKey, size_t uLimit,
                    std::string_view sArgument) {
@@ -221,9 +325,9 @@ private:
                 return _Fail("1 to 64 cores", sValue);
             m_rMachine.uCores = static_cast<uint32_t>(*Value / kMillion);
         } else if (sKey == "reference_clock") {
-            if (!Value || *Value < kMillion || *Value > uint64_t{1000} * kMillion)
+            m_rMachine.dReferenceMHz = static_cast<double>(Value.value_or(0)) / kMillion;
+            if (m_rMachine.dReferenceMHz < kMinimumReferenceMHz || m_rMachine.dReferenceMHz > kMaximumReferenceMHz)
                 return _Fail("a clock of 1 to 1000 MHz", sValue);
-            m_rMachine.dReferenceMHz = static_cast<double>(*Value) / kMillion;
         } else {
             return _Fail("name, cores or reference_clock", sKey);
         }
@@ -310,6 +414,168 @@ private:
                _Fail("each value once", std::string(sKey) + " again");
     }
 
+    // --- management data and firmware -------------------------------------------------------------------------------
+    /// "key = value", each key once in a section. Which keys there are the section's heading decides.
+    bool _KeyLine(std::string_view sLine) {
+        std::string_view sKey, sValue;
+        if (!_Split(sLine, sKey, sValue) || !_MayAdd(m_Keys.size())) return false;
+        if (!m_Keys.emplace(sKey).second) return _Fail("each key once", std::string(sKey) + " again");
+        return (this->*m_pKey)(sKey, sValue);
+    }
+
+    template <class TNumber>
+    bool _Number(std::string_view sValue, TNumber& rNumber, int64_t llMaximum = std::numeric_limits<TNumber>::max()) {
+        constexpr int64_t kMinimum = std::numeric_limits<TNumber>::min();
+        const auto Value = g_Decimal(g_Trim(_WithoutComment(sValue)));
+        if (!Value || *Value < kMinimum || *Value > llMaximum)
+            return _Fail("a number from " + std::to_string(kMinimum) + " to " + std::to_string(llMaximum), sValue);
+        rNumber = static_cast<TNumber>(*Value);
+        return true;
+    }
+    bool _Flag(std::string_view sValue, bool& rbFlag) {
+        uint8_t ucFlag = 0;
+        const bool bRetCode = _Number(sValue, ucFlag, 1);
+        rbFlag = ucFlag != 0;
+        return bRetCode;
+    }
+    /// Words up to the end of the line; `Read(word, element)` reads each.
+    template <class TElement, class TRead>
+    bool _List(std::string_view sValue, std::vector<TElement>& rList, size_t uMaximum, TRead Read) {
+        rList.clear();
+        sValue = _WithoutComment(sValue);
+        for (auto sWord = g_TakeWord(sValue); !sWord.empty(); sWord = g_TakeWord(sValue)) {
+            if (rList.size() == uMaximum) return _Fail("at most " + std::to_string(uMaximum) + " of them", "more");
+            if (!Read(sWord, rList.emplace_back()) || !_Charge(sizeof(TElement))) return false;
+        }
+        return true;
+    }
+    template <class TNumber> bool _NumberList(std::string_view sValue, std::vector<TNumber>& rList) {
+        return _List(sValue, rList, kMaximumEntries,
+                     [this](std::string_view sWord, TNumber& rNumber) { return _Number(sWord, rNumber); });
+    }
+    bool _ByteList(std::string_view sValue, std::vector<uint8_t>& rList, size_t uMaximum) {
+        return _List(sValue, rList, uMaximum, [this](std::string_view sWord, uint8_t& rucByte) {
+            const auto Value = g_Hex(sWord, 2);
+            rucByte = static_cast<uint8_t>(Value.value_or(0));
+            return Value || _Fail("bytes of up to 2 digits", sWord);
+        });
+    }
+    bool _Text(std::string_view sText, std::string& rsText, size_t uMaximum = kMaximumText) {
+        if (sText.size() > uMaximum) return _Fail("at most " + std::to_string(uMaximum) + " characters", sText);
+        rsText = sText;
+        return _Charge(sText.size());
+    }
+    /// "one|two"; nothing at all is no text.
+    bool _TextList(std::string_view sText, std::vector<std::string>& rList, size_t uMaximum, size_t uCharacters) {
+        rList.clear();
+        for (bool bMore = !sText.empty(); bMore;) {
+            if (rList.size() == uMaximum) return _Fail("at most " + std::to_string(uMaximum) + " of them", "more");
+            const size_t uEnd = std::min(sText.find('|'), sText.size());
+            if (!_Text(sText.substr(0, uEnd), rList.emplace_back(), uCharacters) || !_Charge(kEntryBytes)) return false;
+            bMore = uEnd < sText.size();
+            sText.remove_prefix(std::min(uEnd + 1, sText.size()));
+        }
+        return true;
+    }
+
+    /// A value; nothing in it stands for a missing property.
+    bool _Value(std::string_view sText, std::optional<CWmiValue>& rValue, bool bMayMiss) {
+        while (sText.ends_with('\r')) sText.remove_suffix(1);
+        const std::string_view sWord = g_Trim(_WithoutComment(sText));
+        if (bMayMiss && sWord == kMissing) return rValue.reset(), true;
+        const auto pPlain = std::ranges::find(kPlainValues, sWord, &CPlainValue::sWord);
+        if (pPlain != std::end(kPlainValues)) return rValue = pPlain->Value(), true;
+
+        const size_t uColon = std::min(sText.find(':'), sText.size());
+        const std::string_view sType = sText.substr(0, uColon);
+        const std::string_view sRest = sText.substr(std::min(uColon + 1, sText.size()));
+        CWmiValue& rResult = rValue.emplace();
+        const auto Is = [&](std::string_view sName, uint16_t usType) {
+            if (uColon == sText.size() || sType != sName) return false;
+            rResult.usType = usType;
+            return true;
+        };
+        if (Is("number", CWmiValue::kInteger)) return _Number(sRest, rResult.nNumber);
+        if (Is("text", CWmiValue::kText)) return _Text(sRest, rResult.sText);
+        if (Is("numbers", CWmiValue::kIntegers)) return _NumberList(sRest, rResult.Integers);
+        if (Is("bytes", CWmiValue::kBytes)) return _ByteList(sRest, rResult.Bytes, kMaximumEntries);
+        if (Is("texts", CWmiValue::kTexts)) return _TextList(sRest, rResult.Texts, kMaximumEntries, kMaximumText);
+        if (Is("other", 0)) return _Number(sRest, rResult.usType);
+        if (Is("bool", CWmiValue::kBoolean)) {
+            bool bFlag = false;
+            const bool bRetCode = _Flag(sRest, bFlag);
+            rResult.nNumber = bFlag;
+            return bRetCode;
+        }
+        std::string sKnown = "number:, text:, bool:, numbers:, bytes:, texts:, other:";
+        for (const CPlainValue& rPlain : kPlainValues) sKnown += ", " + std::string(rPlain.sWord);
+        if (bMayMiss) sKnown += ", " + std::string(kMissing);
+        return _Fail(sKnown, sText);
+    }
+
+    bool _WmiKey(std::string_view sKey, std::string_view sValue) {
+        if (!g_IsName(sKey)) return _Fail("a property's name", sKey);
+        std::optional<CWmiValue> Value;
+        if (!_Value(sValue, Value, false)) return false;
+        m_rMachine.Wmi.back().Properties[std::string(sKey)] = std::move(*Value);
+        return true;
+    }
+
+    bool _FirmwareKey(std::string_view sKey, std::string_view sValue) {
+        CFirmwareDescription& rFirmware = *m_rMachine.Firmware;
+        if (sKey == "version") return _Number(sValue, rFirmware.nVersion);
+        if (sKey == "vendor") return _Text(g_Trim(sValue), rFirmware.sVendor, CFirmwareDescription::kVendorBytes);
+        if (sKey == "static_methods") return _Flag(sValue, rFirmware.bStaticMethods);
+        if (sKey == "commands")
+            return _List(sValue, rFirmware.Commands, kMaximumEntries, [this](std::string_view sWord, uint32_t& ruCode) {
+                const auto Code = g_Hex(sWord, 8);
+                ruCode = static_cast<uint32_t>(Code.value_or(0));
+                return Code || _Fail("command codes of up to 8 digits", sWord);
+            });
+        if (sKey == "graphics") {
+            std::vector<uint8_t> Bytes;
+            if (!_ByteList(sValue, Bytes, 2)) return false;
+            if (Bytes.size() != 2) return _Fail("information and presence byte", sValue);
+            rFirmware.ucGraphics = Bytes[0], rFirmware.ucGraphicsPresent = Bytes[1];
+            return true;
+        }
+        return _Fail("version, commands, vendor, graphics or static_methods", sKey);
+    }
+
+    bool _ObjectKey(std::string_view sKey, std::string_view sValue) {
+        CFirmwareObject& rObject = m_rMachine.Firmware->Objects.back();
+        if (sKey == "name") return _Text(g_Trim(sValue), rObject.sName);
+        if (sKey == "property") return _Number(sValue, rObject.uProperty);
+        if (sKey == "value") return _Number(sValue, rObject.nValue);
+        if (sKey == "values") return _NumberList(sValue, rObject.Values);
+        if (sKey == "info") return _NumberList(sValue, rObject.Info);
+        if (sKey == "status") return _Number(sValue, rObject.nStatus);
+        if (sKey == "stuck") return _Flag(sValue, rObject.bStuck);
+        return _Fail("name, property, value, values, info, status or stuck", sKey);
+    }
+
+    bool _ItemKey(std::string_view sKey, std::string_view sValue) {
+        CFirmwareItem& rItem = m_rMachine.Firmware->Items.back();
+        if (sKey == "name") return _Text(g_Trim(sValue), rItem.sName, CFirmwareItem::kNameBytes);
+        if (sKey == "value") return _Number(sValue, rItem.usValue);
+        if (sKey == "options")
+            return _TextList(g_Trim(sValue), rItem.Options, CFirmwareItem::kOptions, CFirmwareItem::kOptionBytes);
+        return _Fail("name, value or options", sKey);
+    }
+
+    bool _ResultKey(std::string_view sKey, std::string_view sValue) {
+        return sKey == "result" ? _ByteList(sValue, *m_pDump, CSimFirmware::kResultBytes) : _Fail("result", sKey);
+    }
+
+    bool _AnswerKey(std::string_view sKey, std::string_view sValue) {
+        auto& [sMethod, rAnswer] = *m_pAnswer;
+        if (sKey == "fails") return _Flag(sValue, rAnswer.bFails);
+        if (sKey == "delay") return _Number(sValue, rAnswer.uMilliseconds, kMaximumDelay);
+        if (!CSimFirmware::HasAnswer(sMethod, sKey))
+            return _Fail("fails, delay or a property of what " + sMethod + " answers", sKey);
+        return _Value(sValue, rAnswer.Properties[std::string(sKey)], true);
+    }
+
     bool _AcpiLine(std::string_view sLine) {
         if (sLine.find('=') == std::string_view::npos) return _DumpLine(sLine);
         std::string_view sKey, sValue;
@@ -343,10 +609,13 @@ private:
     bool _Grow(size_t uSize) {
         if (uSize <= m_pDump->size()) return true;
         if (m_pSection->sName == "pci") uSize = uSize > kPciBytes ? kExtendedPciBytes : kPciBytes;
-        m_uData += uSize - m_pDump->size();
-        if (m_uData > kMaximumData) return _Fail("at most 32 MiB of data", "more");
+        if (!_Charge(uSize - m_pDump->size())) return false;
         m_pDump->resize(uSize);
         return true;
+    }
+    bool _Charge(size_t uBytes) {
+        m_uData += uBytes;
+        return m_uData <= kMaximumData || _Fail("at most 32 MiB of data", "more");
     }
 
     static std::string _HexText(size_t uValue) {
@@ -366,10 +635,13 @@ private:
     std::vector<uint8_t>* m_pDump = nullptr;
     size_t m_uDumpLimit = 0, m_uDumpNext = 0;
     bool m_bCompleteChecksum = false;
-    size_t m_uData = 0;  ///< bytes of all dumps
+    bool (CMachineParser::*m_pKey)(std::string_view sKey, std::string_view sValue) = nullptr;  ///< reads a _KeyLine
+    std::set<std::string, std::less<>> m_Keys;                                                 ///< of those so far
+    std::pair<const std::string, CFirmwareAnswer>* m_pAnswer = nullptr;
+    size_t m_uData = 0;  ///< bytes of all that was read
 };
 
-const CMachineParser::CSection CMachineParser::s_aSections[10] = {
+const CMachineParser::CSection CMachineParser::s_aSections[12] = {
     {"machine", "[machine]", &CMachineParser::_OpenMachine, &CMachineParser::_MachineLine},
     {"cpuid", "[cpuid]", &CMachineParser::_OpenPlain, &CMachineParser::_CpuidLine},
     {"msr", "[msr] or [msr core N]", &CMachineParser::_OpenMsr, &CMachineParser::_MsrLine},
@@ -380,7 +652,50 @@ const CMachineParser::CSection CMachineParser::s_aSections[10] = {
     {"ports", "[ports]", &CMachineParser::_OpenPlain, &CMachineParser::_PortLine},
     {"smbus", "[smbus ADDRESS] from 00 to 7F", &CMachineParser::_OpenSmbus, &CMachineParser::_DumpLine},
     {"registry", "[registry]", &CMachineParser::_OpenPlain, &CMachineParser::_RegistryLine},
+    {"wmi", "[wmi root\\cimv2 CLASS] or [wmi root\\wmi CLASS]", &CMachineParser::_OpenWmi, &CMachineParser::_KeyLine},
+    {"firmware", "[firmware], or with object ID, item, command CODE or answer METHOD", &CMachineParser::_OpenFirmware,
+     &CMachineParser::_KeyLine},
 };
+
+/// "a b c" with `Format(element)` for each.
+template <class TElements, class TFormat>
+std::string g_Joined(const TElements& rElements, char cBetween, TFormat Format) {
+    std::string sText;
+    for (const auto& rElement : rElements) {
+        if (&rElement != rElements.data()) sText += cBetween;
+        sText += Format(rElement);
+    }
+    return sText;
+}
+constexpr auto kAsNumber = [](auto Value) { return std::to_string(Value); };
+constexpr auto kAsText = [](const std::string& rsText) { return rsText; };
+template <int nDigits> std::string g_AsHex(uint32_t uValue) {
+    char szText[16];
+    std::snprintf(szText, sizeof(szText), "%0*X", nDigits, uValue);
+    return szText;
+}
+
+std::string g_FormatValue(const std::optional<CWmiValue>& rValue) {
+    if (!rValue) return std::string(kMissing);
+    for (const CPlainValue& rPlain : kPlainValues)
+        if (rPlain.Value() == *rValue) return std::string(rPlain.sWord);
+    switch (rValue->usType) {
+        case CWmiValue::kInteger:
+            return "number:" + std::to_string(rValue->nNumber);
+        case CWmiValue::kText:
+            return "text:" + rValue->sText;
+        case CWmiValue::kBoolean:
+            return rValue->nNumber ? "bool:1" : "bool:0";
+        case CWmiValue::kIntegers:
+            return "numbers:" + g_Joined(rValue->Integers, ' ', kAsNumber);
+        case CWmiValue::kBytes:
+            return "bytes:" + g_Joined(rValue->Bytes, ' ', g_AsHex<2>);
+        case CWmiValue::kTexts:
+            return "texts:" + g_Joined(rValue->Texts, '|', kAsText);
+        default:
+            return "other:" + std::to_string(rValue->usType);
+    }
+}
 
 /// Builds the text form.
 class CMachineWriter {
@@ -413,6 +728,44 @@ public:
             std::for_each(itBegin, itEnd, [this](uint8_t c) { Print(" %02X", c); });
             m_sText += '\n';
         }
+    }
+
+    void Firmware(const CFirmwareDescription& rFirmware) {
+        m_sText += "\n[firmware]\n";
+        Line("version", std::to_string(rFirmware.nVersion));
+        Line("commands", g_Joined(rFirmware.Commands, ' ', g_AsHex<8>));
+        Line("vendor", rFirmware.sVendor);
+        Line("graphics", g_AsHex<2>(rFirmware.ucGraphics) + " " + g_AsHex<2>(rFirmware.ucGraphicsPresent));
+        Flag("static_methods", rFirmware.bStaticMethods);
+        for (const CFirmwareObject& rObject : rFirmware.Objects) {
+            m_sText += "\n[firmware object " + g_AsHex<8>(rObject.uId) + "]\n";
+            Line("name", rObject.sName);
+            if (rObject.uProperty) Line("property", std::to_string(rObject.uProperty));
+            Line("value", std::to_string(rObject.nValue));
+            if (!rObject.Values.empty()) Line("values", g_Joined(rObject.Values, ' ', kAsNumber));
+            if (!rObject.Info.empty()) Line("info", g_Joined(rObject.Info, ' ', kAsNumber));
+            if (rObject.nStatus) Line("status", std::to_string(rObject.nStatus));
+            Flag("stuck", rObject.bStuck);
+        }
+        for (const CFirmwareItem& rItem : rFirmware.Items) {
+            m_sText += "\n[firmware item]\n";
+            Line("name", rItem.sName);
+            Line("value", std::to_string(rItem.usValue));
+            if (!rItem.Options.empty()) Line("options", g_Joined(rItem.Options, '|', kAsText));
+        }
+        for (const auto& [uCode, Result] : rFirmware.Results) {
+            m_sText += "\n[firmware command " + g_AsHex<8>(uCode) + "]\n";
+            Line("result", g_Joined(Result, ' ', g_AsHex<2>));
+        }
+        for (const auto& [sMethod, rAnswer] : rFirmware.Answers) {
+            m_sText += "\n[firmware answer " + sMethod + "]\n";
+            for (const auto& [sName, rValue] : rAnswer.Properties) Line(sName, g_FormatValue(rValue));
+            Flag("fails", rAnswer.bFails);
+            if (rAnswer.uMilliseconds) Line("delay", std::to_string(rAnswer.uMilliseconds));
+        }
+    }
+    void Flag(const char* pszKey, bool bFlag) {
+        if (bFlag) Line(pszKey, "1");
     }
 
     std::string m_sText;
@@ -470,6 +823,11 @@ std::string g_FormatMachine(const CMachineDescription& rMachine) {
     }
     if (!rMachine.Registry.empty()) Writer.Print("\n[registry]\n");
     for (const auto& [sName, sText] : rMachine.Registry) Writer.Line(sName, sText);
+    for (const auto& [sNamespace, sClass, Properties] : rMachine.Wmi) {
+        Writer.m_sText.append("\n[wmi ").append(sNamespace).append(" ").append(sClass).append("]\n");
+        for (const auto& [sName, rValue] : Properties) Writer.Line(sName, g_FormatValue(rValue));
+    }
+    if (rMachine.Firmware) Writer.Firmware(*rMachine.Firmware);
     return Writer.m_sText;
 }
 

@@ -56,7 +56,7 @@ void CFidVid::_Complete(uint32_t uCore, uint64_t ullControl) {
 
 double CFidVid::CoreMHz(uint32_t uCore) const {
     const auto uCode = static_cast<uint32_t>(m_rMachine.Msr(uCore, kStatus) & kFrequency);
-    return m_rMachine.Description().dReferenceMHz * (4.0 + 0.5 * uCode);
+    return m_rMachine.ReferenceMHz() * (4.0 + 0.5 * uCode);
 }
 
 }  // namespace vxtsim

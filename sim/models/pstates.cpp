@@ -58,7 +58,7 @@ void CPstates::_Complete(uint32_t uCore, const CRequest& rRequest) {
     uint32_t uFields = rRequest.uFields;
     // Limits: highest clock in units of 100 MHz (half the reference), highest and lowest voltage; 0 stands for none.
     const auto uMaximumClock = static_cast<uint32_t>(rullStatus >> 49 & 0x3F);
-    if (uMaximumClock && _MHz(uFields) > uMaximumClock * m_rMachine.Description().dReferenceMHz / 2)
+    if (uMaximumClock && _MHz(uFields) > uMaximumClock * m_rMachine.ReferenceMHz() / 2)
         uFields = (uFields & ~kFidDid) | (static_cast<uint32_t>(rullStatus) & kFidDid);
     const auto uHighest = static_cast<uint32_t>(rullStatus >> 35 & 0x7F),
                uLowest = static_cast<uint32_t>(rullStatus >> 42 & 0x7F);
@@ -76,7 +76,7 @@ void CPstates::_Complete(uint32_t uCore, const CRequest& rRequest) {
 }
 
 double CPstates::_MHz(uint64_t ullFields) const {
-    return m_rMachine.Description().dReferenceMHz / 2 * static_cast<double>((ullFields & 0x3F) + m_uFidOffset) /
+    return m_rMachine.ReferenceMHz() / 2 * static_cast<double>((ullFields & 0x3F) + m_uFidOffset) /
            static_cast<double>(1u << (ullFields >> 6 & 7));
 }
 
@@ -84,7 +84,7 @@ double CPstates::CoreMHz(uint32_t uCore) const { return _MHz(m_rMachine.Msr(uCor
 
 double CPstates::TimeStampMHz(uint32_t uCore) const {
     const bool bPstate0 = m_rMachine.HasMsr(uCore, kHwcr) && m_rMachine.Msr(uCore, kHwcr) >> 24 & 1;
-    return bPstate0 ? _MHz(m_rMachine.Msr(uCore, kDefinitions)) : m_rMachine.Description().dReferenceMHz;
+    return bPstate0 ? _MHz(m_rMachine.Msr(uCore, kDefinitions)) : m_rMachine.ReferenceMHz();
 }
 
 }  // namespace vxtsim

@@ -1,11 +1,58 @@
 // Hostile machine files: the parser neither crashes nor asks for much memory; what it accepts survives the way through
-// text and runs as a machine.
+// text, runs as a machine and answers management queries.
 #include <cstdlib>
 
 #include "sim/driver_server.h"
+#include "sim/wmi.h"
+
+namespace {
+
+using namespace vxtsim;
+
+/// Every method of the firmware, those with an ID for two objects, each setup item asked and set.
+void g_Ask(CSimMachine& rMachine) {
+    constexpr size_t kFew = 8;  // lists may be long
+    constexpr std::string_view kNamespace = CSimFirmware::kNamespace;
+    CSimWmi Wmi(rMachine);
+    for (const CWmiInstance& rInstance : rMachine.Description().Wmi) {
+        const auto Instances = Wmi.GetInstances(rInstance.sNamespace, rInstance.sClass);
+        if (!Instances || Instances->empty()) std::abort();
+        if (!Wmi.GetObject(rInstance.sNamespace, Instances->back().Properties.at("__PATH").sText)) std::abort();
+        if (Instances->size() > kFew) break;
+    }
+    if (!Wmi.Firmware()) return;
+    const CFirmwareDescription& rFirmware = *rMachine.Description().Firmware;
+    const CWmiObject Target = rFirmware.bStaticMethods ? Wmi.GetObject(kNamespace, CSimFirmware::kClass).value()
+                                                       : Wmi.GetInstances(kNamespace, CSimFirmware::kClass)->front();
+    const std::string& rsPath = Target.Properties.at("__PATH").sText;
+    std::optional<CWmiObject> Output;
+    for (const char* const pszMethod : {"GetObjectID", "Init", "QueryVersion", "QueryCommandList"})
+        if (Wmi.Execute(kNamespace, rsPath, pszMethod, nullptr, Output) && !Output) std::abort();
+
+    const auto Run = [&](const char* pszMethod, const char* pszName, CWmiValue Value) {
+        const CWmiObject Input{"", {{pszName, std::move(Value)}}};
+        return Wmi.Execute(kNamespace, rsPath, pszMethod, &Input, Output);
+    };
+    for (size_t i = 0; i < std::min(kFew, rFirmware.Objects.size()); ++i) {
+        const CFirmwareObject& rObject = rFirmware.Objects[i];
+        const CWmiValue Id = CWmiValue::Integer(static_cast<int32_t>(rObject.uId));
+        for (const char* const pszMethod : {"GetValue", "GetInfo", "GetDValues"}) Run(pszMethod, "id", Id);
+        CWmiObject Package = Wmi.GetObject(kNamespace, CSimFirmware::kSetValuePackage).value();
+        Package.Properties["id"] = Id;
+        Package.Properties["value"] = CWmiValue::Integer(rObject.Values.empty() ? INT32_MIN : rObject.Values.back());
+        Run("SetValue", "pack", CWmiValue::Object(std::move(Package)));
+    }
+    for (uint8_t ucCode = 0; ucCode < 6; ++ucCode)
+        for (uint8_t ucItem = 0; ucItem < kFew; ++ucItem) {
+            std::vector<uint8_t> Block(CSimFirmware::kCommandBytes);
+            Block[0] = ucCode % 4 + 1, Block[2] = ucCode < 4 ? 3 : 4, Block[4] = ucItem, Block[6] = ucItem;
+            Run("RunCMD", "Inbuf", CWmiValue::ByteArray(std::move(Block)));
+        }
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
-    using namespace vxtsim;
     CMachineDescription Machine, Again;
     std::string sError;
     if (!g_ParseMachine({reinterpret_cast<const char*>(pData), uSize}, "fuzz", Machine, sError)) {
@@ -24,6 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
         Running.WritePci(Address, 0xFE, std::span(Bytes).first(8));
     }
     for (const auto& [Key, ullValue] : Running.Description().Msr) Running.WriteMsr(0, Key.second, ~ullValue);
+    g_Ask(Running);
     Running.Advance(1'000'000);
     return 0;
 }
