@@ -3,24 +3,11 @@
 #include <unistd.h>
 #include <vxtapi/vxtapi.h>
 
-#include <cstdio>
-
-#include "firmware/acpi_table.h"
-#include "hw/driver_handler.h"
-#include "platform/simulated/simulated_system.h"
+#include "bench_machine.h"
 
 namespace {
 
-using namespace vxt::platform::simulated;
-
-void SwitchOn() {
-    vxt::g_GetDriverHandler().UnInit();
-    vxt::g_GetACPITable().Clear();
-    vxtsim::CMachineDescription Description;
-    std::string sError;
-    if (!vxtsim::g_LoadMachine("family10h-ddr3", Description, sError)) std::fprintf(stderr, "%s\n", sError.c_str());
-    g_Restart(std::move(Description));
-}
+using namespace vxtbench;
 
 uint64_t Requests() { return g_GetSystem().m_Server.RequestCount(); }
 

@@ -5,24 +5,17 @@
 #include <cstring>
 #include <sstream>
 
+#include "bench_machine.h"
 #include "devices/memctl/memory_controller.h"
-#include "firmware/acpi_table.h"
-#include "hw/driver_handler.h"
-#include "platform/simulated/simulated_system.h"
 
 namespace {
 
-using namespace vxt::platform::simulated;
+using namespace vxtbench;
 
 /// A machine with both channels in use, and its controller.
 struct CBench {
     CBench() {
-        vxt::g_GetDriverHandler().UnInit();
-        vxt::g_GetACPITable().Clear();
-        vxtsim::CMachineDescription Description;
-        std::string sError;
-        if (!vxtsim::g_LoadMachine("family10h-ddr3", Description, sError)) std::fprintf(stderr, "%s\n", sError.c_str());
-        g_Restart(std::move(Description));
+        SwitchOn();
         vxt::g_GetDriverHandler().Init(vxt::g_GetACPITable());
         m_Controller.Init(0);
         m_Controller.GetMemTiming(&m_Timing);

@@ -3,6 +3,8 @@
 // Freestanding apart from <cstdint>; the same slot numbers under the Microsoft and Itanium C++ ABIs.
 #pragma once
 
+#include <vxtapi/bios.h>
+#include <vxtapi/clock_generator.h>
 #include <vxtapi/cpu.h>
 #include <vxtapi/device.h>
 #include <vxtapi/device_manager.h>
@@ -12,6 +14,7 @@
 #include <vxtapi/north_bridge.h>
 #include <vxtapi/performance_control.h>
 #include <vxtapi/profile_settings.h>
+#include <vxtapi/voltage_controller.h>
 
 extern "C" {
 

@@ -4,6 +4,9 @@
 #include "api/log/log_checks.h"
 #include "devices/cpu/processor_tables.h"
 #include "firmware/acpi_table.h"
+#include "firmware/bios_command.h"
+#include "firmware/bios_handler.h"
+#include "firmware/cmos_items.h"
 #include "hw/driver_handler.h"
 #include "hw/scope_exit.h"
 
@@ -17,31 +20,28 @@ struct CStep {
     bool (*pRun)();
 };
 
-/// Stands where a service joins the sequence once it is built.
-constexpr bool g_NotBuiltYet() { return true; }
-
 constexpr CStep kRequiredSteps[] = {
     {"driver handler", [] { return g_GetDriverHandler().Init(g_GetACPITable()); }},
-    {"system WMI connection, root\\cimv2", g_NotBuiltYet},
-    {"firmware WMI connection, root\\wmi", g_NotBuiltYet},
-    {"BIOS handler's WMI connection, root\\wmi", g_NotBuiltYet},
+    {"system WMI connection", [] { return g_GetSystemWmi().Connect(kSystemNamespace); }},
+    {"firmware WMI connection", [] { return g_GetFirmwareWmi().Connect(kFirmwareNamespace); }},
+    {"BIOS handler's WMI connection", [] { return g_GetQORBIOSHandler().Connect(kFirmwareNamespace); }},
 };
 constexpr CStep kBestEffortSteps[] = {
-    {"BIOS command object", g_NotBuiltYet},
-    {"BIOS command handler", g_NotBuiltYet},
-    {"CMOS item list", g_NotBuiltYet},
-    {"BIOS miscellaneous information", g_NotBuiltYet},
+    {"BIOS command object", [] { return g_GetQORBIOS().Init(); }},
+    {"BIOS command handler", [] { return g_GetQORBIOSHandler().Init(); }},
+    {"CMOS item list", [] { return g_GetCMOSItemList().Init(); }},
+    {"BIOS miscellaneous information", [] { return g_GetBIOSMiscInfo().Init(); }},
     {"processor revision and socket tables", g_InitProcessorTables},
 };
 constexpr CStep kShutDownSteps[] = {
     {"place holder", [] { return true; }},
-    {"CMOS item list", g_NotBuiltYet},
+    {"CMOS item list", [] { return g_GetCMOSItemList().UnInit(); }},
     {"place holder", [] { return true; }},
     {"driver handler", [] { return g_GetDriverHandler().UnInit(); }},
-    {"system WMI connection", g_NotBuiltYet},
-    {"firmware WMI connection", g_NotBuiltYet},
-    {"BIOS handler's WMI connection", g_NotBuiltYet},
-    {"GPU register tool's physical mapping", g_NotBuiltYet},
+    {"system WMI connection", [] { return g_GetSystemWmi().Disconnect(); }},
+    {"firmware WMI connection", [] { return g_GetFirmwareWmi().Disconnect(); }},
+    {"BIOS handler's WMI connection", [] { return g_GetQORBIOSHandler().Disconnect(); }},
+    {"GPU register tool's physical mapping", [] { return true; }},  // there is no such tool yet, so no mapping either
 };
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include "devices/chipset/chipset_devices.h"
 #include "devices/cpu/cpu_devices.h"
 #include "devices/memctl/memctl_devices.h"
-#include "devices/peripherals/board.h"
 #include "devices/peripherals/peripheral_devices.h"
 
 namespace vxt {

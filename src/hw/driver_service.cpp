@@ -5,6 +5,7 @@
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
 #include "hw/driver_handler.h"
+#include "hw/named_object_security.h"
 #include "platform/clock.h"
 #include "platform/error_code.h"
 #include "platform/service_control.h"
@@ -16,8 +17,6 @@ namespace {
 
 constexpr const wchar_t* kSemaphoreName = L"Global\\VXTDriverSemaphore";
 constexpr int32_t kMaximumUsers = 10000;  ///< each process that uses the driver holds one unit
-// Guests and anonymous users denied; authenticated users read, write, execute; administrators everything.
-constexpr const wchar_t* kSemaphoreSecurity = L"D:(D;OICI;GA;;;BG)(D;OICI;GA;;;AN)(A;OICI;GRGWGX;;;AU)(A;OICI;GA;;;BA)";
 
 constexpr const wchar_t* kDriverFile64 = L"\\qor64\\VXTDriver.sys";
 constexpr const wchar_t* kDriverFile32 = L"\\i386\\VXTDriver.sys";
@@ -106,7 +105,7 @@ bool CDriverHandler::AddReference() {
     if (!m_hSemaphore) {
         g_GetLog().WriteLog(kLogDiagnostic, "AddReference: error code returned from OpenSemaphore is: %d",
                             static_cast<int>(platform::LastError()));
-        m_hSemaphore = platform::CreateSemaphore(kSemaphoreName, kMaximumUsers, kMaximumUsers, kSemaphoreSecurity);
+        m_hSemaphore = platform::CreateSemaphore(kSemaphoreName, kMaximumUsers, kMaximumUsers, kNamedObjectSecurity);
     }
     LOG_PROCESS_ERROR_TEXT("m_hSemaphore != NULL", m_hSemaphore);
     const uint32_t dwWaitResult = platform::WaitSemaphore(m_hSemaphore, 0);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "hw/bit_field.h"
+#include "platform/cpuid.h"
 
 namespace vxt::cpuid {
 
@@ -34,3 +35,10 @@ inline constexpr CFamilyMatch kMatchRevisionF{
     "Fn0000_0001_Eax.ExtendedModel != 0 && Fn0000_0001_Eax.ExtendedModel != 1 && Fn0000_0001_Eax.ExtendedModel != 2"};
 
 }  // namespace vxt::cpuid
+
+namespace vxt {
+
+/// Signature of the installed processor: also the number by which the firmware is told who calls.
+inline uint32_t g_IdentifyProcessor() { return platform::Cpuid(cpuid::kSignature).uEax; }
+
+}  // namespace vxt

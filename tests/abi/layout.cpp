@@ -87,3 +87,9 @@ LIES_AT(HTConfig, dMaxFrequency, 96, 8);
 
 static_assert(sizeof(eDeviceType) == 4 && eDeviceType(0) < eDeviceType(-1), "unsigned, 32 bits");
 static_assert(sizeof(bool) == 1 && sizeof(wchar_t) == VXT_WCHAR_SIZE, "as the library's");
+
+static_assert(sizeof(FirmwareLimits) == 32, "four doubles");
+LIES_AT(FirmwareLimits, dMinimum, 0, 8);
+LIES_AT(FirmwareLimits, dMaximum, 8, 8);
+LIES_AT(FirmwareLimits, dDefault, 16, 8);
+LIES_AT(FirmwareLimits, dStep, 24, 8);

@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <vxtapi/vxtapi.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
 
 #include "api/engine.h"
 #include "api/log/log.h"
@@ -15,6 +17,7 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using vxttest::g_CheckError;
 using vxttest::g_ProcessError;
 using vxttest::Lines;
@@ -47,7 +50,7 @@ TEST_F(CApiTest, AStartFindsTheMachineAndAShutDownLeavesNothing) {
     EXPECT_EQ(GetDeviceManager(), GetDeviceManager());
     bool bSupported = true;
     EXPECT_TRUE(IsBiosOCSupported(&bSupported));
-    EXPECT_FALSE(bSupported) << "this machine's firmware offers no clock generator";
+    EXPECT_TRUE(bSupported);
     GetLog()->WriteLog(2, "a host's %s", "line");
     const Lines Log = m_Log.Take();
     EXPECT_THAT(Log, Contains("4 Engine library initialized successfully."));
@@ -62,6 +65,40 @@ TEST_F(CApiTest, AStartFindsTheMachineAndAShutDownLeavesNothing) {
     EXPECT_EQ(Machine().MappingCount(), 0u);
     EXPECT_TRUE(IsBiosOCSupported(&bSupported)) << "kept: still answered after shut-down";
     EXPECT_FALSE(bSupported);
+}
+
+TEST_F(CApiTest, OverclockingIsSupportedWhereTheFirmwareOffersAClockGenerator) {
+    const struct {
+        const char* pszMachine;
+        std::function<void(vxtsim::CMachineDescription&)> Change;
+        bool bSupported;
+    } kCases[] = {
+        {"family10h-ddr3", {}, true},
+        {"family10h-ddr3", [](auto& rMachine) { rMachine.Firmware.reset(); }, false},
+        {"family10h-ddr3", [](auto& rMachine) { rMachine.Firmware->Answers["Init"].bFails = true; }, false},
+        {"k8-revf-dual", {}, false},
+    };
+    for (const auto& [pszMachine, Change, bExpected] : kCases) {
+        Start(pszMachine, Change);
+        ASSERT_TRUE(InitVXTAPI(false)) << "firmware is no condition for a start";
+        bool bSupported = !bExpected;
+        EXPECT_TRUE(IsBiosOCSupported(&bSupported));
+        EXPECT_EQ(bSupported, bExpected) << pszMachine;
+        EXPECT_EQ(GetDeviceManager()->GetDevice(vxtapi::kDeviceCustomerPwm, 0) != nullptr, bExpected);
+        EXPECT_NE(GetDeviceManager()->GetDevice(vxtapi::kDeviceBios, 0), nullptr) << "the system tells that";
+        UnInitVXTAPI();
+    }
+}
+
+TEST_F(CApiTest, AStartWithoutFirmwareSaysSoAndGoesOn) {
+    Start(kDefaultMachine, [](auto& rMachine) { rMachine.Firmware.reset(); });
+    ASSERT_TRUE(vxt::g_InitEngine());
+    const Lines Errors = m_Log.TakeErrors();
+    const std::string sCheck = g_CheckError("bRetCode", "g_InitEngine");
+    EXPECT_EQ(std::ranges::count(Errors, sCheck), 4) << "command object, handler, setup items, board information";
+    EXPECT_THAT(Errors, Contains(g_ProcessError("m_uVersion == 0", "CQORBIOS::Init")));
+    EXPECT_TRUE(vxt::g_UnInitEngine());
+    EXPECT_THAT(System().m_Handles, IsEmpty());
 }
 
 TEST_F(CApiTest, EverySecondStartOfAProcessFindsNoTables) {
@@ -92,9 +129,14 @@ TEST_F(CApiTest, WithoutADriverTheStartFailsWithAChainOfLines) {
     EXPECT_THAT(Errors, Contains(g_ProcessError("bRetCode", "g_InitEngine")));
     EXPECT_EQ(Errors.back(), g_ProcessError("bRetCode", "InitVXTAPI"));
     EXPECT_THAT(System().m_Handles, IsEmpty());
+    EXPECT_THAT(TakeTrace(), Not(Contains("CreateWmiLocator"))) << "nothing after it is tried";
 }
 
 TEST_F(CApiTest, EachFailingCallOfAStartLeavesALibraryThatStopsAndStartsAgain) {
+    Start(kDefaultMachine, [](auto& rMachine) {  // one of each: the sweep runs a start for every call of a start
+        rMachine.Firmware->Items.resize(1);
+        rMachine.Firmware->Objects.resize(4);
+    });
     const uint64_t ullCalls = FailEach(
         [&] {
             vxt::g_GetACPITable().Clear();

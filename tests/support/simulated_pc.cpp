@@ -7,6 +7,7 @@
 
 #include "api/log/log.h"
 #include "firmware/acpi_table.h"
+#include "firmware/bios_handler.h"
 #include "hw/driver_handler.h"
 
 namespace vxttest {
@@ -76,10 +77,14 @@ std::string g_CheckError(const std::string& sExpression, const std::string& sFun
     return "LOG_CHECK_ERROR(" + sExpression + ") at line # in " + sFunction;
 }
 
+std::string g_ComError(const std::string& sExpression, const std::string& sFunction) {
+    return "LOG_COM_PROCESS_ERROR(" + sExpression + ") at line # in " + sFunction;
+}
+
 CSimulatedPc::~CSimulatedPc() {
     System().StopFailing();
     System().m_RequestFaults = {};
-    vxt::g_GetDriverHandler().UnInit();
+    _LetGo();
     System().m_pTrace = nullptr;
     System().m_Server.Record(nullptr);
 }
@@ -92,15 +97,26 @@ vxtsim::CMachineDescription CSimulatedPc::Describe(const std::string& sMachine) 
 }
 
 void CSimulatedPc::Start(const std::string& sMachine, const std::function<void(vxtsim::CMachineDescription&)>& Change) {
-    vxt::g_GetDriverHandler().UnInit();
-    vxt::g_GetACPITable().Clear();  // as a new process would find it
     vxtsim::CMachineDescription Description = Describe(sMachine);
     if (Change) Change(Description);
+    Start(std::move(Description));
+}
+
+void CSimulatedPc::Start(vxtsim::CMachineDescription Description) {
+    _LetGo();
+    vxt::g_GetACPITable().Clear();  // as a new process would find it
     g_Restart(std::move(Description));
     System().m_pTrace = &m_Trace;
     System().m_Server.Record(&m_Trace);
     m_Trace.clear();
     m_Log.Take();
+}
+
+void CSimulatedPc::_LetGo() {
+    vxt::g_GetDriverHandler().UnInit();
+    for (vxt::CWmiHandler* const pHandler : {&vxt::g_GetSystemWmi(), &vxt::g_GetFirmwareWmi(),
+                                             static_cast<vxt::CWmiHandler*>(&vxt::g_GetQORBIOSHandler())})
+        pHandler->Disconnect();
 }
 
 bool CSimulatedPc::StartDriver() {

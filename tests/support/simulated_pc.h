@@ -32,6 +32,7 @@ private:
 /// "LOG_PROCESS_ERROR(EXPRESSION) at line # in FUNCTION", as TakeErrors gives it.
 std::string g_ProcessError(const std::string& sExpression, const std::string& sFunction);
 std::string g_CheckError(const std::string& sExpression, const std::string& sFunction);
+std::string g_ComError(const std::string& sExpression, const std::string& sFunction);
 
 /// Switches a machine on before each test and lets everything go after it.
 class CSimulatedPc : public ::testing::Test {
@@ -43,6 +44,7 @@ public:
 
     /// Switches another machine on instead. `Change` may edit its description first.
     void Start(const std::string& sMachine, const std::function<void(vxtsim::CMachineDescription&)>& Change = {});
+    void Start(vxtsim::CMachineDescription Description);
     /// The description of an embedded machine.
     static vxtsim::CMachineDescription Describe(const std::string& sMachine);
 
@@ -77,6 +79,8 @@ public:
     CLogCapture m_Log;
 
 private:
+    void _LetGo();
+
     Lines m_Trace;
 };
 

@@ -6,6 +6,8 @@
 #include "api/log/log_checks.h"
 #include "devices/device_list.h"
 #include "firmware/acpi_table.h"
+#include "firmware/bios_handler.h"
+#include "firmware/cmos_items.h"
 #include "hw/driver_handler.h"
 #include "perf/performance_control.h"
 #include "perf/profile_settings.h"
@@ -26,6 +28,10 @@ constexpr uint32_t kAccepted = 1;
     vxt::g_GetLog();
     vxt::g_GetDriverHandler();
     vxt::g_GetACPITable();
+    vxt::g_GetSystemWmi();
+    vxt::g_GetQORBIOSHandler();
+    vxt::g_GetCMOSItemList();  // with the firmware connection and the command object below it
+    vxt::g_GetBIOSMiscInfo();
     vxt::g_GetDeviceManager();
     vxt::g_GetPerformanceControl();
     vxt::g_GetProfileSettings();

@@ -2,8 +2,6 @@
 
 #include <map>
 
-#include "platform/cpuid.h"
-
 namespace vxt {
 
 namespace {
@@ -84,8 +82,6 @@ bool g_InitProcessorTables() {
     }
     return s_Revisions.size() == std::size(kProcessors);  // a signature twice would hide one of its rows
 }
-
-uint32_t g_IdentifyProcessor() { return platform::Cpuid(1).uEax; }
 
 const wchar_t* g_GetProcessorRevision(uint32_t uSignature) { return g_Find(s_Revisions, uSignature); }
 const wchar_t* g_GetProcessorSocket(uint32_t uSignature) { return g_Find(s_Sockets, uSignature); }

@@ -1,4 +1,4 @@
-// Revision and socket texts by processor signature (CPUID function 1 EAX), and the signature itself.
+// Revision and socket texts by processor signature (CPUID function 1 EAX).
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,6 @@ namespace vxt {
 
 /// Fills the tables. Called by the engine's start-up; a second call changes nothing.
 bool g_InitProcessorTables();
-
-/// Signature of the installed processor: the number by which the firmware is told who calls.
-uint32_t g_IdentifyProcessor();
 
 /// Revision, e.g. L"DA-C2"; empty for a signature the table lacks, and before the tables are filled.
 const wchar_t* g_GetProcessorRevision(uint32_t uSignature);

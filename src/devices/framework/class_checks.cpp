@@ -6,10 +6,11 @@
 
 namespace vxt {
 
-bool g_ReportClassCheck(const char* pszExpression, int nLine, const char* pszClass, const char* pszFunction) {
+bool g_ReportClassCheck(const char* pszFormat, const char* pszExpression, int nLine, const char* pszClass,
+                        const char* pszFunction) {
     char szName[128];
     std::snprintf(szName, sizeof(szName), "%s::%s", pszClass, pszFunction);
-    return g_ReportCheck("LOG_PROCESS_ERROR(%s) at line %d in %s\n", pszExpression, nLine, szName);
+    return g_ReportCheck(pszFormat, pszExpression, nLine, szName);
 }
 
 }  // namespace vxt

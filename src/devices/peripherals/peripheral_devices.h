@@ -3,6 +3,8 @@
 
 #include "devices/framework/controller.h"
 #include "devices/framework/unbuilt_device.h"
+#include "devices/peripherals/bios.h"
+#include "devices/peripherals/board.h"
 
 namespace vxt {
 
@@ -20,7 +22,6 @@ inline constexpr CDeviceIdentity kDefaultKeyboardIdentity{.eType = vxtapi::kDevi
 inline constexpr CDeviceIdentity kDefaultMouseIdentity{.eType = vxtapi::kDeviceMouse, .pszName = L"Default Mouse"};
 inline constexpr CDeviceIdentity kUSBControllerIdentity{
     .eType = vxtapi::kDeviceUsb, .pszName = L"USB Controller", .uVersion = 20080111};
-inline constexpr CDeviceIdentity kDefaultBIOSIdentity{.eType = vxtapi::kDeviceBios, .pszName = L"Default BIOS"};
 inline constexpr CDeviceIdentity kDefaultMemoryIdentity{.eType = vxtapi::kDeviceMemory, .pszName = L"Default Memory"};
 inline constexpr CDeviceIdentity kDefaultMonitorIdentity{.eType = vxtapi::kDeviceMonitor,
                                                          .pszName = L"Default Monitor"};
@@ -39,7 +40,6 @@ class CUSBController final : public CUnbuiltDevice<kUSBControllerIdentity, CCont
 public:
     bool RefreshDevices() override { return false; }
 };
-class CDefaultBIOS final : public CUnbuiltDevice<kDefaultBIOSIdentity> {};
 class CDefaultMemory final : public CUnbuiltDevice<kDefaultMemoryIdentity> {};
 class CDefaultMonitor final : public CUnbuiltDevice<kDefaultMonitorIdentity> {};
 

@@ -1,5 +1,8 @@
 #include "platform/named_objects.h"
 
+#include <algorithm>
+#include <chrono>
+
 #include "platform/simulated/simulated_system.h"
 
 namespace vxt::platform {
@@ -13,6 +16,11 @@ namespace {
 CSimulatedSystem::CSemaphore* g_FindSemaphore(uintptr_t uHandle) {
     const std::wstring* const pName = g_GetSystem().Find(uHandle, EHandle::kSemaphore);
     return pName ? &g_GetSystem().m_Semaphores.at(*pName) : nullptr;
+}
+
+CSimulatedSystem::CMutex* g_FindMutex(uintptr_t uHandle) {
+    const std::wstring* const pName = g_GetSystem().Find(uHandle, EHandle::kMutex);
+    return pName ? &g_GetSystem().m_Mutexes.at(*pName) : nullptr;
 }
 
 }  // namespace
@@ -47,6 +55,53 @@ bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore || pSemaphore->nCount == pSemaphore->nMaximum) return false;
     rnPrevious = pSemaphore->nCount++;
+    return true;
+}
+
+CMutexHandle OpenMutex(const wchar_t* pszName) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
+    if (rSystem.Refuses("OpenMutex", kErrorFileNotFound)) return {};
+    const bool bExists = rSystem.m_Mutexes.contains(pszName);
+    return CMutexHandle(bExists ? rSystem.Open(EHandle::kMutex, pszName) : rSystem.Fail(kErrorFileNotFound));
+}
+
+CMutexHandle CreateMutex(const wchar_t* pszName, const wchar_t* pszSddl) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
+    if (rSystem.Refuses("CreateMutex")) return {};
+    rSystem.m_Mutexes.try_emplace(pszName, CSimulatedSystem::CMutex{.sSddl = pszSddl});
+    return CMutexHandle(rSystem.Open(EHandle::kMutex, pszName));
+}
+
+/// Waits for another process in virtual time, for another thread of this one in real time.
+uint32_t WaitMutex(const CMutexHandle& rMutex, uint32_t uMilliseconds) {
+    constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
+    CSimulatedSystem& rSystem = g_GetSystem();
+    std::unique_lock Guard(rSystem.m_Lock);
+    CSimulatedSystem::CMutex* const pMutex = g_FindMutex(rMutex.Get());
+    if (rSystem.Refuses("WaitMutex") || !pMutex) return kWaitFailed;
+    vxtsim::CSimMachine& rMachine = simulated::g_GetMachine();
+    if (pMutex->ullForeignUntil > rMachine.Now())
+        rMachine.Advance(
+            std::min(uMilliseconds * kNanosecondsPerMillisecond, pMutex->ullForeignUntil - rMachine.Now()));
+    if (pMutex->ullForeignUntil > rMachine.Now()) return kWaitTimeout;
+
+    const std::thread::id Caller = std::this_thread::get_id();
+    const bool bFree = rSystem.m_MutexReleased.wait_for(Guard, std::chrono::milliseconds(uMilliseconds),
+                                                        [&] { return pMutex->uTaken == 0 || pMutex->Owner == Caller; });
+    if (!bFree) return kWaitTimeout;
+    pMutex->Owner = Caller;
+    ++pMutex->uTaken;
+    return std::exchange(pMutex->bAbandoned, false) ? kWaitAbandoned : kWaitObject0;
+}
+
+bool ReleaseMutex(const CMutexHandle& rMutex) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
+    CSimulatedSystem::CMutex* const pMutex = g_FindMutex(rMutex.Get());
+    if (!pMutex || pMutex->uTaken == 0 || pMutex->Owner != std::this_thread::get_id()) return false;
+    if (--pMutex->uTaken == 0) rSystem.m_MutexReleased.notify_all();
     return true;
 }
 

@@ -17,7 +17,7 @@ std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
 
 }  // namespace
 
-CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()) {
+CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()), m_Wmi(g_GetMachine()) {
     m_bDriverFileExists = g_HasMachine();
     m_Server.SetFaults(&m_RequestFaults);
     if (const char* const pszFaults = std::getenv("VXT_FAULT")) {
@@ -43,7 +43,14 @@ void CSimulatedSystem::OtherProcessAttaches(const wchar_t* pszSemaphore, int32_t
     --m_Semaphores.try_emplace(pszSemaphore, CSemaphore{nMaximum, nMaximum, {}}).first->second.nCount;
 }
 
+void CSimulatedSystem::OtherProcessTakesMutex(const wchar_t* pszMutex, uint32_t uMilliseconds) {
+    m_Mutexes[pszMutex].ullForeignUntil = g_GetMachine().Now() + uint64_t{uMilliseconds} * 1'000'000;
+}
+
+void CSimulatedSystem::AbandonMutex(const wchar_t* pszMutex) { m_Mutexes[pszMutex].bAbandoned = true; }
+
 bool CSimulatedSystem::Refuses(const char* pszCall, uint32_t uError) {
+    const std::lock_guard Guard(m_Lock);
     if (m_pTrace && pszCall) m_pTrace->emplace_back(pszCall);
     if (!m_bSweeping || m_bFailed || m_ullGoodCalls-- > 0) return false;
     m_bFailed = true;
@@ -51,12 +58,14 @@ bool CSimulatedSystem::Refuses(const char* pszCall, uint32_t uError) {
     return true;
 }
 
-uintptr_t CSimulatedSystem::Open(EHandle eKind, std::wstring sName) {
-    m_Handles[m_uNextHandle] = {eKind, std::move(sName)};
+uintptr_t CSimulatedSystem::Open(EHandle eKind, std::wstring sName, std::shared_ptr<void> pState) {
+    const std::lock_guard Guard(m_Lock);
+    m_Handles[m_uNextHandle] = {eKind, std::move(sName), std::move(pState)};
     return m_uNextHandle++;
 }
 
 const std::wstring* CSimulatedSystem::Find(uintptr_t uHandle, EHandle eKind) {
+    const std::lock_guard Guard(m_Lock);
     const auto it = m_Handles.find(uHandle);
     if (it != m_Handles.end() && it->second.eKind == eKind) return &it->second.sName;
     m_uLastError = kErrorInvalidHandle;
@@ -64,12 +73,14 @@ const std::wstring* CSimulatedSystem::Find(uintptr_t uHandle, EHandle eKind) {
 }
 
 void CSimulatedSystem::Close(uintptr_t uHandle) {
+    const std::lock_guard Guard(m_Lock);
     if (m_Handles.erase(uHandle)) return;
     std::fprintf(stderr, "simulated system: a handle was closed twice\n");
     std::abort();  // on a real system this closes somebody else's handle
 }
 
 uintptr_t CSimulatedSystem::Fail(uint32_t uError) {
+    const std::lock_guard Guard(m_Lock);
     m_uLastError = uError;
     return 0;
 }

@@ -1,18 +1,24 @@
 // The operating system of the simulated PC: services, named objects, handles, rights. As strict as the real one.
 #pragma once
 
+#include <condition_variable>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/error_code.h"
 #include "platform/simulated/simulated_machine.h"
 #include "sim/driver_server.h"
+#include "sim/wmi.h"
 
 namespace vxt::platform::simulated {
 
-/// Everything a test or tool may arrange, and what the capabilities keep. One per process.
+/// Everything a test or tool may arrange, and what the capabilities keep. One per process. Handles may be opened, used
+/// and closed on any thread; arrangements are made while only one runs.
 class CSimulatedSystem {
 public:
     CSimulatedSystem();
@@ -21,8 +27,9 @@ public:
     uint32_t m_uPlatformId = 2;
     bool m_bIsWow64 = true;
     bool m_bWow64QueryWorks = true;
-    bool m_bHasRights = true;         ///< administrator: may open the service manager
-    bool m_bDriverFileExists = true;  ///< starting the service finds its file
+    bool m_bHasRights = true;            ///< administrator: may open the service manager
+    bool m_bDriverFileExists = true;     ///< starting the service finds its file
+    bool m_bShowsPhysicalMemory = true;  ///< to programs, as systems before 2003 did
     std::wstring m_sExecutable = L"C:\\Program Files\\Host\\host.exe";
     uint32_t m_uOpenersToGo = 0;         ///< times a removed service can still be opened before it is gone
     double m_dLoad = 0.0;                ///< share of time that each processor is busy, 0 to 1
@@ -36,6 +43,10 @@ public:
 
     /// Another process starts or ends its use of the driver.
     void OtherProcessAttaches(const wchar_t* pszSemaphore, int32_t nMaximum);
+    /// Another process takes the mutex, which it creates when need be, for so much virtual time.
+    void OtherProcessTakesMutex(const wchar_t* pszMutex, uint32_t uMilliseconds);
+    /// The mutex's owner ends without releasing it: whoever waits next gets it as an abandoned one.
+    void AbandonMutex(const wchar_t* pszMutex);
 
     // --- state ---------------------------------------------------------------------------------------------------------
     struct CService {
@@ -47,29 +58,57 @@ public:
         int32_t nCount, nMaximum;
         std::wstring sSddl;
     };
-    enum class EHandle { kManager, kService, kDriver, kSemaphore, kRegistryKey };
+    struct CMutex {
+        std::wstring sSddl;
+        std::thread::id Owner = {};
+        uint32_t uTaken = 0;  ///< times by its owner
+        bool bAbandoned = false;
+        uint64_t ullForeignUntil = 0;  ///< ns: until then another process has it
+    };
+    enum class EHandle {
+        kManager,
+        kService,
+        kDriver,
+        kSemaphore,
+        kMutex,
+        kRegistryKey,
+        kWmiLocator,
+        kWmiServices,
+        kWmiEnumerator,
+        kWmiObject,
+    };
     struct CHandle {
         EHandle eKind;
         std::wstring sName;
+        std::shared_ptr<void> pState;  ///< what the capability keeps with it
     };
 
     std::map<std::wstring, CService> m_Services;
     std::map<std::wstring, CSemaphore> m_Semaphores;
+    std::map<std::wstring, CMutex> m_Mutexes;
     std::map<uintptr_t, CHandle> m_Handles;
     vxtsim::CDriverServer m_Server;
+    vxtsim::CSimWmi m_Wmi;
     std::vector<std::string>* m_pTrace = nullptr;  ///< every call by name, when recording
 
     // --- for the capabilities -----------------------------------------------------------------------------------------
     /// Counts a call and tells whether it is the one to fail; a refused call leaves `uError` behind. `pszCall` is null
     /// for driver requests, which the server records itself.
     bool Refuses(const char* pszCall, uint32_t uError = kErrorAccessDenied);
-    uintptr_t Open(EHandle eKind, std::wstring sName);
+    uintptr_t Open(EHandle eKind, std::wstring sName, std::shared_ptr<void> pState = {});
     /// The handle's name, or null (and "invalid handle") when it is closed or of another kind.
     const std::wstring* Find(uintptr_t uHandle, EHandle eKind);
+    /// What was opened with it, likewise.
+    template <class TState> std::shared_ptr<TState> State(uintptr_t uHandle, EHandle eKind) {
+        const std::lock_guard Guard(m_Lock);
+        return Find(uHandle, eKind) ? std::static_pointer_cast<TState>(m_Handles.at(uHandle).pState) : nullptr;
+    }
     void Close(uintptr_t uHandle);
     uintptr_t Fail(uint32_t uError);
     CService* FindService(uintptr_t uHandle);
     uint32_t m_uLastError = 0;
+    std::recursive_mutex m_Lock;                  ///< handles, named objects, the sweep and the trace
+    std::condition_variable_any m_MutexReleased;  ///< with m_Lock
 
 private:
     uintptr_t m_uNextHandle = 0x100;

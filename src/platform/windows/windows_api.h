@@ -4,7 +4,10 @@
 #include <windows.h>
 
 #undef CreateDirectory
+#undef CreateMutex
 #undef CreateSemaphore
+#undef GetObject
+#undef OpenMutex
 #undef OpenSemaphore
 #undef OpenService
 #undef StartService

@@ -1,0 +1,32 @@
+// The firmware counts in thousandths: kHz where devices say MHz, mV where they say V.
+#pragma once
+
+#include <vxtapi/firmware_limits.h>
+
+#include <cmath>
+#include <vector>
+
+#include "firmware/bios_handler.h"
+
+namespace vxt {
+
+inline constexpr double kFirmwareUnits = 1000.0;
+
+/// A device value in firmware units. The rounding noise of the multiplication goes (4.35 * 1000 is a little less than
+/// 4350, and the firmware would refuse 4349); a real fraction stays, to be cut off on the way.
+inline double g_ToFirmware(double dValue) {
+    constexpr double kNoise = 1e-6;
+    const double dScaled = dValue * kFirmwareUnits, dRounded = std::round(dScaled);
+    return std::abs(dScaled - dRounded) < kNoise ? dRounded : dScaled;
+}
+
+/// The words that describe an object, in the device's unit. False when the firmware does not answer.
+inline bool g_ReadFirmwareLimits(CQORBIOSHandler& rHandler, uint32_t uID, vxtapi::FirmwareLimits& rLimits) {
+    std::vector<uint32_t> Info;
+    if (!rHandler.GetInfo(uID, Info)) return false;
+    Info.resize(4);
+    rLimits = {Info[0] / kFirmwareUnits, Info[1] / kFirmwareUnits, Info[2] / kFirmwareUnits, Info[3] / kFirmwareUnits};
+    return true;
+}
+
+}  // namespace vxt

@@ -1,0 +1,78 @@
+#include "firmware/bios_command.h"
+
+#include <cstring>
+
+#include "api/log/log_checks.h"
+#include "firmware/wmi_values.h"
+
+namespace vxt {
+
+using platform::WmiArray;
+using platform::WmiValue;
+
+bool CQORBIOS::Init() {
+    m_uVersion = 0;
+    m_CommandList.clear();
+    WmiValue varOut;
+    bool bRetCode = m_rWmi.CallMethod(kFirmwareClass, L"QueryVersion", nullptr, nullptr, L"Version", &varOut);
+    LOG_PROCESS_ERROR_TEXT("m_uVersion == 0", bRetCode);  // Kept: the text tells the state, not the check
+    const auto* const pnVersion = std::get_if<int32_t>(&varOut);
+    LOG_PROCESS_ERROR_TEXT("varOut.vt == VT_I4", pnVersion);
+    m_uVersion = static_cast<uint32_t>(*pnVersion);
+
+    varOut = {};
+    bRetCode = m_rWmi.CallMethod(kFirmwareClass, L"QueryCommandList", nullptr, nullptr, L"CommandList", &varOut);
+    LOG_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
+    WmiValue varCommandCount, varCommandList;
+    bRetCode = m_rWmi.GetPropertyValue(g_ObjectIn(varOut), L"CommandCount", &varCommandCount);
+    LOG_PROCESS_ERROR(bRetCode);
+    const auto* const pnCount = std::get_if<int32_t>(&varCommandCount);
+    LOG_PROCESS_ERROR_TEXT("varCommandCount.vt == VT_I4", pnCount);
+    bRetCode = m_rWmi.GetPropertyValue(g_ObjectIn(varOut), L"List", &varCommandList);
+    LOG_PROCESS_ERROR(bRetCode);
+    const auto* const pList = g_ArrayIn<int32_t>(varCommandList);
+    LOG_PROCESS_ERROR_TEXT("varCommandList.parray", pList);
+    const int32_t nCount = *pnCount;
+    LOG_PROCESS_ERROR(nCount >= 0 && static_cast<size_t>(nCount) <= pList->Elements.size());
+    m_CommandList.insert(pList->Elements.begin(), pList->Elements.begin() + nCount);
+    return true;
+}
+
+uint32_t CQORBIOS::RunCommand(const void* pInData, uint32_t InDataSize, void* pOutData, uint32_t OutDataSize) {
+    const auto Run = [&]() -> bool {
+        LOG_PROCESS_ERROR(pInData);
+        LOG_PROCESS_ERROR(pOutData);
+        LOG_PROCESS_ERROR(InDataSize <= sizeof(QOR_BIOS_COMMAND));
+        LOG_PROCESS_ERROR(OutDataSize <= sizeof(QOR_BIOS_RESULT));
+        WmiArray<uint8_t> Inbuf;
+        const bool psaInbuf = platform::CreateWmiArray(sizeof(QOR_BIOS_COMMAND), Inbuf);
+        LOG_PROCESS_ERROR(psaInbuf);
+        std::memcpy(Inbuf.Elements.data(), pInData, InDataSize);
+        const WmiValue varIn = std::move(Inbuf);
+        WmiValue varOut, varOutbuf;
+        bool bRetCode = m_rWmi.CallMethod(kFirmwareClass, L"RunCMD", L"Inbuf", &varIn, L"Outbuf", &varOut);
+        LOG_PROCESS_ERROR(bRetCode);
+        LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
+        const platform::CWmiObject& pObject = g_ObjectIn(varOut);
+        LOG_PROCESS_ERROR(pObject);
+        bRetCode = m_rWmi.GetPropertyValue(pObject, L"Result", &varOutbuf);
+        LOG_PROCESS_ERROR(bRetCode);
+        const auto* const pResult = g_ArrayIn<uint8_t>(varOutbuf);
+        LOG_PROCESS_ERROR_TEXT("varOutbuf.parray", pResult);
+        LOG_PROCESS_ERROR(OutDataSize <= pResult->Elements.size());
+        std::memcpy(pOutData, pResult->Elements.data(), OutDataSize);
+        return true;
+    };
+    (void)Run();
+    uint32_t uRetCode = pOutData ? 0 : kBriNotRun;
+    if (pOutData) std::memcpy(&uRetCode, pOutData, std::min<size_t>(OutDataSize, sizeof(uRetCode)));
+    return uRetCode;
+}
+
+CQORBIOS& g_GetQORBIOS() {
+    static CQORBIOS s_Bios(g_GetFirmwareWmi());
+    return s_Bios;
+}
+
+}  // namespace vxt

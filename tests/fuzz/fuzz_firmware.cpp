@@ -1,0 +1,192 @@
+// Everything the library asks the firmware, on a firmware whose answers the input makes up: other types, other sizes,
+// counts that lie, results that stop short. Nothing may be read or written out of bounds, and nothing be forgotten.
+#include <algorithm>
+#include <cstring>
+
+#include "devices/chipset/clock_generator.h"
+#include "devices/chipset/voltage_controllers.h"
+#include "devices/peripherals/bios.h"
+#include "firmware/bios_handler.h"
+#include "firmware/cmos_items.h"
+#include "platform/simulated/simulated_system.h"
+#include "sim/firmware.h"
+
+using namespace vxt::platform::simulated;
+using vxtsim::CWmiValue;
+
+namespace {
+
+/// Numbers and bytes out of the input; zeros when it is used up.
+class CInput {
+public:
+    CInput(const uint8_t* pData, size_t uSize) : m_Left(pData, uSize) {}
+    bool IsEmpty() const { return m_Left.empty(); }
+    uint8_t Byte() {
+        if (m_Left.empty()) return 0;
+        const uint8_t ucByte = m_Left.front();
+        m_Left = m_Left.subspan(1);
+        return ucByte;
+    }
+    int32_t Number() {  // small ones more often than others
+        const uint8_t ucKind = Byte();
+        if (ucKind < 192) return ucKind - 64;
+        uint32_t uNumber = 0;
+        for (int i = 0; i < 4; ++i) uNumber = uNumber << 8 | Byte();
+        return static_cast<int32_t>(uNumber);
+    }
+    std::string Text() {
+        std::string sText(Byte(), '\0');
+        std::ranges::generate(sText, [this] { return static_cast<char>(Byte()); });
+        return sText;
+    }
+
+private:
+    std::span<const uint8_t> m_Left;
+};
+
+CWmiValue Value(CInput& rInput) {
+    CWmiValue Result;
+    switch (rInput.Byte() % 12) {
+        case 0:
+            return {};
+        case 1:
+            return CWmiValue::Typed(CWmiValue::kNull);
+        case 2:
+            return CWmiValue::Integer(rInput.Number());
+        case 3:
+            return CWmiValue::Text(rInput.Text());
+        case 4:
+            return CWmiValue::Typed(CWmiValue::kBoolean);
+        case 5:
+            return CWmiValue::Object({"Thing", {{"length", CWmiValue::Integer(rInput.Number())}}});
+        case 6: {
+            std::vector<int32_t> Numbers(rInput.Byte());
+            std::ranges::generate(Numbers, [&] { return rInput.Number(); });
+            return CWmiValue::IntegerArray(std::move(Numbers));
+        }
+        case 7: {
+            const std::string sBytes = rInput.Text() + rInput.Text() + rInput.Text();
+            return CWmiValue::ByteArray({sBytes.begin(), sBytes.end()});
+        }
+        case 8: {
+            std::vector<std::string> Texts(rInput.Byte() % 8);
+            std::ranges::generate(Texts, [&] { return rInput.Text(); });
+            return CWmiValue::TextArray(std::move(Texts));
+        }
+        case 9:
+            Result = CWmiValue::Typed(CWmiValue::kIntegers);
+            Result.bNullArray = true;
+            return Result;
+        case 10:
+            Result = CWmiValue::Typed(CWmiValue::kIntegers);
+            Result.bNoData = true;
+            return Result;
+        default:
+            return CWmiValue::Typed(static_cast<uint16_t>(rInput.Byte() << 8 | rInput.Byte()));
+    }
+}
+
+constexpr const char* kMethods[] = {"GetObjectID", "GetValue", "SetValue", "GetInfo",      "GetDValues",
+                                    "BiosRequest", "Init",     "RunCMD",   "QueryVersion", "QueryCommandList"};
+constexpr const char* kProperties[] = {"pack",         "length",      "ID",   "property", "IDstring",
+                                       "status",       "value",       "x",    "Version",  "DValueBuffer",
+                                       "CommandCount", "CommandList", "List", "Outbuf",   "Result"};
+constexpr const char* kBiosTexts[] = {"SerialNumber", "Manufacturer", "Description", "SMBIOSBIOSVersion",
+                                      "ReleaseDate"};
+
+vxtsim::CMachineDescription Describe(CInput& rInput) {
+    vxtsim::CMachineDescription Machine;
+    vxtsim::CFirmwareDescription& rFirmware = Machine.Firmware.emplace();
+    for (const uint32_t uId : {0x01010000u, 0x01020000u, 0x01030000u, 0x02010000u, 0x02070000u}) {
+        vxtsim::CFirmwareObject& rObject = rFirmware.Objects.emplace_back();
+        rObject.uId = uId;
+        rObject.sName = "object";
+        rObject.Values = {100, 200, 300};
+        rObject.Info = {100, 300, 0, 100};
+    }
+    rFirmware.Items.push_back({"item", 0, {"Disabled", "Auto"}});
+    vxtsim::CWmiInstance& rBios = Machine.Wmi.emplace_back();
+    rBios.sNamespace = "root\\cimv2";
+    rBios.sClass = "Win32_BIOS";
+    for (const char* const pszText : kBiosTexts)
+        rBios.Properties[pszText] = rInput.Byte() % 4 ? CWmiValue::Text("text") : Value(rInput);
+    while (!rInput.IsEmpty()) {
+        vxtsim::CFirmwareAnswer& rAnswer = rFirmware.Answers[kMethods[rInput.Byte() % std::size(kMethods)]];
+        const char* const pszProperty = kProperties[rInput.Byte() % std::size(kProperties)];
+        const uint8_t ucHow = rInput.Byte() % 16;
+        rAnswer.bFails = ucHow == 0;
+        if (ucHow == 1)
+            rAnswer.Properties[pszProperty] = std::nullopt;
+        else
+            rAnswer.Properties[pszProperty] = Value(rInput);
+    }
+    return Machine;
+}
+
+void UseVoltages(vxtapi::CVoltageController& rController) {
+    if (!rController.Init(0)) return;
+    for (uint32_t i = 0; i <= rController.GetVoltageCount() && i < 64; ++i) {
+        const int32_t nIndex = static_cast<int32_t>(i);
+        vxtapi::FirmwareLimits Limits{};
+        rController.GetVoltageLimits(nIndex, &Limits);
+        if (wcslen(rController.GetVoltageName(nIndex)) > 63) __builtin_trap();
+        rController.SetVoltage(nIndex, rController.GetVoltage(nIndex));
+    }
+}
+
+void UseEverything() {
+    vxt::CQORBIOSHandler& rHandler = vxt::g_GetQORBIOSHandler();
+    rHandler.Init();
+    std::vector<uint32_t> Info;
+    rHandler.GetInfo(0x01010000, Info);
+    double adValues[16];
+    int32_t nCount = std::size(adValues);
+    rHandler.GetDValues(0x01010000, adValues, nCount);
+
+    vxt::CQORBIOS Bios(vxt::g_GetFirmwareWmi());
+    Bios.Init();
+    vxt::CCMOSItemList Items(Bios);
+    Items.Init();
+    for (const vxt::QOR_CMOS_ITEM& rItem :
+         std::span(Items.GetItemList()).first(std::min<size_t>(Items.GetItemList().size(), 8)))
+        for (const auto& rOption : rItem.szOptionList)
+            if (vxt::g_CmosText(rOption).size() > vxt::kCmosOptionSize) __builtin_trap();
+    Items.GetItemValue(0);
+    Items.SetItemValue(0, 1);
+    vxt::CBIOSMiscInfo Misc(Bios);
+    Misc.Init();
+    if (std::strlen(Misc.GetVendorName()) > 64) __builtin_trap();
+
+    vxt::CDefaultClockGen ClockGen;
+    if (ClockGen.Init(0)) {
+        uint32_t uSize = 0;
+        vxtapi::FirmwareLimits Limits{};
+        ClockGen.GetExternalClockList(nullptr, uSize);
+        ClockGen.GetClockLimits(vxtapi::CClockGenerator::kPCIeClock, &Limits);
+        ClockGen.SetExternalClock(ClockGen.GetExternalClock());
+    }
+    vxt::CCustomerPWMController Customer;
+    UseVoltages(Customer);
+    vxt::CDefaultPWMController Default;
+    UseVoltages(Default);
+    vxt::CDefaultBIOS Identity;
+    Identity.Init(0);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
+    vxt::CWmiHandler* const apHandlers[] = {&vxt::g_GetSystemWmi(), &vxt::g_GetFirmwareWmi(),
+                                            &vxt::g_GetQORBIOSHandler()};
+    CInput Input(pData, uSize);
+    g_Restart(Describe(Input));
+    for (vxt::CWmiHandler* const pHandler : apHandlers)
+        if (!pHandler->Connect(pHandler == apHandlers[0] ? vxt::kSystemNamespace : vxt::kFirmwareNamespace))
+            __builtin_trap();
+    UseEverything();
+    for (vxt::CWmiHandler* const pHandler : apHandlers) pHandler->Disconnect();
+    if (!g_GetSystem().m_Handles.empty()) __builtin_trap();  // an object was forgotten
+    for (const auto& [sName, rMutex] : g_GetSystem().m_Mutexes)
+        if (rMutex.uTaken != 0) __builtin_trap();
+    return 0;
+}
