@@ -15,6 +15,7 @@ import pty
 import re
 import select
 import shlex
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -162,7 +163,7 @@ def table(*rows):
     ("no terminal to ask on", "vxtctl cpu set --pstate 0", 2, "--yes"),
     ("completion for another shell", "vxtctl completion fish", 2, "fish"),
     ("diagnostics without a command", "vxtdiag", 2, "--help"),
-    ("diagnostics write nothing", "vxtdiag --dry-run pci", 2, "--dry-run"),
+    ("nothing to set in the setup", "vxtdiag cmos set", 2, "ITEM=OPTION"),
     ("unknown device type", "vxtctl device toaster", 3, "memory-controller"),
     ("device type that the machine lacks", "vxtctl device gpu", 3, "gpu"),
     ("device index that the machine lacks", "vxtctl device cpu:4", 3, "cpu:4"),
@@ -229,8 +230,10 @@ def test_every_command_of_every_machine_fits_the_schema():
     for machine in machines():
         for command in ("vxtctl", "vxtctl devices", "vxtctl device cpu", "vxtctl cpu", "vxtctl cpu 0",
                         "vxtctl cpu set --multiplier 8 --voltage 1.2 --dry-run", "vxtdiag pci", "vxtdiag acpi",
-                        "vxtdiag acpi FACP", "vxtdiag pci 00:18.3", "vxtdiag snapshot"):
+                        "vxtdiag acpi FACP", "vxtdiag pci 00:18.3", "vxtdiag snapshot", "vxtctl bios"):
             answer_json(f"{command} --machine {machine}")
+    for command in ("vxtctl clocks", "vxtctl voltages", "vxtdiag firmware", "vxtdiag firmware 01010000", "vxtdiag cmos"):
+        answer_json(command)
 
 
 @case
@@ -257,7 +260,7 @@ def test_no_stand_in_for_a_missing_reading_leaves_the_tools():
                 check(quantity["value"] > 0 or quantity["id"].endswith(("pstate", "usage", "offset")), f"{name}: {quantity}")
             else:
                 check(quantity["value"] is None and quantity["reason"], name)
-        for command in ("", "cpu", "devices", "device cpu"):
+        for command in ("", "cpu", "devices", "device cpu", "bios", "clocks", "voltages"):
             text = run(f"vxtctl {command} --machine {machine}").out
             check(not re.search(r"-9999|-1\.0|\bnan\b|\binf\b|4294967", text), f"{machine} {command}: {text}")
     check({"ok", "unavailable"} <= seen, f"only {seen}")
@@ -541,6 +544,336 @@ def test_on_a_terminal_the_plan_is_shown_and_asked_about(typed, code, fragment):
     check(fragment in answer.out and "Planned changes" in answer.out and "0 to 3" in answer.out, answer.out)
 
 
+# --- the firmware ---------------------------------------------------------------------------------------------------------------
+
+NUMBERS = " ".join(str(khz) for khz in range(150000, 400001, 5000))
+FIRMWARE = f"""
+[firmware]
+version = 3
+vendor = Test Boards
+graphics = 5A 1
+[firmware object 01010000]
+name = Reference
+property = 0
+value = 200000
+values = {NUMBERS}
+info = 150000 400000 200000 5000
+[firmware object 01020000]
+name = PCIe
+property = 0
+value = 100000
+values = 100000 101000 102000
+[firmware object 01030000]
+name = Third
+property = 1
+value = 33333
+info = 30000 40000 33333 1
+[firmware object 02010000]
+name = MemVDDQ
+value = 1500
+info = 1300 2000 1500 25
+[firmware object 02070000]
+name = NB (1.8 V)
+value = 1800
+[firmware object 02080000]
+name = NB 1.8-V
+value = 1200
+info = 2000 1000 0 50
+[firmware object 02090000]
+name = Deaf
+value = 1100
+info = 1000 1400 1100 100
+stuck = 1
+[firmware object 020A0000]
+name = Silent
+value = 1000
+info = 900 1100 1000 10
+status = 3
+[firmware item]
+name = Core Trim Boost
+value = 0
+options = Disabled|Auto
+[firmware item]
+name = Boot Delay
+value = 7
+[firmware item]
+name = Burst Length
+value = 1
+options = 2|4|8
+[firmware item]
+name = BOOT DELAY
+value = 5
+options = A|a
+"""
+
+
+def firmware_machine(extra=""):
+    """A machine with the firmware above and more sections behind it."""
+    text = (SOURCE / "machines/family10h-ddr2.machine").read_text(encoding="utf-8")
+    pathlib.Path("fw.machine").write_text(text + FIRMWARE + extra, encoding="utf-8")
+    return "--machine fw.machine"
+
+
+def bios_machine(*instances):
+    """A machine with these BIOS identities alone."""
+    text = (SOURCE / "machines/family10h-ddr2.machine").read_text(encoding="utf-8")
+    text = re.sub(r"(?ms)^\[wmi .*?(?=^\[|\Z)", "", text)
+    heading = "[wmi root\\cimv2 Win32_BIOS]\n"
+    pathlib.Path("bios.machine").write_text(text + "\n" + "".join(heading + rows for rows in instances), encoding="utf-8")
+    return "--machine bios.machine"
+
+
+def identity(serial="text:S1", maker="text:QOR Boards", date="text:20091204000000.000000+000"):
+    return (f"Manufacturer = {maker}\nSerialNumber = {serial}\nDescription = text:BIOS Date: 12/04/09\n"
+            f"SMBIOSBIOSVersion = text:F3a\nReleaseDate = {date}\n")
+
+
+@table(
+    ("a date and time", "text:20091204000000.000000+000", "2009-12-04"),
+    ("time and zone not told", "text:20091204******.******+***", "2009-12-04"),
+    ("no such month", "text:20091304000000.000000+000", None),
+    ("no such day", "text:20090229000000.000000+000", None),
+    ("another form", "text:12/04/2009", None),
+    ("too short", "text:20091204", None),
+    ("none", "null", None),
+)
+def test_a_release_date_is_iso_where_it_is_a_date(date, expected):
+    machine = bios_machine(identity(date=date))
+    row = answer_json(f"vxtctl bios {machine}")["bios"][0]
+    same((row["release_date_iso"], row["release_date"]), (expected, date[5:] if date != "null" else None), date)
+
+
+@case
+def test_every_bios_is_shown_and_what_it_lacks_is_null():
+    machine = bios_machine(identity(), identity(serial="null", maker="text:Sly \033[31m Boards"))
+    rows = answer_json(f"vxtctl bios {machine}")["bios"]
+    same([(row["id"], row["serial_number"], row["version"]) for row in rows], [("/bios/0", "S1", "F3a"), ("/bios/1", None, "F3a")], "rows")
+    text = run(f"vxtctl bios {machine}").out
+    check(re.search(r"Serial number +-$", text, re.M), text)
+    check("\033" not in text and "Sly" in text, f"a terminal would obey {text!r}")
+    same(run(f"vxtctl bios {bios_machine()}").code, 3, "no identity at all")
+
+
+@table(
+    ("clocks", "vxtctl clocks", "no clock generator"),
+    ("a clock to set", "vxtctl clocks set external=200 --yes", "no clock generator"),
+    ("voltages", "vxtctl voltages", "no voltage controller"),
+    ("objects", "vxtdiag firmware", "nothing to tune"),
+    ("setup items", "vxtdiag cmos", "nothing to tune"),
+    ("a setup item to set", "vxtdiag cmos set 1=0 --yes", "nothing to tune"),
+)
+def test_a_machine_without_such_firmware_says_so(line, fragment):
+    answer = run(f"{line} --machine family10h-ddr2")
+    same((answer.code, answer.out), (3, ""), answer.err)
+    check(fragment in answer.err, answer.err)
+
+
+@case
+def test_clocks_and_voltages_show_value_limits_and_list_in_their_units():
+    machine = firmware_machine()
+    document = answer_json(f"vxtctl clocks {machine}")
+    external, pcie, third = document["clocks"]
+    same((external["value"], external["default"], external["step"], external["limits"]), (200, 200, 5, {"min": 150, "max": 400}), "external")
+    same(external["legal"], list(range(150, 401, 5)), "external list")
+    same((pcie["value"], pcie["legal"], pcie["limits"]), (100, [100, 101, 102], {"min": 100, "max": 102}), "PCIe")
+    same((third["value"], third["legal"], third["limits"], third["step"]), (33.333, None, {"min": 30, "max": 40}, 0.001), "third")
+    text = run(f"vxtctl clocks {machine}").out
+    check("150 155 160 ... 190 195 [200] 205 210 ... 390 395 400\n" in text, text)
+    check("30 to 40, step 0.001" in text and "[100] 101 102" in text, text)
+
+    document = answer_json(f"vxtctl voltages {machine}")
+    same(document["device"], "/custom-pwm/0", "the device with the board's own voltages")
+    same([(row["id"].rsplit("/", 1)[1], row["label"], row["value"], row["default"]) for row in document["voltages"]],
+         [("memvddq", "MemVDDQ", 1.5, 1.5), ("nb_1_8_v", "NB (1.8 V)", 1.8, 1.8), ("nb_1_8_v_2", "NB 1.8-V", 1.2, 1.2),
+          ("deaf", "Deaf", 1.1, 1.1), ("silent", "Silent", None, 1)], "voltages")
+    same(document["voltages"][2]["limits"], {"min": None, "max": None}, "limits that rule out every value")
+
+
+@table(
+    ("a listed clock", "clocks set external=205", 0, [("external", "taken", 205)]),
+    ("two clocks", "clocks set pcie=101 third=33.4", 0, [("pcie", "taken", 101), ("third", "taken", 33.4)]),
+    ("the end of a clock's limits", "clocks set third=40", 0, [("third", "taken", 40)]),
+    ("a voltage on its step", "voltages set memvddq=1.525", 0, [("memvddq", "taken", 1.525)]),
+    ("a voltage that is no binary number", "voltages set memvddq=1.325", 0, [("memvddq", "taken", 1.325)]),
+    ("forced where nothing is known", "voltages set nb_1_8_v=1.83 --force", 0, [("nb_1_8_v", "taken", 1.83)]),
+    ("forced past the limits, refused", "voltages set memvddq=2.1 --force", 5, [("memvddq", "not_taken", 1.5)]),
+    ("forced past the list, refused", "clocks set pcie=110 --force", 5, [("pcie", "not_taken", 100)]),
+    ("a firmware that agrees and does nothing", "voltages set deaf=1.2", 5, [("deaf", "not_taken", 1.1)]),
+    ("nothing after a change that went wrong", "voltages set deaf=1.2 memvddq=1.6", 5, [("deaf", "not_taken", 1.1), ("memvddq", "skipped", None)]),
+    ("a voltage that cannot be read back", "voltages set silent=1.01", 1, [("silent", "failed", None)]),
+    ("dry run", "clocks set external=205 --dry-run", 0, [("external", "planned", None)]),
+)
+def test_clocks_and_voltages_are_written_and_read_back(line, code, expected):
+    found = changes(f"vxtctl {line} {'' if 'dry-run' in line else '--yes'} {firmware_machine()}", (code,))
+    same([(row["id"].rsplit("/", 1)[1], row["outcome"], row["after"]) for row in found], expected, line)
+
+
+@table(
+    ("beside the list", "clocks set external=206", 2, "390 395 400"),
+    ("above the limits", "clocks set third=40.5", 2, "30 to 40"),
+    ("below the limits", "voltages set memvddq=1.2", 2, "1.3 to 2"),
+    ("off the step", "voltages set memvddq=1.51", 2, "step 0.025"),
+    ("neither list nor limits", "voltages set nb_1_8_v=1.8", 2, "neither a list nor limits"),
+    ("limits that rule out every value", "voltages set nb_1_8_v_2=1.2", 2, "neither a list nor limits"),
+    ("a word for a number", "clocks set third=on", 2, "takes a number"),
+    ("a word for a number, forced", "clocks set third=on --force", 2, "takes a number"),
+    ("one wrong of two", "clocks set pcie=101 external=1", 2, "external=1"),
+    ("no such clock", "clocks set extern=200", 3, "no setting 'extern'"),
+    ("no such voltage", "voltages set MemVDDQ=1.5", 3, "no setting 'MemVDDQ'"),
+    ("no terminal to ask on", "clocks set external=205", 2, "--yes"),
+)
+def test_a_firmware_setting_that_is_not_known_to_be_legal_is_refused(line, code, fragment):
+    yes = "" if fragment == "--yes" else "--yes"
+    answer = run(f"vxtctl {line} {yes} --log {firmware_machine(DEAF_WRITES)}")
+    same((answer.code, answer.out), (code, ""), answer.err)
+    check(fragment in answer.err, answer.err)
+    same(failed_writes(), 0, "writes")
+
+
+DEAF_WRITES = """
+[firmware answer SetValue]
+fails = 1
+[firmware command 00030004]
+result = 05 00 00 00
+"""
+
+
+def failed_writes():
+    """Takes the log and counts its lines about firmware writes that went wrong; DEAF_WRITES leaves one for each."""
+    text = "".join(pathlib.Path(name).read_text(encoding="utf-8", errors="replace") for name in glob.glob("Logs/*/*/*.log"))
+    shutil.rmtree("Logs", ignore_errors=True)
+    return len(re.findall(r"in (?:CQORBIOSHandler::SetValue|CCMOSItemList::SetItemValue)\b", text))
+
+
+@case
+def test_a_dry_run_writes_nothing_to_the_firmware():
+    machine = firmware_machine(DEAF_WRITES)
+    for line in ("vxtctl clocks set external=205", "vxtctl voltages set memvddq=1.6", "vxtdiag cmos set 1=1"):
+        for option, code, count in (("--dry-run", 0, 0), ("--yes", 5, 1)):
+            same((run(f"{line} {option} --log {machine}").code, failed_writes()), (code, count), f"{line} {option}: code, writes")
+
+
+@case
+def test_firmware_shows_every_object_with_what_can_be_asked_of_it():
+    document = answer_json(f"vxtdiag firmware {firmware_machine()} --fault seed=1,rate=100,kinds=fail")  # needs no driver
+    same((document["interface_version"], document["vendor"], document["integrated_graphics"]), (3, "Test Boards", {"present": True, "information": 0x5A}), "board")
+    check("0x00030004" in document["commands"] and document["findings"] == [], document)
+    objects = {row["object_id"]: row for row in document["objects"]}
+    same(list(objects), ["01010000", "01020000", "01030000", "02010000", "02070000", "02080000", "02090000", "020a0000"], "order")
+    same([objects["01030000"][key] for key in ("name", "property", "value", "unit", "values", "info")],
+         ["Third", 1, 33333, "kHz", [], [30000, 40000, 33333, 1]], "third clock")
+    same((objects["01010000"]["values"][-1], objects["02010000"]["unit"]), (400000, "mV"), "list and unit")
+    silent = objects["020a0000"]
+    check(silent["value"] is None and "status 3" in silent["reason"], silent)
+    one = answer_json("vxtdiag firmware 020A0000 --machine fw.machine")["objects"]
+    same(one, [silent], "one object")
+    sly = pathlib.Path("fw.machine").read_text(encoding="utf-8").replace("name = Deaf", "name = \033[31mDeaf").replace("name = Boot", "name = \033[31mBoot")
+    pathlib.Path("sly.machine").write_text(sly, encoding="utf-8")
+    for line in ("vxtctl voltages", "vxtdiag firmware", "vxtdiag cmos", "vxtdiag snapshot"):
+        text = run(f"{line} --machine sly.machine").out
+        check("[31m" in text and "\033" not in text, f"{line}: a terminal would obey {text!r}")
+    for wanted in ("02990000", "voltage"):
+        answer = run(f"vxtdiag firmware {wanted} --machine fw.machine")
+        same(answer.code, 3, wanted)
+        check(wanted in answer.err and "01010000" in answer.err, answer.err)
+
+
+@table(
+    ("the object list's length is a lie", "GetObjectID", "length = number:2147483647", "firmware", lambda d: d["objects"] == []),
+    ("the object list's length is negative", "GetObjectID", "length = number:-1", "firmware", lambda d: d["objects"] == []),
+    ("a value is text", "GetValue", "value = text:12", "firmware", lambda d: all(row["value"] is None for row in d["objects"])),
+    ("a list's length is negative", "GetDValues", "length = number:-4", "firmware", lambda d: all(row["values"] is None for row in d["objects"])),
+    ("a list is shorter than its length", "GetDValues", "length = number:60000", "firmware", lambda d: all(row["values"] is None for row in d["objects"])),
+    ("the description is no array", "GetInfo", "x = null_numbers", "firmware", lambda d: all(row["info"] is None for row in d["objects"])),
+    ("the version is text", "QueryVersion", "Version = text:1", "firmware", lambda d: d["interface_version"] is None),
+    ("no command gives a result", "RunCMD", "Result = bytes:00", "firmware", lambda d: d["vendor"] is None and d["integrated_graphics"]["present"] is None),
+    ("setup commands give no result", "RunCMD", "Result = null_bytes", "cmos", lambda d: d["items"] == []),
+)
+def test_a_garbled_answer_is_null_and_a_finding(method, answer, command, holds):
+    machine = firmware_machine(f"[firmware answer {method}]\n{answer}\n")
+    document = answer_json(f"vxtdiag {command} {machine}", (6,))
+    check(document["findings"] and holds(document), document)
+    for line in ("vxtctl clocks", "vxtctl voltages", "vxtctl bios", "vxtctl devices"):
+        check(run(f"{line} {machine}").code in (0, 3), f"{line}: {run(f'{line} {machine}').err}")
+
+
+@case
+def test_setup_items_show_number_value_and_options():
+    items = answer_json(f"vxtdiag cmos {firmware_machine()}")["items"]
+    same([(row["number"], row["name"], row["value"], row["option"], row["options"]) for row in items],
+         [(1, "Core Trim Boost", 0, "Disabled", ["Disabled", "Auto"]), (2, "Boot Delay", 7, None, []),
+          (3, "Burst Length", 1, "4", ["2", "4", "8"]), (4, "BOOT DELAY", 5, None, ["A", "a"])], "items")
+    check("0 Disabled, 1 Auto" in run("vxtdiag cmos --machine fw.machine").out, "options in the text")
+
+
+@case
+def test_a_hostile_item_description_stays_within_its_fields():
+    described = "00 00 00 00 " + "1B " * 64 + "01 00 FF FF " + "41 " * 440
+    machine = firmware_machine(f"[firmware command 00030002]\nresult = {described}\n")
+    document = answer_json(f"vxtdiag cmos {machine}", (6,))
+    for row in document["items"]:
+        same((row["name"], row["options"]), ("?" * 64, ["A" * 22] * 20), "texts without terminators")
+    machine = firmware_machine("[firmware command 00030001]\nresult = 00 00 00 00 FF FF FF FF\n")
+    same(answer_json(f"vxtdiag cmos {machine}", (6,))["items"], [], "more items than can be")
+
+
+@table(
+    ("by name and option, any case", "'core trim boost=AUTO'", 0, [(1, "taken", 1)]),
+    ("by numbers", "1=1", 0, [(1, "taken", 1)]),
+    ("several", "1=Auto 2=255", 0, [(1, "taken", 1), (2, "taken", 255)]),
+    ("an option that is called like a number", "3=8", 0, [(3, "taken", 2)]),
+    ("a number where no option is called so", "3=0", 0, [(3, "taken", 0)]),
+    ("forced past the options, refused", "1=5 --force", 5, [(1, "not_taken", 0)]),
+    ("one item's failure is not another's", "1=5 2=9 --force", 5, [(1, "not_taken", 0), (2, "taken", 9)]),
+    ("dry run", "1=1 --dry-run", 0, [(1, "planned", None)]),
+)
+def test_setup_items_are_written_and_read_back(words, code, expected):
+    line = f"vxtdiag cmos set {words} {'' if 'dry-run' in words else '--yes'} {firmware_machine()}"
+    found = changes(line, (code,))
+    same([(int(row["id"].split("/")[2]), row["outcome"], row["after"]) for row in found], expected, words)
+    if words.startswith("1=1"):
+        check("0 (Disabled)" in run(line).out and "1 (Auto)" in run(line).out, "the options' texts beside the numbers")
+
+
+@table(
+    ("no such item", "Trim=1", 3, "no setup item 'Trim'"),
+    ("item number zero", "0=1", 3, "no setup item '0'"),
+    ("item number behind the last", "5=1", 3, "no setup item '5'"),
+    ("two items of that name", "'boot delay=1'", 3, "exists twice"),
+    ("two options of that name", "4=a", 3, "exists twice"),
+    ("no such option", "1=On", 2, "0 Disabled, 1 Auto"),
+    ("no option of that number", "1=2", 2, "--force"),
+    ("number above a byte", "2=256", 2, "0 to 255"),
+    ("number above a byte, forced", "2=256 --force", 2, "0 to 255"),
+    ("negative number", "2=-1", 2, "'-1'"),
+    ("empty option", "1=", 2, "no option ''"),
+    ("not an assignment", "1", 2, "ITEM=OPTION"),
+    ("one item by two names", "1=1 'core trim boost=0'", 2, "named twice"),
+    ("no terminal to ask on", "1=1", 2, "--yes"),
+)
+def test_a_setup_change_that_makes_no_sense_is_refused(words, code, fragment):
+    answer = run(f"vxtdiag cmos set {words} {'' if fragment == '--yes' else '--yes'} --log {firmware_machine(DEAF_WRITES)}")
+    same((answer.code, answer.out), (code, ""), answer.err)
+    check(fragment in answer.err, answer.err)
+    same(failed_writes(), 0, "writes")
+
+
+@case
+def test_a_snapshot_keeps_the_firmware_and_the_identity():
+    for machine in ("fw.machine", "bios.machine", "family10h-ddr3"):
+        firmware_machine()
+        bios_machine(identity(), identity(serial="null"))
+        lines = ["vxtctl bios"]
+        if machine != "bios.machine":
+            lines += ["vxtctl clocks", "vxtctl voltages", "vxtdiag firmware", "vxtdiag cmos"]
+        counts = answer_json(f"vxtdiag snapshot copy.machine --machine {machine}")
+        same((counts["firmware_objects"] > 0, counts["setup_items"] > 0), (machine != "bios.machine",) * 2, f"{machine}: what was found")
+        for line in lines:
+            same(answer_json(f"{line} --machine copy.machine"), answer_json(f"{line} --machine {machine}"), f"{machine}: {line}")
+        if machine == "fw.machine":
+            check(answer_json("vxtdiag firmware --machine copy.machine")["objects"][-1]["value"] is None, "a refused value")
+
+
 # --- diagnostics --------------------------------------------------------------------------------------------------------------
 
 @case
@@ -580,7 +913,7 @@ def test_a_snapshot_has_the_contents_of_the_machine_it_was_taken_of():
                 whole = [row for row in rows if len(row.split()) == 17 and set(row.split()[1:]) != {"00"}]
                 same([row for row in whole if row not in copied.get(name, [])], [], f"{machine} {name}")
                 check(name in copied, f"{machine}: {name} is missing")
-            elif name.startswith("[smbus"):
+            elif name.startswith(("[smbus", "[dram_data")):
                 same(copied.get(name), rows, f"{machine} {name}")
         for core in range(int(next(row for row in original["[machine]"] if row.startswith("cores")).split()[2])):
             def registers(found):
@@ -624,7 +957,9 @@ def test_dumps_are_the_bytes_of_the_json_in_lines_of_sixteen():
 
 @case
 def test_help_begins_with_examples_and_every_example_works():
-    helps = ["vxtctl", "vxtctl devices", "vxtctl device", "vxtctl cpu", "vxtctl cpu set", "vxtdiag", "vxtdiag snapshot", "vxtdiag acpi", "vxtdiag pci", "vxtdiag machines"]
+    helps = ["vxtctl", "vxtctl devices", "vxtctl device", "vxtctl cpu", "vxtctl cpu set", "vxtctl memory", "vxtctl memory set", "vxtctl links",
+             "vxtctl links set", "vxtctl northbridge", "vxtctl bios", "vxtctl clocks", "vxtctl clocks set", "vxtctl voltages", "vxtctl voltages set",
+             "vxtdiag", "vxtdiag snapshot", "vxtdiag acpi", "vxtdiag pci", "vxtdiag firmware", "vxtdiag cmos", "vxtdiag cmos set", "vxtdiag machines"]
     same(run("vxtdiag snapshot my-pc.machine").code, 0, "the file that an example replays")
     for command in helps:
         answer = run(command + " --help")

@@ -15,12 +15,14 @@ namespace {
 constexpr const char* kOutcomeNames[] = {"planned", "taken", "not_taken", "failed", "skipped"};
 constexpr const char* kOutcomeTexts[] = {"planned", "taken", "NOT TAKEN", "FAILED", "skipped"};
 
-std::string _Value(const std::optional<double>& rValue, const std::string& sUnit) {
-    return rValue ? g_FormatValue(*rValue, sUnit) : "-";
+std::string _Value(const CChange& rChange, const std::optional<double>& rValue) {
+    if (!rValue) return "-";
+    const std::string sMeaning = rChange.Meaning ? rChange.Meaning(*rValue) : "";
+    return g_FormatValue(*rValue, rChange.sUnit) + (sMeaning.empty() ? "" : " (" + sMeaning + ")");
 }
 
-std::string _WithUnit(const std::optional<double>& rValue, const std::string& sUnit) {
-    return _Value(rValue, sUnit) + (rValue && !sUnit.empty() ? " " + sUnit : "");
+std::string _WithUnit(const CChange& rChange, const std::optional<double>& rValue) {
+    return _Value(rChange, rValue) + (rValue && !rChange.sUnit.empty() ? " " + rChange.sUnit : "");
 }
 
 CJson _Number(const std::optional<double>& rValue) {
@@ -36,13 +38,15 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
     const bool bAccepted = rChange.Write();
     // Some processors report the end of a transition, others only begin it: give every one of them time.
     constexpr int kReadBacks = 200;
+    const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);  // a firmware may take its time
     rResult.dAfter = rChange.Read();
     for (int i = 1; i < kReadBacks && !IsWanted(rResult.dAfter) && !g_WasInterrupted(); ++i) {
+        if (std::chrono::steady_clock::now() > End) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         rResult.dAfter = rChange.Read();
     }
-    const std::string sAsked = _WithUnit(rChange.dWanted, rChange.sUnit);
-    const std::string sAfter = _WithUnit(rResult.dAfter, rChange.sUnit);
+    const std::string sAsked = _WithUnit(rChange, rChange.dWanted);
+    const std::string sAfter = _WithUnit(rChange, rResult.dAfter);
     const bool bUnchanged =
         rResult.dAfter && rResult.dBefore && std::abs(*rResult.dAfter - *rResult.dBefore) <= rChange.dTolerance;
     if (!rResult.dAfter) {
@@ -56,8 +60,7 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
         rResult.eOutcome = EOutcome::kNotTaken;
         rResult.sReason =
             !bAccepted ? "the library refused " + sAsked + " or could not complete it; the hardware shows " + sAfter
-                       : sAsked + " is not in this processor's table or beyond its limits: " +
-                             (bUnchanged ? "still " : "the hardware took ") + sAfter;
+                       : sAsked + " " + rChange.sDoubt + ": " + (bUnchanged ? "still " : "the hardware took ") + sAfter;
     }
 }
 
@@ -66,8 +69,8 @@ std::string CChangePlan::_PlanText(const std::vector<CResult>& rResults) const {
     CTextTable& rTable = Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values"}});
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
-        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(rResults[i].dBefore, rChange.sUnit),
-                               _Value(rChange.dWanted, rChange.sUnit), rChange.sUnit, rChange.sLegal});
+        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(rChange, rResults[i].dBefore),
+                               _Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
     }
     return Plan.Text(false);
 }
@@ -93,9 +96,9 @@ void CChangePlan::_Report(CDocument& rDocument, const std::vector<CResult>& rRes
                             {"legal", rChange.sLegal},
                             {"outcome", kOutcomeNames[uOutcome]},
                             {"reason", sReason.empty() ? CJson(nullptr) : CJson(sReason)}});
-        Table.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(dBefore, rChange.sUnit),
-                              _Value(rChange.dWanted, rChange.sUnit), _Value(dAfter, rChange.sUnit), rChange.sUnit,
-                              rChange.sLegal, kOutcomeTexts[uOutcome]});
+        Table.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(rChange, dBefore),
+                              _Value(rChange, rChange.dWanted), _Value(rChange, dAfter), rChange.sUnit, rChange.sLegal,
+                              kOutcomeTexts[uOutcome]});
     }
     rDocument.AddTable(std::move(Table));
 }

@@ -21,6 +21,8 @@ struct CChange {
     CLimits Limits;
     std::function<std::optional<double>()> Read;  ///< nothing: no reading
     std::function<bool()> Write;
+    std::function<std::string(double)> Meaning = {};  ///< what a number stands for, shown beside it; empty: nothing
+    std::string sDoubt = "is not in this processor's table or beyond its limits";  ///< why another value was taken
 };
 
 class CChangePlan {

@@ -1,8 +1,10 @@
 // vxtctl: the command-line host. Loads the library as any host does and knows nothing but its SDK.
+#include "bios_report.h"
 #include "common/command_line.h"
 #include "cpu_report.h"
 #include "cpu_set.h"
 #include "device_report.h"
+#include "firmware_settings.h"
 #include "links.h"
 #include "memory.h"
 
@@ -19,6 +21,7 @@ constexpr const char* kExamples =
     "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
     "  vxtctl cpu set --voltage 1.25 --yes     all cores, without asking\n"
     "  vxtctl memory set tcl=9 trcd=9 --yes    timings; vxtctl memory lists the legal values\n"
+    "  vxtctl clocks set external=205 --yes    through the firmware, where the board offers it\n"
     "  vxtctl --machine k8-revf-dual cpu       a simulated PC (simulated builds)";
 
 class CControlTool {
@@ -53,6 +56,7 @@ public:
             ->excludes(pPstate);
         rSet.add_option("--voltage", m_Request.oVoltage, "Core voltage in volts")->type_name("V")->excludes(pPstate);
         _AddPlatformCommands();
+        _AddFirmwareCommands();
     }
 
     int Run(int nArguments, char** ppszArguments) { return m_CommandLine.Run(nArguments, ppszArguments); }
@@ -60,62 +64,70 @@ public:
 private:
     void _AddPlatformCommands() {
         CLI::App& rRoot = m_CommandLine.Root();
-        CLI::App& rMemory =
-            m_CommandLine.Add(rRoot, "memory", "Show memory timings and configuration with their legal values",
-                              "  vxtctl memory\n  vxtctl memory --json", [this] { return _Memory(); });
+        CLI::App& rMemory = m_CommandLine.Add(
+            rRoot, "memory", "Show memory timings and configuration with their legal values",
+            "  vxtctl memory\n  vxtctl memory --json", [this] { return _Show("memory", g_AddMemory); });
         _AddAssignments(
             m_CommandLine.Add(rMemory, "set", "Change timings or configuration",
                               "  vxtctl memory set tcl=9 trcd=9 --dry-run\n  vxtctl memory set slow_access=on --yes",
-                              [this] { return _MemorySet(); }));
-        CLI::App& rLinks = m_CommandLine.Add(rRoot, "links", "Show the processor's HyperTransport links",
-                                             "  vxtctl links\n  vxtctl links --json", [this] { return _Links(); });
+                              [this] { return _Set("memory set", g_PlanMemoryChanges); }));
+        CLI::App& rLinks =
+            m_CommandLine.Add(rRoot, "links", "Show the processor's HyperTransport links",
+                              "  vxtctl links\n  vxtctl links --json", [this] { return _Show("links", g_AddLinks); });
         CLI::App& rLinksSet =
             m_CommandLine.Add(rLinks, "set", "Change a link's widths or clock (in force after its next reset)",
                               "  vxtctl links set --link 0 frequency=5 --dry-run", [this] { return _LinksSet(); });
         rLinksSet.add_option("--link", m_uLink, "Which link; 0 when left out")->type_name("N");
         _AddAssignments(rLinksSet);
         m_CommandLine.Add(rRoot, "northbridge", "Show the chipset's side of the link", "  vxtctl northbridge",
-                          [this] { return _NorthBridge(); });
+                          [this] { return _Show("northbridge", g_AddNorthBridge); });
+    }
+
+    void _AddFirmwareCommands() {
+        CLI::App& rRoot = m_CommandLine.Root();
+        m_CommandLine.Add(rRoot, "bios", "Show who made the BIOS, and when", "  vxtctl bios\n  vxtctl bios --json",
+                          [this] { return _Show("bios", g_AddBios); });
+        CLI::App& rClocks = m_CommandLine.Add(
+            rRoot, "clocks", "Show the clock generator's clocks with their legal values",
+            "  vxtctl clocks\n  vxtctl clocks --json", [this] { return _Show("clocks", g_AddClocks); });
+        _AddAssignments(m_CommandLine.Add(
+            rClocks, "set", "Change clocks, in MHz",
+            "  vxtctl clocks set external=205 --dry-run\n  vxtctl clocks set external=205 pcie=101 --yes",
+            [this] { return _Set("clocks set", g_PlanClockChanges); }));
+        CLI::App& rVoltages = m_CommandLine.Add(
+            rRoot, "voltages", "Show the voltage controller's voltages with their limits",
+            "  vxtctl voltages\n  vxtctl voltages --csv", [this] { return _Show("voltages", g_AddVoltages); });
+        _AddAssignments(m_CommandLine.Add(rVoltages, "set", "Change voltages, in V; the names stand in the list",
+                                          "  vxtctl voltages set memory_voltage=1.6 --dry-run",
+                                          [this] { return _Set("voltages set", g_PlanVoltageChanges); }));
     }
 
     void _AddAssignments(CLI::App& rCommand) {
         rCommand.add_option("NAME=VALUE", m_Words, "Settings by the names of the list; 'on' and 'off' for switches")
             ->required()
             ->type_name("");
-        rCommand.add_flag("--force", m_bForce, "Also try values that are not in the list");
+        rCommand.add_flag("--force", m_bForce, "Also try values outside the list or the limits");
     }
 
-    EExit _Memory() {
+    EExit _Show(const char* pszCommand, void (*pAdd)(CDocument&, const CHostLibrary&)) {
         const CHostLibrary Library = _Start();
-        CDocument Document = m_CommandLine.NewDocument("memory");
-        g_AddMemory(Document, Library);
+        CDocument Document = m_CommandLine.NewDocument(pszCommand);
+        pAdd(Document, Library);
         return _Emit(Document);
     }
 
-    EExit _MemorySet() {
+    using CPlanner = std::function<CChangePlan(const CHostLibrary&, const std::vector<CAssignment>&, bool bForce)>;
+
+    EExit _Set(const char* pszCommand, const CPlanner& rPlanner) {
         const std::vector<CAssignment> Assignments = g_ParseAssignments(m_Words);
         const CHostLibrary Library = _Start();
-        return _RunPlan("memory set", g_PlanMemoryChanges(Library, Assignments, m_bForce));
-    }
-
-    EExit _Links() {
-        const CHostLibrary Library = _Start();
-        CDocument Document = m_CommandLine.NewDocument("links");
-        g_AddLinks(Document, Library);
-        return _Emit(Document);
+        return _RunPlan(pszCommand, rPlanner(Library, Assignments, m_bForce));
     }
 
     EExit _LinksSet() {
-        const std::vector<CAssignment> Assignments = g_ParseAssignments(m_Words);
-        const CHostLibrary Library = _Start();
-        return _RunPlan("links set", g_PlanLinkChanges(Library, m_uLink, Assignments, m_bForce));
-    }
-
-    EExit _NorthBridge() {
-        const CHostLibrary Library = _Start();
-        CDocument Document = m_CommandLine.NewDocument("northbridge");
-        g_AddNorthBridge(Document, Library);
-        return _Emit(Document);
+        return _Set("links set", [this](const CHostLibrary& rLibrary, const auto& rAssignments, bool bForce) {
+            return g_PlanLinkChanges(rLibrary, m_uLink, rAssignments, bForce);
+        });
     }
 
     EExit _Emit(const CDocument& rDocument) {

@@ -1,4 +1,5 @@
-// Settings with a list of legal values: memory timings, link widths. Shown, checked and changed by one piece of code.
+// Settings with legal values, by list or by limits: memory timings, link widths, clocks, voltages. Shown, checked and
+// changed by one piece of code.
 #pragma once
 
 #include <vector>
@@ -17,24 +18,32 @@ struct CSetting {
     std::vector<double> Legal = {};  ///< in register order; empty: the library offers no list
     bool bSwitch = false;            ///< on or off
     bool bReadOnly = false;
+    bool bOutOfRange = false;       ///< there is a raw reading, but it cannot be
+    vxttools::CLimits Limits = {};  ///< as told; without a list they and the step say what is legal
+    std::optional<double> oDefault = std::nullopt, oStep = std::nullopt;
+    double dTolerance = 1e-5;  ///< a read-back this close is the wanted value
+
+    /// Takes a raw reading if it is one, else says why not.
+    void Judge(double dRaw, const vxttools::CPlausible& rPlausible);
 };
 
 /// "NAME=VALUE" of a command line.
 struct CAssignment {
     std::string sKey;
     double dValue;
+    bool bIsWord;  ///< "on" or "off", which only switches take
 };
 /// Ends the command when a word is not one, or a setting is named twice.
 std::vector<CAssignment> g_ParseAssignments(const std::vector<std::string>& rWords);
 
 /// Settings as JSON below `sPath`: a quantity each, and its legal values.
 vxttools::CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const std::string& sPath);
-/// A table with unit and legal values, the current one in brackets.
+/// A table with unit and legal values, the current one in brackets; of a long list its ends and what is near that one.
 void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle,
                        const std::vector<CSetting>& rSettings);
 
-/// The change that an assignment asks for, without its Read and Write. Ends the command when there is no such setting, it
-/// cannot be set here, or the value is not legal and `bForce` is off.
+/// The change that an assignment asks for, without its Read and Write. Ends the command when there is no such setting,
+/// it cannot be set here, or the value is not known to be legal and `bForce` is off.
 vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CAssignment& rAssignment,
                                 const std::string& sPath, bool bForce);
 

@@ -1,14 +1,14 @@
 // The driver, open as long as the object lives.
 #pragma once
 
-#include "common/command_line.h"
+#include "library_session.h"
 
 namespace vxtdiag {
 
 class CDriverSession {
 public:
     /// Ends the command when the driver cannot be had.
-    explicit CDriverSession(const vxttools::CGlobalOptions& rOptions);
+    explicit CDriverSession(const CLibrarySession& rLibrary);
     CDriverSession(const CDriverSession&) = delete;
     ~CDriverSession();
 };

@@ -1,8 +1,10 @@
 // vxtdiag: what the library's exports cannot give. Works on the hardware layer directly.
 #include "acpi_report.h"
+#include "cmos_report.h"
 #include "common/command_line.h"
 #include "common/console.h"
 #include "driver_session.h"
+#include "firmware_report.h"
 #include "pci_report.h"
 #include "snapshot.h"
 
@@ -17,15 +19,19 @@ constexpr const char* kExamples =
     "  vxtdiag pci                             every PCI function\n"
     "  vxtdiag pci 00:18.3                     its configuration space\n"
     "  vxtdiag acpi FACP                       one ACPI table\n"
+    "  vxtdiag firmware                        what the board's firmware can tune\n"
+    "  vxtdiag cmos set \"Core Trim Boost=Disabled\" --dry-run\n"
     "  vxtdiag machines                        names for --machine";
 
 class CDiagnosticTool {
 public:
     CDiagnosticTool()
-        : m_CommandLine("vxtdiag", "Show what lies below the devices: PCI functions, ACPI tables, whole machines",
+        : m_CommandLine("vxtdiag",
+                        "Show what lies below the devices: PCI functions, ACPI tables, firmware, whole machines",
                         kExamples,
                         []() -> EExit { throw CFailure(EExit::kUsage, "a command is needed; try 'vxtdiag --help'"); }) {
         CLI::App& rRoot = m_CommandLine.Root();
+        m_CommandLine.AddWritingOptions();
         m_CommandLine
             .Add(rRoot, "snapshot", "Write this machine as a machine file",
                  "  vxtdiag snapshot my-pc.machine\n  vxtdiag snapshot > my-pc.machine", [this] { return _Snapshot(); })
@@ -41,6 +47,21 @@ public:
                  [this] { return _Pci(); })
             .add_option("ADDRESS", m_sAddress, "Function to dump, as bus:device.function in hexadecimal")
             ->type_name("");
+        m_CommandLine
+            .Add(rRoot, "firmware", "Show what the board's firmware can tune: objects, commands",
+                 "  vxtdiag firmware\n  vxtdiag firmware 01010000 --json", [this] { return _Firmware(); })
+            .add_option("ID", m_sObject, "Object to show, in hexadecimal")
+            ->type_name("");
+        CLI::App& rCmos = m_CommandLine.Add(rRoot, "cmos", "List the firmware's setup items and their options",
+                                            "  vxtdiag cmos\n  vxtdiag cmos --csv", [this] { return _Cmos(); });
+        CLI::App& rSet = m_CommandLine.Add(rCmos, "set", "Change setup items",
+                                           "  vxtdiag cmos set \"core trim boost=disabled\" --dry-run\n"
+                                           "  vxtdiag cmos set 1=0 --yes",
+                                           [this] { return _CmosSet(); });
+        rSet.add_option("ITEM=OPTION", m_Words, "Items by name or number; an option's text or its number")
+            ->required()
+            ->type_name("");
+        rSet.add_flag("--force", m_bForce, "Also try numbers that no option stands for");
         m_CommandLine.Add(rRoot, "machines", "List the simulated PCs built in", "  vxtdiag machines",
                           [this] { return _Machines(); });
     }
@@ -49,14 +70,14 @@ public:
 
 private:
     EExit _Snapshot() {
-        const CDriverSession Session(m_CommandLine.Options());
+        const CLibrarySession Library(m_CommandLine.Options());
+        const CDriverSession Driver(Library);
         const CSnapshot Snapshot = g_TakeSnapshot();
         const std::string sText = vxtsim::g_FormatMachine(Snapshot.Machine);
         vxtsim::CMachineDescription ReadBack;
         std::string sError;
         if (!vxtsim::g_ParseMachine(sText, "snapshot", ReadBack, sError) || ReadBack != Snapshot.Machine)
             throw CFailure(EExit::kFailed, "this machine does not fit into a machine file: " + sError);
-        for (const std::string& rsFinding : Snapshot.Findings) m_CommandLine.Output().Note(rsFinding);
         if (!m_sFile.empty()) g_WriteFile(g_Path(m_sFile), m_sFile, sText);
 
         const vxtsim::CMachineDescription& rMachine = Snapshot.Machine;
@@ -72,22 +93,59 @@ private:
         Document["pci_functions"] = rMachine.Pci.size();
         Document["acpi_tables"] = rMachine.Acpi.size();
         Document["memory_modules"] = rMachine.Smbus.size();
-        Document["findings"] = Snapshot.Findings;
+        Document["bios_identities"] = rMachine.Wmi.size();
+        Document["firmware_objects"] = rMachine.Firmware ? rMachine.Firmware->Objects.size() : 0;
+        Document["setup_items"] = rMachine.Firmware ? rMachine.Firmware->Items.size() : 0;
         Document["text"] = m_sFile.empty() ? CJson(sText) : CJson(nullptr);
         CTextTable Table{m_sFile, {"", ""}};
-        for (const char* pszKey : {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions",
-                                   "acpi_tables", "memory_modules"})
+        for (const char* pszKey :
+             {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions", "acpi_tables",
+              "memory_modules", "bios_identities", "firmware_objects", "setup_items"})
             Table.Rows.push_back({"  " + std::string(pszKey), g_Cell(Document[pszKey], true)});
         if (m_sFile.empty())
             Document.SetText(sText);
         else
             Document.AddTable(std::move(Table));
+        return _Finish(Document, Snapshot.Findings);
+    }
+
+    EExit _Finish(CDocument& rDocument, const std::vector<std::string>& rFindings) {
+        rDocument["findings"] = rFindings;
+        for (const std::string& rsFinding : rFindings) m_CommandLine.Output().Note(rsFinding);
+        m_CommandLine.Output().Emit(rDocument);
+        return rFindings.empty() ? EExit::kDone : EExit::kFindings;
+    }
+
+    EExit _Firmware() {
+        const CLibrarySession Library(m_CommandLine.Options());
+        const CFirmwareSession Firmware;
+        Firmware.Require(Library);
+        CDocument Document = m_CommandLine.NewDocument("firmware");
+        return _Finish(Document, g_AddFirmware(Document, Firmware, m_sObject));
+    }
+
+    EExit _Cmos() {
+        const CLibrarySession Library(m_CommandLine.Options());
+        const CFirmwareSession Firmware;
+        Firmware.Require(Library);
+        CDocument Document = m_CommandLine.NewDocument("cmos");
+        return _Finish(Document, g_AddSetupItems(Document));
+    }
+
+    EExit _CmosSet() {
+        const CLibrarySession Library(m_CommandLine.Options());
+        const CFirmwareSession Firmware;
+        Firmware.Require(Library);
+        CDocument Document = m_CommandLine.NewDocument("cmos set");
+        CChangePlan Plan = g_PlanSetupChanges(m_Words, m_bForce);
+        const EExit eExit = Plan.Run(Document, m_CommandLine.Options(), m_CommandLine.Output());
         m_CommandLine.Output().Emit(Document);
-        return Snapshot.Findings.empty() ? EExit::kDone : EExit::kFindings;
+        return eExit;
     }
 
     EExit _Acpi() {
-        const CDriverSession Session(m_CommandLine.Options());
+        const CLibrarySession Library(m_CommandLine.Options());
+        const CDriverSession Driver(Library);
         CDocument Document = m_CommandLine.NewDocument("acpi");
         g_AddAcpiTables(Document, m_sSignature);
         m_CommandLine.Output().Emit(Document);
@@ -95,7 +153,8 @@ private:
     }
 
     EExit _Pci() {
-        const CDriverSession Session(m_CommandLine.Options());
+        const CLibrarySession Library(m_CommandLine.Options());
+        const CDriverSession Driver(Library);
         CDocument Document = m_CommandLine.NewDocument("pci");
         g_AddPciFunctions(Document, m_sAddress);
         m_CommandLine.Output().Emit(Document);
@@ -121,7 +180,9 @@ private:
     }
 
     CCommandLine m_CommandLine;
-    std::string m_sFile, m_sSignature, m_sAddress;
+    std::string m_sFile, m_sSignature, m_sAddress, m_sObject;
+    std::vector<std::string> m_Words;
+    bool m_bForce = false;
 };
 
 }  // namespace

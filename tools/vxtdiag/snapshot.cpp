@@ -5,11 +5,16 @@
 #include <cstring>
 
 #include "acpi_report.h"
+#include "cmos_report.h"
 #include "common/console.h"
 #include "common/exit_code.h"
 #include "common/text.h"
 #include "devices/cpu/cpu.h"
 #include "firmware/acpi_table.h"
+#include "firmware/cmos_items.h"
+#include "firmware_report.h"
+#include "hw/index_data_pair.h"
+#include "hw/processor_match.h"
 #include "pci_report.h"
 #include "platform/cpuid.h"
 #include "platform/system.h"
@@ -39,6 +44,20 @@ constexpr CMsrRange kMsrRanges[] = {
     {{0x11}, 0xC0010061, 0xC001006B},              // the same; definitions 0 to 7
     {{0x10, 0x11}, 0xC0010070, 0xC0010071},        // COFVID control and status
     {{0x10}, 0xC0011023, 0xC0011023},              // bus unit configuration 2
+};
+
+/// What lies behind the DRAM controller's index registers: drive strengths (00h, 20h) and receiver enable delays.
+/// Sources: the guides above, "DRAM controller additional data". The first K8 generation has other registers there.
+struct CDramDataIndex {
+    uint16_t usDevice;  ///< of the DRAM controller's function
+    uint32_t uPairs;    ///< one for each channel, 100h apart; or one for both
+    uint32_t uIndex;
+};
+constexpr uint16_t kMaker = 0x1022, kRevisionF = 0x1102, kFamily10h = 0x1202, kFamily11h = 0x1302;
+constexpr CDramDataIndex kDramData[] = {
+    {kRevisionF, 1, 0x00}, {kRevisionF, 1, 0x10}, {kRevisionF, 1, 0x13}, {kRevisionF, 1, 0x16},
+    {kRevisionF, 1, 0x19}, {kRevisionF, 1, 0x20}, {kRevisionF, 1, 0x30}, {kRevisionF, 1, 0x33},
+    {kRevisionF, 1, 0x36}, {kRevisionF, 1, 0x39}, {kFamily10h, 2, 0x00}, {kFamily11h, 2, 0x00},
 };
 
 constexpr uint32_t kAffinityBits = 32;  ///< processors that a thread can be pinned to
@@ -131,6 +150,26 @@ void _ReadPci(CSnapshot& rSnapshot) {
     }
 }
 
+/// Registers that are zero stay out, as in any dump.
+void _ReadDramData(CSnapshot& rSnapshot) {
+    constexpr uint32_t kIndexOffset = 0x98, kPairDistance = 0x100, kIndexMask = 0x3FFFFFFF, kPollLimit = 1000;
+    const bool bFirstK8 = !vxt::cpuid::kMatchFirstK8.FailedCheck(vxt::g_IdentifyProcessor());
+    if (bFirstK8) return;  // its function has revision F's identity
+    for (const auto& [usDevice, uPairs, uIndex] : kDramData) {
+        vxt::CPciFunction Function;
+        if (!Function.Find(kMaker, usDevice)) continue;
+        for (uint32_t uPair = 0; uPair < uPairs; ++uPair) {
+            const vxt::CIndexDataPair Pair(Function, kIndexOffset + uPair * kPairDistance, kIndexMask, kPollLimit);
+            uint32_t uValue = 0;
+            if (Pair.Read(uIndex, uValue) != vxt::CIndexDataPair::EResult::kDone)
+                rSnapshot.Findings.push_back("DRAM additional data " + std::to_string(uPair) + "." + g_Hex(uIndex, 2) +
+                                             " cannot be read");
+            else if (uValue != 0)
+                rSnapshot.Machine.DramData[{uPair, uIndex}] = uValue;
+        }
+    }
+}
+
 void _ReadAcpi(CSnapshot& rSnapshot) {
     if (vxt::g_GetACPITable().GetTables().empty()) rSnapshot.Findings.push_back("no ACPI tables can be read");
     for (const auto& [uKey, rTable] : vxt::g_GetACPITable().GetTables()) {
@@ -159,11 +198,124 @@ void _ReadSpd(CSnapshot& rSnapshot) {
     }
 }
 
+/// One line of a machine file: printable ASCII without blanks at its ends.
+template <class TChar> std::string _Line(const std::basic_string<TChar>& rsText) {
+    std::string sLine;
+    for (const TChar c : rsText) sLine += c >= TChar{' '} && c <= TChar{'~'} ? static_cast<char>(c) : '?';
+    const size_t uBegin = std::min(sLine.find_first_not_of(' '), sLine.size());
+    return sLine.substr(uBegin, sLine.find_last_not_of(' ') + 1 - uBegin);
+}
+
+/// Where most BIOSes keep their date: the last bytes below 1 MiB.
+void _ReadBiosDate(CSnapshot& rSnapshot) {
+    constexpr uint64_t kAddress = 0xFFFF0;
+    std::vector<uint8_t> Data(16);
+    if (!vxt::g_GetDriverHandler().ReadMemory(kAddress, static_cast<uint32_t>(Data.size()), Data.data()))
+        rSnapshot.Findings.push_back("the memory of the BIOS's date cannot be read");
+    else if (std::ranges::adjacent_find(Data, std::not_equal_to()) != Data.end())
+        rSnapshot.Machine.Memory[kAddress] = std::move(Data);
+}
+
+/// The BIOS's identities with the properties that the library reads.
+void _ReadIdentities(CSnapshot& rSnapshot) {
+    constexpr int32_t kMostInstances = 16;
+    vxt::CWmiHandler& rWmi = vxt::g_GetSystemWmi();
+    if (!rWmi.Connect(vxt::kSystemNamespace))
+        rSnapshot.Findings.push_back("the system's management interface cannot be reached");
+    for (int32_t nInstance = 0; nInstance < kMostInstances; ++nInstance) {
+        const vxt::platform::CWmiObject Instance = rWmi.GetInstance(L"Win32_BIOS", nInstance);
+        if (!Instance) break;
+        vxtsim::CWmiInstance& rCopy = rSnapshot.Machine.Wmi.emplace_back();
+        rCopy.sNamespace = "root\\cimv2";
+        rCopy.sClass = "Win32_BIOS";
+        for (const std::wstring sName :
+             {L"SerialNumber", L"Manufacturer", L"Description", L"SMBIOSBIOSVersion", L"ReleaseDate"}) {
+            vxt::platform::WmiValue Value;
+            const bool bRead = rWmi.GetPropertyValue(Instance, sName.c_str(), &Value);
+            const auto* const psText = std::get_if<std::wstring>(&Value);
+            if (bRead && (psText || std::holds_alternative<vxt::platform::WmiNull>(Value)))
+                rCopy.Properties[_Line(sName)] = psText ? vxtsim::CWmiValue::Text(_Line(*psText))
+                                                        : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
+            else
+                rSnapshot.Findings.push_back("BIOS " + std::to_string(nInstance) + ": " + _Line(sName) +
+                                             " cannot be read");
+        }
+    }
+    rWmi.Disconnect();
+}
+
+constexpr size_t kMostEntries = 4096;  ///< of a kind, that a machine file holds
+
+template <class TNumber>
+void _CopyWords(const std::optional<std::vector<TNumber>>& rFrom, std::vector<TNumber>& rTo, const char* pszWhat,
+                uint32_t uId, CSnapshot& rSnapshot) {
+    if (rFrom && rFrom->size() <= kMostEntries)
+        rTo = *rFrom;
+    else if (rFrom)
+        rSnapshot.Findings.push_back("object " + g_Hex(uId, 8) + " has too many " + pszWhat + " for a machine file");
+}
+
+void _CopyObjects(const CFirmwareSession& rSession, CSnapshot& rSnapshot) {
+    std::vector<vxtsim::CFirmwareObject>& rObjects = rSnapshot.Machine.Firmware->Objects;
+    for (const CFirmwareObject& rObject : g_ReadFirmwareObjects(rSession, rSnapshot.Findings)) {
+        const uint32_t uId = rObject.Record.uID;
+        if (std::ranges::count(rObjects, uId, &vxtsim::CFirmwareObject::uId)) {
+            rSnapshot.Findings.push_back("object " + g_Hex(uId, 8) + " is listed twice");
+            continue;
+        }
+        vxtsim::CFirmwareObject& rCopy = rObjects.emplace_back();
+        rCopy.uId = uId;
+        rCopy.sName = _Line(std::wstring(rObject.Record.szID.data()));
+        rCopy.uProperty = rObject.Record.uProperty;
+        rCopy.nValue = rObject.oValue.value_or(0);
+        rCopy.nStatus = rObject.oStatus.value_or(0);
+        _CopyWords(rObject.oValues, rCopy.Values, "values", rCopy.uId, rSnapshot);
+        _CopyWords(rObject.oInfo, rCopy.Info, "description words", rCopy.uId, rSnapshot);
+    }
+}
+
+void _CopyItems(CSnapshot& rSnapshot) {
+    for (const CSetupItem& rItem : g_ReadSetupItems(rSnapshot.Findings)) {
+        if (rItem.uNumber > kMostEntries)
+            return rSnapshot.Findings.push_back("too many setup items for a machine file");
+        vxtsim::CFirmwareItem& rCopy = rSnapshot.Machine.Firmware->Items.emplace_back();
+        rCopy.sName = _Line(rItem.sName);
+        rCopy.usValue = rItem.oValue.value_or(0);
+        for (const std::string& rsOption : rItem.Options) {
+            rCopy.Options.push_back(_Line(rsOption));
+            std::ranges::replace(rCopy.Options.back(), '|', '/');  // the file's own separator
+        }
+        if (rCopy.Options == std::vector<std::string>{""}) rCopy.Options.clear();  // both are written as nothing
+    }
+}
+
+/// Objects, setup items and what the firmware says of the board. A refused value stays refused.
+void _ReadFirmware(CSnapshot& rSnapshot) {
+    const CFirmwareSession Session;
+    if (!Session.IsThere()) return;
+    vxtsim::CFirmwareDescription& rFirmware = rSnapshot.Machine.Firmware.emplace();
+    const vxt::CQORBIOS& rCommands = vxt::g_GetQORBIOS();
+    if (Session.HasCommands()) {
+        rFirmware.nVersion = static_cast<int32_t>(rCommands.GetVersion());
+        rFirmware.Commands.assign(rCommands.GetCommandList().begin(), rCommands.GetCommandList().end());
+    } else {
+        rSnapshot.Findings.push_back("the firmware's version and commands cannot be read");
+    }
+    vxt::CBIOSMiscInfo& rBoard = vxt::g_GetBIOSMiscInfo();
+    if (!rBoard.Init()) rSnapshot.Findings.push_back("the board's vendor and graphics cannot be read");
+    rFirmware.sVendor = _Line(std::string(rBoard.GetVendorName()));
+    rFirmware.ucGraphics = rBoard.GetIGPInfo();
+    rFirmware.ucGraphicsPresent = rBoard.IsIGPPresent();
+    _CopyObjects(Session, rSnapshot);
+    _CopyItems(rSnapshot);
+}
+
 }  // namespace
 
 CSnapshot g_TakeSnapshot() {
     CSnapshot Snapshot;
-    for (const auto pStep : {_ReadCpuid, _ReadProcessors, _ReadPci, _ReadAcpi, _ReadSpd}) {
+    for (const auto pStep : {_ReadCpuid, _ReadProcessors, _ReadPci, _ReadDramData, _ReadAcpi, _ReadSpd, _ReadBiosDate,
+                             _ReadIdentities, _ReadFirmware}) {
         if (vxttools::g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted");
         pStep(Snapshot);
     }

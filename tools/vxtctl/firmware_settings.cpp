@@ -1,0 +1,200 @@
+#include "firmware_settings.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "device_types.h"
+
+namespace vxtctl {
+
+using vxtapi::CClockGenerator;
+using vxtapi::CVoltageController;
+using vxtapi::FirmwareLimits;
+using vxttools::CChange;
+using vxttools::CChangePlan;
+using vxttools::CDocument;
+using vxttools::CFailure;
+using vxttools::CPlausible;
+using vxttools::EExit;
+
+namespace {
+
+constexpr CPlausible kClock{1, 20'000};     // MHz
+constexpr CPlausible kVoltage{0.0001, 30};  // V
+constexpr uint32_t kLongestList = 1u << 20;
+constexpr uint32_t kMostVoltages = 4096;
+
+/// The firmware counts in kHz and mV: half a unit beside the wanted value is another value.
+constexpr double kHalfUnit = 0.5e-3;
+
+using CListOperation = bool (CClockGenerator::*)(double*, uint32_t&);
+
+struct CClockRow {
+    const char* pszKey;
+    const char* pszLabel;
+    CClockGenerator::eClock eWhich;
+    double (CClockGenerator::*pRead)();
+    bool (CClockGenerator::*pWrite)(double);
+    CListOperation pList;  ///< null: the library offers none
+};
+constexpr CClockRow kClocks[] = {
+    {"external", "External reference clock", CClockGenerator::kExternalClock, &CClockGenerator::GetExternalClock,
+     &CClockGenerator::SetExternalClock, &CClockGenerator::GetExternalClockList},
+    {"pcie", "PCIe clock", CClockGenerator::kPCIeClock, &CClockGenerator::GetPCIeClock, &CClockGenerator::SetPCIeClock,
+     &CClockGenerator::GetPCIeClockList},
+    {"third", "Third clock, the board's choice", CClockGenerator::kThirdClock, &CClockGenerator::GetThirdClock,
+     &CClockGenerator::SetThirdClock, nullptr},
+};
+
+/// A setting and the way to it.
+struct CFirmwareSetting {
+    CSetting Setting;
+    CPlausible Plausible;
+    std::function<double()> Read;
+    std::function<bool(double)> Write;
+};
+
+struct CFirmwareDevice {
+    CInventoryEntry Entry;
+    const char* pszOwner;
+    std::vector<CFirmwareSetting> Settings = {};
+
+    std::string Path() const { return g_DevicePath(Entry.eType, Entry.uIndex); }
+    std::vector<CSetting> Plain() const {
+        std::vector<CSetting> Plain;
+        for (const CFirmwareSetting& rSetting : Settings) Plain.push_back(rSetting.Setting);
+        return Plain;
+    }
+};
+
+/// Reads the value and takes over what the firmware says of it.
+void _Add(CFirmwareDevice& rDevice, CFirmwareSetting Setting, const FirmwareLimits& rLimits) {
+    const auto Told = [](double d) { return d > 0 ? std::optional(d) : std::nullopt; };
+    CSetting& rSetting = Setting.Setting;
+    rSetting.dTolerance = kHalfUnit;
+    rSetting.Limits = {Told(rLimits.dMinimum), Told(rLimits.dMaximum)};
+    if (rSetting.Limits.dMaximum && rLimits.dMinimum > rLimits.dMaximum) rSetting.Limits = {};  // they rule all out
+    rSetting.oDefault = Told(rLimits.dDefault);
+    rSetting.oStep = Told(rLimits.dStep);
+    rSetting.Judge(Setting.Read(), Setting.Plausible);
+    rDevice.Settings.push_back(std::move(Setting));
+}
+
+std::vector<double> _List(CClockGenerator& rGenerator, CListOperation pList) {
+    uint32_t uSize = 0;
+    if (!pList || !(rGenerator.*pList)(nullptr, uSize) || uSize > kLongestList) return {};
+    std::vector<double> Values(uSize);
+    if (!(rGenerator.*pList)(Values.data(), uSize)) return {};
+    Values.resize(std::min<size_t>(uSize, Values.size()));
+    std::erase_if(Values, [](double d) { return !(d > 0); });  // no clock
+    return Values;
+}
+
+CFirmwareDevice _Clocks(const CHostLibrary& rLibrary) {
+    const std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceClockGen);
+    if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine's firmware offers no clock generator");
+    CFirmwareDevice Device{Devices.front(), "clock generator"};
+    CClockGenerator& rGenerator = *static_cast<CClockGenerator*>(Device.Entry.pDevice);
+    for (const CClockRow& rRow : kClocks) {
+        CFirmwareSetting Clock{{rRow.pszKey, rRow.pszLabel, "MHz"},
+                               kClock,
+                               [&rGenerator, pRead = rRow.pRead] { return (rGenerator.*pRead)(); },
+                               [&rGenerator, pWrite = rRow.pWrite](double d) { return (rGenerator.*pWrite)(d); }};
+        Clock.Setting.Legal = _List(rGenerator, rRow.pList);
+        FirmwareLimits Limits{};
+        (void)rGenerator.GetClockLimits(rRow.eWhich, &Limits);  // stays zero, which means not told
+        _Add(Device, std::move(Clock), Limits);
+    }
+    return Device;
+}
+
+/// "CPU VDD (core)" -> "cpu_vdd_core"; a name that others have already gets a number behind it.
+std::string _Key(const std::string& sName, const std::vector<CFirmwareSetting>& rOthers) {
+    std::string sKey;
+    for (const char c : sName) {
+        const bool bUpper = c >= 'A' && c <= 'Z', bPlain = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+        if (bUpper || bPlain)
+            sKey += bUpper ? static_cast<char>(c - 'A' + 'a') : c;
+        else if (!sKey.empty() && !sKey.ends_with('_'))
+            sKey += '_';
+    }
+    if (sKey.ends_with('_')) sKey.pop_back();
+    if (sKey.empty()) sKey = "voltage";
+    std::string sUnique = sKey;
+    const auto IsTaken = [&](const CFirmwareSetting& r) { return r.Setting.sKey == sUnique; };
+    for (uint32_t i = 2; std::ranges::any_of(rOthers, IsTaken); ++i) sUnique = sKey + "_" + std::to_string(i);
+    return sUnique;
+}
+
+CFirmwareDevice _Voltages(const CHostLibrary& rLibrary) {
+    std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceCustomerPwm);  // it has the board's own, too
+    if (Devices.empty()) Devices = rLibrary.Devices(vxtapi::kDeviceDefaultPwm);
+    if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine's firmware offers no voltage controller");
+    CFirmwareDevice Device{Devices.front(), "voltage controller"};
+    CVoltageController& rController = *static_cast<CVoltageController*>(Device.Entry.pDevice);
+    const uint32_t uCount = std::min(rController.GetVoltageCount(), kMostVoltages);
+    for (int32_t i = 0; i < static_cast<int32_t>(uCount); ++i) {
+        const std::string sName = vxttools::g_Utf8(rController.GetVoltageName(i));
+        FirmwareLimits Limits{};
+        (void)rController.GetVoltageLimits(i, &Limits);
+        _Add(Device,
+             {{_Key(sName, Device.Settings), sName, "V"},
+              kVoltage,
+              [&rController, i] { return rController.GetVoltage(i); },
+              [&rController, i](double d) { return rController.SetVoltage(i, d); }},
+             Limits);
+    }
+    return Device;
+}
+
+void _Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& rDevice) {
+    const std::vector<CSetting> Settings = rDevice.Plain();
+    rDocument["device"] = rDevice.Path();
+    rDocument[pszArray] = g_SettingsToJson(Settings, rDevice.Path());
+    rDocument.SetCsv(pszArray);
+    g_AddSettingTable(rDocument,
+                      vxttools::g_Utf8(rDevice.Entry.pDevice->GetDescription()) + ", " + rDevice.Path().substr(1),
+                      Settings);
+}
+
+CChangePlan _Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment>& rAssignments, bool bForce) {
+    const std::vector<CSetting> Settings = rDevice.Plain();
+    CChangePlan Plan;
+    for (const CAssignment& rAssignment : rAssignments) {
+        CChange Change = g_PlanSetting(Settings, rAssignment, rDevice.Path(), bForce);
+        const auto it = std::ranges::find_if(
+            rDevice.Settings, [&](const CFirmwareSetting& r) { return r.Setting.sKey == rAssignment.sKey; });
+        Change.sOwner = rDevice.pszOwner;
+        Change.sDoubt = "was not taken over by the firmware";
+        Change.Read = [Read = it->Read, Plausible = it->Plausible] {
+            CSetting Now;
+            Now.Judge(Read(), Plausible);
+            return Now.dValue;
+        };
+        Change.Write = [Write = it->Write, dValue = rAssignment.dValue] { return Write(dValue); };
+        Plan.Add(std::move(Change));
+    }
+    return Plan;
+}
+
+}  // namespace
+
+void g_AddClocks(CDocument& rDocument, const CHostLibrary& rLibrary) {
+    _Report(rDocument, "clocks", _Clocks(rLibrary));
+}
+
+void g_AddVoltages(CDocument& rDocument, const CHostLibrary& rLibrary) {
+    _Report(rDocument, "voltages", _Voltages(rLibrary));
+}
+
+CChangePlan g_PlanClockChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
+                               bool bForce) {
+    return _Plan(_Clocks(rLibrary), rAssignments, bForce);
+}
+
+CChangePlan g_PlanVoltageChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
+                                 bool bForce) {
+    return _Plan(_Voltages(rLibrary), rAssignments, bForce);
+}
+
+}  // namespace vxtctl

@@ -1,0 +1,30 @@
+// The firmware's tunable objects, its commands, and what it says of the board.
+#pragma once
+
+#include <vector>
+
+#include "common/document.h"
+#include "firmware/bios_handler.h"
+#include "firmware_session.h"
+
+namespace vxtdiag {
+
+/// One tunable object with everything that can be asked about it, in the firmware's own units.
+struct CFirmwareObject {
+    vxt::CFunctionRecord Record;
+    std::optional<int32_t> oValue = std::nullopt;
+    std::optional<int32_t> oStatus = std::nullopt;  ///< of reading the value; nothing: no answer
+    std::optional<std::vector<int32_t>> oValues = std::nullopt;
+    std::optional<std::vector<uint32_t>> oInfo = std::nullopt;
+};
+
+/// All objects in the firmware's order. What cannot be had is added to the findings.
+std::vector<CFirmwareObject> g_ReadFirmwareObjects(const CFirmwareSession& rSession,
+                                                   std::vector<std::string>& rFindings);
+
+/// The document of "firmware": everything, or the object with this ID alone. Ends the command when there is none.
+/// Returns the findings: what could not be read.
+std::vector<std::string> g_AddFirmware(vxttools::CDocument& rDocument, const CFirmwareSession& rSession,
+                                       const std::string& sId);
+
+}  // namespace vxtdiag
