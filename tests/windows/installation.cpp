@@ -1,10 +1,13 @@
 #include "installation.h"
 
+#include <ole2.h>
 #include <sddl.h>
+#include <wbemcli.h>
 #include <winternl.h>
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -103,7 +106,7 @@ std::vector<std::string> g_DriverUnitsAccess() {
     return Access;
 }
 
-CSecondHost::CSecondHost() {
+CSecondHost::CSecondHost(const char* pszWhat) {
     SECURITY_ATTRIBUTES Inherit{sizeof(Inherit), nullptr, TRUE};
     HANDLE hChildIn = nullptr, hChildOut = nullptr;
     CreatePipe(&hChildIn, &m_hToChild, &Inherit, 0);
@@ -119,7 +122,8 @@ CSecondHost::CSecondHost() {
     Startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     std::array<wchar_t, MAX_PATH> szProgram{};
     GetModuleFileNameW(nullptr, szProgram.data(), MAX_PATH);
-    std::wstring sCommand = L"\"" + std::wstring(szProgram.data()) + L"\" --hold";
+    std::wstring sCommand =
+        L"\"" + std::wstring(szProgram.data()) + L"\" " + std::wstring(pszWhat, pszWhat + std::strlen(pszWhat));
     CreateProcessW(nullptr, sCommand.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &Startup, &m_Process);
     CloseHandle(hChildIn);
     CloseHandle(hChildOut);
@@ -151,14 +155,54 @@ void CSecondHost::Kill() {
     m_Process = {};
 }
 
-int CSecondHost::Hold() {
-    const CLoadedLibrary Library;
-    const char cAnswer = Library.IsComplete() && Library.Init(false) ? '1' : '0';
+bool CSecondHost::_HoldWhileAsked(bool bHolds) {
+    const char cAnswer = bHolds ? '1' : '0';
     DWORD dwCount = 0;
     WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), &cAnswer, 1, &dwCount, nullptr);
     char cIgnored = 0;
     while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &cIgnored, 1, &dwCount, nullptr) && dwCount) {}
-    return Library.UnInit() && cAnswer == '1' ? 0 : 1;
+    return bHolds;
+}
+
+std::optional<int> CSecondHost::Run(const char* pszWhat) {
+    if (std::strcmp(pszWhat, kHoldLibrary) == 0) {
+        const CLoadedLibrary Library;
+        const bool bHeld = _HoldWhileAsked(Library.IsComplete() && Library.Init(false));
+        return Library.UnInit() && bHeld ? 0 : 1;
+    }
+    if (std::strcmp(pszWhat, kHoldMutex) == 0) {
+        const HANDLE hMutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, L"VXT_WMI_HANDLER_MUTEX");
+        const bool bHeld = _HoldWhileAsked(WaitForSingleObject(hMutex, 0) == WAIT_OBJECT_0);
+        return ReleaseMutex(hMutex) && bHeld ? 0 : 1;
+    }
+    return std::nullopt;
+}
+
+std::wstring g_QueryBios(const wchar_t* pszProperty) {
+    std::wstring sValue;
+    CoInitialize(nullptr);
+    IWbemLocator* pLocator = nullptr;
+    IWbemServices* pServices = nullptr;
+    IEnumWbemClassObject* pEnumerator = nullptr;
+    IWbemClassObject* pBios = nullptr;
+    ULONG ulCount = 0;
+    VARIANT Value;
+    VariantInit(&Value);
+    const BSTR pszNamespace = SysAllocString(L"root\\cimv2"), pszLanguage = SysAllocString(L"WQL"),
+               pszQuery = SysAllocString(L"SELECT * FROM Win32_BIOS");
+    CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+                     reinterpret_cast<void**>(&pLocator));
+    if (pLocator) pLocator->ConnectServer(pszNamespace, nullptr, nullptr, nullptr, 0, nullptr, nullptr, &pServices);
+    if (pServices) pServices->ExecQuery(pszLanguage, pszQuery, WBEM_FLAG_FORWARD_ONLY, nullptr, &pEnumerator);
+    if (pEnumerator) pEnumerator->Next(2000, 1, &pBios, &ulCount);
+    if (pBios && SUCCEEDED(pBios->Get(pszProperty, 0, &Value, nullptr, nullptr)) && Value.vt == VT_BSTR)
+        sValue = Value.bstrVal;
+    VariantClear(&Value);
+    for (IUnknown* const pObject : std::initializer_list<IUnknown*>{pBios, pEnumerator, pServices, pLocator})
+        if (pObject) pObject->Release();
+    for (const BSTR pszText : {pszNamespace, pszLanguage, pszQuery}) SysFreeString(pszText);
+    CoUninitialize();
+    return sValue;
 }
 
 std::vector<std::filesystem::path> g_LogFiles() {

@@ -66,24 +66,31 @@ std::optional<long> g_FreeDriverUnits();
 /// Who may use that semaphore: "deny SID" or "allow SID" for each entry of its access list.
 std::vector<std::string> g_DriverUnitsAccess();
 
-/// Another process that has started the library and holds it.
+/// Another process that has started the library, or taken the mutex of the firmware's methods, and holds it.
 class CSecondHost {
 public:
-    /// Runs this program with `--hold`; returns when it has started the library (or could not).
-    CSecondHost();
+    static constexpr const char *kHoldLibrary = "--hold", *kHoldMutex = "--hold-mutex";
+
+    /// Runs this program with that argument; returns when it has what it is to hold (or could not get it).
+    explicit CSecondHost(const char* pszWhat = kHoldLibrary);
     ~CSecondHost();
     bool IsStarted() const { return m_bStarted; }
-    /// Lets it stop the library and ends it. Answers whether all went well.
+    /// Lets it give back what it holds and ends it. Answers whether all went well.
     bool Stop();
     void Kill();
-    /// What the program does then.
-    static int Hold();
+    /// What the program does with one of these arguments: its exit code.
+    static std::optional<int> Run(const char* pszWhat);
 
 private:
+    static bool _HoldWhileAsked(bool bHolds);
+
     PROCESS_INFORMATION m_Process{};
     HANDLE m_hToChild = nullptr, m_hFromChild = nullptr;
     bool m_bStarted = false;
 };
+
+/// A property of the first Win32_BIOS as the system tells it; empty for null.
+std::wstring g_QueryBios(const wchar_t* pszProperty);
 
 /// Text of every log file below the current directory, oldest first; `\r` never occurs in it.
 std::string g_ReadLog();

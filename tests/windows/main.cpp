@@ -1,11 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "installation.h"
 
 int main(int nArguments, char** ppszArguments) {
-    if (nArguments == 2 && std::strcmp(ppszArguments[1], "--hold") == 0) return CSecondHost::Hold();
+    if (nArguments == 2)
+        if (const auto oExitCode = CSecondHost::Run(ppszArguments[1])) return *oExitCode;
     testing::InitGoogleTest(&nArguments, ppszArguments);
     return RUN_ALL_TESTS();
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# windows_run.sh ARGS...: vxtctl with these arguments as a 32-bit Windows program: the real library, the driver's service
-# and the simulated driver, on a freshly installed Windows under Wine. --machine NAME|FILE chooses the PC for both the
-# driver and the library. Output and exit code are vxtctl's own; files it reads or writes lie below the current folder.
+# windows_run.sh ARGS...: vxtctl with these arguments as a 32-bit Windows program: the real library, the driver's service,
+# the simulated driver and firmware, on a freshly installed Windows under Wine. --machine NAME|FILE chooses the PC for
+# all of them. Output and exit code are vxtctl's own; files it reads or writes lie below the current folder.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -19,7 +19,7 @@ while [[ $# -gt 0 ]]; do
 done
 
 "$here/packages.sh" windows
-"$here/build.sh" windows-x86 vxtctl VXTAPI VXTAPI_e2e
+"$here/build.sh" windows-x86 vxtctl VXTAPI VXTAPI_e2e vxt_wmi_server
 "$here/build.sh" windows-x64 VXTDriver
 # Through pipes: on a terminal Wine would draw a console of its own.
 "$here/wine_host.sh" --machine "$machine" --in "$PWD" "$root/build/windows-x86" "$root/build/windows-x64" \

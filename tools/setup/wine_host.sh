@@ -39,19 +39,26 @@ cp "$program" "$build/e2e/VXTAPI.dll" "$stage"
 cp "$build/bin/VXTAPI.dll" "$stage/shipped"
 cp "$build64/driver/VXTDriver.sys" "$stage/qor64"
 [[ -z $machine ]] || cp "$file" "$stage/qor64/VXTDriver.machine"
+bits=32
+[[ $(realpath "$build") != "$(realpath "$build64")" ]] || bits=64
+[[ ! -f $build/e2e/vxt_wmi_server.dll ]] || cp "$build/e2e/vxt_wmi_server.dll" "$stage"
 [[ -z $folder ]] || binds=(--bind "$folder:/mnt/here")
 
 "$here/in_wine.sh" --processors "$processors" --bind "$stage:/mnt/stage" "${binds[@]}" -- bash -euc '
     host="/prefix/drive_c/Program Files/VXT Host"
     cp -r /mnt/stage "$host"
     [[ ! -f $host/qor64/VXTDriver.machine ]] || export VXT_MACHINE="C:\\Program Files\\VXT Host\\qor64\\VXTDriver.machine"
+    # The class of the management locator, for programs of this width.
+    [[ ! -f $host/vxt_wmi_server.dll ]] || wine reg add \
+        "HKLM\\Software\\Classes\\CLSID\\{4590F811-1D3A-11D0-891F-00AA004B2E24}\\InprocServer32" \
+        /ve /d "C:\\Program Files\\VXT Host\\vxt_wmi_server.dll" /f "/reg:$2" >/dev/null
     if [[ -d /mnt/here ]]; then cd /mnt/here; else cd "$host"; fi
     status=0
-    wine "C:\\Program Files\\VXT Host\\$2" "${@:3}" || status=$?
+    wine "C:\\Program Files\\VXT Host\\$3" "${@:4}" || status=$?
     # What the driver found wrong with the machine file, under the name that the user gave.
     if [[ -f $host/qor64/VXTDriver.error ]]; then
         reason=$(tr -d "\r" <"$host/qor64/VXTDriver.error")
         echo "${reason/#*VXTDriver.machine/"$1"}" >&2
     fi
     exit $status
-' bash "$machine" "$(basename "$program")" "$@"
+' bash "$machine" $bits "$(basename "$program")" "$@"
