@@ -24,26 +24,22 @@ std::unique_ptr<double[]> g_NewList(int32_t nCount) {
                                                            : nullptr);
 }
 
-bool g_FetchList(CQORBIOSHandler& rHandler, uint32_t uFunction, double* pdValues, int32_t& rnCount) {
-    if (!rHandler.GetDValues(uFunction, pdValues, rnCount)) return false;
-    std::for_each_n(pdValues, rnCount, [](double& rdValue) { rdValue /= kFirmwareUnits; });
-    return true;
-}
-
 double g_GetClock(uint32_t uFunction) { return g_GetQORBIOSHandler().GetValue(uFunction) / kFirmwareUnits; }
 bool g_SetClock(uint32_t uFunction, double dMHz) {
     return g_GetQORBIOSHandler().SetValue(uFunction, g_ToFirmware(dMHz));
 }
 
-bool g_CopyList(const double* pdList, int32_t nCount, double* pdValues, uint32_t& ruSize) {
-    const uint32_t uCount = static_cast<uint32_t>(nCount);
-    if (!pdList || (pdValues && ruSize < uCount)) return false;
-    if (pdValues) std::copy_n(pdList, uCount, pdValues);
-    ruSize = uCount;
-    return true;
-}
-
 }  // namespace
+
+struct CDefaultClockGen::CListRow {
+    uint32_t uFunction;
+    CClockList CDefaultClockGen::*pList;
+    const char *pszCountCheck, *pszMemoryCheck;
+};
+const CDefaultClockGen::CListRow CDefaultClockGen::s_aLists[] = {
+    {kExternal, &CDefaultClockGen::m_ExtFreqs, "m_nExtFreqCount > 0", "m_pdExtFreqs"},
+    {kPCIe, &CDefaultClockGen::m_PCIeFreqs, "m_nPCIeFreqCount > 0", "m_pdPCIeFreqs"},
+};
 
 CDefaultClockGen::CDefaultClockGen() : CDeviceBase(kIdentity) {}
 
@@ -56,34 +52,26 @@ bool CDefaultClockGen::Init(uint32_t uIndex) {
     bool bRetCode = rQorBiosHandler.GetObjectID(pack);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(pack.IDCount > 2);
-    m_bNoExtFreqList = pack.Records[0].uProperty == 1;
-    m_bNoPCIeFreqList = pack.Records[1].uProperty == 1;
-    m_bNoThirdFreqList = pack.Records[2].uProperty == 1;
-
-    if (!m_bNoExtFreqList) {
-        bRetCode = rQorBiosHandler.GetDValues(kExternal, nullptr, m_nExtFreqCount);
+    m_ExtFreqs.bNotOffered = pack.Records[0].uProperty == 1;
+    m_PCIeFreqs.bNotOffered = pack.Records[1].uProperty == 1;
+    m_bNoThirdList = pack.Records[2].uProperty == 1;
+    for (const CListRow& rRow : s_aLists) {
+        CClockList& rList = this->*rRow.pList;
+        if (rList.bNotOffered) continue;
+        bRetCode = rQorBiosHandler.GetDValues(rRow.uFunction, nullptr, rList.nCount);
         LOG_PROCESS_ERROR(bRetCode);
-        LOG_PROCESS_ERROR(m_nExtFreqCount > 0);
-        m_pdExtFreqs = g_NewList(m_nExtFreqCount);
-        LOG_PROCESS_ERROR(m_pdExtFreqs);
-        bRetCode = g_FetchList(rQorBiosHandler, kExternal, m_pdExtFreqs.get(), m_nExtFreqCount);
+        LOG_PROCESS_ERROR_TEXT(rRow.pszCountCheck, rList.nCount > 0);
+        rList.pdValues = g_NewList(rList.nCount);
+        LOG_PROCESS_ERROR_TEXT(rRow.pszMemoryCheck, rList.pdValues);
+        bRetCode = rQorBiosHandler.GetDValues(rRow.uFunction, rList.pdValues.get(), rList.nCount);
         LOG_PROCESS_ERROR(bRetCode);
-    }
-    if (!m_bNoPCIeFreqList) {
-        bRetCode = rQorBiosHandler.GetDValues(kPCIe, nullptr, m_nPCIeFreqCount);
-        LOG_PROCESS_ERROR(bRetCode);
-        LOG_PROCESS_ERROR(m_nPCIeFreqCount > 0);
-        m_pdPCIeFreqs = g_NewList(m_nPCIeFreqCount);
-        LOG_PROCESS_ERROR(m_pdPCIeFreqs);
-        bRetCode = g_FetchList(rQorBiosHandler, kPCIe, m_pdPCIeFreqs.get(), m_nPCIeFreqCount);
-        LOG_PROCESS_ERROR(bRetCode);
+        std::for_each_n(rList.pdValues.get(), rList.nCount, [](double& rdValue) { rdValue /= kFirmwareUnits; });
     }
     return true;
 }
 
 bool CDefaultClockGen::UnInit() {
-    m_pdExtFreqs.reset();
-    m_pdPCIeFreqs.reset();
+    for (const CListRow& rRow : s_aLists) this->*rRow.pList = {};
     return true;
 }
 
@@ -95,12 +83,20 @@ bool CDefaultClockGen::SetExternalClock(double dMHz) { return g_SetClock(kExtern
 bool CDefaultClockGen::SetPCIeClock(double dMHz) { return g_SetClock(kPCIe, dMHz); }
 bool CDefaultClockGen::SetThirdClock(double dMHz) { return g_SetClock(kThird, dMHz); }
 
+bool CDefaultClockGen::CClockList::Copy(double* pdInto, uint32_t& ruSize) const {
+    const uint32_t uCount = static_cast<uint32_t>(nCount);
+    if (!pdValues || (pdInto && ruSize < uCount)) return false;
+    if (pdInto) std::copy_n(pdValues.get(), uCount, pdInto);
+    ruSize = uCount;
+    return true;
+}
+
 bool CDefaultClockGen::GetExternalClockList(double* pdValues, uint32_t& ruSize) {
-    return g_CopyList(m_pdExtFreqs.get(), m_nExtFreqCount, pdValues, ruSize);
+    return m_ExtFreqs.Copy(pdValues, ruSize);
 }
 
 bool CDefaultClockGen::GetPCIeClockList(double* pdValues, uint32_t& ruSize) {
-    return g_CopyList(m_pdPCIeFreqs.get(), m_nPCIeFreqCount, pdValues, ruSize);
+    return m_PCIeFreqs.Copy(pdValues, ruSize);
 }
 
 bool CDefaultClockGen::GetClockLimits(eClock eWhich, vxtapi::FirmwareLimits* pLimits) {

@@ -25,14 +25,20 @@ public:
     bool GetClockLimits(eClock eWhich, vxtapi::FirmwareLimits* pLimits) override;
 
 private:
-    using CValues = std::unique_ptr<double[]>;
+    /// Legal clocks of one clock in MHz, as the firmware listed them.
+    struct CClockList {
+        bool bNotOffered = true;  ///< flag of the capability pack
+        int32_t nCount = 0;
+        std::unique_ptr<double[]> pdValues = {};
 
-    // From the capability pack: the firmware offers no list for this clock.
-    bool m_bNoExtFreqList = true, m_bNoPCIeFreqList = true, m_bNoThirdFreqList = true;
-    int32_t m_nExtFreqCount = 0;
-    CValues m_pdExtFreqs;  ///< MHz
-    int32_t m_nPCIeFreqCount = 0;
-    CValues m_pdPCIeFreqs;
+        bool Copy(double* pdInto, uint32_t& ruSize) const;
+    };
+    /// How a list is asked for, and the texts of its checks.
+    struct CListRow;
+    static const CListRow s_aLists[];
+
+    CClockList m_ExtFreqs, m_PCIeFreqs;
+    bool m_bNoThirdList = true;  ///< nobody asks for that one
 };
 
 }  // namespace vxt
