@@ -202,9 +202,16 @@ TEST_F(CBiosCommandTest, AListThatCannotBeReadSaysHowFarItCame) {
     EXPECT_TRUE(m_List.Init()) << "no items are no failure";
     EXPECT_THAT(m_List.GetItemList(), IsEmpty());
 
-    Boot(g_Result("00030001", 5, "00 00 00 00"));
+    Boot();
+    ASSERT_TRUE(m_List.Init());
+    Boot(g_Result("00030001", 5, "00 00 00 00") + g_Result("00030002", 5, g_Bytes(508, "00")));
     EXPECT_FALSE(m_List.Init());
+    Boot(g_Result("00030002", 5, g_Bytes(508, "00")));
+    EXPECT_FALSE(m_List.Init());
+    ASSERT_EQ(m_List.GetItemList().size(), 2u);
+    EXPECT_EQ(vxt::g_CmosText(m_List.GetItemList()[0].szName), "Core Trim Boost") << "as read the last time";
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(sFailed));
+    m_List.UnInit();
 
     Boot(g_Result("00030001", 0, "04 00 00 00"));  // two more than there are
     EXPECT_FALSE(m_List.Init());

@@ -67,10 +67,10 @@ TEST_F(CClockGenTest, ListsAndClocksAreInMegahertz) {
     EXPECT_EQ(m_ClockGen.GetThirdClock(), 48.0);
     EXPECT_TRUE(m_ClockGen.SetExternalClock(210.0));
     EXPECT_TRUE(m_ClockGen.SetPCIeClock(101.0));
-    EXPECT_TRUE(m_ClockGen.SetThirdClock(4.35)) << "4.35 * 1000 is a little less than 4350";
+    EXPECT_TRUE(m_ClockGen.SetThirdClock(128.003)) << "128.003 * 1000 is a little less than 128003";
     EXPECT_EQ(m_ClockGen.GetExternalClock(), 210.0);
     EXPECT_EQ(m_ClockGen.GetPCIeClock(), 101.0);
-    EXPECT_EQ(m_ClockGen.GetThirdClock(), 4.35);
+    EXPECT_EQ(m_ClockGen.GetThirdClock(), 128.003);
     EXPECT_TRUE(m_ClockGen.SetThirdClock(48.0009));
     EXPECT_EQ(m_ClockGen.GetThirdClock(), 48.0) << "a fraction of a kHz is cut off";
     EXPECT_FALSE(m_ClockGen.SetExternalClock(205.0)) << "the firmware refuses";
@@ -99,6 +99,7 @@ TEST_F(CClockGenTest, AFlaggedClockIsNotAskedForAList) {
     Use(g_Answer("GetObjectID", "property = numbers:2 -1 0 0 0"));
     ASSERT_TRUE(m_ClockGen.Init(0)) << "only 1 is a set flag";
     EXPECT_THAT(List(&vxt::CDefaultClockGen::GetExternalClockList), ElementsAre(190.0, 200.0, 210.0));
+    EXPECT_THAT(List(&vxt::CDefaultClockGen::GetPCIeClockList), ElementsAre(100.0, 101.0));
 
     Use(g_Answer("GetObjectID", "ID = missing"));
     ASSERT_TRUE(m_ClockGen.Init(0)) << "without IDs every flag counts as set";

@@ -82,6 +82,9 @@ TEST_F(CWmiHandlerTest, EachStepOfConnectFailsInItsOwnWayAndDisconnectLeavesNoth
     EXPECT_EQ(System().m_Mutexes.at(kMutex).sSddl,
               L"D:(D;OICI;GA;;;BG)(D;OICI;GA;;;AN)(A;OICI;GRGWGX;;;AU)(A;OICI;GA;;;BA)");
     m_Wmi.Disconnect();
+    EXPECT_TRUE(m_Wmi.Connect(vxt::kFirmwareNamespace));
+    EXPECT_EQ(TakeTrace().back(), "OpenMutex") << "another process has made it";
+    m_Wmi.Disconnect();
 
     const struct {
         bool bConnected;  ///< although the answer is no

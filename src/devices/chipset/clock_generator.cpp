@@ -46,6 +46,7 @@ CDefaultClockGen::CDefaultClockGen() : CDeviceBase(kIdentity) {}
 bool CDefaultClockGen::Init(uint32_t uIndex) {
     if (uIndex != 0) return false;
     m_uIndex = uIndex;
+    UnInit();  // lists of an earlier Init do not count
     CQORBIOSHandler& rQorBiosHandler = g_GetQORBIOSHandler();
     LOG_PROCESS_ERROR(rQorBiosHandler.IsAvailable());
     CCapabilityPack pack;

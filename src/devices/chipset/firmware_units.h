@@ -12,8 +12,8 @@ namespace vxt {
 
 inline constexpr double kFirmwareUnits = 1000.0;
 
-/// A device value in firmware units. The rounding noise of the multiplication goes (4.35 * 1000 is a little less than
-/// 4350, and the firmware would refuse 4349); a real fraction stays, to be cut off on the way.
+/// A device value in firmware units. The rounding noise of the multiplication goes (128.003 * 1000 is a little
+/// less than 128003, and the firmware would refuse 128002); a real fraction stays, to be cut off on the way.
 inline double g_ToFirmware(double dValue) {
     constexpr double kNoise = 1e-6;
     const double dScaled = dValue * kFirmwareUnits, dRounded = std::round(dScaled);
