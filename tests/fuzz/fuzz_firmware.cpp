@@ -44,31 +44,34 @@ private:
     std::span<const uint8_t> m_Left;
 };
 
-CWmiValue Value(CInput& rInput) {
+/// Kinds of values, as `Value` makes them.
+enum EKind : uint8_t { kNumber = 2, kObject = 5, kNumbers = 6, kBytes = 7, kTexts = 8, kKinds = 12 };
+
+CWmiValue Value(CInput& rInput, uint8_t ucKind) {
     CWmiValue Result;
-    switch (rInput.Byte() % 12) {
+    switch (ucKind % kKinds) {
         case 0:
             return {};
         case 1:
             return CWmiValue::Typed(CWmiValue::kNull);
-        case 2:
+        case kNumber:
             return CWmiValue::Integer(rInput.Number());
         case 3:
             return CWmiValue::Text(rInput.Text());
         case 4:
             return CWmiValue::Typed(CWmiValue::kBoolean);
-        case 5:
+        case kObject:
             return CWmiValue::Object({"Thing", {{"length", CWmiValue::Integer(rInput.Number())}}});
-        case 6: {
+        case kNumbers: {
             std::vector<int32_t> Numbers(rInput.Byte());
             std::ranges::generate(Numbers, [&] { return rInput.Number(); });
             return CWmiValue::IntegerArray(std::move(Numbers));
         }
-        case 7: {
+        case kBytes: {
             const std::string sBytes = rInput.Text() + rInput.Text() + rInput.Text();
             return CWmiValue::ByteArray({sBytes.begin(), sBytes.end()});
         }
-        case 8: {
+        case kTexts: {
             std::vector<std::string> Texts(rInput.Byte() % 8);
             std::ranges::generate(Texts, [&] { return rInput.Text(); });
             return CWmiValue::TextArray(std::move(Texts));
@@ -86,11 +89,33 @@ CWmiValue Value(CInput& rInput) {
     }
 }
 
-constexpr const char* kMethods[] = {"GetObjectID", "GetValue", "SetValue", "GetInfo",      "GetDValues",
-                                    "BiosRequest", "Init",     "RunCMD",   "QueryVersion", "QueryCommandList"};
-constexpr const char* kProperties[] = {"pack",         "length",      "ID",   "property", "IDstring",
-                                       "status",       "value",       "x",    "Version",  "DValueBuffer",
-                                       "CommandCount", "CommandList", "List", "Outbuf",   "Result"};
+/// What the methods answer, and of which kind it is when the firmware is well.
+constexpr struct {
+    const char *pszMethod, *pszProperty;
+    EKind eKind;
+} kAnswers[] = {
+    {"GetObjectID", "pack", kObject},
+    {"GetObjectID", "length", kNumber},
+    {"GetObjectID", "ID", kNumbers},
+    {"GetObjectID", "property", kNumbers},
+    {"GetObjectID", "IDstring", kTexts},
+    {"GetValue", "pack", kObject},
+    {"GetValue", "status", kNumber},
+    {"GetValue", "value", kNumber},
+    {"SetValue", "status", kNumber},
+    {"GetInfo", "pack", kObject},
+    {"GetInfo", "x", kNumbers},
+    {"GetDValues", "pack", kObject},
+    {"GetDValues", "length", kNumber},
+    {"GetDValues", "DValueBuffer", kNumbers},
+    {"Init", "status", kNumber},
+    {"RunCMD", "Outbuf", kObject},
+    {"RunCMD", "Result", kBytes},
+    {"QueryVersion", "Version", kNumber},
+    {"QueryCommandList", "CommandList", kObject},
+    {"QueryCommandList", "CommandCount", kNumber},
+    {"QueryCommandList", "List", kNumbers},
+};
 constexpr const char* kBiosTexts[] = {"SerialNumber", "Manufacturer", "Description", "SMBIOSBIOSVersion",
                                       "ReleaseDate"};
 
@@ -109,16 +134,18 @@ vxtsim::CMachineDescription Describe(CInput& rInput) {
     rBios.sNamespace = "root\\cimv2";
     rBios.sClass = "Win32_BIOS";
     for (const char* const pszText : kBiosTexts)
-        rBios.Properties[pszText] = rInput.Byte() % 4 ? CWmiValue::Text("text") : Value(rInput);
+        rBios.Properties[pszText] = rInput.Byte() % 4 ? CWmiValue::Text("text") : Value(rInput, rInput.Byte());
     while (!rInput.IsEmpty()) {
-        vxtsim::CFirmwareAnswer& rAnswer = rFirmware.Answers[kMethods[rInput.Byte() % std::size(kMethods)]];
-        const char* const pszProperty = kProperties[rInput.Byte() % std::size(kProperties)];
-        const uint8_t ucHow = rInput.Byte() % 16;
-        rAnswer.bFails = ucHow == 0;
-        if (ucHow == 1)
+        const auto& [pszMethod, pszProperty, eKind] = kAnswers[rInput.Byte() % std::size(kAnswers)];
+        vxtsim::CFirmwareAnswer& rAnswer = rFirmware.Answers[pszMethod];
+        // Most of all the right kind with a wrong content: other kinds are turned away before anything can go wrong.
+        const uint8_t ucHow = rInput.Byte();
+        if (ucHow < 8)
+            rAnswer.bFails = true;
+        else if (ucHow < 16)
             rAnswer.Properties[pszProperty] = std::nullopt;
         else
-            rAnswer.Properties[pszProperty] = Value(rInput);
+            rAnswer.Properties[pszProperty] = Value(rInput, ucHow < 64 ? ucHow : uint8_t{eKind});
     }
     return Machine;
 }
