@@ -311,7 +311,7 @@ TEST_F(CBiosDeviceTest, TheRawDateIsTheFirstOfTheBestSeparator) {
         std::string sText;
         const char* pszDate;
     } kCases[] = {
-        {"release 12/04/09-RS880", "12/04/09"},
+        {"release 12/04/09-BOARD", "12/04/09"},
         {"12/04/2009", "12/04/2009"},
         {"12/04/200", "12/04/20"},
         {"1.02.03 04-05-06 built 12/04/09", "12/04/09"},  // slashes first, wherever they stand
