@@ -1,9 +1,6 @@
 // The simulated firmware and the management data around it, asked as a WMI client asks.
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <thread>
-
 #include "sim/wmi.h"
 #include "sim_client.h"
 
@@ -88,12 +85,6 @@ struct CSimFirmwareTest : ::testing::Test {
         const CWmiObject Input = g_Parameters(sName, std::move(Value));
         return Execute(sMethod, &Input);
     }
-    /// Properties of the pack that a method answers with, asked for an object.
-    std::map<std::string, CWmiValue> Ask(const std::string& sMethod, uint32_t uId) {
-        const auto Pack = ExecuteOn(sMethod, "id", CWmiValue::Integer(static_cast<int32_t>(uId)));
-        if (!Pack || !Pack->pObject) return {};
-        return Pack->pObject->Properties;
-    }
     CWmiObject Package(uint32_t uId, int32_t nValue) {
         CWmiObject Object = m_pWmi->GetObject(kWmi, "SetValuePackage").value();
         Object.Properties.at("id").nNumber = static_cast<int32_t>(uId);
@@ -125,41 +116,6 @@ struct CSimFirmwareTest : ::testing::Test {
 
 // --- what the methods answer
 
-TEST_F(CSimFirmwareTest, ListsItsObjectsInFileOrder) {
-    const auto Pack = Execute("GetObjectID").value().pObject->Properties;
-    EXPECT_EQ(Pack.at("length"), CWmiValue::Integer(6));
-    EXPECT_THAT(Pack.at("ID").Integers,
-                ElementsAre(0x01010000, 0x02010000, 0x02020000, 0x02030000, 0x02040000, 0x02050000));
-    EXPECT_THAT(Pack.at("property").Integers, ElementsAre(0, 1, 0, 0, 0, 0));
-    EXPECT_THAT(Pack.at("IDstring").Texts, ElementsAre("Clock", "Limited", "Free", "Refusing", "Stuck", "At most"));
-}
-
-TEST_F(CSimFirmwareTest, TellsOfAnObjectWhatItHas) {
-    const struct {
-        const char* pszCase;
-        uint32_t uId;
-        int32_t nStatus;
-        std::optional<int32_t> Value;
-        std::vector<int32_t> Info, Values;
-    } Cases[] = {
-        {"listed", 0x01010000, 0, 200000, {}, {190000, 200000, 210000}},
-        {"limited, a word of 32 bits", 0x02010000, 0, 1500, {1300, 1900, 1500, -1}, {}},
-        {"free and negative", 0x02020000, 0, -5, {}, {}},
-        {"refusing", 0x02030000, 3, std::nullopt, {}, {}},
-        {"unknown", 0x02990000, 1, std::nullopt, {}, {}},
-    };
-    for (const auto& [pszCase, uId, nStatus, Value, Info, Values] : Cases) {
-        SCOPED_TRACE(pszCase);
-        const auto Pack = Ask("GetValue", uId);
-        EXPECT_EQ(Pack.at("status"), CWmiValue::Integer(nStatus));
-        ASSERT_EQ(Pack.contains("value"), Value.has_value());
-        EXPECT_EQ(Value ? Pack.at("value") : CWmiValue(), Value ? CWmiValue::Integer(*Value) : CWmiValue());
-        EXPECT_EQ(Ask("GetInfo", uId).at("x"), CWmiValue::IntegerArray(Info));
-        EXPECT_EQ(Ask("GetDValues", uId).at("length"), CWmiValue::Integer(static_cast<int32_t>(Values.size())));
-        EXPECT_EQ(Ask("GetDValues", uId).at("DValueBuffer"), CWmiValue::IntegerArray(Values));
-    }
-}
-
 TEST_F(CSimFirmwareTest, TakesLegalValuesAndRefusesOthers) {
     const struct {
         const char* pszCase;
@@ -187,26 +143,6 @@ TEST_F(CSimFirmwareTest, TakesLegalValuesAndRefusesOthers) {
         EXPECT_EQ(Set(uId, nValue), nStatus);
         EXPECT_EQ(Firmware().Value(uId), bTaken ? nValue : Before);
     }
-}
-
-TEST_F(CSimFirmwareTest, RemembersTheLastRequestAndAnswersNothing) {
-    CWmiObject Request = m_pWmi->GetObject(kWmi, "BiosRequestPackage").value();
-    Request.Properties.at("x").Integers = {0x00100F42, 0, 0, 0, 5, 0, 0, 0, -9};
-    EXPECT_THAT(Firmware().LastRequest(), ::testing::Each(0));
-    EXPECT_EQ(ExecuteOn("BiosRequest", "pack", CWmiValue::Object(Request)), CWmiValue());
-    EXPECT_THAT(Firmware().LastRequest(), ElementsAre(0x00100F42, 0, 0, 0, 5, 0, 0, 0, -9));
-    EXPECT_EQ(Execute("Init"), CWmiValue::Integer(0));
-    EXPECT_EQ(Firmware().Executions("BiosRequest"), 1u);
-    EXPECT_EQ(Firmware().Executions("Init"), 1u);
-    EXPECT_EQ(Firmware().Executions("GetValue"), 0u);
-}
-
-TEST_F(CSimFirmwareTest, TellsVersionAndCommands) {
-    EXPECT_EQ(Execute("QueryVersion"), CWmiValue::Integer(7));
-    const auto List = Execute("QueryCommandList").value().pObject->Properties;
-    EXPECT_EQ(List.at("CommandCount"), CWmiValue::Integer(6));
-    EXPECT_THAT(List.at("List").Integers,
-                ElementsAre(0x00030001, 0x00030002, 0x00030003, 0x00030004, 0x00040001, 0x00040002));
 }
 
 TEST_F(CSimFirmwareTest, RunsCommandsOnItsSetupItems) {
@@ -273,12 +209,6 @@ TEST_F(CSimFirmwareTest, DescribesAnItemInOneBlock) {
     EXPECT_TRUE(std::all_of(First.begin() + 98, First.end(), [](uint8_t c) { return c == 0; }));
 }
 
-TEST_F(CSimFirmwareTest, NamesVendorAndGraphics) {
-    EXPECT_EQ(TextAt(Command(0x00040001), 4, 64), "QOR Boards");
-    const std::vector<uint8_t> Graphics = Command(0x00040002);
-    EXPECT_THAT(std::span(Graphics).first(7), ElementsAre(0, 0, 0, 0, 0x5A, 1, 0));
-}
-
 // --- strictness
 
 TEST_F(CSimFirmwareTest, RefusesInputThatIsNotWhatTheMethodTakes) {
@@ -339,88 +269,7 @@ TEST_F(CSimFirmwareTest, RefusesInputThatIsNotWhatTheMethodTakes) {
     EXPECT_EQ(Execute("init"), std::nullopt) << "equal letters";
 }
 
-TEST_F(CSimFirmwareTest, DeclaresWhatItsMethodsTake) {
-    const struct {
-        const char *pszMethod, *pszInput;  // null: none
-        uint16_t usType;
-    } Cases[] = {
-        {"GetObjectID", nullptr, 0},
-        {"GetValue", "id", CWmiValue::kInteger},
-        {"SetValue", "pack", CWmiValue::kObject},
-        {"GetInfo", "id", CWmiValue::kInteger},
-        {"GetDValues", "id", CWmiValue::kInteger},
-        {"BiosRequest", "pack", CWmiValue::kObject},
-        {"Init", nullptr, 0},
-        {"RunCMD", "Inbuf", CWmiValue::kBytes},
-        {"QueryVersion", nullptr, 0},
-        {"QueryCommandList", nullptr, 0},
-    };
-    for (const auto& [pszMethod, pszInput, usType] : Cases) {
-        const auto Method = m_pWmi->GetMethod(kWmi, "QOR_ACPI", pszMethod);
-        ASSERT_TRUE(Method) << pszMethod;
-        EXPECT_FALSE(Method->bStatic) << pszMethod;
-        EXPECT_EQ(Method->Input.has_value(), pszInput != nullptr) << pszMethod;
-        if (!pszInput || !Method->Input) continue;
-        EXPECT_EQ(Method->Input->Properties.at(pszInput).usType, usType) << pszMethod;
-    }
-    EXPECT_FALSE(m_pWmi->GetMethod(kWmi, "QOR_ACPI", "GetVolume"));
-    EXPECT_FALSE(m_pWmi->GetMethod(kWmi, "SetValuePackage", "GetValue"));
-    EXPECT_FALSE(m_pWmi->GetMethod("root\\cimv2", "QOR_ACPI", "GetValue"));
-}
-
 // --- answers that are not the right ones
-
-TEST_F(CSimFirmwareTest, TellsWhatTheFileTellsInstead) {
-    CWmiValue NullNumbers = CWmiValue::Typed(CWmiValue::kIntegers), NullBytes = CWmiValue::Typed(CWmiValue::kBytes),
-              NullTexts = CWmiValue::Typed(CWmiValue::kTexts), NoData = NullNumbers;
-    NullNumbers.bNullArray = NullBytes.bNullArray = NullTexts.bNullArray = NoData.bNoData = true;
-    CWmiValue Yes = CWmiValue::Typed(CWmiValue::kBoolean);
-    Yes.nNumber = 1;
-    const std::pair<const char*, std::optional<CWmiValue>> Kinds[] = {
-        {"number:-5", CWmiValue::Integer(-5)},
-        {"text:a: b", CWmiValue::Text("a: b")},
-        {"bool:1", Yes},
-        {"null", CWmiValue::Typed(CWmiValue::kNull)},
-        {"empty", CWmiValue()},
-        {"missing", std::nullopt},
-        {"numbers:1 2 3", CWmiValue::IntegerArray({1, 2, 3})},
-        {"bytes:0A 0B", CWmiValue::ByteArray({10, 11})},
-        {"texts:a|b", CWmiValue::TextArray({"a", "b"})},
-        {"null_numbers", NullNumbers},
-        {"null_bytes", NullBytes},
-        {"null_texts", NullTexts},
-        {"no_data", NoData},
-        {"other:9", CWmiValue::Typed(9)},
-    };
-    const auto At = [](const std::map<std::string, CWmiValue>& rProperties) {
-        const auto it = rProperties.find("status");
-        return it == rProperties.end() ? std::nullopt : std::optional(it->second);
-    };
-    for (const auto& [pszValue, rValue] : Kinds) {
-        SCOPED_TRACE(pszValue);
-        Use(std::string("[firmware answer GetValue]\nstatus = ") + pszValue +
-            "\n[firmware answer Init]\nstatus = " + pszValue + "\n");
-        const auto Pack = Ask("GetValue", 0x01010000);
-        EXPECT_EQ(At(Pack), rValue);
-        EXPECT_EQ(Pack.at("value"), CWmiValue::Integer(200000)) << "the rest is as it was";
-        std::optional<CWmiObject> Output;
-        ASSERT_TRUE(m_pWmi->Execute(kWmi, kInstance, "Init", nullptr, Output));
-        EXPECT_EQ(At(Output->Properties), rValue);
-    }
-    Use("[firmware answer GetValue]\npack = text:none\nstatus = number:1\n");
-    EXPECT_EQ(ExecuteOn("GetValue", "id", CWmiValue::Integer(0x01010000)), CWmiValue::Text("none"));
-    Use("[firmware answer RunCMD]\nResult = bytes:07\n[firmware command 00040001]\nresult = 01\n");
-    EXPECT_THAT(Command(0x00040001), ElementsAre(7)) << "the method has the last word";
-}
-
-TEST_F(CSimFirmwareTest, AnswersCommandsWithTheResultsOfTheFile) {
-    Use("[firmware command 00050001]\nresult = 00 00 00 00 11\n[firmware command 00030001]\n"
-        "result = 05 00 00 00 FF FF FF FF\n[firmware command 00040002]\n");
-    EXPECT_THAT(Command(0x00050001), ElementsAre(0, 0, 0, 0, 0x11)) << "no longer than it says";
-    EXPECT_THAT(Command(0x00030001), ElementsAre(5, 0, 0, 0, 255, 255, 255, 255)) << "in place of the built-in one";
-    EXPECT_THAT(Command(0x00040002), ::testing::IsEmpty());
-    EXPECT_EQ(Command(0x00030003, 1)[4], 1) << "the others are as they were";
-}
 
 TEST_F(CSimFirmwareTest, FailsAndTakesItsTimeAsTheFileSays) {
     Use("[firmware answer SetValue]\nfails = 1\ndelay = 1500\n[firmware answer BiosRequest]\nfails = 1\n");
@@ -520,53 +369,6 @@ TEST(ReferenceClock, StaysWithinWhatAMachineFileMaySay) {
     }
 }
 
-// --- several threads
-
-/// Lets nobody's time pass before a second method runs.
-class CWaitsForASecond final : public CSimModel {
-public:
-    CWaitsForASecond(CSimMachine&, CSimWmi& rWmi) : m_rFirmware(*rWmi.Firmware()) {}
-    void Tick(uint64_t) override {
-        for (int i = 0; i < 10'000'000 && m_rFirmware.MostAtOnce() < 2; ++i) std::this_thread::yield();
-    }
-
-private:
-    CSimFirmware& m_rFirmware;
-};
-
-TEST_F(CSimFirmwareTest, CountsMethodsThatNobodyKeptApart) {
-    Use("[firmware answer QueryVersion]\ndelay = 1\n");
-    EXPECT_TRUE(Execute("Init") && Execute("Init"));
-    EXPECT_EQ(Firmware().MostAtOnce(), 1u);
-    Machine().Plug<CWaitsForASecond>(*m_pWmi);
-    std::atomic<int> nGood = 0;
-    {
-        std::jthread First([&] { nGood += Execute("QueryVersion").has_value(); });
-        std::jthread Second([&] { nGood += Execute("QueryVersion").has_value(); });
-    }
-    EXPECT_EQ(nGood, 2);
-    EXPECT_EQ(Firmware().MostAtOnce(), 2u);
-    EXPECT_EQ(Firmware().Executions("QueryVersion"), 2u);
-}
-
-TEST_F(CSimFirmwareTest, IsFreeOfRacesWhenNobodyKeepsItsMethodsApart) {
-    constexpr int kThreads = 3, kCalls = 100;
-    {
-        std::vector<std::jthread> Threads;
-        for (int nThread = 0; nThread < kThreads; ++nThread)
-            Threads.emplace_back([&, nThread] {
-                for (int i = 0; i < kCalls; ++i) {
-                    EXPECT_EQ(Set(0x01010000, nThread ? 190000 : 210000), 0);
-                    EXPECT_EQ(Command(0x00030004, 2, static_cast<uint16_t>(nThread))[0], 0);
-                    Firmware().SetAnswer("Init", {});
-                    Ask("GetValue", 0x01010000);
-                }
-            });
-    }
-    EXPECT_EQ(Firmware().Executions("SetValue"), uint32_t{kThreads * kCalls});
-    EXPECT_EQ(Machine().ReferenceMHz(), Firmware().Value(0x01010000).value() / 1000.0);
-}
-
 // --- classes, instances, paths
 
 TEST_F(CSimFirmwareTest, ClassesAndInstancesAreFoundAtTheirPaths) {
@@ -608,24 +410,6 @@ TEST_F(CSimFirmwareTest, ClassesAndInstancesAreFoundAtTheirPaths) {
     EXPECT_FALSE(CSimWmi::HasNamespace("root"));
 }
 
-TEST_F(CSimFirmwareTest, InstancesComeInFileOrderAndAreCopies) {
-    const auto Kinds = m_pWmi->GetInstances(kWmi, "Kinds");
-    ASSERT_EQ(Kinds->size(), 2u);
-    EXPECT_EQ((*Kinds)[0].Properties.at("first"), CWmiValue::Integer(1));
-    EXPECT_FALSE((*Kinds)[0].Properties.contains("second"));
-    EXPECT_EQ((*Kinds)[1].Properties.at("second"), CWmiValue::Integer(2));
-    EXPECT_EQ(m_pWmi->GetInstances(kWmi, "QOR_ACPI")->size(), 1u);
-    EXPECT_EQ(m_pWmi->GetInstances(kWmi, "SetValuePackage")->size(), 0u) << "a class without instances";
-    EXPECT_EQ(m_pWmi->GetInstances(kWmi, "Nonsense"), std::nullopt);
-
-    auto Mine = m_pWmi->GetInstances(kWmi, "Kinds");
-    Mine->front().Properties.at("first").nNumber = 99;
-    EXPECT_EQ(m_pWmi->GetInstances(kWmi, "Kinds"), Kinds);
-    CWmiObject Package = m_pWmi->GetObject(kWmi, "SetValuePackage").value();
-    Package.Properties.at("value").nNumber = 99;
-    EXPECT_NE(m_pWmi->GetObject(kWmi, "SetValuePackage"), Package);
-}
-
 TEST_F(CSimFirmwareTest, MethodsRunWhereTheyAreDeclared) {
     for (const bool bStatic : {false, true}) {
         m_pWmi.reset();
@@ -640,19 +424,6 @@ TEST_F(CSimFirmwareTest, MethodsRunWhereTheyAreDeclared) {
         EXPECT_FALSE(m_pWmi->Execute("root\\cimv2", kInstance, "Init", nullptr, Output));
         EXPECT_FALSE(m_pWmi->Execute(kWmi, "SetValuePackage", "Init", nullptr, Output));
         EXPECT_FALSE(Output) << "what an earlier call answered is gone";
-    }
-}
-
-TEST(Wmi, WithoutFirmwareItsClassesDoNotExist) {
-    CSimMachine Machine(g_Embedded("k8-first"));
-    CSimWmi Wmi(Machine);
-    EXPECT_EQ(Wmi.Firmware(), nullptr);
-    std::optional<CWmiObject> Output;
-    EXPECT_FALSE(Wmi.Execute(kWmi, kInstance, "Init", nullptr, Output));
-    for (const char* const pszClass : {"QOR_ACPI", "SetValuePackage", "BiosRequestPackage"}) {
-        EXPECT_FALSE(Wmi.GetObject(kWmi, pszClass)) << pszClass;
-        EXPECT_FALSE(Wmi.GetInstances(kWmi, pszClass)) << pszClass;
-        EXPECT_FALSE(Wmi.GetMethod(kWmi, pszClass, "Init")) << pszClass;
     }
 }
 
