@@ -84,8 +84,10 @@ void CDriverHandler::_InstallAndOpenDriver() {
 }
 
 bool CDriverHandler::UnInit() {
+    // The texts are kept. NOLINTBEGIN(readability-container-size-empty)
     LOG_CHECK_ERROR(m_MapAddrList.size() == 0);
     LOG_CHECK_ERROR(m_AllocateAddrList.size() == 0);
+    // NOLINTEND(readability-container-size-empty)
     // Kept: both kinds of block are given back with the unmap request, each at its own length.
     uint32_t dwBytesReturned = 0;
     const auto Unmap = [&](auto& rBlock) {

@@ -60,7 +60,7 @@ void _Flatten(const CJson& rRow, const std::string& sPrefix, CJson& rFlat) {
 
 std::string _CsvCell(const CJson& rValue) {
     if (rValue.is_null()) return "";
-    const std::string sText = rValue.is_string() ? rValue.get<std::string>() : rValue.dump();
+    std::string sText = rValue.is_string() ? rValue.get<std::string>() : rValue.dump();
     if (sText.find_first_of(",\"\r\n") == std::string::npos) return sText;
     std::string sQuoted = "\"";
     for (const char c : sText) sQuoted += c == '"' ? "\"\"" : std::string(1, c);

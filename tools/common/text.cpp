@@ -30,8 +30,9 @@ char32_t _Next(const wchar_t*& rpszText) {
     };
     const char32_t uFirst = Unit(*rpszText++);
     if (uFirst < 0xD800 || uFirst >= 0xDC00) return _IsSurrogate(uFirst) || uFirst > 0x10FFFF ? kReplacement : uFirst;
+    if (sizeof(wchar_t) != 2) return kReplacement;
     const char32_t uSecond = Unit(*rpszText);
-    if (sizeof(wchar_t) != 2 || uSecond < 0xDC00 || uSecond >= 0xE000) return kReplacement;
+    if (uSecond < 0xDC00 || uSecond >= 0xE000) return kReplacement;
     ++rpszText;
     return 0x10000 + ((uFirst - 0xD800) << 10) + (uSecond - 0xDC00);
 }

@@ -39,21 +39,30 @@ public:
             ->type_name("");
         m_CommandLine
             .Add(rRoot, "acpi", "List the ACPI tables, or dump one", "  vxtdiag acpi\n  vxtdiag acpi MCFG --json",
-                 [this] { return _Acpi(); })
+                 [this] { return _Hardware("acpi", g_AddAcpiTables, m_sSignature); })
             .add_option("SIGNATURE", m_sSignature, "Table to dump")
             ->type_name("");
         m_CommandLine
             .Add(rRoot, "pci", "List the PCI functions, or dump one", "  vxtdiag pci\n  vxtdiag pci 00:18.3",
-                 [this] { return _Pci(); })
+                 [this] { return _Hardware("pci", g_AddPciFunctions, m_sAddress); })
             .add_option("ADDRESS", m_sAddress, "Function to dump, as bus:device.function in hexadecimal")
             ->type_name("");
         m_CommandLine
             .Add(rRoot, "firmware", "Show what the board's firmware can tune: objects, commands",
-                 "  vxtdiag firmware\n  vxtdiag firmware 01010000 --json", [this] { return _Firmware(); })
+                 "  vxtdiag firmware\n  vxtdiag firmware 01010000 --json",
+                 [this] {
+                     return _Firmware("firmware", [this](CDocument& rDocument, const CFirmwareSession& rSession) {
+                         return g_AddFirmware(rDocument, rSession, m_sObject);
+                     });
+                 })
             .add_option("ID", m_sObject, "Object to show, in hexadecimal")
             ->type_name("");
-        CLI::App& rCmos = m_CommandLine.Add(rRoot, "cmos", "List the firmware's setup items and their options",
-                                            "  vxtdiag cmos\n  vxtdiag cmos --csv", [this] { return _Cmos(); });
+        CLI::App& rCmos = m_CommandLine.Add(
+            rRoot, "cmos", "List the firmware's setup items and their options", "  vxtdiag cmos\n  vxtdiag cmos --csv",
+            [this] {
+                return _Firmware(
+                    "cmos", [](CDocument& rDocument, const CFirmwareSession&) { return g_AddSetupItems(rDocument); });
+            });
         CLI::App& rSet = m_CommandLine.Add(rCmos, "set", "Change setup items",
                                            "  vxtdiag cmos set \"core trim boost=disabled\" --dry-run\n"
                                            "  vxtdiag cmos set 1=0 --yes",
@@ -116,20 +125,14 @@ private:
         return rFindings.empty() ? EExit::kDone : EExit::kFindings;
     }
 
-    EExit _Firmware() {
+    /// A report on the firmware; `Add` returns the findings.
+    template <class TAdd> EExit _Firmware(const char* pszCommand, TAdd Add) {
         const CLibrarySession Library(m_CommandLine.Options());
         const CFirmwareSession Firmware;
         Firmware.Require(Library);
-        CDocument Document = m_CommandLine.NewDocument("firmware");
-        return _Finish(Document, g_AddFirmware(Document, Firmware, m_sObject));
-    }
-
-    EExit _Cmos() {
-        const CLibrarySession Library(m_CommandLine.Options());
-        const CFirmwareSession Firmware;
-        Firmware.Require(Library);
-        CDocument Document = m_CommandLine.NewDocument("cmos");
-        return _Finish(Document, g_AddSetupItems(Document));
+        CDocument Document = m_CommandLine.NewDocument(pszCommand);
+        const std::vector<std::string> Findings = Add(Document, Firmware);
+        return _Finish(Document, Findings);
     }
 
     EExit _CmosSet() {
@@ -143,20 +146,13 @@ private:
         return eExit;
     }
 
-    EExit _Acpi() {
+    /// A report on what the driver reaches: all of it, or what the argument names.
+    EExit _Hardware(const char* pszCommand, void (*pAdd)(CDocument&, const std::string&),
+                    const std::string& sArgument) {
         const CLibrarySession Library(m_CommandLine.Options());
         const CDriverSession Driver(Library);
-        CDocument Document = m_CommandLine.NewDocument("acpi");
-        g_AddAcpiTables(Document, m_sSignature);
-        m_CommandLine.Output().Emit(Document);
-        return EExit::kDone;
-    }
-
-    EExit _Pci() {
-        const CLibrarySession Library(m_CommandLine.Options());
-        const CDriverSession Driver(Library);
-        CDocument Document = m_CommandLine.NewDocument("pci");
-        g_AddPciFunctions(Document, m_sAddress);
+        CDocument Document = m_CommandLine.NewDocument(pszCommand);
+        pAdd(Document, sArgument);
         m_CommandLine.Output().Emit(Document);
         return EExit::kDone;
     }

@@ -37,7 +37,7 @@ public:
 
 protected:
     explicit CDeviceBase(const CDeviceIdentity& rIdentity) : m_rIdentity(rIdentity) {}
-    ~CDeviceBase() = default;
+    ~CDeviceBase() = default;  // NOLINT(modernize-use-override): no virtual destructor, it would take a slot
 
     uint32_t m_uIndex = 0;  ///< as given to Init
 

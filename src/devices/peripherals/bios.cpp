@@ -58,6 +58,7 @@ bool CDefaultBIOS::Init(uint32_t uIndex) {
 bool CDefaultBIOS::_ReadRawDate() {
     const platform::CPhysicalView View = platform::MapPhysicalSection(kAreaAddress, kAreaSize);
     if (!View) return true;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the view's handle is its address
     g_CopyText<char>(g_FindBiosDate({reinterpret_cast<const char*>(View.Get()), kAreaSize}), m_szRawDate);
     return true;
 }

@@ -4,7 +4,9 @@
 
 namespace vxt::platform {
 
-void UnmapPhysicalSection(uintptr_t uAddress) { delete[] reinterpret_cast<uint8_t*>(uAddress); }
+void UnmapPhysicalSection(uintptr_t uAddress) {
+    delete[] reinterpret_cast<uint8_t*>(uAddress);  // NOLINT(performance-no-int-to-ptr): handles are numbers
+}
 
 CPhysicalView MapPhysicalSection(uint64_t ullPhysical, uint32_t uSize) {
     constexpr uint64_t kPageSize = 4096;

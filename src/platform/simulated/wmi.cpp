@@ -124,7 +124,8 @@ int32_t ConnectWmiServer(const CWmiLocator& rLocator, const wchar_t* pszNamespac
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("ConnectWmiServer")) return kFailed;
     if (!rSystem.Find(rLocator.Get(), EHandle::kWmiLocator)) return kInvalidHandle;
-    std::string sNamespace = pszNamespace ? NarrowText(pszNamespace) : "";
+    if (!pszNamespace) return kInvalidNamespace;
+    std::string sNamespace = NarrowText(pszNamespace);
     if (!vxtsim::CSimWmi::HasNamespace(sNamespace)) return kInvalidNamespace;
     rServices = CWmiServices(
         rSystem.Open(EHandle::kWmiServices, pszNamespace, std::make_shared<std::string>(std::move(sNamespace))));
