@@ -39,7 +39,7 @@ bool CQORBIOSHandler::GetObjectID(CCapabilityPack& pack) {
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
     int32_t nLength = 0;
-    bRetCode = _ReadInteger(varOut, L"length", nLength);
+    bRetCode = ReadInteger(varOut, L"length", nLength);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(nLength >= 0 && nLength <= kMostObjects);
     std::vector<CFunctionRecord> Records(static_cast<size_t>(nLength));
@@ -77,10 +77,10 @@ double CQORBIOSHandler::GetValue(uint32_t uID) {
     bool bRetCode = CallMethod(kFirmwareClass, L"GetValue", L"id", &varIn, L"pack", &varOut);
     LOG_PROCESS_ERROR_OR(0.0, bRetCode);
     int32_t nStatus = 0, nValue = 0;
-    bRetCode = _ReadInteger(varOut, L"status", nStatus);
+    bRetCode = ReadInteger(varOut, L"status", nStatus);
     LOG_PROCESS_ERROR_OR(0.0, bRetCode);
     if (nStatus != 0) return 0.0;
-    bRetCode = _ReadInteger(varOut, L"value", nValue);
+    bRetCode = ReadInteger(varOut, L"value", nValue);
     LOG_PROCESS_ERROR_OR(0.0, bRetCode);
     return nValue;
 }
@@ -122,7 +122,7 @@ bool CQORBIOSHandler::GetDValues(uint32_t uID, double* pdValues, int32_t& count)
     bool bRetCode = CallMethod(kFirmwareClass, L"GetDValues", L"id", &varIn, L"pack", &varOut);
     LOG_PROCESS_ERROR(bRetCode);
     int32_t iCount = 0;
-    bRetCode = _ReadInteger(varOut, L"length", iCount);
+    bRetCode = ReadInteger(varOut, L"length", iCount);
     LOG_PROCESS_ERROR(bRetCode);
     if (pdValues) {
         LOG_PROCESS_ERROR(count >= iCount);
@@ -152,7 +152,7 @@ bool CQORBIOSHandler::BiosRequest(uint32_t uRequest) {
     return true;
 }
 
-bool CQORBIOSHandler::_ReadInteger(const WmiValue& rPack, const wchar_t* pszName, int32_t& rnValue) {
+bool CQORBIOSHandler::ReadInteger(const WmiValue& rPack, const wchar_t* pszName, int32_t& rnValue) {
     WmiValue Value;
     if (!GetPropertyValue(g_ObjectIn(rPack), pszName, &Value)) return false;
     const auto* const pnValue = std::get_if<int32_t>(&Value);

@@ -39,9 +39,10 @@ public:
     bool GetDValues(uint32_t uID, double* pdValues, int32_t& count);
     bool BiosRequest(uint32_t uRequest);
 
-private:
-    bool _ReadInteger(const platform::WmiValue& rPack, const wchar_t* pszName, int32_t& rnValue);
+    /// An integer property of the object in an answer; false, and nothing written, when it is anything else.
+    bool ReadInteger(const platform::WmiValue& rPack, const wchar_t* pszName, int32_t& rnValue);
 
+private:
     bool m_bInitialized = false;
 };
 

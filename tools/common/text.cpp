@@ -63,6 +63,12 @@ std::string g_Printable(std::string_view sText) {
     return sPrintable.substr(0, sPrintable.find_last_not_of(' ') + 1);
 }
 
+std::string g_Lower(std::string sText) {
+    for (char& rc : sText)
+        if (rc >= 'A' && rc <= 'Z') rc = static_cast<char>(rc - 'A' + 'a');
+    return sText;
+}
+
 std::string g_Trimmed(double dValue, int nDecimals) {
     std::string sText = _Format("%.*f", nDecimals, dValue);
     if (sText.find('.') != std::string::npos) sText.erase(sText.find_last_not_of('0') + 1);

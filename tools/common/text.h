@@ -17,6 +17,9 @@ std::string g_Utf8(const wchar_t* pszText);
 /// go.
 std::string g_Printable(std::string_view sText);
 
+/// ASCII letters in lower case, whatever the locale.
+std::string g_Lower(std::string sText);
+
 /// At most `nDecimals` digits behind the point, none of them a trailing zero.
 std::string g_Trimmed(double dValue, int nDecimals);
 

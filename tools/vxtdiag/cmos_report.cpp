@@ -38,12 +38,6 @@ std::string _OptionList(const CSetupItem& rItem) {
     return sText.empty() ? "0 to " + std::to_string(kHighestValue) : sText;
 }
 
-std::string _Lower(std::string sText) {
-    for (char& rc : sText)
-        if (rc >= 'A' && rc <= 'Z') rc = static_cast<char>(rc - 'A' + 'a');
-    return sText;
-}
-
 /// The one place with this text, in any letter case; nothing when there is none. Ends the command when there are
 /// several.
 template <class TRange, class TText>
@@ -51,7 +45,7 @@ std::optional<size_t> _FindUnique(const TRange& rRange, const std::string& sWant
                                   TText TextOf) {
     std::optional<size_t> oFound;
     for (size_t i = 0; i < rRange.size(); ++i) {
-        if (_Lower(TextOf(rRange[i])) != _Lower(sWanted)) continue;
+        if (vxttools::g_Lower(TextOf(rRange[i])) != vxttools::g_Lower(sWanted)) continue;
         if (oFound) throw CFailure(EExit::kNoSuchDevice, sWhat + " '" + sWanted + "' exists twice: give its number");
         oFound = i;
     }

@@ -27,10 +27,8 @@ constexpr uint32_t kFirstVoltage = 0x02010000;
 const char* _Unit(uint32_t uID) { return std::ranges::count(kClocks, uID) ? "kHz" : uID >= kFirstVoltage ? "mV" : ""; }
 
 std::optional<int32_t> _Integer(CQORBIOSHandler& rHandler, const WmiValue& rPack, const wchar_t* pszName) {
-    WmiValue Value;
-    if (!rHandler.GetPropertyValue(vxt::g_ObjectIn(rPack), pszName, &Value)) return std::nullopt;
-    const int32_t* const pnValue = std::get_if<int32_t>(&Value);
-    return pnValue ? std::optional(*pnValue) : std::nullopt;
+    int32_t nValue = 0;
+    return rHandler.ReadInteger(rPack, pszName, nValue) ? std::optional(nValue) : std::nullopt;
 }
 
 /// The library's own reading gives 0 for whatever goes wrong: here the status counts, too.
@@ -144,9 +142,7 @@ std::vector<CFirmwareObject> g_ReadFirmwareObjects(const CFirmwareSession& rSess
 std::vector<std::string> g_AddFirmware(CDocument& rDocument, const CFirmwareSession& rSession, const std::string& sId) {
     std::vector<std::string> Findings;
     _AddBoard(rDocument, rSession, Findings);
-    std::string sWanted = sId;
-    std::ranges::transform(sWanted, sWanted.begin(),
-                           [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const std::string sWanted = vxttools::g_Lower(sId);
     CJson& rObjects = rDocument["objects"] = CJson::array();
     rDocument.SetCsv("objects");
     CTextTable Table{"Objects", {"ID", "Name", ">Property", ">Value", "Unit", "Legal values", "Description words"}};

@@ -1,6 +1,7 @@
 #include "devices/chipset/voltage_controllers.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "devices/chipset/firmware_units.h"
 #include "devices/framework/class_checks.h"
@@ -28,15 +29,12 @@ struct CVoltageRules {
     CDeviceIdentity Identity;
     std::span<const CVoltageName> Names;  ///< empty: every voltage, under the firmware's name
 
-    /// Its name; empty when the class does not drive it.
-    std::wstring_view NameOf(const CFunctionRecord& rRecord) const {
-        if (rRecord.uID < kFirstVoltage) return {};
+    /// Its name; nothing when the class does not drive it.
+    std::optional<std::wstring_view> NameOf(const CFunctionRecord& rRecord) const {
+        if (rRecord.uID < kFirstVoltage) return std::nullopt;
         if (Names.empty()) return rRecord.szID.data();
         const auto it = std::ranges::find(Names, rRecord.uID, &CVoltageName::uID);
-        return it == Names.end() ? std::wstring_view() : it->sName;
-    }
-    bool Drives(const CFunctionRecord& rRecord) const {
-        return rRecord.uID >= kFirstVoltage && (Names.empty() || !NameOf(rRecord).empty());
+        return it == Names.end() ? std::nullopt : std::optional(it->sName);
     }
 };
 
@@ -79,9 +77,10 @@ bool CPWMController::_InitFunctionTable() {
     FAMILY_PROCESS_ERROR(bRetCode);
     m_Functions.clear();
     for (const CFunctionRecord& rRecord : pack.Records) {
-        if (!m_rRules.Drives(rRecord)) continue;
+        const auto oName = m_rRules.NameOf(rRecord);
+        if (!oName) continue;
         CFunction& rFunction = m_Functions.emplace_back(CFunction{rRecord.uID, {}, {}});
-        g_CopyText<wchar_t>(m_rRules.NameOf(rRecord), rFunction.szName);
+        g_CopyText<wchar_t>(*oName, rFunction.szName);
         bRetCode = g_ReadFirmwareLimits(rQorBiosHandler, rFunction.uID, rFunction.Limits);
         FAMILY_CHECK_ERROR(bRetCode);
         if (rFunction.Limits.dDefault == 0.0)
