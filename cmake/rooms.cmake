@@ -1,7 +1,12 @@
-# One folder is one room is one library; a room links only what lies below it.
-# vxt_room(NAME FOLDER [rooms below ...]) compiles every .cpp directly inside FOLDER; a room of headers alone is fine.
-function(vxt_room NAME FOLDER)
-    file(GLOB SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${FOLDER}/*.cpp)
+# vxt_room(FOLDER [libraries ...]): one folder of src/ is one room is one library, e.g. vxt_devices_cpu. It compiles every
+# .cpp directly inside FOLDER; a room of headers alone is fine.
+function(vxt_room FOLDER)
+    string(REPLACE / _ NAME vxt_${FOLDER})
+    set(CODE ${FOLDER})
+    if(FOLDER STREQUAL platform)
+        set(CODE platform/${VXT_PLATFORM})  # the seam's implementation is picked here, once
+    endif()
+    file(GLOB SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${CODE}/*.cpp)
     if(SOURCES)
         add_library(${NAME} STATIC ${SOURCES})
         set(SCOPE PUBLIC)
@@ -11,4 +16,21 @@ function(vxt_room NAME FOLDER)
     endif()
     target_include_directories(${NAME} ${SCOPE} ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/include)
     target_link_libraries(${NAME} ${SCOPE} ${ARGN})
+endfunction()
+
+# vxt_rooms(FILE): the rooms of FILE, each over all those of the lines above its own.
+function(vxt_rooms FILE)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${FILE})
+    file(STRINGS ${FILE} LINES REGEX "^[^#]")
+    set(BELOW)
+    foreach(LINE ${LINES})
+        string(REPLACE " " ";" FOLDERS ${LINE})
+        foreach(FOLDER ${FOLDERS})
+            vxt_room(${FOLDER} ${BELOW})
+        endforeach()
+        foreach(FOLDER ${FOLDERS})
+            string(REPLACE / _ NAME vxt_${FOLDER})
+            list(PREPEND BELOW ${NAME})
+        endforeach()
+    endforeach()
 endfunction()

@@ -8,64 +8,48 @@
 #include "firmware/bios_handler.h"
 #include "firmware/cmos_items.h"
 #include "hw/driver_handler.h"
-#include "hw/scope_exit.h"
+#include "registers/scope_exit.h"
 
 namespace vxt {
 
-namespace {
-
-/// A step of a sequence: what it is, and how it is taken.
-struct CStep {
-    const char* pszName;
-    bool (*pRun)();
-};
-
-constexpr CStep kRequiredSteps[] = {
-    {"driver handler", [] { return g_GetDriverHandler().Init(g_GetACPITable()); }},
-    {"system WMI connection", [] { return g_GetSystemWmi().Connect(kSystemNamespace); }},
-    {"firmware WMI connection", [] { return g_GetFirmwareWmi().Connect(kFirmwareNamespace); }},
-    {"BIOS handler's WMI connection", [] { return g_GetQORBIOSHandler().Connect(kFirmwareNamespace); }},
-};
-constexpr CStep kBestEffortSteps[] = {
-    {"BIOS command object", [] { return g_GetQORBIOS().Init(); }},
-    {"BIOS command handler", [] { return g_GetQORBIOSHandler().Init(); }},
-    {"CMOS item list", [] { return g_GetCMOSItemList().Init(); }},
-    {"BIOS miscellaneous information", [] { return g_GetBIOSMiscInfo().Init(); }},
-    {"processor revision and socket tables", g_InitProcessorTables},
-};
-constexpr CStep kShutDownSteps[] = {
-    {"place holder", [] { return true; }},
-    {"CMOS item list", [] { return g_GetCMOSItemList().UnInit(); }},
-    {"place holder", [] { return true; }},
-    {"driver handler", [] { return g_GetDriverHandler().UnInit(); }},
-    {"system WMI connection", [] { return g_GetSystemWmi().Disconnect(); }},
-    {"firmware WMI connection", [] { return g_GetFirmwareWmi().Disconnect(); }},
-    {"BIOS handler's WMI connection", [] { return g_GetQORBIOSHandler().Disconnect(); }},
-    {"GPU register tool's physical mapping", [] { return true; }},  // there is no such tool yet, so no mapping either
-};
-
-}  // namespace
-
+// Each step has a line of its own: the line number in the log names it.
 bool g_InitEngine() {
     CScopeExit ShutDown([] { g_UnInitEngine(); });
-    for (const CStep& rStep : kRequiredSteps) {
-        const bool bRetCode = rStep.pRun();
-        LOG_PROCESS_ERROR(bRetCode);
-    }
+    bool bRetCode = g_GetDriverHandler().Init(g_GetACPITable());
+    LOG_PROCESS_ERROR(bRetCode);
+    bRetCode = g_GetSystemWmi().Connect(kSystemNamespace);
+    LOG_PROCESS_ERROR(bRetCode);
+    bRetCode = g_GetFirmwareWmi().Connect(kFirmwareNamespace);
+    LOG_PROCESS_ERROR(bRetCode);
+    bRetCode = g_GetQORBIOSHandler().Connect(kFirmwareNamespace);
+    LOG_PROCESS_ERROR(bRetCode);
     ShutDown.Dismiss();
-    for (const CStep& rStep : kBestEffortSteps) {
-        const bool bRetCode = rStep.pRun();
-        LOG_CHECK_ERROR(bRetCode);
-    }
+    bRetCode = g_GetQORBIOS().Init();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetQORBIOSHandler().Init();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetCMOSItemList().Init();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetBIOSMiscInfo().Init();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_InitProcessorTables();
+    LOG_CHECK_ERROR(bRetCode);
     g_GetLog().WriteLog(kLogInformation, "Engine library initialized successfully.");
     return true;
 }
 
+// A step that belongs to the graphics processor's register tool comes with it.
 bool g_UnInitEngine() {
-    for (const CStep& rStep : kShutDownSteps) {
-        const bool bRetCode = rStep.pRun();
-        LOG_CHECK_ERROR(bRetCode);
-    }
+    bool bRetCode = g_GetCMOSItemList().UnInit();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetDriverHandler().UnInit();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetSystemWmi().Disconnect();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetFirmwareWmi().Disconnect();
+    LOG_CHECK_ERROR(bRetCode);
+    bRetCode = g_GetQORBIOSHandler().Disconnect();
+    LOG_CHECK_ERROR(bRetCode);
     return true;
 }
 

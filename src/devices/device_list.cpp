@@ -1,30 +1,57 @@
 #include "devices/device_list.h"
 
-#include <array>
-
 #include "devices/chipset/chipset_devices.h"
 #include "devices/cpu/cpu_devices.h"
 #include "devices/memctl/memctl_devices.h"
 #include "devices/peripherals/peripheral_devices.h"
+#include "firmware/acpi_table.h"
+#include "firmware/bios_device.h"
 
 namespace vxt {
 
 namespace {
 
-// The order decides which of two classes that accept the same hardware is kept, so it is part of the behaviour.
-template <class... TDevices>
-constexpr std::array<CCreateFunction, sizeof...(TDevices)> kCreateAll{g_CreateDevice<TDevices>...};
+template <class TDevice>
+constexpr CCreateFunction kProcessor = g_CreateDevice<TDevice, g_GetDriverHandler, g_GetACPITable>;
+template <class TDevice> constexpr CCreateFunction kOverDriver = g_CreateDevice<TDevice, g_GetDriverHandler>;
+template <class TDevice> constexpr CCreateFunction kOverFirmware = g_CreateDevice<TDevice, g_GetQORBIOSHandler>;
+template <class TDevice> constexpr CCreateFunction kOverSystemWmi = g_CreateDevice<TDevice, g_GetSystemWmi>;
+template <class TDevice> constexpr CCreateFunction kAlone = g_CreateDevice<TDevice>;
 
-// clang-format off
-constexpr auto& kDeviceList = kCreateAll<
-    CCorvel64CPU, CCorvel64X2CPU, CBrevikCPU, CTalvorCPU,
-    CMoldanMemoryController, CKDFMemoryController, CBrevikMemoryController, CTalvorMemoryController,
-    CHTLink, CBrevikHTLink, CTalvorHTLink,
-    CNYXGPU, CF71882, CIT8716F, CNBQ7, CSQ3, CSQ4,
-    CDefaultCDRom, CDefaultHardDisk, CIDEController, CSATAController, CDefaultKeyboard, CDefaultMouse, CUSBController,
-    CDefaultBIOS, CDefaultBoard, CDefaultClockGen, CDefaultMemory, CDefaultMonitor, CDefaultPWMController,
-    CCustomerPWMController>;
-// clang-format on
+// The order decides which of two classes that accept the same hardware is kept, so it is part of the behaviour.
+constexpr CCreateFunction kDeviceList[] = {
+    kProcessor<CCorvel64CPU>,
+    kProcessor<CCorvel64X2CPU>,
+    kProcessor<CBrevikCPU>,
+    kProcessor<CTalvorCPU>,
+    kOverDriver<CMoldanMemoryController>,
+    kOverDriver<CKDFMemoryController>,
+    kOverDriver<CBrevikMemoryController>,
+    kOverDriver<CTalvorMemoryController>,
+    kOverDriver<CHTLink>,
+    kOverDriver<CBrevikHTLink>,
+    kOverDriver<CTalvorHTLink>,
+    kAlone<CNYXGPU>,
+    kAlone<CF71882>,
+    kAlone<CIT8716F>,
+    kOverDriver<CNBQ7>,
+    kAlone<CSQ3>,
+    kAlone<CSQ4>,
+    kAlone<CDefaultCDRom>,
+    kAlone<CDefaultHardDisk>,
+    kAlone<CIDEController>,
+    kAlone<CSATAController>,
+    kAlone<CDefaultKeyboard>,
+    kAlone<CDefaultMouse>,
+    kAlone<CUSBController>,
+    kOverSystemWmi<CDefaultBIOS>,
+    kAlone<CDefaultBoard>,
+    kOverFirmware<CDefaultClockGen>,
+    kAlone<CDefaultMemory>,
+    kAlone<CDefaultMonitor>,
+    kOverFirmware<CDefaultPWMController>,
+    kOverFirmware<CCustomerPWMController>,
+};
 static_assert(std::size(kDeviceList) == 31);
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
-#include "hw/scope_exit.h"
+#include "registers/scope_exit.h"
 
 namespace vxt {
 
@@ -59,7 +59,7 @@ CACPITable& g_GetACPITable() {
 void CACPITable::Clear() { m_TableList.clear(); }
 
 uint8_t CACPITable::CheckSum(const uint8_t* pData, size_t uSize) {
-    LOG_PROCESS_ERROR_OR(0, pData);
+    LOG_PROCESS_ERROR(pData);
     uint8_t ucSum = 0;
     for (size_t i = 0; i < uSize; ++i) ucSum = static_cast<uint8_t>(ucSum + pData[i]);
     return ucSum;

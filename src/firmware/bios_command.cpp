@@ -15,24 +15,24 @@ bool CQORBIOS::Init() {
     m_CommandList.clear();
     WmiValue varOut;
     bool bRetCode = m_rWmi.CallMethod(kFirmwareClass, L"QueryVersion", nullptr, nullptr, L"Version", &varOut);
-    LOG_PROCESS_ERROR_TEXT("m_uVersion == 0", bRetCode);  // Kept: the text tells the state, not the check
+    LOG_PROCESS_ERROR(bRetCode, "m_uVersion == 0");  // Kept: the text tells the state, not the check
     const auto* const pnVersion = std::get_if<int32_t>(&varOut);
-    LOG_PROCESS_ERROR_TEXT("varOut.vt == VT_I4", pnVersion);
+    LOG_PROCESS_ERROR(pnVersion, "varOut.vt == VT_I4");
     m_uVersion = static_cast<uint32_t>(*pnVersion);
 
     varOut = {};
     bRetCode = m_rWmi.CallMethod(kFirmwareClass, L"QueryCommandList", nullptr, nullptr, L"CommandList", &varOut);
     LOG_PROCESS_ERROR(bRetCode);
-    LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
+    LOG_PROCESS_ERROR(!g_IsEmpty(varOut), "varOut.vt != VT_EMPTY");
     WmiValue varCommandCount, varCommandList;
     bRetCode = m_rWmi.GetPropertyValue(g_ObjectIn(varOut), L"CommandCount", &varCommandCount);
     LOG_PROCESS_ERROR(bRetCode);
     const auto* const pnCount = std::get_if<int32_t>(&varCommandCount);
-    LOG_PROCESS_ERROR_TEXT("varCommandCount.vt == VT_I4", pnCount);
+    LOG_PROCESS_ERROR(pnCount, "varCommandCount.vt == VT_I4");
     bRetCode = m_rWmi.GetPropertyValue(g_ObjectIn(varOut), L"List", &varCommandList);
     LOG_PROCESS_ERROR(bRetCode);
     const auto* const pList = g_ArrayIn<int32_t>(varCommandList);
-    LOG_PROCESS_ERROR_TEXT("varCommandList.parray", pList);
+    LOG_PROCESS_ERROR(pList, "varCommandList.parray");
     const int32_t nCount = *pnCount;
     LOG_PROCESS_ERROR(nCount >= 0 && static_cast<size_t>(nCount) <= pList->Elements.size());
     m_CommandList.insert(pList->Elements.begin(), pList->Elements.begin() + nCount);
@@ -53,13 +53,13 @@ uint32_t CQORBIOS::RunCommand(const void* pInData, uint32_t InDataSize, void* pO
         WmiValue varOut, varOutbuf;
         bool bRetCode = m_rWmi.CallMethod(kFirmwareClass, L"RunCMD", L"Inbuf", &varIn, L"Outbuf", &varOut);
         LOG_PROCESS_ERROR(bRetCode);
-        LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
+        LOG_PROCESS_ERROR(!g_IsEmpty(varOut), "varOut.vt != VT_EMPTY");
         const platform::CWmiObject& pObject = g_ObjectIn(varOut);
         LOG_PROCESS_ERROR(pObject);
         bRetCode = m_rWmi.GetPropertyValue(pObject, L"Result", &varOutbuf);
         LOG_PROCESS_ERROR(bRetCode);
         const auto* const pResult = g_ArrayIn<uint8_t>(varOutbuf);
-        LOG_PROCESS_ERROR_TEXT("varOutbuf.parray", pResult);
+        LOG_PROCESS_ERROR(pResult, "varOutbuf.parray");
         LOG_PROCESS_ERROR(OutDataSize <= pResult->Elements.size());
         std::memcpy(pOutData, pResult->Elements.data(), OutDataSize);
         return true;

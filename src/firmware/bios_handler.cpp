@@ -28,7 +28,7 @@ bool CQORBIOSHandler::Init() {
     WmiValue varOut;
     bRetCode = CallMethod(kFirmwareClass, L"Init", nullptr, nullptr, L"status", &varOut);
     LOG_PROCESS_ERROR(bRetCode);
-    LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
+    LOG_PROCESS_ERROR(!g_IsEmpty(varOut), "varOut.vt != VT_EMPTY");
     m_bInitialized = true;
     return true;
 }
@@ -37,7 +37,7 @@ bool CQORBIOSHandler::GetObjectID(CCapabilityPack& pack) {
     WmiValue varOut;
     bool bRetCode = CallMethod(kFirmwareClass, L"GetObjectID", nullptr, nullptr, L"pack", &varOut);
     LOG_PROCESS_ERROR(bRetCode);
-    LOG_PROCESS_ERROR_TEXT("varOut.vt != VT_EMPTY", !g_IsEmpty(varOut));
+    LOG_PROCESS_ERROR(!g_IsEmpty(varOut), "varOut.vt != VT_EMPTY");
     int32_t nLength = 0;
     bRetCode = ReadInteger(varOut, L"length", nLength);
     LOG_PROCESS_ERROR(bRetCode);
@@ -52,9 +52,9 @@ bool CQORBIOSHandler::GetObjectID(CCapabilityPack& pack) {
         const auto* const pIDs = g_ArrayIn<int32_t>(varOutID);
         const auto* const pProperties = g_ArrayIn<int32_t>(varOutProp);
         const auto* const pNames = g_ArrayIn<std::wstring>(varOutDesc);
-        LOG_PROCESS_ERROR_TEXT("varOutID.parray", pIDs);
-        LOG_PROCESS_ERROR_TEXT("varOutProp.parray", pProperties);
-        LOG_PROCESS_ERROR_TEXT("varOutDesc.parray", pNames);
+        LOG_PROCESS_ERROR(pIDs, "varOutID.parray");
+        LOG_PROCESS_ERROR(pProperties, "varOutProp.parray");
+        LOG_PROCESS_ERROR(pNames, "varOutDesc.parray");
         const size_t uShortest =
             std::min({pIDs->Elements.size(), pProperties->Elements.size(), pNames->Elements.size()});
         LOG_PROCESS_ERROR(Records.size() <= uShortest);
@@ -75,13 +75,13 @@ double CQORBIOSHandler::GetValue(uint32_t uID) {
     const WmiValue varIn = g_Integer(uID);
     WmiValue varOut;
     bool bRetCode = CallMethod(kFirmwareClass, L"GetValue", L"id", &varIn, L"pack", &varOut);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     int32_t nStatus = 0, nValue = 0;
     bRetCode = ReadInteger(varOut, L"status", nStatus);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     if (nStatus != 0) return 0.0;
     bRetCode = ReadInteger(varOut, L"value", nValue);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return nValue;
 }
 
@@ -111,7 +111,7 @@ bool CQORBIOSHandler::GetInfo(uint32_t uID, std::vector<uint32_t>& rInfo) {
     LOG_PROCESS_ERROR(bRetCode);
     const auto* const psa = g_ArrayIn<int32_t>(varX);
     LOG_PROCESS_ERROR(psa);
-    LOG_PROCESS_ERROR_TEXT("psa->pvData", psa->bHasData);
+    LOG_PROCESS_ERROR(psa->bHasData, "psa->pvData");
     rInfo.assign(psa->Elements.begin(), psa->Elements.end());
     return true;
 }

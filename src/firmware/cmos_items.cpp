@@ -83,7 +83,7 @@ int32_t CCMOSItemList::GetItemValue(uint32_t uItemIndex) {
 
 bool CCMOSItemList::SetItemValue(uint16_t usItemIndex, uint32_t nNewValue) {
     LOG_PROCESS_ERROR(usItemIndex < m_ItemList.size());
-    LOG_PROCESS_ERROR_TEXT("nNewValue >= 0 && nNewValue < 256", nNewValue < 256);
+    LOG_PROCESS_ERROR(nNewValue < 256, "nNewValue >= 0 && nNewValue < 256");
     CCommandRun Set(kSetItemValue);
     g_Put(Set.Command, 4, static_cast<uint16_t>(usItemIndex + 1));
     g_Put(Set.Command, 6, static_cast<uint16_t>(nNewValue));

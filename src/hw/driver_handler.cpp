@@ -7,7 +7,7 @@
 
 #include "api/log/log_checks.h"
 #include "hw/request_buffer.h"
-#include "hw/scope_exit.h"
+#include "registers/scope_exit.h"
 
 namespace vxt {
 
@@ -45,7 +45,7 @@ bool CDriverHandler::_Port(uint32_t uCode, protocol::CPortBlock& rParam, uint32_
         uint32_t dwBytesReturned = 0;                                                                            \
         const bool bRetCode = _Port(protocol::kReadPort, Param, sizeof(Param), dwBytesReturned);                 \
         LOG_PROCESS_ERROR(bRetCode);                                                                             \
-        LOG_PROCESS_ERROR_TEXT("dwBytesReturned == sizeof(Param)", dwBytesReturned == sizeof(Param));            \
+        LOG_PROCESS_ERROR(dwBytesReturned == sizeof(Param), "dwBytesReturned == sizeof(Param)");            \
         rValue = static_cast<TValue>(Param.uValue);                                                              \
         return true;                                                                                             \
     }
@@ -81,20 +81,20 @@ uint32_t CDriverHandler::AllocatePhysicalMemory(uint32_t a, uint32_t b, uint32_t
     const std::unique_ptr<AllocateMemoryParam> pOwned(new (std::nothrow)
                                                           AllocateMemoryParam{{a, b, c, d}, 0, e, 0, 0, 0});
     AllocateMemoryParam* const pParam = pOwned.get();
-    LOG_PROCESS_ERROR_OR(0, pParam);
+    LOG_PROCESS_ERROR(pParam);
     uint32_t dwBytesReturned = 0;
     const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kAllocateMemory, pParam, sizeof(*pParam), pParam,
                                                   sizeof(*pParam), dwBytesReturned);
-    LOG_PROCESS_ERROR_OR(0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     CScopeExit GiveBack([&] {
         if (pParam->ullAddress && pParam->ullHandle)
             platform::ControlDriver(m_hDriver, protocol::kFreeMemory, pParam, sizeof(*pParam), nullptr, 0,
                                     dwBytesReturned);
     });
-    LOG_PROCESS_ERROR_OR(0, dwBytesReturned == sizeof(AllocateMemoryParam));
+    LOG_PROCESS_ERROR(dwBytesReturned == sizeof(AllocateMemoryParam));
     const uint32_t uAddress = static_cast<uint32_t>(pParam->ullAddress);
     const auto InsRet = m_AllocateAddrList.try_emplace(uAddress, std::make_unique<AllocateMemoryParam>(*pParam));
-    LOG_PROCESS_ERROR_OR(0, InsRet.second);
+    LOG_PROCESS_ERROR(InsRet.second);
     GiveBack.Dismiss();
     return uAddress;
 }
@@ -115,21 +115,21 @@ uint32_t CDriverHandler::MapPhysicalMemory(uint32_t uPhysicalLow, uint32_t uPhys
     std::unique_ptr<MapMemoryParam> pOwned(new (std::nothrow)
                                                MapMemoryParam{uPhysicalLow, uPhysicalHigh, 0, uSize, 0, 0});
     MapMemoryParam* const pParam = pOwned.get();
-    LOG_PROCESS_ERROR_OR(0, pParam);
+    LOG_PROCESS_ERROR(pParam);
     uint32_t dwBytesReturned = 0;
     const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kMapMemory, pParam, sizeof(*pParam), pParam,
                                                   sizeof(*pParam), dwBytesReturned);
-    LOG_PROCESS_ERROR_OR(0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     CScopeExit GiveBack([&] {
         // Kept: this request carries the first 12 bytes of the block only.
         if (pParam->ullAddress && pParam->ullHandle)
             platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, pParam, kGiveBackSize, nullptr, 0,
                                     dwBytesReturned);
     });
-    LOG_PROCESS_ERROR_OR(0, dwBytesReturned == sizeof(MapMemoryParam));
+    LOG_PROCESS_ERROR(dwBytesReturned == sizeof(MapMemoryParam));
     const uint32_t uAddress = static_cast<uint32_t>(pParam->ullAddress);
     const auto InsRet = m_MapAddrList.try_emplace(uAddress, std::make_unique<MapMemoryParam>(*pParam));
-    LOG_PROCESS_ERROR_OR(0, InsRet.second);
+    LOG_PROCESS_ERROR(InsRet.second);
     GiveBack.Dismiss();
     return uAddress;
 }

@@ -27,13 +27,13 @@ constexpr uint32_t kRemovalPollMilliseconds = 10;
 }  // namespace
 
 bool CDriverHandler::GetDriverPath(wchar_t* pszDriverPath) {
-    LOG_PROCESS_ERROR_TEXT("pDriverPath", pszDriverPath);
+    LOG_PROCESS_ERROR(pszDriverPath, "pDriverPath");
     std::array<wchar_t, kMaxPath> szExecutable{};
     const uint32_t dwRet = platform::ExecutablePath(szExecutable);
     LOG_PROCESS_ERROR(dwRet);
     const std::wstring_view sExecutable(szExecutable.data(), dwRet);
     const size_t uSlash = sExecutable.rfind(L'\\');
-    LOG_PROCESS_ERROR_TEXT("pszSlash", uSlash != std::wstring_view::npos);
+    LOG_PROCESS_ERROR(uSlash != std::wstring_view::npos, "pszSlash");
     const std::wstring sPath =
         std::wstring(sExecutable.substr(0, uSlash)) + (m_bIsWow64 ? kDriverFile64 : kDriverFile32);
     LOG_PROCESS_ERROR(sPath.size() < kMaxPath);
@@ -107,10 +107,10 @@ bool CDriverHandler::AddReference() {
                             static_cast<int>(platform::LastError()));
         m_hSemaphore = platform::CreateSemaphore(kSemaphoreName, kMaximumUsers, kMaximumUsers, kNamedObjectSecurity);
     }
-    LOG_PROCESS_ERROR_TEXT("m_hSemaphore != NULL", m_hSemaphore);
+    LOG_PROCESS_ERROR(m_hSemaphore, "m_hSemaphore != NULL");
     const uint32_t dwWaitResult = platform::WaitSemaphore(m_hSemaphore, 0);
     if (dwWaitResult != platform::kWaitObject0) m_hSemaphore.Reset();  // no unit taken: none to give back
-    LOG_PROCESS_ERROR_TEXT("dwWaitResult == WAIT_OBJECT_0", dwWaitResult == platform::kWaitObject0);
+    LOG_PROCESS_ERROR(dwWaitResult == platform::kWaitObject0, "dwWaitResult == WAIT_OBJECT_0");
     return true;
 }
 
@@ -118,7 +118,7 @@ uint32_t CDriverHandler::ReleaseReference() {
     constexpr uint32_t kFailed = 0xFFFFFFFF;
     // Taking the handle makes a second release a failure instead of giving back another process's unit.
     const platform::CSemaphoreHandle hSemaphore = std::move(m_hSemaphore);
-    LOG_PROCESS_ERROR_TEXT_OR(kFailed, "m_hSemaphore != NULL", hSemaphore);
+    LOG_PROCESS_ERROR_OR(kFailed, hSemaphore, "m_hSemaphore != NULL");
     int32_t nPrevious = 0;
     const bool bRetCode = platform::ReleaseSemaphore(hSemaphore, nPrevious);
     LOG_PROCESS_ERROR_OR(kFailed, bRetCode);

@@ -35,7 +35,7 @@ bool CDriverHandler::AccessSMBus(uint8_t ucAddress, uint8_t ucOffset, uint8_t& r
             LOG_PROCESS_ERROR(bRetCode);
             LOG_PROCESS_ERROR(ucData != 0xFF);  // nobody drives the bus: no controller
         } while (ucData & kBusy && ++nCounter < kPollLimit);
-        LOG_PROCESS_ERROR_TEXT("nCounter < 1000", nCounter < kPollLimit);
+        LOG_PROCESS_ERROR(nCounter < kPollLimit, "nCounter < 1000");
 
         bRetCode = Write(kStatus, kClearAll) && Read(kAddress) && Write(kAddress, ucAddress) && Read(kCommand) &&
                    Write(kCommand, ucOffset) && (ucAddress & kReadBit || Write(kData0, rucData)) && Read(kControl) &&
@@ -48,7 +48,7 @@ bool CDriverHandler::AccessSMBus(uint8_t ucAddress, uint8_t ucOffset, uint8_t& r
             LOG_PROCESS_ERROR(bRetCode);
             if (ucData & kErrors) return false;  // the device did not answer
         } while (!(ucData & kCompleted) && ++nCounter < kPollLimit);
-        LOG_PROCESS_ERROR_TEXT("nCounter < 1000", nCounter < kPollLimit);
+        LOG_PROCESS_ERROR(nCounter < kPollLimit, "nCounter < 1000");
 
         uint8_t ucResult = rucData;
         if (ucAddress & kReadBit) {

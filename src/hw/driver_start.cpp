@@ -5,8 +5,8 @@
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
 #include "hw/driver_handler.h"
-#include "hw/scope_exit.h"
 #include "platform/system.h"
+#include "registers/scope_exit.h"
 
 namespace vxt {
 
@@ -40,14 +40,14 @@ bool CDriverHandler::Init(CSystemTables& rTables) {
 
     m_hDriver = platform::OpenDriver(protocol::kDeviceName);
     if (!m_hDriver) _InstallAndOpenDriver();
-    LOG_PROCESS_ERROR_TEXT("m_hDriver != INVALID_HANDLE_VALUE", m_hDriver);
+    LOG_PROCESS_ERROR(m_hDriver, "m_hDriver != INVALID_HANDLE_VALUE");
     bRetCode = AddReference();
     LOG_PROCESS_ERROR(bRetCode);
 
     const uint8_t* pTable = nullptr;
     uint32_t uSize = 0;
     if (rTables.Init() && rTables.GetTable(g_TableKey("MCFG"), pTable, uSize)) {
-        LOG_PROCESS_ERROR_TEXT("uSize > sizeof(MCFG)", uSize > kMcfgBaseOffset);
+        LOG_PROCESS_ERROR(uSize > kMcfgBaseOffset, "uSize > sizeof(MCFG)");
         std::memcpy(&m_ullPCIBaseAddress, pTable + kMcfgBaseOffset,
                     std::min<size_t>(uSize - kMcfgBaseOffset, sizeof(m_ullPCIBaseAddress)));
         LOG_PROCESS_ERROR(m_ullPCIBaseAddress);

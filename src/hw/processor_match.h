@@ -1,8 +1,8 @@
 // Which processors a device class drives, told from the signature that CPUID function 1 gives.
 #pragma once
 
-#include "hw/bit_field.h"
 #include "platform/cpuid.h"
+#include "registers/bit_field.h"
 
 namespace vxt::cpuid {
 

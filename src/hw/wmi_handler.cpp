@@ -5,8 +5,8 @@
 
 #include "api/log/log_checks.h"
 #include "hw/named_object_security.h"
-#include "hw/scope_exit.h"
 #include "platform/named_objects.h"
+#include "registers/scope_exit.h"
 
 namespace vxt {
 
@@ -57,7 +57,7 @@ CMethodMutex s_MethodMutex;
 CWmiHandler::~CWmiHandler() { (void)m_pIWbemServices.Release(); }
 
 bool CWmiHandler::Connect(const wchar_t* pszNamespace) {
-    LOG_PROCESS_ERROR_TEXT("m_pIWbemServices == NULL", !m_pIWbemServices);
+    LOG_PROCESS_ERROR(!m_pIWbemServices, "m_pIWbemServices == NULL");
     platform::CWmiLocator pLocator;
     int32_t hRetCode = platform::CreateWmiLocator(pLocator);
     LOG_COM_PROCESS_ERROR(hRetCode);
@@ -81,19 +81,19 @@ bool CWmiHandler::Disconnect() {
 }
 
 CWmiObject CWmiHandler::GetObjectW(const wchar_t* pszObjectName) {
-    LOG_PROCESS_ERROR_OR({}, pszObjectName);
-    LOG_PROCESS_ERROR_OR({}, m_pIWbemServices);
+    LOG_PROCESS_ERROR(pszObjectName);
+    LOG_PROCESS_ERROR(m_pIWbemServices);
     CWmiObject pObject;
     return platform::GetWmiObject(m_pIWbemServices, pszObjectName, pObject) < 0 ? CWmiObject() : std::move(pObject);
 }
 
 CWmiObject CWmiHandler::GetInstance(const wchar_t* pszClassName, int32_t nIndex) {
-    LOG_PROCESS_ERROR_OR({}, pszClassName);
-    LOG_PROCESS_ERROR_OR({}, m_pIWbemServices);
+    LOG_PROCESS_ERROR(pszClassName);
+    LOG_PROCESS_ERROR(m_pIWbemServices);
     platform::CWmiEnumerator pEnumerator;
     const int32_t hRetCode =
         platform::CreateWmiInstanceEnum(m_pIWbemServices, pszClassName, kInstanceFlags, pEnumerator);
-    LOG_COM_PROCESS_ERROR_OR({}, hRetCode);
+    LOG_COM_PROCESS_ERROR(hRetCode);
     for (int32_t nInstance = 0;; ++nInstance) {
         CWmiObject pInstance = platform::NextWmiInstance(pEnumerator, kInstanceMilliseconds);
         if (!pInstance || nInstance == nIndex) return pInstance;
@@ -117,7 +117,7 @@ bool CWmiHandler::CallMethod(const wchar_t* pszClassName, const wchar_t* pszMeth
     const uint32_t ulWaitResult = platform::WaitMutex(*pMutex, kMutexMilliseconds);
     // Also after a failed wait: a mutex whose owner died is ours, though the wait does not count as good.
     const CScopeExit Release([&] { platform::ReleaseMutex(*pMutex); });
-    LOG_PROCESS_ERROR_TEXT("ulWaitResult == WAIT_OBJECT_0", ulWaitResult == platform::kWaitObject0);
+    LOG_PROCESS_ERROR(ulWaitResult == platform::kWaitObject0, "ulWaitResult == WAIT_OBJECT_0");
     LOG_PROCESS_ERROR(m_pIWbemServices);
     LOG_PROCESS_ERROR(pszMethodName);
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
 #include "platform/owned_handle.h"
 
@@ -12,10 +11,10 @@ void CloseCommittedFile(uintptr_t uHandle);
 using CCommittedFile = COwnedHandle<CloseCommittedFile>;
 
 /// Creates the directory; false when it cannot be created, also because it exists.
-bool CreateDirectory(const std::string& sPath);
+bool CreateDirectory(const char* pszPath);
 
 /// Creates or truncates; none when it cannot be opened.
-CCommittedFile CreateCommittedFile(const std::string& sPath);
+CCommittedFile CreateCommittedFile(const char* pszPath);
 
 /// Writes and commits to disk. Returns the bytes written.
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize);

@@ -86,7 +86,7 @@ if [[ $# -ge 2 ]]; then
         clang++ --target=$width-pc-windows-msvc "${sdk[@]}" -O2 -c "$here/foreign_host.cpp" -o "$work/foreign_host.obj"
         $width-w64-mingw32-g++-posix -nostdlib -Wl,-e,$entry -Wl,--subsystem,console -o "$work/foreign_host.exe" \
             "$work/foreign_host.obj" -lkernel32 -lmsvcrt
-        "$root/tools/setup/wine_host.sh" "$build" "$2" "$work/foreign_host.exe" </dev/null 2>&1 | tr -d '\r' >"$work/log" \
+        "$root/scripts/wine_host.sh" "$build" "$2" "$work/foreign_host.exe" </dev/null 2>&1 | tr -d '\r' >"$work/log" \
             && status=0 || status=$?
         while read -r verdict name; do
             [[ $verdict == ok ]] && result=0 || result=1

@@ -5,11 +5,12 @@
 
 #include "devices/chipset/clock_generator.h"
 #include "devices/chipset/voltage_controllers.h"
-#include "devices/peripherals/bios.h"
+#include "firmware/bios_device.h"
 #include "firmware/bios_handler.h"
 #include "firmware/cmos_items.h"
 #include "platform/simulated/simulated_system.h"
 #include "sim/firmware.h"
+#include "support/devices.h"
 
 using namespace vxt::platform::simulated;
 using vxtsim::CWmiValue;
@@ -184,7 +185,7 @@ void UseEverything() {
     Misc.Init();
     if (std::strlen(Misc.GetVendorName()) > 64) __builtin_trap();
 
-    vxt::CDefaultClockGen ClockGen;
+    auto ClockGen = g_Make<vxt::CDefaultClockGen>();
     if (ClockGen.Init(0)) {
         uint32_t uSize = 0;
         vxtapi::FirmwareLimits Limits{};
@@ -192,11 +193,11 @@ void UseEverything() {
         ClockGen.GetClockLimits(vxtapi::CClockGenerator::kPCIeClock, &Limits);
         ClockGen.SetExternalClock(ClockGen.GetExternalClock());
     }
-    vxt::CCustomerPWMController Customer;
+    auto Customer = g_Make<vxt::CCustomerPWMController>();
     UseVoltages(Customer);
-    vxt::CDefaultPWMController Default;
+    auto Default = g_Make<vxt::CDefaultPWMController>();
     UseVoltages(Default);
-    vxt::CDefaultBIOS Identity;
+    auto Identity = g_Make<vxt::CDefaultBIOS>();
     Identity.Init(0);
 }
 

@@ -2,7 +2,7 @@
 #include <atomic>
 #include <thread>
 
-#include "machine/firmware_fixture.h"
+#include "firmware/firmware_fixture.h"
 #include "sim/firmware.h"
 
 namespace {

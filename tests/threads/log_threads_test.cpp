@@ -26,4 +26,15 @@ TEST(CLogThreads, LinesOfManyThreadsAreAllThereAndNeverInterleaved) {
     EXPECT_TRUE(Seen.contains("4 thread 3 line 199"));
 }
 
+TEST(CLogThreads, AHostMayWriteWhileTheLogIsInitialised) {
+    vxttest::CLogCapture Capture;
+    std::jthread Writer([](const std::stop_token& rStop) {
+        while (!rStop.stop_requested()) vxt::g_GetLog().WriteLog(1, "line");
+    });
+    for (int i = 0; i < 50; ++i) {
+        vxt::g_GetLog().UnInit();
+        ASSERT_TRUE(vxt::g_GetLog().Init("VXTAPI", i % 2 ? 65535 : 0, vxt::CLog::kToFile, 90));
+    }
+}
+
 }  // namespace

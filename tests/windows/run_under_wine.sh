@@ -7,7 +7,7 @@ set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build32=$(realpath -e "$1") build64=$(realpath -e "$2")
 native=$(realpath -e "${3:-$here/../../build/native}")
-wine_host=$here/../../tools/setup/wine_host.sh
+wine_host=$here/../../scripts/wine_host.sh
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 log=$work/log

@@ -123,7 +123,7 @@ void _ReadProcessors(CSnapshot& rSnapshot) {
         rSnapshot.Findings.push_back("processor family " + g_Hex(uFamily, 2) +
                                      "h: its MSRs are not known, none was read");
     vxt::platform::SetThreadAffinity(1);  // the reference clock is core 0's
-    vxt::CCPU Core;
+    vxt::CCPU Core(vxt::g_GetDriverHandler(), vxt::g_GetACPITable());
     const double dReference = Core.Init(0) ? Core.MeasureReferenceClock() : 0;
     Core.UnInit();
     if (dReference > 1 && dReference < 1'000)

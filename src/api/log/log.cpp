@@ -16,12 +16,14 @@ CLog& g_GetLog() {
     return s_Log;
 }
 
-bool g_ReportCheck(const char* pszFormat, const char* pszExpression, int nLine, std::string_view sSignature) {
-    const std::string sFunction(g_QualifiedName(sSignature));
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // one of the check macros' formats
-    g_GetLog().WriteLog(kLogError, pszFormat, pszExpression, nLine, sFunction.c_str());
-#pragma GCC diagnostic pop
+bool g_ReportCheck(const char* pszKind, const char* pszText, int nLine, const char* pszClass, const char* pszFunction,
+                   std::string_view sSignature) noexcept {
+    const std::string_view sName = g_QualifiedName(sSignature);
+    if (pszClass)
+        g_GetLog().WriteLog(kLogError, "%s(%s) at line %d in %s::%s\n", pszKind, pszText, nLine, pszClass, pszFunction);
+    else
+        g_GetLog().WriteLog(kLogError, "%s(%s) at line %d in %.*s\n", pszKind, pszText, nLine,
+                            static_cast<int>(sName.size()), sName.data());
     return true;
 }
 
@@ -56,8 +58,8 @@ bool CLog::WriteLog(uint32_t uLevel, const char* pszFormat, ...) {
 void CLog::_WriteLine(uint32_t uLevel, const char* pszFormat, va_list Arguments) {
     const CLocalTime Now = platform::LocalTime();
     char szLine[kLineSize];
-    const int nPrefix = std::snprintf(szLine, sizeof(szLine), "%2.2d%2.2d-%2.2d%2.2d%2.2d<%u>: ", Now.nMonth, Now.nDay,
-                                      Now.nHour, Now.nMinute, Now.nSecond, uLevel);
+    const int nPrefix = std::snprintf(szLine, sizeof(szLine), "%2.2d%2.2d-%2.2d%2.2d%2.2d<%d>: ", Now.nMonth, Now.nDay,
+                                      Now.nHour, Now.nMinute, Now.nSecond, static_cast<int>(uLevel));
     const size_t uPrefix = static_cast<size_t>(nPrefix);
     const int nMessage = std::vsnprintf(szLine + uPrefix, sizeof(szLine) - uPrefix, pszFormat, Arguments);
     size_t uLength = kLineSize - 1;  // an encoding error counts as truncation
@@ -69,9 +71,10 @@ void CLog::_WriteLine(uint32_t uLevel, const char* pszFormat, va_list Arguments)
         szLine[uLength - 1] = '\n';  // a full line loses its last character instead
     }
     const std::string_view sLine(szLine, uLength);
-    if (m_uOutputMask & kToStandardOutput) std::fwrite(sLine.data(), 1, sLine.size(), stdout);
-    if (m_uOutputMask & kToStandardError) std::fwrite(sLine.data(), 1, sLine.size(), stderr);
-    if (m_uOutputMask & kToFile) _WriteToFile(sLine, Now);
+    const uint32_t uOutputMask = m_uOutputMask;
+    if (uOutputMask & kToStandardOutput) std::fwrite(sLine.data(), 1, sLine.size(), stdout);
+    if (uOutputMask & kToStandardError) std::fwrite(sLine.data(), 1, sLine.size(), stderr);
+    if (uOutputMask & kToFile) _WriteToFile(sLine, Now);
 }
 
 void CLog::_WriteToFile(std::string_view sLine, const CLocalTime& rNow) {
@@ -86,16 +89,18 @@ void CLog::_WriteToFile(std::string_view sLine, const CLocalTime& rNow) {
 
 void CLog::_StartFile(const CLocalTime& rNow) {
     m_File.Reset();
-    char szDay[32], szStamp[64];
+    char szDay[32], szPath[1024] = "";  // a name is cut at 255 bytes: everything fits
     std::snprintf(szDay, sizeof(szDay), "%d_%2.2d_%2.2d", rNow.nYear, rNow.nMonth, rNow.nDay);
-    std::snprintf(szStamp, sizeof(szStamp), "_%2.2d_%2.2d_%2.2d_%6.6u.log", rNow.nHour, rNow.nMinute, rNow.nSecond,
-                  m_uLineCounter);
-    std::string sPath = "./Logs";
-    platform::CreateDirectory(sPath);  // each may exist already
-    platform::CreateDirectory(sPath.append("/").append(m_szName.data()));
-    platform::CreateDirectory(sPath.append("/").append(szDay));
-    m_File = platform::CreateCommittedFile(
-        sPath.append("/").append(m_szName.data()).append("_").append(szDay).append(szStamp));
+    size_t uLength = 0;
+    const auto Left = [&] { return sizeof(szPath) - uLength; };
+    for (const char* pszFolder :
+         {"./Logs", static_cast<const char*>(m_szName.data()), static_cast<const char*>(szDay)}) {
+        uLength += static_cast<size_t>(std::snprintf(szPath + uLength, Left(), "%s%s", uLength ? "/" : "", pszFolder));
+        platform::CreateDirectory(szPath);  // each may exist already
+    }
+    std::snprintf(szPath + uLength, Left(), "/%s_%s_%2.2d_%2.2d_%2.2d_%6.6u.log", m_szName.data(), szDay, rNow.nHour,
+                  rNow.nMinute, rNow.nSecond, m_uLineCounter);
+    m_File = platform::CreateCommittedFile(szPath);
     if (!m_File) std::fputs("Warning : cannot create log file!", stderr);
 }
 

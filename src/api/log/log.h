@@ -4,6 +4,7 @@
 #include <vxtapi/log.h>
 
 #include <array>
+#include <atomic>
 #include <cstdarg>
 #include <mutex>
 #include <string_view>
@@ -41,9 +42,9 @@ private:
     std::array<char, 256> m_szName{};
     uint32_t m_uLineCounter = 0;
     uint32_t m_uLinesPerFile = 0;
-    uint32_t m_uLevelMask = 0;  ///< zero until Init: everything is dropped
-    uint32_t m_uOutputMask = 0;
-    std::mutex m_Lock;  ///< guards the file and the counter
+    std::atomic<uint32_t> m_uLevelMask = 0;  ///< zero until Init: everything is dropped
+    std::atomic<uint32_t> m_uOutputMask = 0;
+    std::mutex m_Lock;  ///< guards everything but the masks, which writers look at before they take it
     platform::CCommittedFile m_File;
 };
 

@@ -29,38 +29,43 @@ static_assert(g_QualifiedName("bool InitVXTAPI(bool)") == "InitVXTAPI");
 static_assert(g_QualifiedName("const wchar_t *vxt::CDevice::GetName()") == "CDevice::GetName");
 static_assert(g_QualifiedName("vxt::CDevice::Init(uint32_t)::<lambda(int)>") == "CDevice::Init");
 
-/// Writes one level 1 line and returns true. `pszFormat` is a kind's format, `pszSignature` the compiler's.
-bool g_ReportCheck(const char* pszFormat, const char* pszExpression, int nLine, std::string_view sSignature);
+/// Writes one level 1 line and returns true; allocates nothing and cannot throw. `pszClass`: the class to log under; null:
+/// the one in the compiler's signature. `pszFunction` counts beside a class only.
+bool g_ReportCheck(const char* pszKind, const char* pszText, int nLine, const char* pszClass, const char* pszFunction,
+                   std::string_view sSignature) noexcept;
+
+constexpr const char* g_CheckText(const char* pszExpression) { return pszExpression; }
+constexpr const char* g_CheckText(const char*, const char* pszText) { return pszText; }
 
 }  // namespace vxt
+
+/// Class under which checks are logged; null: the class whose code it is. A class whose code serves several families hides
+/// it with a member of this name.
+constexpr const char* LogClass() { return nullptr; }
+/// Operation under which such a class logs. A body that several operations share hides it with a local of this name, which
+/// answers the operation that runs.
+constexpr const char* LogFunction(const char* pszFunction) { return pszFunction; }
 
 // clang-format off
 // #expr is taken in the outermost macro: one level deeper, macros inside the expression are already expanded.
 // Success costs a predicted branch; everything else happens out of line.
-#define LOG_REPORT_(kind, failed, text) \
-    (__builtin_expect(!!(failed), 0) && ::vxt::g_ReportCheck(kind "(%s) at line %d in %s\n", text, __LINE__, __PRETTY_FUNCTION__))
+#define LOG_REPORT_(kind, failed, ...) \
+    (__builtin_expect(!!(failed), 0) && \
+     ::vxt::g_ReportCheck(kind, ::vxt::g_CheckText(__VA_ARGS__), __LINE__, LogClass(), LogFunction(__func__), __PRETTY_FUNCTION__))
 
-/// Fatal for the function: logs and returns false. Clean-up is the business of owners.
-#define LOG_PROCESS_ERROR(expr) \
-    do { if (LOG_REPORT_("LOG_PROCESS_ERROR", !(expr), #expr)) return false; } while (0)
-/// The same, returning `bad`.
-#define LOG_PROCESS_ERROR_OR(bad, expr) \
-    do { if (LOG_REPORT_("LOG_PROCESS_ERROR", !(expr), #expr)) return bad; } while (0)
-/// The same where the logged text is fixed and the expression differs from it.
-#define LOG_PROCESS_ERROR_TEXT(text, expr) \
-    do { if (LOG_REPORT_("LOG_PROCESS_ERROR", !(expr), text)) return false; } while (0)
-#define LOG_PROCESS_ERROR_TEXT_OR(bad, text, expr) \
-    do { if (LOG_REPORT_("LOG_PROCESS_ERROR", !(expr), text)) return bad; } while (0)
-/// A failed COM result (negative).
-#define LOG_COM_PROCESS_ERROR(expr) \
-    do { if (LOG_REPORT_("LOG_COM_PROCESS_ERROR", (expr) < 0, #expr)) return false; } while (0)
-#define LOG_COM_PROCESS_ERROR_OR(bad, expr) \
-    do { if (LOG_REPORT_("LOG_COM_PROCESS_ERROR", (expr) < 0, #expr)) return bad; } while (0)
+/// Fatal for the function: logs and returns its failure value ({}: false, 0, 0.0, null, none). A second argument replaces
+/// the logged text. Clean-up is the business of owners.
+#define LOG_PROCESS_ERROR(expr, ...) \
+    do { if (LOG_REPORT_("LOG_PROCESS_ERROR", !(expr), #expr __VA_OPT__(,) __VA_ARGS__)) return {}; } while (0)
+/// The same where the failure value is another.
+#define LOG_PROCESS_ERROR_OR(bad, expr, ...) \
+    do { if (LOG_REPORT_("LOG_PROCESS_ERROR", !(expr), #expr __VA_OPT__(,) __VA_ARGS__)) return bad; } while (0)
+/// A failed COM result (negative), fatal for the function.
+#define LOG_COM_PROCESS_ERROR(hr) \
+    do { if (LOG_REPORT_("LOG_COM_PROCESS_ERROR", (hr) < 0, #hr)) return {}; } while (0)
 /// Reported; the function goes on.
-#define LOG_CHECK_ERROR(expr) \
-    do { (void)LOG_REPORT_("LOG_CHECK_ERROR", !(expr), #expr); } while (0)
-#define LOG_CHECK_ERROR_TEXT(text, expr) \
-    do { (void)LOG_REPORT_("LOG_CHECK_ERROR", !(expr), text); } while (0)
+#define LOG_CHECK_ERROR(expr, ...) \
+    do { (void)LOG_REPORT_("LOG_CHECK_ERROR", !(expr), #expr __VA_OPT__(,) __VA_ARGS__); } while (0)
 #define ALOG_CHECK_ERROR(expr) \
     do { (void)LOG_REPORT_("ALOG_CHECK_ERROR", !(expr), #expr); } while (0)
 // clang-format on

@@ -24,9 +24,11 @@ std::unique_ptr<double[]> g_NewList(int32_t nCount) {
                                                            : nullptr);
 }
 
-double g_GetClock(uint32_t uFunction) { return g_GetQORBIOSHandler().GetValue(uFunction) / kFirmwareUnits; }
-bool g_SetClock(uint32_t uFunction, double dMHz) {
-    return g_GetQORBIOSHandler().SetValue(uFunction, g_ToFirmware(dMHz));
+double g_GetClock(CQORBIOSHandler& rHandler, uint32_t uFunction) {
+    return rHandler.GetValue(uFunction) / kFirmwareUnits;
+}
+bool g_SetClock(CQORBIOSHandler& rHandler, uint32_t uFunction, double dMHz) {
+    return rHandler.SetValue(uFunction, g_ToFirmware(dMHz));
 }
 
 }  // namespace
@@ -41,13 +43,13 @@ const CDefaultClockGen::CListRow CDefaultClockGen::s_aLists[] = {
     {kPCIe, &CDefaultClockGen::m_PCIeFreqs, "m_nPCIeFreqCount > 0", "m_pdPCIeFreqs"},
 };
 
-CDefaultClockGen::CDefaultClockGen() : CDeviceBase(kIdentity) {}
+CDefaultClockGen::CDefaultClockGen(CQORBIOSHandler& rHandler) : CDeviceBase(kIdentity), m_rQorBiosHandler(rHandler) {}
 
 bool CDefaultClockGen::Init(uint32_t uIndex) {
     if (uIndex != 0) return false;
     m_uIndex = uIndex;
-    UnInit();  // lists of an earlier Init do not count
-    CQORBIOSHandler& rQorBiosHandler = g_GetQORBIOSHandler();
+    UnInit();                                              // lists of an earlier Init do not count
+    CQORBIOSHandler& rQorBiosHandler = m_rQorBiosHandler;  // the name that the log shows
     LOG_PROCESS_ERROR(rQorBiosHandler.IsAvailable());
     CCapabilityPack pack;
     bool bRetCode = rQorBiosHandler.GetObjectID(pack);
@@ -61,9 +63,9 @@ bool CDefaultClockGen::Init(uint32_t uIndex) {
         if (rList.bNotOffered) continue;
         bRetCode = rQorBiosHandler.GetDValues(rRow.uFunction, nullptr, rList.nCount);
         LOG_PROCESS_ERROR(bRetCode);
-        LOG_PROCESS_ERROR_TEXT(rRow.pszCountCheck, rList.nCount > 0);
+        LOG_PROCESS_ERROR(rList.nCount > 0, rRow.pszCountCheck);
         rList.pdValues = g_NewList(rList.nCount);
-        LOG_PROCESS_ERROR_TEXT(rRow.pszMemoryCheck, rList.pdValues);
+        LOG_PROCESS_ERROR(rList.pdValues, rRow.pszMemoryCheck);
         bRetCode = rQorBiosHandler.GetDValues(rRow.uFunction, rList.pdValues.get(), rList.nCount);
         LOG_PROCESS_ERROR(bRetCode);
         std::for_each_n(rList.pdValues.get(), rList.nCount, [](double& rdValue) { rdValue /= kFirmwareUnits; });
@@ -76,13 +78,13 @@ bool CDefaultClockGen::UnInit() {
     return true;
 }
 
-double CDefaultClockGen::GetExternalClock() { return g_GetClock(kExternal); }
-double CDefaultClockGen::GetPCIeClock() { return g_GetClock(kPCIe); }
-double CDefaultClockGen::GetThirdClock() { return g_GetClock(kThird); }
+double CDefaultClockGen::GetExternalClock() { return g_GetClock(m_rQorBiosHandler, kExternal); }
+double CDefaultClockGen::GetPCIeClock() { return g_GetClock(m_rQorBiosHandler, kPCIe); }
+double CDefaultClockGen::GetThirdClock() { return g_GetClock(m_rQorBiosHandler, kThird); }
 
-bool CDefaultClockGen::SetExternalClock(double dMHz) { return g_SetClock(kExternal, dMHz); }
-bool CDefaultClockGen::SetPCIeClock(double dMHz) { return g_SetClock(kPCIe, dMHz); }
-bool CDefaultClockGen::SetThirdClock(double dMHz) { return g_SetClock(kThird, dMHz); }
+bool CDefaultClockGen::SetExternalClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kExternal, dMHz); }
+bool CDefaultClockGen::SetPCIeClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kPCIe, dMHz); }
+bool CDefaultClockGen::SetThirdClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kThird, dMHz); }
 
 bool CDefaultClockGen::CClockList::Copy(double* pdInto, uint32_t& ruSize) const {
     const uint32_t uCount = static_cast<uint32_t>(nCount);
@@ -103,7 +105,7 @@ bool CDefaultClockGen::GetPCIeClockList(double* pdValues, uint32_t& ruSize) {
 bool CDefaultClockGen::GetClockLimits(eClock eWhich, vxtapi::FirmwareLimits* pLimits) {
     LOG_PROCESS_ERROR(pLimits);
     LOG_PROCESS_ERROR(eWhich < std::size(kFunctions));
-    const bool bRetCode = g_ReadFirmwareLimits(g_GetQORBIOSHandler(), kFunctions[eWhich], *pLimits);
+    const bool bRetCode = g_ReadFirmwareLimits(m_rQorBiosHandler, kFunctions[eWhich], *pLimits);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }

@@ -6,12 +6,14 @@
 #include <memory>
 
 #include "devices/framework/device_base.h"
+#include "firmware/bios_handler.h"
 
 namespace vxt {
 
 class CDefaultClockGen final : public CDeviceBase<vxtapi::CClockGenerator> {
 public:
-    CDefaultClockGen();
+    /// Works over `rHandler`, which must outlive the device.
+    explicit CDefaultClockGen(CQORBIOSHandler& rHandler);
     bool Init(uint32_t uIndex) override;
     bool UnInit() override;
     double GetExternalClock() override;
@@ -37,6 +39,7 @@ private:
     struct CListRow;
     static const CListRow s_aLists[];
 
+    CQORBIOSHandler& m_rQorBiosHandler;
     CClockList m_ExtFreqs, m_PCIeFreqs;
     bool m_bNoThirdList = true;  ///< nobody asks for that one
 };

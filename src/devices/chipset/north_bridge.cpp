@@ -4,7 +4,7 @@
 #include <cwchar>
 
 #include "api/log/log_checks.h"
-#include "hw/ht_frequency.h"
+#include "registers/ht_frequency.h"
 
 namespace vxt {
 
@@ -33,7 +33,7 @@ using CFrequencyWord = std::array<uint32_t, 1>;
 
 }  // namespace
 
-CNBQ7::CNBQ7() : CDeviceBase(kIdentity) {}
+CNBQ7::CNBQ7(CDriverHandler& rDriver) : CDeviceBase(kIdentity), m_Function(rDriver) {}
 
 bool CNBQ7::Init(uint32_t uIndex) {
     if (uIndex != 0) return false;
@@ -51,14 +51,14 @@ const wchar_t* CNBQ7::GetModel() { return m_szModel[0] ? m_szModel.data() : CDev
 double CNBQ7::GetHTMultiplier() {
     CFrequencyWord Word{};
     const bool bRetCode = m_Function.Read(kFrequencyRegister, Word);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return g_DecodeField(kFrequency, ht::kFrequencies, Word);
 }
 
 double CNBQ7::GetMaxHTMultiplier() {
     uint32_t uValue = 0;
     const bool bRetCode = m_Function.Read(kFrequencyRegister, uValue);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return ht::g_MaxFrequency(uValue);
 }
 

@@ -13,7 +13,7 @@ namespace vxt {
 /// The first chip of the table that the machine has. Takes no lock.
 class CNBQ7 final : public CDeviceBase<vxtapi::CNorthBridge> {
 public:
-    CNBQ7();
+    explicit CNBQ7(CDriverHandler& rDriver);
     bool Init(uint32_t uIndex) override;
     const wchar_t* GetModel() override;
     double GetHTMultiplier() override;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "api/log/log_checks.h"
 #include "devices/chipset/firmware_units.h"
-#include "devices/framework/class_checks.h"
 #include "firmware/wmi_values.h"
 
 namespace vxt {
@@ -54,67 +54,66 @@ constexpr CVoltageRules kDefaultRules{.pszClass = "CDefaultPWMController",
 
 }  // namespace
 
-CPWMController::CPWMController(const CVoltageRules& rRules) : CDeviceBase(rRules.Identity), m_rRules(rRules) {}
-CCustomerPWMController::CCustomerPWMController() : CPWMController(kCustomerRules) {}
-CDefaultPWMController::CDefaultPWMController() : CPWMController(kDefaultRules) {}
+CPWMController::CPWMController(const CVoltageRules& rRules, CQORBIOSHandler& rHandler)
+    : CDeviceBase(rRules.Identity), m_rRules(rRules), m_rQorBiosHandler(rHandler) {}
+CCustomerPWMController::CCustomerPWMController(CQORBIOSHandler& rHandler) : CPWMController(kCustomerRules, rHandler) {}
+CDefaultPWMController::CDefaultPWMController(CQORBIOSHandler& rHandler) : CPWMController(kDefaultRules, rHandler) {}
 
-const char* CPWMController::_GetClassName() const { return m_rRules.pszClass; }
+const char* CPWMController::LogClass() const { return m_rRules.pszClass; }
 
 bool CPWMController::Init(uint32_t uIndex) {
     if (uIndex != 0) return false;
     m_uIndex = uIndex;
-    CQORBIOSHandler& rQorBiosHandler = g_GetQORBIOSHandler();
-    FAMILY_PROCESS_ERROR(rQorBiosHandler.IsAvailable());
+    const CQORBIOSHandler& rQorBiosHandler = m_rQorBiosHandler;  // the name that the log shows
+    LOG_PROCESS_ERROR(rQorBiosHandler.IsAvailable());
     const bool bRetCode = _InitFunctionTable();
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CPWMController::_InitFunctionTable() {
-    CQORBIOSHandler& rQorBiosHandler = g_GetQORBIOSHandler();
     CCapabilityPack pack;
-    bool bRetCode = rQorBiosHandler.GetObjectID(pack);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    bool bRetCode = m_rQorBiosHandler.GetObjectID(pack);
+    LOG_PROCESS_ERROR(bRetCode);
     m_Functions.clear();
     for (const CFunctionRecord& rRecord : pack.Records) {
         const auto oName = m_rRules.NameOf(rRecord);
         if (!oName) continue;
         CFunction& rFunction = m_Functions.emplace_back(CFunction{rRecord.uID, {}, {}});
         g_CopyText<wchar_t>(*oName, rFunction.szName);
-        bRetCode = g_ReadFirmwareLimits(rQorBiosHandler, rFunction.uID, rFunction.Limits);
-        FAMILY_CHECK_ERROR(bRetCode);
+        bRetCode = g_ReadFirmwareLimits(m_rQorBiosHandler, rFunction.uID, rFunction.Limits);
+        LOG_CHECK_ERROR(bRetCode);
         if (rFunction.Limits.dDefault == 0.0)
-            rFunction.Limits.dDefault = rQorBiosHandler.GetValue(rFunction.uID) / kFirmwareUnits;
+            rFunction.Limits.dDefault = m_rQorBiosHandler.GetValue(rFunction.uID) / kFirmwareUnits;
     }
     m_nVoltageCount = static_cast<int32_t>(m_Functions.size());
-    FAMILY_PROCESS_ERROR(m_nVoltageCount > 0);
+    LOG_PROCESS_ERROR(m_nVoltageCount > 0);
     return true;
 }
 
-// The text is kept letter for letter: hosts search logs for it.
-#define INDEX_PROCESS_ERROR_OR(bad) \
-    FAMILY_CHECK_(bad, "index >=0 && index < m_nVoltageCount", __func__, index >= 0 && index < m_nVoltageCount)
-
+// The text of the index check is kept letter for letter: hosts search logs for it.
+// clang-format off
 const wchar_t* CPWMController::GetVoltageName(int32_t index) {
-    INDEX_PROCESS_ERROR_OR(L"");
+    LOG_PROCESS_ERROR_OR(L"", index >=0 && index < m_nVoltageCount);
     return m_Functions[static_cast<size_t>(index)].szName.data();
 }
 
 double CPWMController::GetVoltage(int32_t index) {
-    INDEX_PROCESS_ERROR_OR(0.0);
-    return g_GetQORBIOSHandler().GetValue(m_Functions[static_cast<size_t>(index)].uID) / kFirmwareUnits;
+    LOG_PROCESS_ERROR(index >=0 && index < m_nVoltageCount);
+    return m_rQorBiosHandler.GetValue(m_Functions[static_cast<size_t>(index)].uID) / kFirmwareUnits;
 }
 
 bool CPWMController::SetVoltage(int32_t index, double dVolts) {
-    INDEX_PROCESS_ERROR_OR(false);
-    return g_GetQORBIOSHandler().SetValue(m_Functions[static_cast<size_t>(index)].uID, g_ToFirmware(dVolts));
+    LOG_PROCESS_ERROR(index >=0 && index < m_nVoltageCount);
+    return m_rQorBiosHandler.SetValue(m_Functions[static_cast<size_t>(index)].uID, g_ToFirmware(dVolts));
 }
 
 bool CPWMController::GetVoltageLimits(int32_t index, vxtapi::FirmwareLimits* pLimits) {
-    FAMILY_PROCESS_ERROR(pLimits);
-    INDEX_PROCESS_ERROR_OR(false);
+    LOG_PROCESS_ERROR(pLimits);
+    LOG_PROCESS_ERROR(index >=0 && index < m_nVoltageCount);
     *pLimits = m_Functions[static_cast<size_t>(index)].Limits;
     return true;
 }
+// clang-format on
 
 }  // namespace vxt

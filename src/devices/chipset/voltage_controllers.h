@@ -7,13 +7,15 @@
 #include <vector>
 
 #include "devices/framework/device_base.h"
+#include "firmware/bios_handler.h"
 
 namespace vxt {
 
 /// Which voltages a class drives.
 struct CVoltageRules;
 
-/// A table of voltage functions. Failed checks are logged under the concrete class.
+/// A table of voltage functions over a firmware handler, which must outlive the device. Failed checks are logged under the
+/// concrete class.
 class CPWMController : public CDeviceBase<vxtapi::CVoltageController> {
 public:
     bool Init(uint32_t uIndex) override;
@@ -24,7 +26,7 @@ public:
     bool GetVoltageLimits(int32_t nIndex, vxtapi::FirmwareLimits* pLimits) override;
 
 protected:
-    explicit CPWMController(const CVoltageRules& rRules);
+    CPWMController(const CVoltageRules& rRules, CQORBIOSHandler& rHandler);
     ~CPWMController() = default;
 
 private:
@@ -35,9 +37,10 @@ private:
     };
 
     bool _InitFunctionTable();
-    const char* _GetClassName() const;
+    const char* LogClass() const;
 
     const CVoltageRules& m_rRules;
+    CQORBIOSHandler& m_rQorBiosHandler;
     int32_t m_nVoltageCount = 0;
     std::vector<CFunction> m_Functions;
 };
@@ -45,13 +48,13 @@ private:
 /// Type 12: every voltage function of the firmware, under the firmware's names.
 class CCustomerPWMController final : public CPWMController {
 public:
-    CCustomerPWMController();
+    explicit CCustomerPWMController(CQORBIOSHandler& rHandler);
 };
 
 /// Type 11: the voltages that boards have in common, under the names that profiles use.
 class CDefaultPWMController final : public CPWMController {
 public:
-    CDefaultPWMController();
+    explicit CDefaultPWMController(CQORBIOSHandler& rHandler);
 };
 
 }  // namespace vxt

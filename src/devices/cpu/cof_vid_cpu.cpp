@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "api/log/log_checks.h"
-#include "hw/driver_handler.h"
 #include "platform/clock.h"
 
 namespace vxt {
@@ -37,8 +36,10 @@ uint32_t g_Truncate(double dValue) {
 
 }  // namespace
 
-CBrevikCPU::CBrevikCPU() : CCofVidCPU(kIdentity10h, kFamily10hRules) {}
-CTalvorCPU::CTalvorCPU() : CCofVidCPU(kIdentity11h, kFamily11hRules) {}
+CBrevikCPU::CBrevikCPU(CDriverHandler& rDriver, CSystemTables& rTables)
+    : CCofVidCPU(kIdentity10h, kFamily10hRules, rDriver, rTables) {}
+CTalvorCPU::CTalvorCPU(CDriverHandler& rDriver, CSystemTables& rTables)
+    : CCofVidCPU(kIdentity11h, kFamily11hRules, rDriver, rTables) {}
 
 // --- both families ---
 
@@ -50,58 +51,54 @@ double CCofVidCPU::GetCurrentMultiplier() {
     if (!_EnterCore()) return 0.0;
     CMsrWords Status{};
     const bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status);
-    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return _Multiplier(Status);
 }
 
 // The hardware acts when the P-state number changes: move to a neighbour, then back with the new values.
-bool CCofVidCPU::_StartTransition(const CMsrWords& rNow, CMsrWords Wanted, const char* pszFunction) {
+const char* CCofVidCPU::_StartTransition(const CMsrWords& rNow, CMsrWords Wanted) {
     const uint32_t uPstate = kPstateId.Get(rNow);
     CMsrWords Neighbour = rNow;
     kPstateId.Set(Neighbour, uPstate == 0 ? 1 : uPstate - 1);
-    return _WriteAndWait(Neighbour, pszFunction) && _WriteAndWait(Wanted, pszFunction);
+    const char* const pszFailed = _WriteAndWait(Neighbour);
+    return pszFailed ? pszFailed : _WriteAndWait(Wanted);
 }
 
-bool CCofVidCPU::_WriteAndWait(const CMsrWords& rControl, const char* pszFunction) {
-    bool bRetCode = _WriteMsr(kCofVidControlMsr, rControl);
-    FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
-    if (!m_rRules.bWaits) return true;
-    CMsrWords Status{};
-    int nCounter = 0;
-    for (; nCounter < kPollLimit; ++nCounter) {
-        bRetCode = _ReadMsr(kCofVidStatusMsr, Status);
-        FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+const char* CCofVidCPU::_WriteAndWait(const CMsrWords& rControl) const {
+    if (!_WriteMsr(kCofVidControlMsr, rControl)) return "bRetCode";
+    if (!m_rRules.bWaits) return nullptr;
+    for (int nCounter = 0; nCounter < kPollLimit; ++nCounter) {
+        CMsrWords Status{};
+        if (!_ReadMsr(kCofVidStatusMsr, Status)) return "bRetCode";
         platform::Sleep(kPollInterval);
-        if (kPstateId.Get(Status) == kPstateId.Get(rControl)) break;
+        if (kPstateId.Get(Status) == kPstateId.Get(rControl)) return nullptr;
     }
-    FAMILY_CHECK_(false, "nCounter < 1000", pszFunction, nCounter < kPollLimit);
-    return true;
+    return "nCounter < 1000";
 }
 
 const void* CCofVidCPU::GetThermTrip() {
     if (!_PinThread()) return nullptr;
     uint32_t uRegister = 0;
-    const bool bRetCode = _ReadMisc(kReportedTemperatureRegister, uRegister);
-    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    const bool bRetCode = m_Misc.Read(kReportedTemperatureRegister, uRegister);
+    LOG_PROCESS_ERROR(bRetCode);
     m_dTemperature = kReportedTemperature.Get(uRegister) * kTemperatureStep;
     return &m_dTemperature;
 }
 
-bool CCofVidCPU::_CheckStateIndex(uint32_t uStateIndex, const char* pszFunction) {
+const char* CCofVidCPU::_CheckStateIndex(uint32_t uStateIndex) const {
     CMsrWords Limit{};
-    const bool bRetCode = _ReadMsr(kPstateLimitMsr, Limit);
-    FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
-    FAMILY_CHECK_(false, "uStateIndex <= PstateLimitReg.m_sReg.PstateMaxVal", pszFunction,
-                  uStateIndex <= kPstateMaxVal.Get(Limit));
-    return true;
+    if (!_ReadMsr(kPstateLimitMsr, Limit)) return "bRetCode";
+    return uStateIndex <= kPstateMaxVal.Get(Limit) ? nullptr : "uStateIndex <= PstateLimitReg.m_sReg.PstateMaxVal";
 }
 
 bool CCofVidCPU::GetPstate(uint32_t uStateIndex, CPstate* pPstate) {
-    FAMILY_PROCESS_ERROR(pPstate);
-    if (!_PinThread() || !_CheckStateIndex(uStateIndex, __func__)) return false;
+    LOG_PROCESS_ERROR(pPstate);
+    if (!_PinThread()) return false;
+    const char* const pszFailed = _CheckStateIndex(uStateIndex);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
     CMsrWords Definition{};
     const bool bRetCode = _ReadMsr(kPstateMsr + uStateIndex, Definition);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     *pPstate = {};
     for (const CPstateRow& rRow : kPstateRows) pPstate->*rRow.pSlot = rRow.Field.Get(Definition);
     pPstate->bPstateEn = pPstate->dPstateEn != 0.0;
@@ -116,19 +113,21 @@ bool CCofVidCPU::GetPstate(uint32_t uStateIndex, CPstate* pPstate) {
 // The stored slots go back through the rows that decode them; frequencies, voltages and the boolean are ignored, and
 // the definition's other bits stay. The record is judged whole before anything is written.
 bool CCofVidCPU::SetPstate(uint32_t uStateIndex, const CPstate* pPstate) {
-    FAMILY_PROCESS_ERROR(pPstate);
-    if (!_PinThread() || !_CheckStateIndex(uStateIndex, __func__)) return false;
+    LOG_PROCESS_ERROR(pPstate);
+    if (!_PinThread()) return false;
+    const char* const pszFailed = _CheckStateIndex(uStateIndex);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
     CMsrWords Definition{};
     bool bRetCode = _ReadMsr(kPstateMsr + uStateIndex, Definition);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     for (const CPstateRow& rRow : kPstateRows) {
         const double dValue = pPstate->*rRow.pSlot;
-        FAMILY_PROCESS_ERROR_TEXT(rRow.pszCheck,
-                                  dValue >= 0.0 && dValue <= rRow.Field.MaxCode() && dValue == std::floor(dValue));
+        LOG_PROCESS_ERROR(dValue >= 0.0 && dValue <= rRow.Field.MaxCode() && dValue == std::floor(dValue),
+                          rRow.pszCheck);
         rRow.Field.Set(Definition, static_cast<uint32_t>(dValue));
     }
     bRetCode = _WriteMsr(kPstateMsr + uStateIndex, Definition);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
@@ -136,18 +135,20 @@ uint32_t CCofVidCPU::GetCurPstate() {
     if (!_PinThread()) return kNoPstate;
     CMsrWords Status{};
     const bool bRetCode = _ReadMsr(kPstateStatusMsr, Status);
-    FAMILY_PROCESS_ERROR_OR(kNoPstate, bRetCode);
+    LOG_PROCESS_ERROR_OR(kNoPstate, bRetCode);
     return kPstateCommand.Get(Status);
 }
 
 bool CCofVidCPU::SetCurPstate(uint32_t uStateIndex) {
-    if (!_PinThread() || !_CheckStateIndex(uStateIndex, __func__)) return false;
+    if (!_PinThread()) return false;
+    const char* const pszFailed = _CheckStateIndex(uStateIndex);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
     CMsrWords Control{};
     bool bRetCode = _ReadMsr(kPstateControlMsr, Control);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     kPstateCommand.Set(Control, uStateIndex);
     bRetCode = _WriteMsr(kPstateControlMsr, Control);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
@@ -155,7 +156,7 @@ uint32_t CCofVidCPU::GetMaxPstate() {
     if (!_PinThread()) return 0;
     CMsrWords Limit{};
     const bool bRetCode = _ReadMsr(kPstateLimitMsr, Limit);
-    FAMILY_PROCESS_ERROR_OR(0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return kPstateMaxVal.Get(Limit);
 }
 
@@ -165,7 +166,7 @@ bool CBrevikCPU::_GetFVInfo() {
     if (!_EnterCore()) return false;
     CMsrWords Status{}, Pstate0{}, Startup{};
     bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status) && _ReadMsr(kPstateMsr, Pstate0);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     const auto Limit = [&Status](const CRegisterField& rVid) {
         return rVid.Get(Status) ? g_DecodeField(rVid, kCofVidTable, Status) : 0.0;  // code 0: no limit
     };
@@ -178,7 +179,7 @@ bool CBrevikCPU::_GetFVInfo() {
     const uint32_t uStartup = kStartupPstate.Get(Status);
     if (uStartup >= kDefinitions10h) return true;  // no such definition: no start values
     bRetCode = _ReadMsr(kPstateMsr + uStartup, Startup);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     m_FvInfo.dStartMultiplier = _Multiplier(Startup);
     m_FvInfo.dStartVoltage = g_DecodeField(kVid, kCofVidTable, Startup);
     return true;
@@ -189,7 +190,7 @@ bool CBrevikCPU::_CheckTSC() {
     if (!_PinThread()) return false;
     CMsrWords Hwcr{};
     const bool bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     m_bSteadyTsc = kHwcrTscFreqSel.Get(Hwcr) && platform::Cpuid(kCpuidPower).uEdx & kTscInvariant;
     return true;
 }
@@ -198,24 +199,26 @@ bool CBrevikCPU::SetCurrentMultiplier(double dMultiplier) {
     if (!_EnterCore()) return false;
     CMsrWords Control{};
     const bool bRetCode = _ReadMsr(kCofVidControlMsr, Control);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     if (_Multiplier(Control) == dMultiplier) return true;
-    FAMILY_PROCESS_ERROR(dMultiplier > 0.0);
+    LOG_PROCESS_ERROR(dMultiplier > 0.0);
     // The smallest divisor that does not let the frequency ID fall below 0.
     const double dDid = std::max(0.0, std::ceil(std::log2(m_rRules.uFidOffset * kStep / dMultiplier)));
-    FAMILY_PROCESS_ERROR_TEXT("FidVidControl.m_sControl.CpuDid <= 4", dDid <= kMaxDid);
+    LOG_PROCESS_ERROR(dDid <= kMaxDid, "FidVidControl.m_sControl.CpuDid <= 4");
     const double dFid = std::floor(dMultiplier * 2 * std::exp2(dDid) - m_rRules.uFidOffset);
-    FAMILY_PROCESS_ERROR_TEXT("FidVidControl.m_sControl.CpuFid < 0x2F", dFid < kFidLimit);
+    LOG_PROCESS_ERROR(dFid < kFidLimit, "FidVidControl.m_sControl.CpuFid < 0x2F");
     CMsrWords Wanted = Control;
     kFid.Set(Wanted, static_cast<uint32_t>(dFid));
     kDid.Set(Wanted, static_cast<uint32_t>(dDid));
-    return _StartTransition(Control, Wanted, __func__);
+    const char* const pszFailed = _StartTransition(Control, Wanted);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
 double CBrevikCPU::GetCurrentNBMultiplier() {
     if (!_PinThread()) return 0.0;
     uint32_t uRegister = 0;
-    const bool bRetCode = _ReadMisc(kClockRegister, uRegister);
+    const bool bRetCode = m_Misc.Read(kClockRegister, uRegister);
     LOG_CHECK_ERROR(bRetCode);
     return kNbFid.Get(uRegister) + kNbFidOffset;  // Kept: 4 when the read failed
 }
@@ -224,7 +227,7 @@ double CBrevikCPU::GetCurrentNBVoltage() {
     if (!_EnterCore()) return 0.0;
     CMsrWords Status{};
     const bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status);
-    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return g_DecodeField(kNbVid, kCofVidTable, Status);
 }
 
@@ -233,28 +236,28 @@ const void* CBrevikCPU::GetThermTrip() {
     if (m_dTemperature != 0.0) return &m_dTemperature;
     uint8_t ucWhole = 0, ucFraction = 0;
     const bool bRetCode = _ReadSBTSIRegister(kSbTsiWhole, ucWhole) && _ReadSBTSIRegister(kSbTsiFraction, ucFraction);
-    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     m_dTemperature = ucWhole + kSbTsiEighths.Get(ucFraction) * kTemperatureStep;
     return &m_dTemperature;
 }
 
 bool CBrevikCPU::_ReadSBTSIRegister(uint8_t ucRegister, uint8_t& rucValue) const {
-    const bool bRetCode = g_GetDriverHandler().AccessSMBus(kSbTsiAddress | kSMBusRead, ucRegister, rucValue);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    const bool bRetCode = m_rDriver.AccessSMBus(kSbTsiAddress | kSMBusRead, ucRegister, rucValue);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CBrevikCPU::GetBoostState(bool* pbSupported, bool* pbEnabled) {
-    FAMILY_PROCESS_ERROR(pbSupported && pbEnabled);
+    LOG_PROCESS_ERROR(pbSupported && pbEnabled);
     *pbSupported = *pbEnabled = false;
     if (!_PinThread()) return false;
     uint32_t uRegister = 0;
-    bool bRetCode = _ReadMisc(kPowerStateRegister, uRegister);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    bool bRetCode = m_Misc.Read(kPowerStateRegister, uRegister);
+    LOG_PROCESS_ERROR(bRetCode);
     *pbSupported = kClockDivisor.Get(uRegister) == 0;
     CMsrWords Hwcr{};
     bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     *pbEnabled = kHwcrTlbCacheDis.Get(Hwcr) == 0;
     return true;
 }
@@ -262,27 +265,27 @@ bool CBrevikCPU::GetBoostState(bool* pbSupported, bool* pbEnabled) {
 bool CBrevikCPU::SetBoostState(bool bFirst, bool bSecond) {
     if (!_PinThread()) return false;
     uint32_t uRegister = 0;
-    bool bRetCode = _ReadMisc(kPowerStateRegister, uRegister);
-    FAMILY_PROCESS_ERROR(bRetCode);
-    bRetCode = _WriteMisc(kPowerStateRegister, kClockDivisor.Set(uRegister, bFirst ? 0 : kDivideBy32));
-    FAMILY_PROCESS_ERROR(bRetCode);
+    bool bRetCode = m_Misc.Read(kPowerStateRegister, uRegister);
+    LOG_PROCESS_ERROR(bRetCode);
+    bRetCode = m_Misc.Write(kPowerStateRegister, kClockDivisor.Set(uRegister, bFirst ? 0 : kDivideBy32));
+    LOG_PROCESS_ERROR(bRetCode);
 
     CMsrWords BusUnit{};
     bRetCode = _ReadMsr(kBusUnitMsr, BusUnit);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     if (bSecond)
         kBusUnitTlb.Set(BusUnit, 0);
     else
         kBusUnitTlbOff.Set(BusUnit, 1);  // bit 0 stays as it is
     bRetCode = _WriteMsr(kBusUnitMsr, BusUnit);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
 
     CMsrWords Hwcr{};
     bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     kHwcrTlbCacheDis.Set(Hwcr, !bSecond);
     bRetCode = _WriteMsr(kHwcrMsr, Hwcr);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
@@ -296,7 +299,7 @@ bool CTalvorCPU::_GetFVInfo() {
     CMsrWords Status{}, Current{}, Pstate0{};
     const bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status) &&
                           _ReadMsr(kPstateMsr + kCurrentPstate.Get(Status), Current) && _ReadMsr(kPstateMsr, Pstate0);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     const uint32_t uLimit = kLimit.Get(Status);
     m_FvInfo = {};
     m_FvInfo.dStartMultiplier = _Multiplier(Current);
@@ -313,11 +316,13 @@ bool CTalvorCPU::SetCurrentMultiplier(double dMultiplier) {
     if (!_EnterCore()) return false;
     CMsrWords Control{};
     const bool bRetCode = _ReadMsr(kCofVidControlMsr, Control);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     CMsrWords Wanted = Control;
     // Kept: no range check; the divisor stays, halves are cut off first and the result is cut to the field.
     kFid.Set(Wanted, (g_Truncate(dMultiplier * 2) << kDid.Get(Control)) - m_rRules.uFidOffset);
-    return _StartTransition(Control, Wanted, __func__);
+    const char* const pszFailed = _StartTransition(Control, Wanted);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
 bool CTalvorCPU::_CheckTscFreqSel() {
@@ -325,7 +330,7 @@ bool CTalvorCPU::_CheckTscFreqSel() {
     if (!_PinThread()) return false;
     CMsrWords Hwcr{};
     const bool bRetCode = _ReadMsr(kHwcrMsr, Hwcr);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return kHwcrTscFreqSel.Get(Hwcr) != 0;
 }
 

@@ -19,21 +19,22 @@ public:
 protected:
     using CFamilyCPU::CFamilyCPU;
 
-    bool _StartTransition(const cpu::CMsrWords& rNow, cpu::CMsrWords Wanted, const char* pszFunction) override;
+    const char* _StartTransition(const CMsrWords& rNow, CMsrWords Wanted) override;
     /// Multiplier that the FID and DID of a control, status or definition register give.
-    double _Multiplier(const cpu::CMsrWords& rWords) const;
+    double _Multiplier(const CMsrWords& rWords) const;
 
     double m_dTemperature = 0.0;
 
 private:
-    bool _CheckStateIndex(uint32_t uStateIndex, const char* pszFunction);
-    bool _WriteAndWait(const cpu::CMsrWords& rControl, const char* pszFunction);
+    // Text of the failed check; null when there is none.
+    const char* _CheckStateIndex(uint32_t uStateIndex) const;
+    const char* _WriteAndWait(const CMsrWords& rControl) const;
 };
 
 /// Family 10h. Transitions are waited for, about one second at most for each of their two steps.
 class CBrevikCPU : public CCofVidCPU {
 public:
-    CBrevikCPU();
+    CBrevikCPU(CDriverHandler& rDriver, CSystemTables& rTables);
     /// Rounded down to what a whole frequency ID can express with the smallest divisor that fits; 0.5 to 31.
     bool SetCurrentMultiplier(double dMultiplier) override;
     double GetCurrentNBMultiplier() override;
@@ -60,7 +61,7 @@ private:
 /// Family 11h. Transitions are started and not waited for.
 class CTalvorCPU : public CCofVidCPU {
 public:
-    CTalvorCPU();
+    CTalvorCPU(CDriverHandler& rDriver, CSystemTables& rTables);
     bool SetCurrentMultiplier(double dMultiplier) override;
 
 protected:

@@ -7,14 +7,12 @@
 
 #include "api/log/log_checks.h"
 #include "devices/cpu/cpu_registers.h"
-#include "firmware/acpi_table.h"
-#include "hw/driver_handler.h"
-#include "hw/scope_exit.h"
 #include "platform/clock.h"
 #include "platform/cpuid.h"
 #include "platform/mapped_registers.h"
 #include "platform/system.h"
 #include "platform/text.h"
+#include "registers/scope_exit.h"
 
 namespace vxt {
 
@@ -57,38 +55,33 @@ constexpr CFeatureRow kFeatureRows[] = {
 
 }  // namespace
 
-CCPU::CCPU() : CCPU(kIdentity) {}
+CCPU::CCPU(CDriverHandler& rDriver, CSystemTables& rTables) : CCPU(kIdentity, rDriver, rTables) {}
 
 bool CCPU::Init(uint32_t) {
     const uint8_t* pTable = nullptr;
     uint32_t uSize = 0;
-    bool bRetCode = g_GetACPITable().GetTable(g_TableKey("FACP"), pTable, uSize);
+    bool bRetCode = m_rTables.GetTable(g_TableKey("FACP"), pTable, uSize);
     LOG_PROCESS_ERROR(bRetCode);
-    LOG_PROCESS_ERROR_TEXT("uSize >= (unsigned)(((char*)(&fadt->PM_TMR_BLK) - (char*)fadt) + 4)",
-                           uSize >= kPmTimerBlockOffset + 4);
+    LOG_PROCESS_ERROR(uSize >= kPmTimerBlockOffset + 4,
+                      "uSize >= (unsigned)(((char*)(&fadt->PM_TMR_BLK) - (char*)fadt) + 4)");
     std::memcpy(&m_usPmTimerPort, pTable + kPmTimerBlockOffset, sizeof(m_usPmTimerPort));
 
-    bRetCode = g_GetACPITable().GetTable(g_TableKey("APIC"), pTable, uSize);
+    bRetCode = m_rTables.GetTable(g_TableKey("APIC"), pTable, uSize);
     LOG_PROCESS_ERROR(bRetCode);
-    LOG_PROCESS_ERROR_TEXT("uSize > (unsigned)(((char*)(&madt->uLocalAPICAddress) - (char*)madt) + 4)",
-                           uSize > kLocalApicOffset + 4);
+    LOG_PROCESS_ERROR(uSize > kLocalApicOffset + 4,
+                      "uSize > (unsigned)(((char*)(&madt->uLocalAPICAddress) - (char*)madt) + 4)");
     uint32_t uLocalApic = 0;
     std::memcpy(&uLocalApic, pTable + kLocalApicOffset, sizeof(uLocalApic));
-    const uint64_t ullTimers = uint64_t{uLocalApic} + kApicTimers;
     bRetCode = UnInit();  // of an earlier Init: one mapping at a time
     LOG_PROCESS_ERROR(bRetCode);
-    m_uApicMapping = g_GetDriverHandler().MapPhysicalMemory(static_cast<uint32_t>(ullTimers),
-                                                            static_cast<uint32_t>(ullTimers >> 32), kApicTimersSize);
-    bRetCode = m_uApicMapping != 0;
+    m_ApicTimers = CPhysicalMapping(m_rDriver, uint64_t{uLocalApic} + kApicTimers, kApicTimersSize);
+    bRetCode = static_cast<bool>(m_ApicTimers);
     LOG_PROCESS_ERROR(bRetCode);
-    m_ullApic = g_GetDriverHandler().GetMappedAddress(m_uApicMapping);
     return true;
 }
 
 bool CCPU::UnInit() {
-    m_ullApic = 0;
-    const bool bRetCode =
-        m_uApicMapping == 0 || g_GetDriverHandler().UnmapPhysicalMemory(std::exchange(m_uApicMapping, 0));
+    const bool bRetCode = m_ApicTimers.Unmap();
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
@@ -99,10 +92,11 @@ float CCPU::GetCurrentClock() {
 }
 
 double CCPU::MeasureReferenceClock() {
-    if (m_ullApic == 0) return 0.0;
-    const auto Read = [this](uint32_t uRegister) { return platform::ReadMapped(m_ullApic + uRegister); };
-    const auto Write = [this](uint32_t uRegister, uint32_t uValue) {
-        platform::WriteMapped(m_ullApic + uRegister, uValue);
+    const uint64_t ullTimers = m_ApicTimers.Address();
+    if (ullTimers == 0) return 0.0;
+    const auto Read = [=](uint32_t uRegister) { return platform::ReadMapped(ullTimers + uRegister); };
+    const auto Write = [=](uint32_t uRegister, uint32_t uValue) {
+        platform::WriteMapped(ullTimers + uRegister, uValue);
     };
 
     const uint32_t uLvtTimer = Read(kLvtTimer);
@@ -118,25 +112,25 @@ double CCPU::MeasureReferenceClock() {
 
     uint32_t uStart = 0, uNow = 0;
     bool bRetCode = _ReadPmTimer(uStart);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     // Kept: one count short of the timer's period.
     const auto Elapsed = [&] { return (uNow < uStart ? uNow + kPmTimerMask : uNow) - uStart; };
     uint32_t uBefore = uStart, uEqual = 0;
     do {
         bRetCode = _ReadPmTimer(uNow);
-        LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+        LOG_PROCESS_ERROR(bRetCode);
         uEqual = uNow == std::exchange(uBefore, uNow) ? uEqual + 1 : 0;
-        LOG_PROCESS_ERROR_OR(0.0, uEqual < kStandstill);
+        LOG_PROCESS_ERROR(uEqual < kStandstill);
     } while (Elapsed() < kMeasuredTicks);
     const uint32_t uSecondCount = Read(kCurrentCount);
     bRetCode = _ReadPmTimer(uNow);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
-    LOG_PROCESS_ERROR_OR(0.0, Elapsed() != 0);  // the thread slept for exactly one period
+    LOG_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(Elapsed() != 0);  // the thread slept for exactly one period
     return (uFirstCount - uSecondCount) * kPmTimerMHz / Elapsed() * kDivisor;
 }
 
 bool CCPU::_ReadPmTimer(uint32_t& ruTicks) const {
-    if (!g_GetDriverHandler().ReadPort(m_usPmTimerPort, ruTicks)) return false;
+    if (!m_rDriver.ReadPort(m_usPmTimerPort, ruTicks)) return false;
     ruTicks &= kPmTimerMask;
     return true;
 }
@@ -144,7 +138,7 @@ bool CCPU::_ReadPmTimer(uint32_t& ruTicks) const {
 double CCPU::GetCurrentUsage() {
     std::array<uint64_t, 32> aullIdleTimes{};
     const bool bRetCode = m_uIndex < platform::ProcessorIdleTimes(aullIdleTimes);
-    LOG_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     const uint64_t ullIdleTime = aullIdleTimes[m_uIndex];
     const uint32_t uTickCount = platform::TickCount();
     const double dIdle =

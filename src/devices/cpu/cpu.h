@@ -6,6 +6,7 @@
 #include <array>
 
 #include "devices/framework/device_base.h"
+#include "hw/physical_mapping.h"
 #include "platform/cpuid.h"
 
 namespace vxt {
@@ -25,7 +26,8 @@ struct CCacheInfo {
 /// A processor core: identification texts, timers and usage. Operations that need family knowledge answer 0 or false.
 class CCPU : public CDeviceBase<vxtapi::CCPU> {
 public:
-    CCPU();
+    /// Both must outlive the device.
+    CCPU(CDriverHandler& rDriver, CSystemTables& rTables);
 
     /// Sets up the timers: the power-management timer's port and the local APIC, from the firmware's tables.
     bool Init(uint32_t uIndex) override;
@@ -92,7 +94,8 @@ protected:
     static constexpr size_t kTextSize = 256;
     static constexpr uint32_t kNoPstate = 0xFFFFFFFF;
 
-    explicit CCPU(const CDeviceIdentity& rIdentity) : CDeviceBase(rIdentity) {}
+    CCPU(const CDeviceIdentity& rIdentity, CDriverHandler& rDriver, CSystemTables& rTables)
+        : CDeviceBase(rIdentity), m_rDriver(rDriver), m_rTables(rTables) {}
 
     static uint32_t _GetProcessorCount();
     void _ReadVendor();
@@ -101,6 +104,7 @@ protected:
     void _ReadFeatures();
     void _ReadCaches();
 
+    CDriverHandler& m_rDriver;
     std::array<wchar_t, kTextSize> m_szBrand{}, m_szDescription{}, m_szVendor{};
     uint32_t m_uFamily = 0, m_uExtendedFamily = 0, m_uModel = 0, m_uExtendedModel = 0, m_uStepping = 0;
     bool m_bMultiplierLimited = true;
@@ -110,13 +114,13 @@ protected:
 private:
     bool _ReadPmTimer(uint32_t& ruTicks) const;
 
+    CSystemTables& m_rTables;
     std::array<uint32_t, 5> m_auFeatures{};  ///< the kept bits, row by row of the feature table
     CCacheInfo m_Caches{};
     uint16_t m_usPmTimerPort = 0;
-    uint32_t m_uApicMapping = 0;  ///< key of the mapping; 0: none
-    uint64_t m_ullApic = 0;       ///< its address in this process
-    uint64_t m_ullIdleTime = 0;   ///< 100 ns units, at the previous usage reading
-    uint32_t m_uTickCount = 0;    ///< ms, likewise
+    CPhysicalMapping m_ApicTimers;
+    uint64_t m_ullIdleTime = 0;  ///< 100 ns units, at the previous usage reading
+    uint32_t m_uTickCount = 0;   ///< ms, likewise
 };
 
 }  // namespace vxt

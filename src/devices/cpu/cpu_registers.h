@@ -3,12 +3,12 @@
 
 #include <vxtapi/cpu.h>
 
+#include "hw/pci_function.h"
 #include "hw/processor_match.h"
-#include "hw/value_table.h"
+#include "registers/msr_words.h"
+#include "registers/value_table.h"
 
 namespace vxt::cpu {
-
-using CMsrWords = std::array<uint32_t, 2>;  ///< a 64-bit register, low half first
 
 // CPUID
 inline constexpr uint32_t kCpuidVendor = 0, kCpuidSignature = 1, kCpuidExtended = 0x80000000,
@@ -21,8 +21,7 @@ inline constexpr CBitField kL2Size(31, 16), kL2Associativity(15, 12), kL2LinesPe
 inline constexpr uint32_t kFidControl = 1u << 1, kVidControl = 1u << 2, kHalfSteps = 1u << 6, kHwPstates = 1u << 7,
                           kTscInvariant = 1u << 8;
 
-/// The processor's own PCI functions: bus 0, device 24.
-inline constexpr uint32_t kNorthBridgeBus = 0, kNorthBridgeDevice = 24, kMiscFunction = 3;
+inline constexpr CPciAddress kMiscControl{.uBus = 0, .uDevice = 24, .uFunction = 3};
 inline constexpr uint32_t kPowerStateRegister = 0x84;
 inline constexpr CBitField kClockDivisor(31, 29);  ///< in the deepest halt; 0: the clock is not divided
 inline constexpr uint32_t kDivideBy32 = 5;

@@ -2,7 +2,7 @@
 
 #include <cwchar>
 
-#include "hw/driver_handler.h"
+#include "api/log/log_checks.h"
 #include "platform/thread.h"
 
 namespace vxt {
@@ -16,23 +16,23 @@ constexpr double kNominalReference = 200e6;  ///< Hz
 
 bool CFamilyCPU::Init(uint32_t uIndex) {
     bool bRetCode = _CheckCpuid();
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     _ReadVendor();
-    FAMILY_PROCESS_ERROR_TEXT("wcsncmp(m_szVendor, QOR_VENDOR_STRING, MAX_STRING_LEN) == 0",
-                              std::wcsncmp(m_szVendor.data(), kMakerVendor, kTextSize) == 0);
+    LOG_PROCESS_ERROR(std::wcsncmp(m_szVendor.data(), kMakerVendor, kTextSize) == 0,
+                      "wcsncmp(m_szVendor, QOR_VENDOR_STRING, MAX_STRING_LEN) == 0");
     m_uIndex = uIndex;
-    FAMILY_PROCESS_ERROR(m_uIndex < _GetProcessorCount());
+    LOG_PROCESS_ERROR(m_uIndex < _GetProcessorCount());
     bRetCode = _ReadBrand();
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     _ReadSignature();
     _ReadFeatures();
     _ReadCaches();
     bRetCode = _GetFVInfo();
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     bRetCode = _CheckTSC();
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     bRetCode = CCPU::Init(uIndex);  // last: what it maps stays mapped until UnInit
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     m_dNominalFrequency = GetMaxMultiplier() * kNominalReference;
     return true;
 }
@@ -40,11 +40,9 @@ bool CFamilyCPU::Init(uint32_t uIndex) {
 bool CFamilyCPU::_CheckCpuid() const {
     const CFamilyMatch& rMatch = m_rRules.rMatch;
     const char* const pszFailed = rMatch.FailedCheck(Cpuid(kCpuidSignature).uEax);
-    FAMILY_PROCESS_ERROR_TEXT(pszFailed, !pszFailed);
-    FAMILY_PROCESS_ERROR_TEXT("nStandardCount >= MAX_STANDARD_CPUID",
-                              Cpuid(kCpuidVendor).uEax >= rMatch.uStandardLeaves);
-    FAMILY_PROCESS_ERROR_TEXT("nExtendedCount >= MAX_EXTENDED_CPUID",
-                              Cpuid(kCpuidExtended).uEax >= rMatch.uExtendedLeaves);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    LOG_PROCESS_ERROR(Cpuid(kCpuidVendor).uEax >= rMatch.uStandardLeaves, "nStandardCount >= MAX_STANDARD_CPUID");
+    LOG_PROCESS_ERROR(Cpuid(kCpuidExtended).uEax >= rMatch.uExtendedLeaves, "nExtendedCount >= MAX_EXTENDED_CPUID");
     return true;
 }
 
@@ -54,7 +52,7 @@ bool CFamilyCPU::_EnterCore() const { return _PinThread() && _CheckFVID(); }
 
 bool CFamilyCPU::_PinThread() const {
     const bool bRetCode = platform::SetThreadAffinity(1u << m_uIndex % 32);
-    FAMILY_PROCESS_ERROR(bRetCode);  // another core's registers would be worse than none
+    LOG_PROCESS_ERROR(bRetCode);  // another core's registers would be worse than none
     return true;
 }
 
@@ -62,7 +60,7 @@ double CFamilyCPU::GetCurrentVoltage() {
     if (!_EnterCore()) return 0.0;
     CMsrWords Status{};
     const bool bRetCode = _ReadMsr(m_rRules.rVid.uStatusMsr, Status);
-    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return g_DecodeField(m_rRules.rVid.StatusVid, m_rRules.rVid.Volts, Status);
 }
 
@@ -70,31 +68,23 @@ bool CFamilyCPU::SetCurrentVoltage(double dVoltage) {
     if (!_EnterCore()) return false;
     CMsrWords Control{};
     const bool bRetCode = _ReadMsr(m_rRules.rVid.uControlMsr, Control);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     CMsrWords Wanted = Control;
     const std::optional<uint32_t> uVid = m_rRules.rVid.Volts.Encode(dVoltage, m_rRules.rVid.dTolerance);
     // Kept: a value that is not in the table changes nothing, and is written all the same. 0 V, the code that switches
     // the core off, is never asked for.
     if (uVid && m_rRules.rVid.Volts.Decode(*uVid) > 0.0) m_rRules.ControlVid.Set(Wanted, *uVid);
-    return _StartTransition(Control, Wanted, __func__);
+    const char* const pszFailed = _StartTransition(Control, Wanted);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
-bool CFamilyCPU::_ReadMsr(uint32_t uIndex, CMsrWords& rWords) {
-    return g_GetDriverHandler().RDMSR(uIndex, rWords[0], rWords[1]);
+bool CFamilyCPU::_ReadMsr(uint32_t uIndex, CMsrWords& rWords) const {
+    return m_rDriver.RDMSR(uIndex, rWords[0], rWords[1]);
 }
 
-bool CFamilyCPU::_WriteMsr(uint32_t uIndex, const CMsrWords& rWords) {
-    return g_GetDriverHandler().WRMSR(uIndex, rWords[0], rWords[1]);
-}
-
-bool CFamilyCPU::_ReadMisc(uint32_t uOffset, uint32_t& ruValue) {
-    return g_GetDriverHandler().GetPCIConfig(kNorthBridgeBus, kNorthBridgeDevice, kMiscFunction, uOffset, &ruValue,
-                                             sizeof(ruValue));
-}
-
-bool CFamilyCPU::_WriteMisc(uint32_t uOffset, uint32_t uValue) {
-    return g_GetDriverHandler().SetPCIConfig(kNorthBridgeBus, kNorthBridgeDevice, kMiscFunction, uOffset, &uValue,
-                                             sizeof(uValue));
+bool CFamilyCPU::_WriteMsr(uint32_t uIndex, const CMsrWords& rWords) const {
+    return m_rDriver.WRMSR(uIndex, rWords[0], rWords[1]);
 }
 
 }  // namespace vxt

@@ -3,7 +3,7 @@
 
 #include "devices/cpu/cpu.h"
 #include "devices/cpu/cpu_registers.h"
-#include "devices/framework/class_checks.h"
+#include "hw/pci_function.h"
 
 namespace vxt {
 
@@ -32,13 +32,15 @@ public:
     const CFvInfo& GetFvInfo() const { return m_FvInfo; }
 
 protected:
-    CFamilyCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules) : CCPU(rIdentity), m_rRules(rRules) {}
+    CFamilyCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules, CDriverHandler& rDriver,
+               CSystemTables& rTables)
+        : CCPU(rIdentity, rDriver, rTables), m_rRules(rRules) {}
 
     virtual bool _GetFVInfo() = 0;
     /// Whether the time-stamp counter could be judged; families that do not look at it can.
     virtual bool _CheckTSC() { return true; }
-    /// Brings the core from the control register as read to the one wanted. `pszFunction` is the operation, as logged.
-    virtual bool _StartTransition(const cpu::CMsrWords& rNow, cpu::CMsrWords Wanted, const char* pszFunction) = 0;
+    /// Brings the core from the control register as read to the one wanted. Text of the failed check; null when done.
+    virtual const char* _StartTransition(const CMsrWords& rNow, CMsrWords Wanted) = 0;
 
     bool _CheckCpuid() const;
     /// The capability gate: whether the processor lets software control its clock and voltage.
@@ -48,15 +50,13 @@ protected:
     /// Pins the calling thread to this core and leaves it there. Kept: cores from 32 on share the mask's 32 bits.
     bool _PinThread() const;
 
-    static bool _ReadMsr(uint32_t uIndex, cpu::CMsrWords& rWords);
-    static bool _WriteMsr(uint32_t uIndex, const cpu::CMsrWords& rWords);
-    /// A dword of the processor's miscellaneous-control function.
-    static bool _ReadMisc(uint32_t uOffset, uint32_t& ruValue);
-    static bool _WriteMisc(uint32_t uOffset, uint32_t uValue);
+    bool _ReadMsr(uint32_t uIndex, CMsrWords& rWords) const;
+    bool _WriteMsr(uint32_t uIndex, const CMsrWords& rWords) const;
 
-    const char* _GetClassName() const { return m_rRules.pszClass; }
+    const char* LogClass() const { return m_rRules.pszClass; }
 
     const cpu::CFamilyRules& m_rRules;
+    CPciFunction m_Misc{m_rDriver, cpu::kMiscControl};  ///< the processor's miscellaneous control
     CFvInfo m_FvInfo{};
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "api/log/log_checks.h"
+
 namespace vxt {
 
 using namespace cpu;
@@ -18,15 +20,17 @@ constexpr uint32_t kFirstOtherSensor = 6;  ///< extended model from which the re
 
 }  // namespace
 
-CCorvel64CPU::CCorvel64CPU() : CFidVidCPU(kFirstIdentity, kFirstK8Rules, kMinVid) {}
+CCorvel64CPU::CCorvel64CPU(CDriverHandler& rDriver, CSystemTables& rTables)
+    : CFidVidCPU(kFirstIdentity, kFirstK8Rules, rDriver, rTables, kMinVid) {}
 // Kept: revision F stores its start voltage where the first generation stores its minimum.
-CCorvel64X2CPU::CCorvel64X2CPU() : CFidVidCPU(kRevisionFIdentity, kRevisionFRules, kStartVid) {}
+CCorvel64X2CPU::CCorvel64X2CPU(CDriverHandler& rDriver, CSystemTables& rTables)
+    : CFidVidCPU(kRevisionFIdentity, kRevisionFRules, rDriver, rTables, kStartVid) {}
 
 bool CFidVidCPU::_GetFVInfo() {
     if (!_EnterCore()) return false;
     CMsrWords Status{};
     const bool bRetCode = _ReadMsr(kFidVidStatusMsr, Status);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     const auto Volts = [&Status](const CRegisterField& rField) { return g_DecodeField(rField, kFidVidTable, Status); };
     m_bMultiplierLimited = kMaxFid.Get(Status) != kUnlimitedFid;
     m_FvInfo = {};
@@ -43,7 +47,7 @@ double CFidVidCPU::GetCurrentMultiplier() {
     if (!_EnterCore()) return 0.0;
     CMsrWords Status{};
     const bool bRetCode = _ReadMsr(kFidVidStatusMsr, Status);
-    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return g_DecodeField(kFid, kFidTable, Status);
 }
 
@@ -51,30 +55,30 @@ bool CFidVidCPU::SetCurrentMultiplier(double dMultiplier) {
     if (!_EnterCore()) return false;
     CMsrWords Control{};
     const bool bRetCode = _ReadMsr(kFidVidControlMsr, Control);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     CMsrWords Wanted = Control;
     g_EncodeField(kFid, kFidTable, Wanted, dMultiplier, kFidTolerance);  // Kept: written also when nothing matches
-    return _StartTransition(Control, Wanted, __func__);
+    const char* const pszFailed = _StartTransition(Control, Wanted);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
-bool CFidVidCPU::_StartTransition(const CMsrWords&, CMsrWords Wanted, const char* pszFunction) {
+const char* CFidVidCPU::_StartTransition(const CMsrWords&, CMsrWords Wanted) {
     kInitiateChange.Set(Wanted, 1);
     if (m_rRules.bWaits) kStopGrantCount.Set(Wanted, kStopGrantShort);
-    bool bRetCode = _WriteMsr(kFidVidControlMsr, Wanted);
-    FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+    if (!_WriteMsr(kFidVidControlMsr, Wanted)) return "bRetCode";
     CMsrWords Status{};
     while (m_rRules.bWaits) {  // Kept: no limit, no sleep
-        bRetCode = _ReadMsr(kFidVidStatusMsr, Status);
-        FAMILY_CHECK_(false, "bRetCode", pszFunction, bRetCode);
+        if (!_ReadMsr(kFidVidStatusMsr, Status)) return "bRetCode";
         if (kChangePending.Get(Status) == 0) break;
     }
-    return true;
+    return nullptr;
 }
 
 const void* CCorvel64CPU::GetThermTrip() {
     uint32_t uRegister = 0;
-    const bool bRetCode = _ReadMisc(kThermTripRegister, uRegister);
-    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    const bool bRetCode = m_Misc.Read(kThermTripRegister, uRegister);
+    LOG_PROCESS_ERROR(bRetCode);
     const int32_t nOffset = static_cast<int32_t>(kThermOffset.Get(uRegister));
     m_nThermTrip = kThermOffsetSign.Get(uRegister) ? -nOffset : nOffset;
     return &m_nThermTrip;
@@ -88,11 +92,11 @@ bool CCorvel64X2CPU::Init(uint32_t uIndex) {
 const void* CCorvel64X2CPU::GetThermTrip() {
     std::ranges::fill(m_adThermal, 0.0);
     uint32_t uRegister = 0;
-    bool bRetCode = _ReadMisc(kThermTripRegister, uRegister);
-    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    bool bRetCode = m_Misc.Read(kThermTripRegister, uRegister);
+    LOG_PROCESS_ERROR(bRetCode);
     uRegister = kThermSensorSelect.Set(kThermCoreSelect.Set(uRegister, m_uIndex), 0);
-    bRetCode = _WriteMisc(kThermTripRegister, uRegister) && _ReadMisc(kThermTripRegister, uRegister);
-    FAMILY_PROCESS_ERROR_OR(nullptr, bRetCode);
+    bRetCode = m_Misc.Write(kThermTripRegister, uRegister) && m_Misc.Read(kThermTripRegister, uRegister);
+    LOG_PROCESS_ERROR(bRetCode);
     // Kept: below the offset the unsigned difference wraps to a huge temperature.
     if (m_uExtendedModel < kFirstOtherSensor) m_adThermal[0] = kThermReading.Get(uRegister) - kDiodeOffset;
     return m_adThermal;

@@ -12,11 +12,12 @@ public:
 
 protected:
     /// `rFourthVid`: field of the status register behind the stored minimum voltage.
-    CFidVidCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules, const CRegisterField& rFourthVid)
-        : CFamilyCPU(rIdentity, rRules), m_FourthVid(rFourthVid) {}
+    CFidVidCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules, CDriverHandler& rDriver,
+               CSystemTables& rTables, const CRegisterField& rFourthVid)
+        : CFamilyCPU(rIdentity, rRules, rDriver, rTables), m_FourthVid(rFourthVid) {}
 
     bool _GetFVInfo() override;
-    bool _StartTransition(const cpu::CMsrWords& rNow, cpu::CMsrWords Wanted, const char* pszFunction) override;
+    const char* _StartTransition(const CMsrWords& rNow, CMsrWords Wanted) override;
 
 private:
     CRegisterField m_FourthVid;
@@ -25,7 +26,7 @@ private:
 /// First generations (extended models 0 to 2). Transitions are started and not waited for.
 class CCorvel64CPU : public CFidVidCPU {
 public:
-    CCorvel64CPU();
+    CCorvel64CPU(CDriverHandler& rDriver, CSystemTables& rTables);
     /// An int32_t: the signed offset of the thermal trip register.
     const void* GetThermTrip() override;
 
@@ -36,7 +37,7 @@ private:
 /// Revision F and later. Setters wait, without limit and without sleeping, until the transition has ended.
 class CCorvel64X2CPU : public CFidVidCPU {
 public:
-    CCorvel64X2CPU();
+    CCorvel64X2CPU(CDriverHandler& rDriver, CSystemTables& rTables);
     bool Init(uint32_t uIndex) override;
     /// A double: this core's temperature in degrees Celsius; 0 for models whose sensor reads otherwise.
     const void* GetThermTrip() override;

@@ -41,7 +41,7 @@ CDeviceManager::CDeviceManager(std::span<const CCreateFunction> CreateFunctions)
 CDeviceManager::~CDeviceManager() { UnInit(); }
 
 CDevicePointer CDeviceManager::_CreateDevice(uint32_t uIndex) {
-    LOG_PROCESS_ERROR_TEXT_OR(nullptr, "uIndex < g_GetDeviceListCount()", uIndex < m_CreateFunctions.size());
+    LOG_PROCESS_ERROR(uIndex < m_CreateFunctions.size(), "uIndex < g_GetDeviceListCount()");
     return m_CreateFunctions[uIndex]();
 }
 
@@ -52,7 +52,7 @@ bool CDeviceManager::_ReadDeviceListConfig() {
     const std::wstring_view sMode = Lines.front();
     const bool bAllow = g_BeginsWith(sMode, std::wstring_view(L"[on]").substr(0, kModeLength));
     const bool bDeny = g_BeginsWith(sMode, std::wstring_view(L"[off]").substr(0, kModeLength));
-    LOG_PROCESS_ERROR_TEXT("false", bAllow || bDeny);
+    LOG_PROCESS_ERROR(bAllow || bDeny, "false");
     m_bFilterOn = bAllow;
     Lines.pop_front();
     m_DeviceFilter.splice(m_DeviceFilter.end(), Lines);
@@ -136,7 +136,7 @@ bool CDeviceManager::UnInit() {
 }
 
 CDevice* CDeviceManager::GetDevice(uint32_t uIndex) {
-    LOG_PROCESS_ERROR_OR(nullptr, uIndex < m_DeviceList.size());
+    LOG_PROCESS_ERROR(uIndex < m_DeviceList.size());
     return GetDevice(std::next(m_DeviceList.begin(), uIndex)->first, 0);
 }
 
@@ -158,7 +158,7 @@ uint32_t CDeviceManager::GetDeviceCountByName(const wchar_t* pszName) {
 
 uint32_t CDeviceManager::GetDeviceCount(eDeviceType eType) {
     const auto itType = m_DeviceList.find(eType);
-    LOG_PROCESS_ERROR_OR(0, itType != m_DeviceList.end());
+    LOG_PROCESS_ERROR(itType != m_DeviceList.end());
     return static_cast<uint32_t>(itType->second.size());
 }
 
@@ -175,11 +175,11 @@ bool CDeviceManager::_RefreshDevice(eDeviceType eType) {
     }
     rDevices.clear();
     const CCreateEntry Entry = m_CreateList[eType];
-    LOG_PROCESS_ERROR_TEXT("m_CreateList[eDeviceType].m_pCreateDevice", Entry.m_pCreateDevice);
+    LOG_PROCESS_ERROR(Entry.m_pCreateDevice, "m_CreateList[eDeviceType].m_pCreateDevice");
     for (uint32_t i = 0;; ++i) {  // as many as there are now
         CDevicePointer pDevice = (this->*Entry.m_pCreateDevice)(Entry.uArgument);
         if (!pDevice || !pDevice->Init(i)) return true;
-        LOG_PROCESS_ERROR_TEXT("pDevice->GetType() == eDeviceType", pDevice->GetType() == eType);
+        LOG_PROCESS_ERROR(pDevice->GetType() == eType, "pDevice->GetType() == eDeviceType");
         rDevices.insert_or_assign(i, std::move(pDevice));
     }
 }

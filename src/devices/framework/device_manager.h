@@ -24,8 +24,9 @@ using CDevicePointer = std::unique_ptr<CDevice, CDeviceDeleter>;
 /// Makes one device of a class; null when there is no memory for it.
 using CCreateFunction = CDevicePointer (*)();
 
-template <class TDevice> CDevicePointer g_CreateDevice() {
-    return CDevicePointer(new (std::nothrow) TDevice,
+/// `Sources` answer what the class is made with, in the order of its constructor's arguments.
+template <class TDevice, auto&... Sources> CDevicePointer g_CreateDevice() {
+    return CDevicePointer(new (std::nothrow) TDevice(Sources()...),
                           {[](CDevice* pDevice) { delete static_cast<TDevice*>(pDevice); }});
 }
 

@@ -1,6 +1,6 @@
 #include "devices/memctl/ht_link.h"
 
-#include "devices/framework/class_checks.h"
+#include "api/log/log_checks.h"
 
 namespace vxt {
 
@@ -28,31 +28,31 @@ constexpr uint32_t g_BlockOffset(uint32_t uLink) { return kFirstLinkBlock + uLin
 
 }  // namespace
 
-CHTLink::CHTLink() : CFamilyHTLink(kIdentityK8, kLinksK8) {}
-CBrevikHTLink::CBrevikHTLink() : CFastHTLink(kIdentity10h, kLinks10h) {}
-CTalvorHTLink::CTalvorHTLink() : CFastHTLink(kIdentity11h, kLinks11h) {}
+CHTLink::CHTLink(CDriverHandler& rDriver) : CFamilyHTLink(kIdentityK8, kLinksK8, rDriver) {}
+CBrevikHTLink::CBrevikHTLink(CDriverHandler& rDriver) : CFastHTLink(kIdentity10h, kLinks10h, rDriver) {}
+CTalvorHTLink::CTalvorHTLink(CDriverHandler& rDriver) : CFastHTLink(kIdentity11h, kLinks11h, rDriver) {}
 
 bool CFamilyHTLink::Init(uint32_t uIndex) {
     if (uIndex != 0) return false;  // one device drives all links
     m_uIndex = uIndex;
     const bool bRetCode = m_Function.Find(kProcessorVendor, m_rFamily.usDevice);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CFamilyHTLink::GetHTConfig(uint32_t uLink, HTConfig* pConfig) {
-    FAMILY_PROCESS_ERROR_TEXT(m_rFamily.pszLinkCheck, uLink < m_rFamily.uLinks);
-    FAMILY_PROCESS_ERROR(pConfig);
+    LOG_PROCESS_ERROR(uLink < m_rFamily.uLinks, m_rFamily.pszLinkCheck);
+    LOG_PROCESS_ERROR(pConfig);
     const bool bRetCode = _GetHTConfig(g_BlockOffset(uLink), *pConfig);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CFamilyHTLink::SetHTConfig(uint32_t uLink, const HTConfig* pConfig) {
-    FAMILY_PROCESS_ERROR_TEXT(m_rFamily.pszLinkCheck, uLink < m_rFamily.uLinks);
-    FAMILY_PROCESS_ERROR(pConfig);
+    LOG_PROCESS_ERROR(uLink < m_rFamily.uLinks, m_rFamily.pszLinkCheck);
+    LOG_PROCESS_ERROR(pConfig);
     const bool bRetCode = _SetHTConfig(g_BlockOffset(uLink), *pConfig);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
@@ -60,7 +60,7 @@ bool CFamilyHTLink::_GetHTConfig(uint32_t uCapability, HTConfig& rConfig) const 
     rConfig = {};
     CLinkBlock Block{};
     const bool bRetCode = m_Function.Read(uCapability, Block);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     for (size_t i = 0; i < std::size(kControlRows); ++i)
         rConfig.abControl[i] = kControlRows[i].bReported && kControlRows[i].Bit.Get(Block);
     for (const CWidthRow& rRow : kWidthRows) {
@@ -78,7 +78,7 @@ bool CFamilyHTLink::_GetHTConfig(uint32_t uCapability, HTConfig& rConfig) const 
 bool CFamilyHTLink::_SetHTConfig(uint32_t uCapability, const HTConfig& rConfig) const {
     CLinkBlock Block{};
     bool bRetCode = m_Function.Read(uCapability, Block);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     for (size_t i = 0; i < std::size(kControlRows); ++i) kControlRows[i].Bit.Set(Block, rConfig.abControl[i]);
     for (const CWidthRow& rRow : kWidthRows) {
         g_EncodeField(rRow.Width, kWidths, Block, rConfig.*rRow.pWidth, kTolerance);
@@ -90,9 +90,9 @@ bool CFamilyHTLink::_SetHTConfig(uint32_t uCapability, const HTConfig& rConfig) 
         kRevisionMajor.Set(Block, rConfig.uRevisionMajor);
     }
     bRetCode = m_Function.Write(uCapability, Block);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     bRetCode = _PrepareLink(rConfig);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
@@ -121,21 +121,19 @@ bool CFastHTLink::_ReplacePhyReg(uint32_t uRegister, uint32_t uValue) const {
 }
 
 bool CFastHTLink::_GetLinkPhyReg(uint32_t uLink, uint32_t uRegister, uint32_t& ruValue) const {
-    return _PhyResult(_Phy(uLink).Read(uRegister, ruValue), __func__);
+    const char* const pszFailed = _Phy(uLink).Read(uRegister, ruValue);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
 bool CFastHTLink::_SetLinkPhyReg(uint32_t uLink, uint32_t uRegister, uint32_t uValue) const {
-    return _PhyResult(_Phy(uLink).Write(uRegister, uValue), __func__);
+    const char* const pszFailed = _Phy(uLink).Write(uRegister, uValue);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
 CIndexDataPair CFastHTLink::_Phy(uint32_t uLink) const {
-    return {m_Function.Further(kPhyFunction), kPhyPair + uLink * kPhyPairStride, kPhyIndexMask, kPhyPollLimit};
-}
-
-bool CFastHTLink::_PhyResult(CIndexDataPair::EResult eResult, const char* pszFunction) const {
-    FAMILY_CHECK_(false, "bRetCode", pszFunction, eResult != CIndexDataPair::EResult::kFailed);
-    FAMILY_CHECK_(false, "uCounter < 50000", pszFunction, eResult != CIndexDataPair::EResult::kTimedOut);
-    return true;
+    return {m_Function.Further(kPhyFunction), kPhyPair + uLink * kPhyPairStride, kPhyIndexMask, kPhyPoll};
 }
 
 }  // namespace vxt

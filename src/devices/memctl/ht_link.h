@@ -15,8 +15,8 @@ public:
     bool SetHTConfig(uint32_t uLink, const vxtapi::HTConfig* pConfig) override;
 
 protected:
-    CFamilyHTLink(const CDeviceIdentity& rIdentity, const ht::CFamilyLinks& rFamily)
-        : CDeviceBase(rIdentity), m_rFamily(rFamily) {}
+    CFamilyHTLink(const CDeviceIdentity& rIdentity, const ht::CFamilyLinks& rFamily, CDriverHandler& rDriver)
+        : CDeviceBase(rIdentity), m_rFamily(rFamily), m_Function(rDriver) {}
     ~CFamilyHTLink() = default;
 
     /// `uCapability`: offset of the link's block.
@@ -25,7 +25,7 @@ protected:
     /// What the processor needs besides, once a link's block is written.
     virtual bool _PrepareLink(const vxtapi::HTConfig&) const { return true; }
 
-    const char* _GetClassName() const { return m_rFamily.pszClass; }
+    const char* LogClass() const { return m_rFamily.pszClass; }
 
     const ht::CFamilyLinks& m_rFamily;
     CPciFunction m_Function;  ///< 0 of the processor's north bridge
@@ -49,25 +49,24 @@ private:
     bool _Change(uint32_t uRegister, uint32_t uClear, uint32_t uSet) const;
     bool _ReplacePhyReg(uint32_t uRegister, uint32_t uValue) const;
     CIndexDataPair _Phy(uint32_t uLink) const;
-    bool _PhyResult(CIndexDataPair::EResult eResult, const char* pszFunction) const;
 };
 
 /// K8.
 class CHTLink final : public CFamilyHTLink {
 public:
-    CHTLink();
+    explicit CHTLink(CDriverHandler& rDriver);
 };
 
 /// Family 10h.
 class CBrevikHTLink final : public CFastHTLink {
 public:
-    CBrevikHTLink();
+    explicit CBrevikHTLink(CDriverHandler& rDriver);
 };
 
 /// Family 11h.
 class CTalvorHTLink final : public CFastHTLink {
 public:
-    CTalvorHTLink();
+    explicit CTalvorHTLink(CDriverHandler& rDriver);
 };
 
 }  // namespace vxt

@@ -4,7 +4,8 @@
 
 #include <vxtapi/ht_link.h>
 
-#include "hw/ht_frequency.h"
+#include "hw/index_data_pair.h"
+#include "registers/ht_frequency.h"
 
 namespace vxt::ht {
 
@@ -75,7 +76,8 @@ inline constexpr uint32_t kTrainingClear = 0x35, kTrainingSet = 0xE00A;
 inline constexpr uint32_t kTransactionRegister = 0x168, kThrottleDisable = 1u << 10;
 // Link PHY: an index/data pair for each link, in the function four further
 inline constexpr uint32_t kPhyFunction = 4, kPhyPair = 0x180, kPhyPairStride = 8;
-inline constexpr uint32_t kPhyIndexMask = 0x1FF, kPhyPollLimit = 50'000;
+inline constexpr uint32_t kPhyIndexMask = 0x1FF;
+inline constexpr CPollLimit kPhyPoll{50'000, "uCounter < 50000"};
 inline constexpr uint32_t kPhyFastRegisters[] = {0xC5, 0xD5}, kPhyFastValue = 0x801F0000;
 
 /// What one family does differently from the others.

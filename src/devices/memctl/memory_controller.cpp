@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "devices/framework/class_checks.h"
+#include "api/log/log_checks.h"
 #include "devices/memctl/memory_registers.h"
-#include "hw/driver_handler.h"
 #include "platform/cpuid.h"
 
 namespace vxt {
@@ -14,7 +13,7 @@ using namespace memory;
 
 namespace {
 
-constexpr uint32_t kPollLimit = 1'000;
+constexpr CPollLimit kPoll{1'000, "nCounter < 1000"};
 constexpr uint32_t kChannels = 2;
 constexpr double kNominalReference = 200.0;  ///< MHz
 
@@ -77,27 +76,31 @@ const CMemoryRow* g_Find(const CFamilyRules& rRules, ESlot eSlot) {
 
 }  // namespace
 
-CMoldanMemoryController::CMoldanMemoryController() : CFamilyMemoryController(kFirstK8Identity, kFirstK8Rules) {}
-CKDFMemoryController::CKDFMemoryController() : CFamilyMemoryController(kRevisionFIdentity, kRevisionFRules) {}
-CBrevikMemoryController::CBrevikMemoryController() : CFamilyMemoryController(kFamily10hIdentity, kFamily10hRules) {}
-CTalvorMemoryController::CTalvorMemoryController() : CFamilyMemoryController(kFamily11hIdentity, kFamily11hRules) {}
+CMoldanMemoryController::CMoldanMemoryController(CDriverHandler& rDriver)
+    : CFamilyMemoryController(kFirstK8Identity, kFirstK8Rules, rDriver) {}
+CKDFMemoryController::CKDFMemoryController(CDriverHandler& rDriver)
+    : CFamilyMemoryController(kRevisionFIdentity, kRevisionFRules, rDriver) {}
+CBrevikMemoryController::CBrevikMemoryController(CDriverHandler& rDriver)
+    : CFamilyMemoryController(kFamily10hIdentity, kFamily10hRules, rDriver) {}
+CTalvorMemoryController::CTalvorMemoryController(CDriverHandler& rDriver)
+    : CFamilyMemoryController(kFamily11hIdentity, kFamily11hRules, rDriver) {}
 
 bool CFamilyMemoryController::Init(uint32_t uIndex) {
-    FAMILY_PROCESS_ERROR(uIndex == 0);
+    LOG_PROCESS_ERROR(uIndex == 0);
     bool bRetCode = _CheckCpuid();
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     bRetCode = m_Function.Find(kPciVendor, m_rRules.usPciDevice);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     vxtapi::MemConfig Scratch;
     bRetCode = GetMemConfig(&Scratch);  // for the channels and the layout
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     m_uIndex = uIndex;
     return true;
 }
 
 bool CFamilyMemoryController::_CheckCpuid() const {
     const char* const pszFailed = m_rRules.rMatch.FailedCheck(platform::Cpuid(cpuid::kSignature).uEax);
-    FAMILY_PROCESS_ERROR_TEXT(pszFailed, !pszFailed);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
     return true;
 }
 
@@ -108,37 +111,37 @@ uint32_t CFamilyMemoryController::GetPciVendor() { return kPciVendor; }
 double CFamilyMemoryController::GetMemClock(double dReferenceClock, double dFactor) {
     vxtapi::MemConfig Config;
     const bool bRetCode = GetMemConfig(&Config) && Config.dMemoryClock != kReserved;
-    FAMILY_PROCESS_ERROR_OR(0.0, bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return Config.dMemoryClock * dReferenceClock * dFactor / kNominalReference;
 }
 
 // --- timings ---------------------------------------------------------------------------------------------------------
 
 bool CFamilyMemoryController::GetMemTiming(vxtapi::MemTiming* pTiming) {
-    FAMILY_PROCESS_ERROR(pTiming);
+    LOG_PROCESS_ERROR(pTiming);
     *pTiming = {};
     EnableCf8ExtCfg();
     if (!m_bChannel[0] && !m_bChannel[1]) return true;
     CWords Words{};
     const bool bRetCode = _ReadAll(m_rRules.TimingBlocks, _IsDriven(0) ? 0 : 1, Words);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     g_Decode(m_rRules.Timing, m_uLayout, Words, pTiming);
     return true;
 }
 
 bool CFamilyMemoryController::SetMemTiming(const vxtapi::MemTiming* pTiming) {
-    FAMILY_PROCESS_ERROR(pTiming);
+    LOG_PROCESS_ERROR(pTiming);
     EnableCf8ExtCfg();
     if (!m_bChannel[0] && !m_bChannel[1]) return true;
     CWords Words{};
     const uint32_t uFirst = _IsDriven(0) ? 0 : 1;
     bool bRetCode = _ReadAll(m_rRules.TimingBlocks, uFirst, Words);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     g_Encode(m_rRules.Timing, m_uLayout, Words, pTiming);
     for (uint32_t uChannel = uFirst; uChannel < kChannels; ++uChannel) {
         if (!_IsDriven(uChannel) || (uChannel != uFirst && !m_rRules.bWritesBoth)) continue;
         bRetCode = _WriteAll(m_rRules.TimingBlocks, uChannel, Words);  // Kept: channel B becomes as channel A
-        FAMILY_PROCESS_ERROR(bRetCode);
+        LOG_PROCESS_ERROR(bRetCode);
     }
     return true;
 }
@@ -146,7 +149,7 @@ bool CFamilyMemoryController::SetMemTiming(const vxtapi::MemTiming* pTiming) {
 // --- configuration ---------------------------------------------------------------------------------------------------
 
 bool CFamilyMemoryController::GetMemConfig(vxtapi::MemConfig* pConfig) {
-    FAMILY_PROCESS_ERROR(pConfig);
+    LOG_PROCESS_ERROR(pConfig);
     *pConfig = {};
     EnableCf8ExtCfg();
     const CBlock First = m_rRules.ConfigBlocks.front();
@@ -154,18 +157,18 @@ bool CFamilyMemoryController::GetMemConfig(vxtapi::MemConfig* pConfig) {
     bool bRetCode = true;
     for (uint32_t uChannel = 0; uChannel < m_rRules.RegisterSets(); ++uChannel)
         bRetCode = bRetCode && _Read(First, uChannel, aWords[uChannel]);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     m_bChannel[0] = m_rRules.ChannelUsed.Get(aWords[0]);
     m_bChannel[1] =
         m_rRules.BothUsed ? m_bChannel[0] && m_rRules.BothUsed->Get(aWords[0]) : m_rRules.ChannelUsed.Get(aWords[1]);
-    FAMILY_PROCESS_ERROR(m_bChannel[0] || m_bChannel[1]);
+    LOG_PROCESS_ERROR(m_bChannel[0] || m_bChannel[1]);
 
     CWords Words{};  // channel B's where both are in use
     for (uint32_t uChannel = 0; uChannel < kChannels; ++uChannel) {
         if (!_IsDriven(uChannel)) continue;
         Words = aWords[uChannel];
         bRetCode = _ReadAll(m_rRules.ConfigBlocks.subspan(1), uChannel, Words);
-        FAMILY_PROCESS_ERROR(bRetCode);
+        LOG_PROCESS_ERROR(bRetCode);
     }
     m_uLayout = kAlways;
     for (const CLayoutRow& rRow : m_rRules.Layout)
@@ -176,36 +179,36 @@ bool CFamilyMemoryController::GetMemConfig(vxtapi::MemConfig* pConfig) {
 
     for (uint32_t uChannel = 0; uChannel < kChannels; ++uChannel) {
         bRetCode = !m_bChannel[uChannel] || _GetAdditionalRows(uChannel, *pConfig);
-        FAMILY_PROCESS_ERROR(bRetCode);
+        LOG_PROCESS_ERROR(bRetCode);
     }
     if (m_rRules.RegisterSets() == 1) return true;
     uint32_t uSelect = 0;
     bRetCode = m_Function.Read(kChannelSelect, uSelect);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     pConfig->bGanged = kGanged.Get(uSelect);
     return true;
 }
 
 bool CFamilyMemoryController::SetMemConfig(const vxtapi::MemConfig* pConfig) {
-    FAMILY_PROCESS_ERROR(pConfig);
+    LOG_PROCESS_ERROR(pConfig);
     EnableCf8ExtCfg();
     if (!m_bChannel[0] && !m_bChannel[1]) return true;
     bool bRetCode = true;
     for (uint32_t uChannel = 0; uChannel < kChannels; ++uChannel) {
         bRetCode = !_IsDriven(uChannel) || _SetConfigRegisters(uChannel, *pConfig);
-        FAMILY_PROCESS_ERROR(bRetCode);
+        LOG_PROCESS_ERROR(bRetCode);
     }
     for (uint32_t uChannel = 0; uChannel < kChannels; ++uChannel) {
         bRetCode = !m_bChannel[uChannel] || _SetAdditionalRows(uChannel, *pConfig);
-        FAMILY_PROCESS_ERROR(bRetCode);
+        LOG_PROCESS_ERROR(bRetCode);
     }
     if (m_rRules.RegisterSets() == 1) return true;
     uint32_t uSelect = 0;
     bRetCode = m_Function.Read(kChannelSelect, uSelect);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     const bool bGanged = *g_At(pConfig, offsetof(MemConfig, bGanged)) != std::byte{0};
     bRetCode = m_Function.Write(kChannelSelect, kGanged.Set(uSelect, bGanged));
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
@@ -239,12 +242,13 @@ bool CFamilyMemoryController::_SetAdditionalRows(uint32_t uChannel, const vxtapi
 
 // --- value lists -----------------------------------------------------------------------------------------------------
 
-bool CFamilyMemoryController::_List(const char* pszFunction, ESlot eSlot, double* pdValues, uint32_t& ruSize) const {
+bool CFamilyMemoryController::_List(ESlot eSlot, double* pdValues, uint32_t& ruSize, const char* pszOperation) const {
+    const auto LogFunction = [pszOperation](const char*) { return pszOperation; };
     const CMemoryRow* const pRow = g_Find(m_rRules, eSlot);
     if (!pRow) return false;  // an answer, not a fault: the family has no such field
-    FAMILY_CHECK_(false, "pdValues", pszFunction, pdValues);
-    FAMILY_CHECK_(false, "uSize <= ruSize", pszFunction,
-                  pRow->Coding(m_uLayout).Values.List(std::span(pdValues, ruSize), ruSize));
+    LOG_PROCESS_ERROR(pdValues);
+    const bool bRetCode = pRow->Coding(m_uLayout).Values.List(std::span(pdValues, ruSize), ruSize);
+    LOG_PROCESS_ERROR(bRetCode, "uSize <= ruSize");
     return true;
 }
 
@@ -269,38 +273,36 @@ bool CFamilyMemoryController::_WriteAll(std::span<const CBlock> Blocks, uint32_t
 bool CFamilyMemoryController::EnableCf8ExtCfg() const {
     if (m_rRules.RegisterSets() == 1) return true;  // the K8 has nothing above FFh, and no such switch
     std::array<uint32_t, 2> Msr{};
-    bool bRetCode = g_GetDriverHandler().RDMSR(kNbConfigMsr, Msr[0], Msr[1]);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    bool bRetCode = m_rDriver.RDMSR(kNbConfigMsr, Msr[0], Msr[1]);
+    LOG_PROCESS_ERROR(bRetCode);
     kEnableCf8ExtCfg.Set(Msr, 1);
-    bRetCode = g_GetDriverHandler().WRMSR(kNbConfigMsr, Msr[0], Msr[1]);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    bRetCode = m_rDriver.WRMSR(kNbConfigMsr, Msr[0], Msr[1]);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 CIndexDataPair CFamilyMemoryController::_AdditionalData(uint32_t uChannel) const {
     const uint32_t uSet = m_rRules.RegisterSets() == 1 ? 0 : uChannel;
-    return {m_Function, kAdditionalData + uSet * kChannelB, kAdditionalIndex, kPollLimit};
-}
-
-bool CFamilyMemoryController::_CheckAccess(CIndexDataPair::EResult eResult, const char* pszFunction) const {
-    FAMILY_CHECK_(false, "bRetCode", pszFunction, eResult != CIndexDataPair::EResult::kFailed);
-    FAMILY_CHECK_(false, "nCounter < 1000", pszFunction, eResult != CIndexDataPair::EResult::kTimedOut);
-    return true;
+    return {m_Function, kAdditionalData + uSet * kChannelB, kAdditionalIndex, kPoll};
 }
 
 bool CFamilyMemoryController::GetAdditionalData(uint32_t uChannel, uint32_t uIndex, uint32_t& ruValue) const {
-    FAMILY_PROCESS_ERROR_TEXT("uChannel < 2", uChannel < kChannels);
-    return _CheckAccess(_AdditionalData(uChannel).Read(uIndex + uChannel * m_rRules.uAdditionalOfB, ruValue), __func__);
+    LOG_PROCESS_ERROR(uChannel < kChannels, "uChannel < 2");
+    const char* const pszFailed = _AdditionalData(uChannel).Read(uIndex + uChannel * m_rRules.uAdditionalOfB, ruValue);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
 bool CFamilyMemoryController::SetAdditionalData(uint32_t uChannel, uint32_t uIndex, uint32_t uValue) const {
-    FAMILY_PROCESS_ERROR_TEXT("uChannel < 2", uChannel < kChannels);
+    LOG_PROCESS_ERROR(uChannel < kChannels, "uChannel < 2");
     const CIndexDataPair Pair = _AdditionalData(uChannel);
     uint32_t uPresent = 0;
     const bool bRetCode = Pair.ReadData(uPresent);
-    FAMILY_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bRetCode);
     if (uPresent == uValue) return true;
-    return _CheckAccess(Pair.Write(uIndex + uChannel * m_rRules.uAdditionalOfB, uValue), __func__);
+    const char* const pszFailed = Pair.Write(uIndex + uChannel * m_rRules.uAdditionalOfB, uValue);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
 }
 
 }  // namespace vxt

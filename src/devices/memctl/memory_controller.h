@@ -29,46 +29,47 @@ public:
 
     // The value lists, `pd` with room for `ru`. False without a line in the log where the family has no such field.
     // clang-format off
-    bool GetTclList(double* pd, uint32_t& ru) override { return _List(__func__, kTcl, pd, ru); }
-    bool GetTrcList(double* pd, uint32_t& ru) override { return _List(__func__, kTrc, pd, ru); }
-    bool GetTrfcList(double* pd, uint32_t& ru) override { return _List(__func__, kTrfc0, pd, ru); }
-    bool GetTrcdList(double* pd, uint32_t& ru) override { return _List(__func__, kTrcd, pd, ru); }
-    bool GetTrrdList(double* pd, uint32_t& ru) override { return _List(__func__, kTrrd, pd, ru); }
-    bool GetTrasList(double* pd, uint32_t& ru) override { return _List(__func__, kTras, pd, ru); }
-    bool GetTrpList(double* pd, uint32_t& ru) override { return _List(__func__, kTrp, pd, ru); }
-    bool GetTwrList(double* pd, uint32_t& ru) override { return _List(__func__, kTwr, pd, ru); }
-    bool GetTwtrList(double* pd, uint32_t& ru) override { return _List(__func__, kTwtr, pd, ru); }
-    bool GetTrwtList(double* pd, uint32_t& ru) override { return _List(__func__, kTrwt, pd, ru); }
-    bool GetTrefList(double* pd, uint32_t& ru) override { return _List(__func__, kTref, pd, ru); }
-    bool GetTwclList(double* pd, uint32_t& ru) override { return _List(__func__, kTwcl, pd, ru); }
-    bool GetMaxAsyncLatList(double* pd, uint32_t& ru) override { return _List(__func__, kMaxAsyncLat, pd, ru); }
-    bool GetRdPreambleList(double* pd, uint32_t& ru) override { return _List(__func__, kRdPreamble, pd, ru); }
-    bool GetILD_lmtList(double* pd, uint32_t& ru) override { return _List(__func__, kIdleLimit, pd, ru); }
-    bool GetMemClkList(double* pd, uint32_t& ru) override { return _List(__func__, kMemClk, pd, ru); }
-    bool GetTrtpList(double* pd, uint32_t& ru) override { return _List(__func__, kTrtp, pd, ru); }
-    bool GetTrwtTOList(double* pd, uint32_t& ru) override { return _List(__func__, kTrwtTO, pd, ru); }
-    bool GetTwrrdList(double* pd, uint32_t& ru) override { return _List(__func__, kTwrrd, pd, ru); }
-    bool GetTwrwrList(double* pd, uint32_t& ru) override { return _List(__func__, kTwrwr, pd, ru); }
-    bool GetTrdrdList(double* pd, uint32_t& ru) override { return _List(__func__, kTrdrd, pd, ru); }
-    bool GetDramTermList(double* pd, uint32_t& ru) override { return _List(__func__, kDramTerm, pd, ru); }
-    bool GetFourActWindowList(double* pd, uint32_t& ru) override { return _List(__func__, kFourActWindow, pd, ru); }
-    bool GetUnnamedList(double* pd, uint32_t& ru) override { return _List(__func__, kNoSlot, pd, ru); }
-    bool GetCkeDrvStrengthList(double* pd, uint32_t& ru) override { return _List(__func__, kCkeDrive, pd, ru); }
-    bool GetCsOdtDrvStrengthList(double* pd, uint32_t& ru) override { return _List(__func__, kCsOdtDrive, pd, ru); }
-    bool GetAddrCmdDrvStrenList(double* pd, uint32_t& ru) override { return _List(__func__, kAddrCmdDrive, pd, ru); }
-    bool GetClkDrvStrenList(double* pd, uint32_t& ru) override { return _List(__func__, kClockDrive, pd, ru); }
-    bool GetDataDrvStrenList(double* pd, uint32_t& ru) override { return _List(__func__, kDataDrive, pd, ru); }
-    bool GetDqsDrvStrenList(double* pd, uint32_t& ru) override { return _List(__func__, kDqsDrive, pd, ru); }
-    bool GetProcOdtList(double* pd, uint32_t& ru) override { return _List(__func__, kProcOdt, pd, ru); }
-    bool GetDqsRcvEnDelayList(double* pd, uint32_t& ru) override { return _List(__func__, kDqsDelay1, pd, ru); }
+    bool GetTclList(double* pd, uint32_t& ru) override { return _List(kTcl, pd, ru); }
+    bool GetTrcList(double* pd, uint32_t& ru) override { return _List(kTrc, pd, ru); }
+    bool GetTrfcList(double* pd, uint32_t& ru) override { return _List(kTrfc0, pd, ru); }
+    bool GetTrcdList(double* pd, uint32_t& ru) override { return _List(kTrcd, pd, ru); }
+    bool GetTrrdList(double* pd, uint32_t& ru) override { return _List(kTrrd, pd, ru); }
+    bool GetTrasList(double* pd, uint32_t& ru) override { return _List(kTras, pd, ru); }
+    bool GetTrpList(double* pd, uint32_t& ru) override { return _List(kTrp, pd, ru); }
+    bool GetTwrList(double* pd, uint32_t& ru) override { return _List(kTwr, pd, ru); }
+    bool GetTwtrList(double* pd, uint32_t& ru) override { return _List(kTwtr, pd, ru); }
+    bool GetTrwtList(double* pd, uint32_t& ru) override { return _List(kTrwt, pd, ru); }
+    bool GetTrefList(double* pd, uint32_t& ru) override { return _List(kTref, pd, ru); }
+    bool GetTwclList(double* pd, uint32_t& ru) override { return _List(kTwcl, pd, ru); }
+    bool GetMaxAsyncLatList(double* pd, uint32_t& ru) override { return _List(kMaxAsyncLat, pd, ru); }
+    bool GetRdPreambleList(double* pd, uint32_t& ru) override { return _List(kRdPreamble, pd, ru); }
+    bool GetILD_lmtList(double* pd, uint32_t& ru) override { return _List(kIdleLimit, pd, ru); }
+    bool GetMemClkList(double* pd, uint32_t& ru) override { return _List(kMemClk, pd, ru); }
+    bool GetTrtpList(double* pd, uint32_t& ru) override { return _List(kTrtp, pd, ru); }
+    bool GetTrwtTOList(double* pd, uint32_t& ru) override { return _List(kTrwtTO, pd, ru); }
+    bool GetTwrrdList(double* pd, uint32_t& ru) override { return _List(kTwrrd, pd, ru); }
+    bool GetTwrwrList(double* pd, uint32_t& ru) override { return _List(kTwrwr, pd, ru); }
+    bool GetTrdrdList(double* pd, uint32_t& ru) override { return _List(kTrdrd, pd, ru); }
+    bool GetDramTermList(double* pd, uint32_t& ru) override { return _List(kDramTerm, pd, ru); }
+    bool GetFourActWindowList(double* pd, uint32_t& ru) override { return _List(kFourActWindow, pd, ru); }
+    bool GetUnnamedList(double* pd, uint32_t& ru) override { return _List(kNoSlot, pd, ru); }
+    bool GetCkeDrvStrengthList(double* pd, uint32_t& ru) override { return _List(kCkeDrive, pd, ru); }
+    bool GetCsOdtDrvStrengthList(double* pd, uint32_t& ru) override { return _List(kCsOdtDrive, pd, ru); }
+    bool GetAddrCmdDrvStrenList(double* pd, uint32_t& ru) override { return _List(kAddrCmdDrive, pd, ru); }
+    bool GetClkDrvStrenList(double* pd, uint32_t& ru) override { return _List(kClockDrive, pd, ru); }
+    bool GetDataDrvStrenList(double* pd, uint32_t& ru) override { return _List(kDataDrive, pd, ru); }
+    bool GetDqsDrvStrenList(double* pd, uint32_t& ru) override { return _List(kDqsDrive, pd, ru); }
+    bool GetProcOdtList(double* pd, uint32_t& ru) override { return _List(kProcOdt, pd, ru); }
+    bool GetDqsRcvEnDelayList(double* pd, uint32_t& ru) override { return _List(kDqsDelay1, pd, ru); }
     // clang-format on
 
     uint32_t GetPciVendor() override;
     uint32_t GetPciDevice() override { return m_rRules.usPciDevice; }
 
 protected:
-    CFamilyMemoryController(const CDeviceIdentity& rIdentity, const memory::CFamilyRules& rRules)
-        : CDeviceBase(rIdentity), m_rRules(rRules) {}
+    CFamilyMemoryController(const CDeviceIdentity& rIdentity, const memory::CFamilyRules& rRules,
+                            CDriverHandler& rDriver)
+        : CDeviceBase(rIdentity), m_rRules(rRules), m_rDriver(rDriver), m_Function(rDriver) {}
     ~CFamilyMemoryController() = default;
 
     /// An additional-data register of channel 0 (A) or 1 (B).
@@ -90,11 +91,12 @@ private:
     bool _GetAdditionalRows(uint32_t uChannel, vxtapi::MemConfig& rConfig) const;
     bool _SetAdditionalRows(uint32_t uChannel, const vxtapi::MemConfig& rConfig) const;
     CIndexDataPair _AdditionalData(uint32_t uChannel) const;
-    bool _CheckAccess(CIndexDataPair::EResult eResult, const char* pszFunction) const;
-    bool _List(const char* pszFunction, memory::ESlot eSlot, double* pdValues, uint32_t& ruSize) const;
-    const char* _GetClassName() const { return m_rRules.pszClass; }
+    bool _List(memory::ESlot eSlot, double* pdValues, uint32_t& ruSize,
+               const char* pszOperation = __builtin_FUNCTION()) const;
+    const char* LogClass() const { return m_rRules.pszClass; }
 
     const memory::CFamilyRules& m_rRules;
+    CDriverHandler& m_rDriver;
     CPciFunction m_Function;  ///< the DRAM controller
     bool m_bChannel[2]{};     ///< channels A and B: in use
     uint32_t m_uLayout = memory::kAlways;
@@ -103,13 +105,13 @@ private:
 /// K8, first generations: DDR.
 class CMoldanMemoryController final : public CFamilyMemoryController {
 public:
-    CMoldanMemoryController();
+    explicit CMoldanMemoryController(CDriverHandler& rDriver);
 };
 
 /// K8, revision F and later: DDR2.
 class CKDFMemoryController final : public CFamilyMemoryController {
 public:
-    CKDFMemoryController();
+    explicit CKDFMemoryController(CDriverHandler& rDriver);
     using CFamilyMemoryController::GetAdditionalData;
     using CFamilyMemoryController::SetAdditionalData;
 };
@@ -117,7 +119,7 @@ public:
 /// Family 10h: DDR2 and DDR3.
 class CBrevikMemoryController final : public CFamilyMemoryController {
 public:
-    CBrevikMemoryController();
+    explicit CBrevikMemoryController(CDriverHandler& rDriver);
     using CFamilyMemoryController::EnableCf8ExtCfg;
     using CFamilyMemoryController::GetAdditionalData;
     using CFamilyMemoryController::SetAdditionalData;
@@ -126,7 +128,7 @@ public:
 /// Family 11h: DDR2.
 class CTalvorMemoryController final : public CFamilyMemoryController {
 public:
-    CTalvorMemoryController();
+    explicit CTalvorMemoryController(CDriverHandler& rDriver);
     using CFamilyMemoryController::EnableCf8ExtCfg;
     using CFamilyMemoryController::GetAdditionalData;
     using CFamilyMemoryController::SetAdditionalData;

@@ -6,7 +6,8 @@
 #include <cstddef>
 
 #include "hw/processor_match.h"
-#include "hw/value_table.h"
+#include "registers/msr_words.h"
+#include "registers/value_table.h"
 
 namespace vxt::memory {
 

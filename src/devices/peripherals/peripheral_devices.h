@@ -3,7 +3,6 @@
 
 #include "devices/framework/controller.h"
 #include "devices/framework/unbuilt_device.h"
-#include "devices/peripherals/bios.h"
 #include "devices/peripherals/board.h"
 
 namespace vxt {

@@ -22,11 +22,10 @@ CLocalTime LocalTime() {
 // File descriptors cross the seam as descriptor + 1: 0 means none.
 void CloseCommittedFile(uintptr_t uHandle) { close(static_cast<int>(uHandle - 1)); }
 
-bool CreateDirectory(const std::string& sPath) { return mkdir(sPath.c_str(), 0777) == 0; }
+bool CreateDirectory(const char* pszPath) { return mkdir(pszPath, 0777) == 0; }
 
-CCommittedFile CreateCommittedFile(const std::string& sPath) {
-    return CCommittedFile(
-        static_cast<uintptr_t>(open(sPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) + 1));
+CCommittedFile CreateCommittedFile(const char* pszPath) {
+    return CCommittedFile(static_cast<uintptr_t>(open(pszPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) + 1));
 }
 
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize) {

@@ -9,11 +9,11 @@ namespace vxt::platform {
 
 void CloseCommittedFile(uintptr_t uHandle) { CloseHandle(g_ToHandle(uHandle)); }
 
-bool CreateDirectory(const std::string& sPath) { return CreateDirectoryA(sPath.c_str(), nullptr) != 0; }
+bool CreateDirectory(const char* pszPath) { return CreateDirectoryA(pszPath, nullptr) != 0; }
 
-CCommittedFile CreateCommittedFile(const std::string& sPath) {
-    return CCommittedFile(g_FromHandle(CreateFileA(sPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                                   nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
+CCommittedFile CreateCommittedFile(const char* pszPath) {
+    return CCommittedFile(g_FromHandle(CreateFileA(pszPath, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                   CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
 }
 
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize) {

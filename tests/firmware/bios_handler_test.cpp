@@ -1,0 +1,244 @@
+// The firmware's tunable objects: what is asked, what comes back, and what a lying firmware leads to.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <limits>
+
+#include "firmware/firmware_fixture.h"
+
+namespace {
+
+using namespace vxttest;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using vxt::CCapabilityPack;
+
+constexpr uint32_t kExternal = 0x01010000, kThird = 0x01030000, kMemory = 0x02010000, kNobody = 0x05550000;
+
+const std::string kNoProperty = g_ComError("hRetCode", "CWmiHandler::GetPropertyValue");
+const std::string kNoObject = g_ProcessError("pObject", "CWmiHandler::GetPropertyValue");
+
+struct CBiosHandlerTest : CFirmwarePc {
+    /// One way in which a method's answer can be wrong, and the lines that come of it.
+    struct CCase {
+        const char* pszAnswer;  ///< lines of the method's [firmware answer] section
+        Lines Errors;
+    };
+    template <size_t N>
+    void ExpectFailures(const std::string& sMethod, const CCase (&rCases)[N], const std::function<bool()>& Fails) {
+        for (const auto& [pszAnswer, Errors] : rCases) {
+            SCOPED_TRACE(pszAnswer);
+            Boot(g_Answer(sMethod, pszAnswer));
+            EXPECT_FALSE(Fails());
+            EXPECT_EQ(m_Log.TakeErrors(), Errors);
+        }
+    }
+    static std::string Line(const char* pszText, const char* pszMethod) {
+        return g_ProcessError(pszText, std::string("CQORBIOSHandler::") + pszMethod);
+    }
+};
+
+TEST_F(CBiosHandlerTest, InitTellsTheProcessorAndMakesTheHandlerAvailable) {
+    EXPECT_TRUE(Handler().Init());
+    EXPECT_TRUE(Handler().IsAvailable());
+    const auto Words = System().m_Wmi.Firmware()->LastRequest();
+    EXPECT_EQ(std::vector(Words.begin(), Words.end()), (std::vector<int32_t>{0x00100F42, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
+
+    Boot("", "[machine]\nname = without firmware\n");
+    EXPECT_FALSE(Handler().Init());
+    EXPECT_FALSE(Handler().IsAvailable()) << "no longer";
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("pPackageClass", "BiosRequest"), Line("bRetCode", "Init")));
+
+    Boot(g_Answer("Init", "status = empty"));
+    EXPECT_FALSE(Handler().Init());
+    EXPECT_FALSE(Handler().IsAvailable());
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("varOut.vt != VT_EMPTY", "Init")));
+
+    Boot(g_Answer("Init", "status = number:7"));
+    EXPECT_TRUE(Handler().Init()) << "it only has to be there";
+
+    Boot(g_Answer("Init", "fails = 1"));
+    EXPECT_FALSE(Handler().Init());
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("bRetCode", "Init")));
+}
+
+TEST_F(CBiosHandlerTest, ThePackListsEveryObjectWithItsFlagAndName) {
+    CCapabilityPack Pack;
+    ASSERT_TRUE(Handler().GetObjectID(Pack));
+    EXPECT_EQ(Pack.IDCount, 5);
+    ASSERT_EQ(Pack.Records.size(), 5u);
+    EXPECT_EQ(Pack.Records[2].uID, kThird);
+    EXPECT_EQ(Pack.Records[2].uProperty, 1u);
+    EXPECT_STREQ(Pack.Records[2].szID.data(), L"ThirdClock");
+    EXPECT_EQ(Pack.Records[0].uProperty, 0u);
+
+    const std::string sLong(200, 'x');
+    Boot(g_Answer("GetObjectID", "IDstring = texts:" + sLong + "|b|c|d|e"));
+    ASSERT_TRUE(Handler().GetObjectID(Pack));
+    EXPECT_EQ(std::wstring(Pack.Records[0].szID.data()), std::wstring(63, L'x'));
+    EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
+
+    Boot(g_Answer("GetObjectID", "ID = missing"));
+    ASSERT_TRUE(Handler().GetObjectID(Pack));
+    EXPECT_EQ(Pack.IDCount, 5);
+    for (const auto& rRecord : Pack.Records) EXPECT_EQ(rRecord.uProperty, 1u) << "nothing is known to have a list";
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(kNoProperty));
+}
+
+TEST_F(CBiosHandlerTest, ABrokenPackIsNamedAndLeavesTheCallersAlone) {
+    const CCase kCases[] = {
+        {"fails = 1", {Line("bRetCode", "GetObjectID")}},
+        {"pack = empty", {Line("varOut.vt != VT_EMPTY", "GetObjectID")}},
+        {"pack = text:hello", {kNoObject, Line("bRetCode", "GetObjectID")}},
+        {"pack = null", {kNoObject, Line("bRetCode", "GetObjectID")}},
+        {"length = missing", {kNoProperty, Line("bRetCode", "GetObjectID")}},
+        {"length = text:5", {Line("bRetCode", "GetObjectID")}},
+        {"length = number:-1", {Line("nLength >= 0 && nLength <= kMostObjects", "GetObjectID")}},
+        {"length = number:2147483647", {Line("nLength >= 0 && nLength <= kMostObjects", "GetObjectID")}},
+        {"length = number:6", {Line("Records.size() <= uShortest", "GetObjectID")}},
+        {"ID = null", {Line("varOutID.parray", "GetObjectID")}},
+        {"ID = null_numbers", {Line("varOutID.parray", "GetObjectID")}},
+        {"ID = texts:a|b|c|d|e", {Line("varOutID.parray", "GetObjectID")}},
+        {"ID = numbers:1 2", {Line("Records.size() <= uShortest", "GetObjectID")}},
+        {"ID = no_data", {Line("Records.size() <= uShortest", "GetObjectID")}},
+        {"property = missing", {kNoProperty, Line("bRetCode", "GetObjectID")}},
+        {"property = number:1", {Line("varOutProp.parray", "GetObjectID")}},
+        {"IDstring = bytes:01 02", {Line("varOutDesc.parray", "GetObjectID")}},
+        {"IDstring = null_texts", {Line("varOutDesc.parray", "GetObjectID")}},
+        {"IDstring = texts:only one", {Line("Records.size() <= uShortest", "GetObjectID")}},
+    };
+    CCapabilityPack Pack;
+    Pack.IDCount = 77;
+    ExpectFailures("GetObjectID", kCases, [&] { return Handler().GetObjectID(Pack); });
+    EXPECT_EQ(Pack.IDCount, 77);
+}
+
+TEST_F(CBiosHandlerTest, ValuesAreReadAndWrittenAndARefusalIsSilent) {
+    EXPECT_EQ(Handler().GetValue(kExternal), 200000.0);
+    EXPECT_TRUE(Handler().SetValue(kExternal, 210000.9)) << "the fraction is cut off";
+    EXPECT_EQ(Handler().GetValue(kExternal), 210000.0);
+    EXPECT_TRUE(Handler().SetValue(kThird, 1999.9));
+    EXPECT_EQ(Handler().GetValue(kThird), 1999.0);
+    EXPECT_TRUE(Handler().SetValue(kThird, -5.9));
+    EXPECT_EQ(Handler().GetValue(kThird), -5.0);
+    EXPECT_FALSE(Handler().SetValue(kExternal, 205000)) << "not in its list";
+    EXPECT_FALSE(Handler().SetValue(kMemory, 2000)) << "beyond its limits";
+    EXPECT_EQ(Handler().GetValue(kNobody), 0.0);
+    EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
+}
+
+TEST_F(CBiosHandlerTest, AFailedReadingIsZeroAndNamed) {
+    const CCase kCases[] = {
+        {"fails = 1", {Line("bRetCode", "GetValue")}},
+        {"pack = missing", {g_ComError("hr", "CWmiHandler::CallMethod"), Line("bRetCode", "GetValue")}},
+        {"pack = number:3", {kNoObject, Line("bRetCode", "GetValue")}},
+        {"status = missing", {kNoProperty, Line("bRetCode", "GetValue")}},
+        {"status = bool:0", {Line("bRetCode", "GetValue")}},
+        {"status = other:21", {Line("bRetCode", "GetValue")}},
+        {"status = number:-3", {}},
+        {"value = missing", {kNoProperty, Line("bRetCode", "GetValue")}},
+        {"value = text:200000", {Line("bRetCode", "GetValue")}},
+        {"value = numbers:1 2", {Line("bRetCode", "GetValue")}},
+    };
+    ExpectFailures("GetValue", kCases, [&] { return Handler().GetValue(kExternal) != 0.0; });
+}
+
+TEST_F(CBiosHandlerTest, AFailedSettingIsFalseAndNamed) {
+    const CCase kCases[] = {
+        {"fails = 1", {Line("bRetCode", "SetValue")}},
+        {"status = missing", {g_ComError("hr", "CWmiHandler::CallMethod"), Line("bRetCode", "SetValue")}},
+        {"status = text:0", {Line("pnStatus", "SetValue")}},
+        {"status = number:1", {}},
+    };
+    ExpectFailures("SetValue", kCases, [&] { return Handler().SetValue(kExternal, 200000); });
+
+    Boot();
+    const double kNoIntegers[] = {2147483648.0, -1e300, std::numeric_limits<double>::infinity(), std::nan("")};
+    for (const double dValue : kNoIntegers) {
+        EXPECT_FALSE(Handler().SetValue(kThird, dValue));
+        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("std::abs(dValue) <= INT32_MAX", "SetValue"))) << dValue;
+    }
+    Boot("", "[machine]\nname = without firmware\n");
+    EXPECT_FALSE(Handler().SetValue(kExternal, 200000));
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("pPackageClass", "SetValue")));
+    Handler().Disconnect();
+    EXPECT_FALSE(Handler().SetValue(kExternal, 200000));
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("m_pIWbemServices", "SetValue")));
+}
+
+TEST_F(CBiosHandlerTest, WordsAndListsComeWholeOrNotAtAll) {
+    std::vector<uint32_t> Info;
+    EXPECT_TRUE(Handler().GetInfo(kExternal, Info));
+    EXPECT_THAT(Info, ElementsAre(150000, 400000, 200000, 1000));
+
+    int32_t nCount = -7;
+    EXPECT_TRUE(Handler().GetDValues(kExternal, nullptr, nCount));
+    EXPECT_EQ(nCount, 3);
+    double adValues[5] = {1, 2, 3, 4, 5};
+    nCount = 2;
+    EXPECT_FALSE(Handler().GetDValues(kExternal, adValues, nCount));
+    EXPECT_THAT(adValues, ElementsAre(1, 2, 3, 4, 5)) << "nothing is written when it does not fit";
+    EXPECT_EQ(nCount, 2);
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("count >= iCount", "GetDValues")));
+    nCount = 5;
+    EXPECT_TRUE(Handler().GetDValues(kExternal, adValues, nCount));
+    EXPECT_EQ(nCount, 3);
+    EXPECT_THAT(adValues, ElementsAre(190000, 200000, 210000, 4, 5));
+    EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
+}
+
+TEST_F(CBiosHandlerTest, BrokenWordsAndListsAreNamed) {
+    const CCase kInfo[] = {
+        {"fails = 1", {Line("bRetCode", "GetInfo")}},
+        {"pack = empty", {kNoObject, Line("bRetCode", "GetInfo")}},
+        {"x = missing", {kNoProperty, Line("bRetCode", "GetInfo")}},
+        {"x = number:4", {Line("psa", "GetInfo")}},
+        {"x = null_numbers", {Line("psa", "GetInfo")}},
+        {"x = no_data", {Line("psa->pvData", "GetInfo")}},
+    };
+    ExpectFailures("GetInfo", kInfo, [&] {
+        std::vector<uint32_t> Info;
+        return Handler().GetInfo(kExternal, Info);
+    });
+    const CCase kLists[] = {
+        {"fails = 1", {Line("bRetCode", "GetDValues")}},
+        {"length = missing", {kNoProperty, Line("bRetCode", "GetDValues")}},
+        {"length = text:3", {Line("bRetCode", "GetDValues")}},
+        {"length = number:-1",
+         {Line("iCount >= 0 && static_cast<size_t>(iCount) <= psa->Elements.size()", "GetDValues")}},
+        {"length = number:4",
+         {Line("iCount >= 0 && static_cast<size_t>(iCount) <= psa->Elements.size()", "GetDValues")}},
+        {"length = number:99", {Line("count >= iCount", "GetDValues")}},
+        {"DValueBuffer = missing", {kNoProperty, Line("bRetCode", "GetDValues")}},
+        {"DValueBuffer = bytes:00 01 02", {Line("psa", "GetDValues")}},
+        {"DValueBuffer = null_numbers", {Line("psa", "GetDValues")}},
+    };
+    double adValues[8] = {};
+    ExpectFailures("GetDValues", kLists, [&] {
+        int32_t nCount = 8;
+        return Handler().GetDValues(kExternal, adValues, nCount);
+    });
+}
+
+TEST_F(CBiosHandlerTest, ARequestFailsByStep) {
+    const auto FailingCall = [&](const char* pszCall, const Lines& rErrors) {
+        bool bFailed = false;
+        FailEach([&] { return Handler().BiosRequest(1); },
+                 [&](bool bResult) {
+                     EXPECT_FALSE(bResult);
+                     const Lines Errors = m_Log.TakeErrors();
+                     if (TakeTrace().back() != pszCall || bFailed) return;
+                     bFailed = true;
+                     EXPECT_EQ(Errors, rErrors);
+                 });
+        EXPECT_TRUE(bFailed) << pszCall;
+        m_Log.Take();
+    };
+    FailingCall("GetWmiObject", {Line("pPackageClass", "BiosRequest")});
+    FailingCall("CreateWmiArray", {Line("psa", "BiosRequest")});
+    FailingCall("PutWmiProperty", {Line("bRetCode", "BiosRequest")});
+    FailingCall("ExecuteWmiMethod", {Line("bRetCode", "BiosRequest")});
+}
+
+}  // namespace
