@@ -1,6 +1,7 @@
 #include "platform/driver_channel.h"
 
 #include <cstdio>
+#include <span>
 
 #include "platform/simulated/simulated_system.h"
 
@@ -13,6 +14,13 @@ using EHandle = CSimulatedSystem::EHandle;
 namespace {
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
 constexpr const wchar_t* kDriverService = L"VXTDriver";  ///< its device has the same name
+
+/// With what was sent: of a dropped write, what would have been written.
+void g_ReportFault(uint64_t ullRequest, uint32_t uCode, std::span<const uint8_t> Input) {
+    std::fprintf(stderr, "fault: request %llu, code %08X, input ", static_cast<unsigned long long>(ullRequest), uCode);
+    for (const uint8_t ucByte : Input) std::fprintf(stderr, "%02x", ucByte);
+    std::fputs("\n", stderr);
+}
 }  // namespace
 
 void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
@@ -36,8 +44,7 @@ bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* p
         rSystem.m_Server.Control(uCode, simulated::g_CurrentCore(), {static_cast<const uint8_t*>(pIn), uInSize},
                                  {static_cast<uint8_t*>(pOut), pOut ? uOutSize : 0});
     if (rSystem.m_bReportFaults && rSystem.m_RequestFaults.Injected() != ullInjected)
-        std::fprintf(stderr, "fault: request %llu, code %08X\n",
-                     static_cast<unsigned long long>(rSystem.m_RequestFaults.Requests()), uCode);
+        g_ReportFault(rSystem.m_RequestFaults.Requests(), uCode, {static_cast<const uint8_t*>(pIn), uInSize});
     ruReturned = Reply.uReturned;
     return Reply.bSuccess;
 }
