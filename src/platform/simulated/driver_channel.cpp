@@ -1,5 +1,6 @@
 #include "platform/driver_channel.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <span>
 
@@ -15,10 +16,10 @@ namespace {
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
 constexpr const wchar_t* kDriverService = L"VXTDriver";  ///< its device has the same name
 
-/// With what was sent: of a dropped write, what would have been written.
+/// With the begin of what was sent: of a dropped write, what would have been written.
 void g_ReportFault(uint64_t ullRequest, uint32_t uCode, std::span<const uint8_t> Input) {
     std::fprintf(stderr, "fault: request %llu, code %08X, input ", static_cast<unsigned long long>(ullRequest), uCode);
-    for (const uint8_t ucByte : Input) std::fprintf(stderr, "%02x", ucByte);
+    for (const uint8_t ucByte : Input.first(std::min<size_t>(Input.size(), 64))) std::fprintf(stderr, "%02x", ucByte);
     std::fputs("\n", stderr);
 }
 }  // namespace
