@@ -137,7 +137,7 @@ std::vector<CQuantity> g_ReadCore(CCPU& rCpu, const std::string& sPath) {
 CJson g_ReadPstate(CCPU& rCpu, uint32_t uPstate, const std::string& sPath) {
     vxtapi::CPstate State{};
     const bool bRead = rCpu.GetPstate(uPstate, &State);
-    CJson Pstate{{"id", sPath}, {"number", uPstate}, {"enabled", bRead ? CJson(State.bPstateEn) : nullptr}};
+    CJson Pstate{{"id", sPath}, {"number", uPstate}, {"enabled", bRead ? CJson(State.bPstateEn != 0) : nullptr}};
     for (const auto& [pszKey, pField] : kPstateFields)
         Pstate[pszKey] =
             bRead && State.*pField >= 0 && State.*pField <= 255 ? CJson(std::lround(State.*pField)) : nullptr;

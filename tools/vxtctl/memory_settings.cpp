@@ -63,7 +63,7 @@ template <class TRecord> struct CNumberRow {
 struct CSwitchRow {
     const char* pszKey;
     const char* pszLabel;
-    bool MemConfig::*pFlag;
+    decltype(MemConfig::bGanged) MemConfig::*pFlag;
     bool bReadOnly = false;
     bool bNotOfDdr = false;  ///< DDR controllers have no such switch
 };
@@ -298,6 +298,9 @@ CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<
     for (const CAssignment& rAssignment : rAssignments) {
         CChange Change = g_PlanSetting(All, rAssignment, sPath, bForce);
         Change.sOwner = "memory";
+        if (!Memory.oConfig && !g_Find(kTimings, rAssignment.sKey))
+            throw CFailure(EExit::kFailed, "'" + rAssignment.sKey + "' cannot be set: the configuration could not be " +
+                                               "read, and its switches would be written with it");
         Change.Write = [pConfig] { return (*pConfig)(); };
         if (const auto* pRow = g_Find(kTimings, rAssignment.sKey)) {
             pRow->Field(pTiming->Record()) = rAssignment.dValue;
