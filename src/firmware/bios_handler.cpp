@@ -4,7 +4,7 @@
 
 #include "api/log/log_checks.h"
 #include "firmware/wmi_values.h"
-#include "hw/processor_match.h"
+#include "hw/processor_family.h"
 
 namespace vxt {
 

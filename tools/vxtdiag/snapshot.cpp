@@ -13,7 +13,7 @@
 #include "firmware/cmos_items.h"
 #include "firmware_objects.h"
 #include "hw/index_data_pair.h"
-#include "hw/processor_match.h"
+#include "hw/processor_family.h"
 #include "pci_functions.h"
 #include "platform/cpuid.h"
 #include "platform/system.h"
@@ -154,7 +154,7 @@ void g_ReadPci(CSnapshot& rSnapshot) {
 void g_ReadDramData(CSnapshot& rSnapshot) {
     constexpr uint32_t kIndexOffset = 0x98, kPairDistance = 0x100, kIndexMask = 0x3FFFFFFF;
     constexpr vxt::CPollLimit kPollLimit{1000, "the additional data answers"};
-    const bool bFirstK8 = !vxt::cpuid::kMatchFirstK8.FailedCheck(vxt::g_IdentifyProcessor());
+    const bool bFirstK8 = vxt::kFirstK8.Accepts(vxt::g_IdentifyProcessor());
     if (bFirstK8) return;  // its function has revision F's identity
     for (const auto& [usDevice, uPairs, uIndex] : kDramData) {
         vxt::CPciFunction Function(vxt::g_GetDriverHandler());

@@ -10,7 +10,7 @@
 #include "driver_session.h"
 #include "firmware/acpi_table.h"
 #include "hw/driver_handler.h"
-#include "hw/processor_match.h"
+#include "hw/processor_family.h"
 #include "platform/system.h"
 #include "registers/scope_exit.h"
 
