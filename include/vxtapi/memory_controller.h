@@ -64,8 +64,10 @@ static_assert(sizeof(MemConfig) == 31 * 8, "hosts store the record by slot");
 /// Device type 2, always index 0. Operations in slots 10 to 49.
 ///
 /// Every Get reads the hardware. A requested value that the family's list does not hold leaves its field as it was and is
-/// not an error: take values from the lists and read back. A failed access stops a Set; registers written before it stay
-/// written. With both channels in use SetMemTiming gives channel B the words built from channel A's registers.
+/// not an error: take values from the lists and read back. Where several register codes mean one value the first of them
+/// is written, whatever was there: a value of no list (-3.0) leaves a field alone. A failed access stops a Set; registers
+/// written before it stay written. With both channels in use SetMemTiming gives channel B the words built from channel A's
+/// registers.
 ///
 /// The lists: `pdValues` has room for `ruSize` numbers; on success `ruSize` becomes the count of legal values, in
 /// register-code order. False when they do not fit (nothing is written) and for a field that the family does not have.

@@ -201,9 +201,9 @@ void CCPU::_ReadFeatures() {
 
 void CCPU::_ReadCaches() {
     const CCpuidRegisters L1 = Cpuid(kCpuidL1);
-    for (uint32_t i = 0; i < 4; ++i) {  // from the top byte down
-        m_Caches.adL1Tlb[i] = L1.uEax >> (24 - 8 * i) & 0xFF;
-        m_Caches.adL1Data[i] = L1.uEcx >> (24 - 8 * i) & 0xFF;
+    for (size_t i = 0; i < std::size(kCacheBytes); ++i) {
+        m_Caches.adL1Tlb[i] = kCacheBytes[i].Get(L1.uEax);
+        m_Caches.adL1Data[i] = kCacheBytes[i].Get(L1.uEcx);
     }
     const uint32_t uL2 = Cpuid(kCpuidL2).uEcx;
     m_Caches.dL2Size = kL2Size.Get(uL2);

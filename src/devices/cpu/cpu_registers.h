@@ -18,6 +18,8 @@ using cpuid::kExtendedFamily, cpuid::kExtendedModel, cpuid::kFamily, cpuid::kMod
 inline constexpr uint32_t kCpuidVendor = 0, kCpuidExtended = 0x80000000, kCpuidExtendedSignature = 0x80000001,
                           kCpuidBrand = 0x80000002, kCpuidL1 = 0x80000005, kCpuidL2 = 0x80000006,
                           kCpuidPower = 0x80000007;
+/// The four numbers of a cache register, functions 8000_0005h EAX and ECX, from the top byte down.
+inline constexpr CBitField kCacheBytes[] = {{31, 24}, {23, 16}, {15, 8}, {7, 0}};
 // Function 8000_0006h ECX; the size is in KB
 inline constexpr CBitField kL2Size(31, 16), kL2Associativity(15, 12), kL2LinesPerTag(11, 8), kL2LineSize(7, 0);
 // Function 8000_0007h EDX: what the processor lets software control
@@ -113,29 +115,30 @@ struct CCpuRules {
     const char* pszClass;  ///< under which the family's failed checks are logged
     CDeviceIdentity Identity;
     const CProcessorFamily& rFamily;
-    uint32_t uStandardLeaf, uExtendedLeaf;  ///< highest CPUID functions reach these
-    uint32_t uGate;                         ///< CPUID 8000_0007h EDX bits without which no register is touched
+    uint32_t uStandardLeaf = 0, uExtendedLeaf = 0;  ///< highest CPUID functions reach these; 0: not asked
+    uint32_t uGate = 0;                             ///< CPUID 8000_0007h EDX bits without which no register is touched
     const CVidRules& rVid;
     CRegisterField ControlVid;
     uint32_t uFidOffset;  ///< multiplier = (FID + offset) / 2^DID / 2
     bool bWaits;          ///< for the end of a transition
 };
-inline constexpr uint32_t kAnyLeaf = 0;  ///< not asked for
 // clang-format off
-inline constexpr CCpuRules
-    kFirstK8Rules{
-        "CCorvel64CPU", g_Identity(L"QOR64 Family Processor", 20070322), kFirstK8, kAnyLeaf, kAnyLeaf,
-        0, kFidVid, g_WideBits(12, 8), 8, false},
-    kRevisionFRules{
-        "CCorvel64X2CPU", g_Identity(L"QOR KDF Family Processor", 20070403), kRevisionF, kAnyLeaf, kAnyLeaf,
-        kFidControl | kVidControl, kFidVid, g_WideBits(13, 8), 8, true},
+inline constexpr CCpuRules kFirstK8Rules{
+    .pszClass = "CCorvel64CPU", .Identity = g_Identity(L"QOR64 Family Processor", 20070322), .rFamily = kFirstK8,
+    .rVid = kFidVid, .ControlVid = g_WideBits(12, 8), .uFidOffset = 8, .bWaits = false};
+inline constexpr CCpuRules kRevisionFRules{
+    .pszClass = "CCorvel64X2CPU", .Identity = g_Identity(L"QOR KDF Family Processor", 20070403), .rFamily = kRevisionF,
+    .uGate = kFidControl | kVidControl,
+    .rVid = kFidVid, .ControlVid = g_WideBits(13, 8), .uFidOffset = 8, .bWaits = true};
+inline constexpr CCpuRules kFamily10hRules{
+    .pszClass = "CBrevikCPU", .Identity = g_Identity(L"QOR Family 10h Processor", 20070518), .rFamily = kFamily10h,
     // Early parts end at 8000_001Ah, later ones at 8000_001Bh: what this library reads ends at 8000_0007h.
-    kFamily10hRules{
-        "CBrevikCPU", g_Identity(L"QOR Family 10h Processor", 20070518), kFamily10h, kSignature, kCpuidPower,
-        kHwPstates, kCofVid, kVid, 16, true},
-    kFamily11hRules{
-        "CTalvorCPU", g_Identity(L"QOR Family 11h Processor", 0), kFamily11h, kAnyLeaf, kAnyLeaf,
-        kHwPstates, kCofVid, kVid, 8, false};
+    .uStandardLeaf = kSignature, .uExtendedLeaf = kCpuidPower, .uGate = kHwPstates,
+    .rVid = kCofVid, .ControlVid = kVid, .uFidOffset = 16, .bWaits = true};
+inline constexpr CCpuRules kFamily11hRules{
+    .pszClass = "CTalvorCPU", .Identity = g_Identity(L"QOR Family 11h Processor", 0), .rFamily = kFamily11h,
+    .uGate = kHwPstates,
+    .rVid = kCofVid, .ControlVid = kVid, .uFidOffset = 8, .bWaits = false};
 // clang-format on
 
 }  // namespace vxt::cpu

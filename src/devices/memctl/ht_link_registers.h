@@ -106,22 +106,24 @@ consteval CDeviceIdentity g_LinkIdentity(const wchar_t* pszName, uint32_t uVersi
             .pszDescription = pszModel,
             .pszVendor = kMakerVendor};
 }
+// clang-format off
 inline constexpr CLinkRules kK8Rules{
-    "CHTLink",
-    g_LinkIdentity(L"Internal HyperTransport(TM) Link Controller", 20070322, L"HyperTransport(TM) Link Controller"),
-    kRevisionF,  // the first generations' links have the same identity
-    3,
-    "uIndex < 3",
-    true};
+    .pszClass = "CHTLink",
+    .Identity = g_LinkIdentity(L"Internal HyperTransport(TM) Link Controller", 20070322,
+                               L"HyperTransport(TM) Link Controller"),
+    .rFamily = kRevisionF,  // the first generations' links have the same identity
+    .uLinks = 3, .pszLinkCheck = "uIndex < 3", .bWritesRevision = true};
 inline constexpr CLinkRules kFamily10hRules{
-    "CBrevikHTLink",
-    g_LinkIdentity(L"Internal HyperTransport(TM) 3 Link Controller", 20070601, L"HyperTransport(TM) 3 Link Controller"),
-    kFamily10h,
-    4,
-    "uIndex < 4",
-    false};
+    .pszClass = "CBrevikHTLink",
+    .Identity = g_LinkIdentity(L"Internal HyperTransport(TM) 3 Link Controller", 20070601,
+                               L"HyperTransport(TM) 3 Link Controller"),
+    .rFamily = kFamily10h,
+    .uLinks = 4, .pszLinkCheck = "uIndex < 4", .bWritesRevision = false};
 inline constexpr const wchar_t* kFamily11hName = L"QOR Family 11h Processor HyperTransport(TM) 3 Link Controller";
 inline constexpr CLinkRules kFamily11hRules{
-    "CTalvorHTLink", g_LinkIdentity(kFamily11hName, 20071112, kFamily11hName), kFamily11h, 4, "uIndex < 4", false};
+    .pszClass = "CTalvorHTLink", .Identity = g_LinkIdentity(kFamily11hName, 20071112, kFamily11hName),
+    .rFamily = kFamily11h,
+    .uLinks = 4, .pszLinkCheck = "uIndex < 4", .bWritesRevision = false};
+// clang-format on
 
 }  // namespace vxt::ht
