@@ -77,7 +77,7 @@ LIES_AT(MemConfig, adDqsReceiverDelay, 184, 64);
 
 static_assert(sizeof(HTConfig) == 104 && alignof(HTConfig) == 8, "natural alignment");
 LIES_AT(HTConfig, abControl, 0, 12);
-static_assert(HTConfig{{2}}.abControl[0] == 2, "flags are numbers");
+static_assert(static_cast<uint8_t (HTConfig::*)[12]>(&HTConfig::abControl) != nullptr, "flags are numbers");
 LIES_AT(HTConfig, dMaxInWidth, 16, 8);
 FLAG_LIES_AT(HTConfig, bMaxInFlowControl, 24);
 LIES_AT(HTConfig, dMaxOutWidth, 32, 8);
