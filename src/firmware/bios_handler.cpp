@@ -8,8 +8,8 @@
 
 namespace vxt {
 
+using platform::CWmiArray;
 using platform::CWmiObject;
-using platform::WmiArray;
 using platform::WmiValue;
 
 namespace {
@@ -140,7 +140,7 @@ bool CQORBIOSHandler::GetDValues(uint32_t uID, double* pdValues, int32_t& count)
 bool CQORBIOSHandler::BiosRequest(uint32_t uRequest) {
     CWmiObject pPackageClass = GetObject(L"BiosRequestPackage");
     LOG_PROCESS_ERROR(pPackageClass);
-    WmiArray<int32_t> Words;
+    CWmiArray<int32_t> Words;
     const bool psa = platform::CreateWmiArray(kRequestWords, Words);
     LOG_PROCESS_ERROR(psa);
     Words.Elements[0] = static_cast<int32_t>(uRequest);

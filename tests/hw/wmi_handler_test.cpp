@@ -275,7 +275,7 @@ TEST_F(CWmiHandlerTest, WrongNamesAndTypesOfACallAreReportedAndOptionalOnesMayBe
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(sCom, sCom, sCom, sCom));
     EXPECT_TRUE(m_Wmi.CallMethod(kClass, L"GetValue", L"id", &Id, nullptr, &Value));
     EXPECT_TRUE(m_Wmi.CallMethod(kClass, L"GetValue", L"id", &Id, L"pack", nullptr));
-    EXPECT_TRUE(std::holds_alternative<vxt::platform::WmiEmpty>(Value)) << "untouched";
+    EXPECT_TRUE(std::holds_alternative<vxt::platform::CWmiEmpty>(Value)) << "untouched";
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
 }
 

@@ -233,7 +233,7 @@ void _ReadIdentities(CSnapshot& rSnapshot) {
             vxt::platform::WmiValue Value;
             const bool bRead = rWmi.GetPropertyValue(Instance, sName.c_str(), &Value);
             const auto* const psText = std::get_if<std::wstring>(&Value);
-            if (bRead && (psText || std::holds_alternative<vxt::platform::WmiNull>(Value)))
+            if (bRead && (psText || std::holds_alternative<vxt::platform::CWmiNull>(Value)))
                 rCopy.Properties[_Line(sName)] = psText ? vxtsim::CWmiValue::Text(_Line(*psText))
                                                         : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
             else

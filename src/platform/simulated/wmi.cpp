@@ -57,9 +57,9 @@ WmiValue g_FromSimulated(const std::string& sNamespace, const CWmiValue& rValue)
     const bool bArray = (rValue.usType & CWmiValue::kArray) && !rValue.bNullArray;
     switch (rValue.usType) {
         case CWmiValue::kEmpty:
-            return WmiEmpty{};
+            return CWmiEmpty{};
         case CWmiValue::kNull:
-            return WmiNull{};
+            return CWmiNull{};
         case CWmiValue::kInteger:
             return rValue.nNumber;
         case CWmiValue::kBoolean:
@@ -70,14 +70,14 @@ WmiValue g_FromSimulated(const std::string& sNamespace, const CWmiValue& rValue)
             if (rValue.pObject) return g_OpenObject(sNamespace, *rValue.pObject);
             break;
         case CWmiValue::kIntegers:
-            if (bArray) return WmiArray<int32_t>{rValue.Integers, !rValue.bNoData};
+            if (bArray) return CWmiArray<int32_t>{rValue.Integers, !rValue.bNoData};
             break;
         case CWmiValue::kBytes:
-            if (bArray) return WmiArray<uint8_t>{rValue.Bytes, !rValue.bNoData};
+            if (bArray) return CWmiArray<uint8_t>{rValue.Bytes, !rValue.bNoData};
             break;
         case CWmiValue::kTexts:
             if (bArray) {
-                WmiArray<std::wstring> Texts{{}, !rValue.bNoData};
+                CWmiArray<std::wstring> Texts{{}, !rValue.bNoData};
                 std::ranges::transform(rValue.Texts, std::back_inserter(Texts.Elements), g_Wide);
                 return Texts;
             }
@@ -85,7 +85,7 @@ WmiValue g_FromSimulated(const std::string& sNamespace, const CWmiValue& rValue)
         default:
             break;
     }
-    return WmiOther{rValue.usType};
+    return CWmiOther{rValue.usType};
 }
 
 /// What the seam can hand over; other types end up as what they are not.
@@ -97,10 +97,10 @@ CWmiValue g_ToSimulated(const WmiValue& rValue) {
         Result = CWmiValue::Text(NarrowText(*psText));
     } else if (const auto* const pObject = std::get_if<CWmiObject>(&rValue)) {
         if (const auto pState = g_State(*pObject)) Result = CWmiValue::Object(pState->Object);
-    } else if (const auto* const pBytes = std::get_if<WmiArray<uint8_t>>(&rValue)) {
+    } else if (const auto* const pBytes = std::get_if<CWmiArray<uint8_t>>(&rValue)) {
         Result.usType = CWmiValue::kBytes;
         Result.Bytes = pBytes->Elements;
-    } else if (const auto* const pIntegers = std::get_if<WmiArray<int32_t>>(&rValue)) {
+    } else if (const auto* const pIntegers = std::get_if<CWmiArray<int32_t>>(&rValue)) {
         Result.usType = CWmiValue::kIntegers;
         Result.Integers = pIntegers->Elements;
     }
@@ -196,7 +196,7 @@ int32_t GetWmiMethodQualifier(const CWmiObject& rClass, const wchar_t* pszMethod
     if (!pState) return kInvalidHandle;
     const auto Method = g_GetSystem().m_Wmi.GetMethod(pState->sNamespace, pState->Object.sClass, NarrowText(pszMethod));
     if (!Method) return kNotFound;
-    rValue = WmiEmpty{};
+    rValue = CWmiEmpty{};
     if (Method->bStatic && std::wstring_view(pszQualifier) == L"Static") rValue = true;
     return kOk;
 }
@@ -226,14 +226,14 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
 }
 
 namespace {
-template <class TElement> bool g_CreateArray(uint32_t uElements, WmiArray<TElement>& rArray) {
+template <class TElement> bool g_CreateArray(uint32_t uElements, CWmiArray<TElement>& rArray) {
     if (g_GetSystem().Refuses("CreateWmiArray")) return false;
     rArray.Elements.assign(uElements, TElement{});
     return true;
 }
 }  // namespace
 
-bool CreateWmiArray(uint32_t uElements, WmiArray<uint8_t>& rArray) { return g_CreateArray(uElements, rArray); }
-bool CreateWmiArray(uint32_t uElements, WmiArray<int32_t>& rArray) { return g_CreateArray(uElements, rArray); }
+bool CreateWmiArray(uint32_t uElements, CWmiArray<uint8_t>& rArray) { return g_CreateArray(uElements, rArray); }
+bool CreateWmiArray(uint32_t uElements, CWmiArray<int32_t>& rArray) { return g_CreateArray(uElements, rArray); }
 
 }  // namespace vxt::platform
