@@ -87,7 +87,7 @@ double CQORBIOSHandler::GetValue(uint32_t uID) {
 
 bool CQORBIOSHandler::SetValue(uint32_t uID, double dValue) {
     LOG_PROCESS_ERROR(m_pIWbemServices);
-    LOG_PROCESS_ERROR(std::abs(dValue) <= INT32_MAX);  // fails for what is no number, too
+    LOG_PROCESS_ERROR(std::trunc(dValue) >= INT32_MIN && std::trunc(dValue) <= INT32_MAX);  // fails for no number, too
     CWmiObject pPackageClass = GetObject(L"SetValuePackage");
     LOG_PROCESS_ERROR(pPackageClass);
     bool bRetCode = platform::PutWmiProperty(pPackageClass, L"id", g_Integer(uID)) >= 0 &&
