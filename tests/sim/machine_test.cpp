@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "sim/models/pm_timer.h"
-#include "sim_client.h"
+#include "sim/sim_client.h"
 
 namespace vxtsim {
 namespace {
