@@ -17,4 +17,8 @@ bool StartService(const CServiceHandle& rService);
 bool StopService(const CServiceHandle& rService);
 bool DeleteService(const CServiceHandle& rService);
 
+inline constexpr uint32_t kServiceStopped = 1, kServiceStartPending = 2, kServiceStopPending = 3, kServiceRunning = 4;
+/// The service's present state. A driver that somebody has open stays in kServiceStopPending.
+bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState);
+
 }  // namespace vxt::platform

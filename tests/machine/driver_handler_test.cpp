@@ -94,7 +94,7 @@ TEST_F(CDriverHandlerTest, UsersInOtherProcessesKeepTheServiceAndTheLastUnitIsRe
     ASSERT_TRUE(Init());
     System().OtherProcessAttaches(kSemaphore, 10000);
     m_Handler.UnInit();
-    EXPECT_TRUE(System().m_Services.at(kService).bRunning);
+    EXPECT_EQ(System().m_Services.at(kService).uState, vxt::platform::kServiceRunning);
     for (int i = 0; i < 9999; ++i) System().OtherProcessAttaches(kSemaphore, 10000);
     m_Log.Take();
     EXPECT_FALSE(Init()) << "no unit is left";
@@ -170,7 +170,7 @@ TEST_F(CDriverHandlerTest, ErrorCodesOfTheServiceAreLoggedAsDiagnostics) {
 TEST_F(CDriverHandlerTest, RemovalIsPolledForAWhile) {
     for (const uint32_t uOpeners : {0u, 99u, 100u}) {
         Restart(kDefaultMachine);
-        ASSERT_TRUE(Init());
+        ASSERT_TRUE(m_Handler.InstallDriver(L"x") && m_Handler.StartDriver());
         System().m_uOpenersToGo = uOpeners;
         m_Log.Take();
         TakeTrace();

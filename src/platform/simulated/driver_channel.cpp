@@ -22,7 +22,7 @@ CDriverChannel OpenDriver(const wchar_t* pszDevice) {
     if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
     const auto it = rSystem.m_Services.find(kDriverService);
     const bool bPresent = std::wstring(kDevicePrefix) + kDriverService == pszDevice && it != rSystem.m_Services.end() &&
-                          it->second.bRunning;
+                          it->second.uState == kServiceRunning;
     return CDriverChannel(bPresent ? rSystem.Open(EHandle::kDriver, pszDevice) : rSystem.Fail(kErrorFileNotFound));
 }
 

@@ -19,6 +19,9 @@ std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
 
 CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()), m_Wmi(g_GetMachine()) {
     m_bDriverFileExists = g_HasMachine();
+    const std::vector<uint8_t>& rPercent = g_GetMachine().Description().Loads;
+    m_Loads.assign(g_GetMachine().ProcessorCount(), 0.0);
+    std::ranges::transform(rPercent, m_Loads.begin(), [](uint8_t ucPercent) { return ucPercent / 100.0; });
     m_Server.SetFaults(&m_RequestFaults);
     if (const char* const pszFaults = std::getenv("VXT_FAULT")) {
         std::string sError;
@@ -88,6 +91,21 @@ uintptr_t CSimulatedSystem::Fail(uint32_t uError) {
 CSimulatedSystem::CService* CSimulatedSystem::FindService(uintptr_t uHandle) {
     const std::wstring* const pName = Find(uHandle, EHandle::kService);
     return pName ? &m_Services.at(*pName) : nullptr;
+}
+
+void CSimulatedSystem::SettleServices() {
+    const std::lock_guard Guard(m_Lock);
+    const bool bDriverOpen = m_uOtherDriverHandles != 0 || std::ranges::any_of(m_Handles, [](const auto& rEntry) {
+                                 return rEntry.second.eKind == EHandle::kDriver;
+                             });
+    for (auto& [sName, rService] : m_Services)
+        if (rService.uState == kServiceStopPending && !bDriverOpen && rService.uQueriesToStop == 0 &&
+            g_GetMachine().Now() >= rService.ullStopped)
+            rService.uState = kServiceStopped;
+    std::erase_if(m_Services, [this](const auto& rEntry) {
+        const CService& rService = rEntry.second;
+        return rService.bDeleted && rService.uState == kServiceStopped && rService.uHandles == 0 && m_uOpenersToGo == 0;
+    });
 }
 
 }  // namespace vxt::platform::simulated

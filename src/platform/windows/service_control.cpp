@@ -36,4 +36,14 @@ bool StopService(const CServiceHandle& rService) {
 // The service goes when the last handle to it is closed and it has stopped.
 bool DeleteService(const CServiceHandle& rService) { return ::DeleteService(_Handle(rService)) != 0; }
 
+static_assert(kServiceStopped == SERVICE_STOPPED && kServiceStartPending == SERVICE_START_PENDING &&
+              kServiceStopPending == SERVICE_STOP_PENDING && kServiceRunning == SERVICE_RUNNING);
+
+bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState) {
+    SERVICE_STATUS Status{};
+    if (!::QueryServiceStatus(_Handle(rService), &Status)) return false;
+    ruState = Status.dwCurrentState;
+    return true;
+}
+
 }  // namespace vxt::platform
