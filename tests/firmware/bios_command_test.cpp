@@ -111,6 +111,9 @@ TEST_F(CBiosCommandTest, ACommandIsSentInAWholeBlockAndSoMuchOfTheResultIsTaken)
     std::memcpy(m_Command.aucArguments, aucItem, sizeof(aucItem));
     EXPECT_EQ(Run(8, 8), 0u);
     EXPECT_EQ(m_Result.aucData[0], 0);
+    std::vector<uint8_t> Sent{3, 0, 3, 0, 2, 0, 0, 0};
+    Sent.resize(256);
+    EXPECT_EQ(System().m_Wmi.Firmware()->LastCommand(), Sent) << "zeros behind what was given";
     EXPECT_EQ(Run(4, 8), 2u) << "without its argument it is item 0, which the firmware does not know";
     m_Command.uCode = 0x00FFFFFF;
     EXPECT_EQ(Run(), 1u);
@@ -167,6 +170,8 @@ TEST_F(CBiosCommandTest, SetupItemsAreListedReadAndSet) {
 
     EXPECT_EQ(m_List.GetItemValue(1), 0);
     EXPECT_TRUE(m_List.SetItemValue(1, 1));
+    const std::vector<uint8_t> Command = System().m_Wmi.Firmware()->LastCommand();
+    EXPECT_THAT(std::vector(Command.begin(), Command.begin() + 8), ElementsAre(4, 0, 3, 0, 2, 0, 1, 0));
     EXPECT_EQ(m_List.GetItemValue(1), 1);
     EXPECT_EQ(m_List.GetItemValue(0), 1) << "the other one is as it was";
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());

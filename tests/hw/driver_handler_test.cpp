@@ -172,7 +172,7 @@ TEST_F(CDriverHandlerTest, ErrorCodesOfTheServiceAreLoggedAsDiagnostics) {
 TEST_F(CDriverHandlerTest, RemovalIsPolledForAWhile) {
     for (const uint32_t uOpeners : {0u, 99u, 100u}) {
         Restart(kDefaultMachine);
-        System().m_Services[kService] = {.sPath = L"x", .uState = vxt::platform::kServiceRunning};
+        ASSERT_TRUE(m_Handler.InstallDriver(L"x") && m_Handler.StartDriver());
         System().m_uOpenersToGo = uOpeners;
         const uint64_t ullBefore = Machine().Now();
         EXPECT_EQ(m_Handler.RemoveDriver(), uOpeners < 100);

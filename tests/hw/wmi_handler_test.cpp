@@ -161,6 +161,8 @@ TEST_F(CWmiHandlerTest, InstancesAreCountedFromZeroAndEnd) {
     }
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
     EXPECT_EQ(Forgotten(), 0u);
+    // Shallow, forward only, read directly; two seconds for each instance.
+    EXPECT_EQ(System().m_Wmi.Enumerations().at(1), (vxtsim::CSimWmi::CEnumeration{"Win32_BIOS", 0x221, {2000, 2000}}));
 }
 
 TEST_F(CWmiHandlerTest, MethodsRunOnTheClassWhenStaticElseOnItsFirstInstance) {

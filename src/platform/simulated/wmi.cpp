@@ -30,6 +30,7 @@ struct CObjectState {
 struct CEnumeratorState {
     std::string sNamespace;
     std::vector<vxtsim::CWmiObject> Objects;
+    size_t uRecord;  ///< number of its record
     size_t uNext = 0;
 };
 
@@ -147,23 +148,26 @@ int32_t GetWmiObject(const CWmiServices& rServices, const wchar_t* pszPath, CWmi
     return kOk;
 }
 
-int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszClass, uint32_t /*uFlags*/,
+int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszClass, uint32_t uFlags,
                               CWmiEnumerator& rEnumerator) {
     if (g_GetSystem().Refuses("CreateWmiInstanceEnum")) return kFailed;
     const auto pNamespace = g_State(rServices);
     if (!pNamespace) return kInvalidHandle;
     auto Instances = g_GetSystem().m_Wmi.GetInstances(*pNamespace, NarrowText(pszClass));
     if (!Instances) return kInvalidClass;
-    rEnumerator = CWmiEnumerator(
-        g_GetSystem().Open(EHandle::kWmiEnumerator, pszClass,
-                           std::make_shared<CEnumeratorState>(CEnumeratorState{*pNamespace, std::move(*Instances)})));
+    const size_t uRecord = g_GetSystem().m_Wmi.RecordEnumeration(NarrowText(pszClass), uFlags);
+    rEnumerator = CWmiEnumerator(g_GetSystem().Open(
+        EHandle::kWmiEnumerator, pszClass,
+        std::make_shared<CEnumeratorState>(CEnumeratorState{*pNamespace, std::move(*Instances), uRecord})));
     return kOk;
 }
 
-CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t /*uMilliseconds*/) {
+CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t uMilliseconds) {
     if (g_GetSystem().Refuses("NextWmiInstance")) return {};
     const auto pState = g_GetSystem().State<CEnumeratorState>(rEnumerator.Get(), EHandle::kWmiEnumerator);
-    if (!pState || pState->uNext == pState->Objects.size()) return {};
+    if (!pState) return {};
+    g_GetSystem().m_Wmi.RecordNext(pState->uRecord, uMilliseconds);
+    if (pState->uNext == pState->Objects.size()) return {};
     return g_OpenObject(pState->sNamespace, pState->Objects[pState->uNext++]);
 }
 
