@@ -234,7 +234,7 @@ void g_ReadIdentities(CSnapshot& rSnapshot) {
             vxt::platform::WmiValue Value;
             const bool bRead = rWmi.GetPropertyValue(Instance, sName.c_str(), &Value);
             const auto* const psText = std::get_if<std::wstring>(&Value);
-            if (bRead && (psText || std::holds_alternative<vxt::platform::WmiNull>(Value)))
+            if (bRead && (psText || std::holds_alternative<vxt::platform::CWmiNull>(Value)))
                 rCopy.Properties[g_Line(sName)] = psText ? vxtsim::CWmiValue::Text(g_Line(*psText))
                                                          : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
             else

@@ -28,10 +28,12 @@ void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CDriverChannel OpenDriver(const wchar_t* pszDevice) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
     const auto it = rSystem.m_Services.find(kDriverService);
     const bool bPresent = std::wstring(kDevicePrefix) + kDriverService == pszDevice && it != rSystem.m_Services.end() &&
-                          it->second.bRunning;
+                          it->second.uState == kServiceRunning;
+    if (bPresent && !rSystem.m_bHasRights) return CDriverChannel(rSystem.Fail(kErrorAccessDenied));
     return CDriverChannel(bPresent ? rSystem.Open(EHandle::kDriver, pszDevice) : rSystem.Fail(kErrorFileNotFound));
 }
 

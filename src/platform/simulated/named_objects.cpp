@@ -29,6 +29,7 @@ void CloseNamedObject(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenSemaphore", kErrorFileNotFound)) return {};
     const bool bExists = rSystem.m_Semaphores.contains(pszName);
     return CSemaphoreHandle(bExists ? rSystem.Open(EHandle::kSemaphore, pszName) : rSystem.Fail(kErrorFileNotFound));
@@ -36,12 +37,14 @@ CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
 
 CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32_t nMaximum, const wchar_t* pszSddl) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateSemaphore")) return {};
     rSystem.m_Semaphores.try_emplace(pszName, CSimulatedSystem::CSemaphore{nInitial, nMaximum, pszSddl});
     return CSemaphoreHandle(rSystem.Open(EHandle::kSemaphore, pszName));
 }
 
 uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseconds*/) {
+    const std::lock_guard Guard(g_GetSystem().m_Lock);
     if (g_GetSystem().Refuses("WaitSemaphore")) return kWaitFailed;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore) return kWaitFailed;
@@ -51,6 +54,7 @@ uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseco
 }
 
 bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
+    const std::lock_guard Guard(g_GetSystem().m_Lock);
     if (g_GetSystem().Refuses("ReleaseSemaphore")) return false;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore || pSemaphore->nCount == pSemaphore->nMaximum) return false;

@@ -8,32 +8,36 @@ using simulated::CSimulatedSystem;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
+// Error codes and their order are those of the real manager: a call that finds the service marked for delete, or in a state
+// that does not fit, is refused at once; nothing here waits.
+
 namespace {
 
-/// A deleted service is gone when it is stopped and its last handle is closed.
-void g_ForgetDeleted(CSimulatedSystem& rSystem, const std::wstring& sName) {
-    const auto it = rSystem.m_Services.find(sName);
-    if (it != rSystem.m_Services.end() && it->second.bDeleted && !it->second.bRunning && it->second.uHandles == 0 &&
-        rSystem.m_uOpenersToGo == 0)
-        rSystem.m_Services.erase(it);
+constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
+
+/// Asks for a service's state, which may end its stopping.
+uint32_t g_StateOf(CSimulatedSystem& rSystem, CSimulatedSystem::CService& rService) {
+    if (rService.uQueriesToStop > 0 && rService.uState == kServiceStopPending) {
+        --rService.uQueriesToStop;
+        return kServiceStopPending;
+    }
+    rSystem.SettleServices();
+    return rService.uState;  // the caller's handle keeps it
 }
 
 }  // namespace
 
 void CloseServiceHandle(uintptr_t uHandle) {
     CSimulatedSystem& rSystem = g_GetSystem();
-    if (CSimulatedSystem::CService* const pService = rSystem.FindService(uHandle)) {
-        const std::wstring sName = *rSystem.Find(uHandle, EHandle::kService);
-        --pService->uHandles;
-        rSystem.Close(uHandle);
-        g_ForgetDeleted(rSystem, sName);
-    } else {
-        rSystem.Close(uHandle);
-    }
+    const std::lock_guard Guard(rSystem.m_Lock);
+    if (CSimulatedSystem::CService* const pService = rSystem.FindService(uHandle)) --pService->uHandles;
+    rSystem.Close(uHandle);
+    rSystem.SettleServices();
 }
 
 CServiceHandle OpenServiceManager() {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenServiceManager")) return {};
     return CServiceHandle(rSystem.m_bHasRights ? rSystem.Open(EHandle::kManager, L"")
                                                : rSystem.Fail(kErrorAccessDenied));
@@ -41,7 +45,9 @@ CServiceHandle OpenServiceManager() {
 
 CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
+    rSystem.SettleServices();
     const auto it = rSystem.m_Services.find(pszName);
     if (it == rSystem.m_Services.end()) return CServiceHandle(rSystem.Fail(kErrorServiceDoesNotExist));
     if (it->second.bDeleted && rSystem.m_uOpenersToGo > 0) --rSystem.m_uOpenersToGo;
@@ -51,7 +57,9 @@ CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszNam
 
 CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t* pszName, const wchar_t* pszPath) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateDriverService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
+    rSystem.SettleServices();
     const auto [it, bInserted] = rSystem.m_Services.try_emplace(pszName);
     if (!bInserted)
         return CServiceHandle(rSystem.Fail(it->second.bDeleted ? kErrorServiceMarkedForDelete : kErrorServiceExists));
@@ -61,32 +69,51 @@ CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t
 
 bool StartService(const CServiceHandle& rService) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("StartService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
     if (!pService) return false;
-    if (pService->bRunning) return rSystem.Fail(kErrorServiceAlreadyRunning);
     if (pService->bDeleted) return rSystem.Fail(kErrorServiceMarkedForDelete);
+    if (g_StateOf(rSystem, *pService) != kServiceStopped) return rSystem.Fail(kErrorServiceAlreadyRunning);
     if (!rSystem.m_bDriverFileExists) return rSystem.Fail(kErrorFileNotFound);
-    return pService->bRunning = true;
+    pService->uState = kServiceRunning;
+    return true;
 }
 
 bool StopService(const CServiceHandle& rService) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("StopService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
     if (!pService) return false;
-    if (!pService->bRunning) return rSystem.Fail(kErrorServiceNotActive);
-    pService->bRunning = false;
+    const uint32_t uState = g_StateOf(rSystem, *pService);
+    if (uState == kServiceStopped) return rSystem.Fail(kErrorServiceNotActive);
+    if (uState != kServiceRunning) return rSystem.Fail(kErrorServiceCannotAcceptControl);
+    pService->uState = kServiceStopPending;
+    pService->ullStopped = simulated::g_GetMachine().Now() + rSystem.m_uStopMilliseconds * kNanosecondsPerMillisecond;
+    pService->uQueriesToStop = rSystem.m_uStopQueries;
+    rSystem.SettleServices();
     return true;
 }
 
 bool DeleteService(const CServiceHandle& rService) {
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("DeleteService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
     if (!pService) return false;
     if (pService->bDeleted) return rSystem.Fail(kErrorServiceMarkedForDelete);
     return pService->bDeleted = true;
+}
+
+bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState) {
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
+    if (rSystem.Refuses("QueryServiceStatus")) return false;
+    CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
+    if (!pService) return false;
+    ruState = g_StateOf(rSystem, *pService);
+    return true;
 }
 
 }  // namespace vxt::platform

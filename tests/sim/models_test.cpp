@@ -3,7 +3,7 @@
 #include "sim/models/pstates.h"
 #include "sim/models/smbus_host.h"
 #include "sim/models/thermal.h"
-#include "sim_client.h"
+#include "sim/sim_client.h"
 
 namespace vxtsim {
 namespace {

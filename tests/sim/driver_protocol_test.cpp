@@ -1,5 +1,5 @@
 // The simulated driver: sizes, codes, refusals, enumeration, trace.
-#include "sim_client.h"
+#include "sim/sim_client.h"
 
 namespace vxtsim {
 namespace {

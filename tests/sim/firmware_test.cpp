@@ -1,8 +1,8 @@
 // The simulated firmware and the management data around it, asked as a WMI client asks.
 #include <gmock/gmock.h>
 
+#include "sim/sim_client.h"
 #include "sim/wmi.h"
-#include "sim_client.h"
 
 namespace vxtsim {
 namespace {

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "sim/models/pm_timer.h"
-#include "sim_client.h"
+#include "sim/sim_client.h"
 
 namespace vxtsim {
 namespace {
@@ -179,6 +179,30 @@ TEST(Machine, TheReferenceClockCanBeMeasured) {
     }
 }
 
+TEST(Machine, AfterAPowerCycleItIsAsItWasAtFirst) {
+    CSimClient Client("family10h-ddr3"), Fresh("family10h-ddr3");
+    CSimMachine& rMachine = Client.m_Machine;
+    for (int nRun = 0; nRun < 2; ++nRun) {
+        EXPECT_TRUE(Client.WriteMsr(0xC0010062, 2) && Client.WriteMsr(0x10, 0));
+        EXPECT_TRUE(Client.WritePci({0, 0x18, 3}, 0x84, 0x01020304) && Client.WriteMemory(0xFFFF0, 7));
+        EXPECT_TRUE(Client.WritePci({0, 0x18, 2}, 0x9C, 5) && Client.WritePci({0, 0x18, 2}, 0x98, 0x40000000));
+        EXPECT_NE(Client.MapApicTimer(), 0u);
+        rMachine.SetReferenceClock(250);
+        rMachine.RemovePci({2, 0, 0});
+        rMachine.PowerCycle();
+        EXPECT_EQ(rMachine.Now(), 0u);
+        EXPECT_EQ(rMachine.MappingCount(), 0u);
+        EXPECT_EQ(rMachine.ReferenceMHz(), 200.0);
+        for (CSimClient* const pClient : {&Client, &Fresh}) pClient->m_Machine.Advance(1'000'000);
+        EXPECT_EQ(Client.ReadMsr(0xC0010063), Fresh.ReadMsr(0xC0010063));
+        EXPECT_EQ(Client.ReadMsr(0x10), Fresh.ReadMsr(0x10));
+        EXPECT_EQ(Client.ReadPci({0, 0x18, 3}, 0x84), 0x01E201A1u);
+        EXPECT_EQ(Client.ReadPci({2, 0, 0}, 0), 0x816810ECu);
+        EXPECT_EQ(Client.ReadMemory(0xFFFF0), 0x00E05BEAu);
+        Fresh.m_Machine.PowerCycle();
+    }
+}
+
 TEST(Machine, ThePmTimerCountsVirtualSecondsForEver) {
     CSimClient Client("family10h-ddr3");
     Client.m_Machine.Advance(10'000 * uint64_t{1'000'000'000});
@@ -209,6 +233,15 @@ TEST(Machine, TheApicTimerDividesStopsAndStartsAgain) {
     rMachine.Advance(5'000);  // 1000 bus clocks at no division: once round
     EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 999u) << "periodic";
     EXPECT_EQ(Client.ReadMemory(0xFEE00380), 999u) << "the same registers as physical memory";
+}
+
+TEST(Machine, AnAccessToWhatIsNotMappedEndsTheProgram) {
+    CSimClient Client("family10h-ddr3");
+    const uint64_t ullTimer = Client.MapApicTimer();
+    const std::vector<uint8_t> Block = Client.m_Block;
+    EXPECT_DEATH(Client.m_Machine.ReadMapped(ullTimer + 0xFD), "access to address 200000FD, which is not mapped");
+    ASSERT_TRUE(Client.m_Server.Control(0x81112EF4, 0, Block, {}).bSuccess);
+    EXPECT_DEATH(Client.m_Machine.WriteMapped(ullTimer, 1), "access to address 20000000, which is not mapped");
 }
 
 /// Real memory in place of a driver's mapping.
