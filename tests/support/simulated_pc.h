@@ -56,6 +56,7 @@ public:
 
     /// Requests and system calls since the last call.
     Lines TakeTrace();
+    size_t TraceSize() const { return m_Trace.size(); }
 
     /// Runs `Operation` with its 1st, 2nd, 3rd ... system call or driver request failing until it succeeds untouched;
     /// `Check` runs after each failed call. Returns the number of calls of a good run.

@@ -7,6 +7,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -18,6 +19,7 @@ constexpr const wchar_t* kDriverService = L"VXTDriver";  ///< its device has the
 void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CDriverChannel OpenDriver(const wchar_t* pszDevice) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
     const auto it = rSystem.m_Services.find(kDriverService);
@@ -28,6 +30,7 @@ CDriverChannel OpenDriver(const wchar_t* pszDevice) {
 
 bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* pIn, uint32_t uInSize, void* pOut,
                    uint32_t uOutSize, uint32_t& ruReturned) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     ruReturned = 0;
     if (rSystem.Refuses(nullptr) || !rSystem.Find(rChannel.Get(), EHandle::kDriver)) return false;

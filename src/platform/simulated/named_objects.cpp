@@ -8,6 +8,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -28,6 +29,7 @@ CSimulatedSystem::CMutex* g_FindMutex(uintptr_t uHandle) {
 void CloseNamedObject(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenSemaphore", kErrorFileNotFound)) return {};
     const bool bExists = rSystem.m_Semaphores.contains(pszName);
@@ -35,6 +37,7 @@ CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
 }
 
 CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32_t nMaximum, const wchar_t* pszSddl) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("CreateSemaphore")) return {};
     rSystem.m_Semaphores.try_emplace(pszName, CSimulatedSystem::CSemaphore{nInitial, nMaximum, pszSddl});
@@ -42,6 +45,7 @@ CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32
 }
 
 uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseconds*/) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("WaitSemaphore")) return kWaitFailed;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore) return kWaitFailed;
@@ -51,6 +55,7 @@ uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseco
 }
 
 bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("ReleaseSemaphore")) return false;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore || pSemaphore->nCount == pSemaphore->nMaximum) return false;
@@ -59,6 +64,7 @@ bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
 }
 
 CMutexHandle OpenMutex(const wchar_t* pszName) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenMutex", kErrorFileNotFound)) return {};
@@ -67,6 +73,7 @@ CMutexHandle OpenMutex(const wchar_t* pszName) {
 }
 
 CMutexHandle CreateMutex(const wchar_t* pszName, const wchar_t* pszSddl) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateMutex")) return {};
@@ -76,6 +83,7 @@ CMutexHandle CreateMutex(const wchar_t* pszName, const wchar_t* pszSddl) {
 
 /// Waits for another process in virtual time, for another thread of this one in real time.
 uint32_t WaitMutex(const CMutexHandle& rMutex, uint32_t uMilliseconds) {
+    const CSystemSide SystemSide;
     constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
     CSimulatedSystem& rSystem = g_GetSystem();
     std::unique_lock Guard(rSystem.m_Lock);

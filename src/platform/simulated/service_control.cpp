@@ -5,6 +5,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -21,6 +22,7 @@ void g_ForgetDeleted(CSimulatedSystem& rSystem, const std::wstring& sName) {
 }  // namespace
 
 void CloseServiceHandle(uintptr_t uHandle) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (CSimulatedSystem::CService* const pService = rSystem.FindService(uHandle)) {
         const std::wstring sName = *rSystem.Find(uHandle, EHandle::kService);
@@ -33,6 +35,7 @@ void CloseServiceHandle(uintptr_t uHandle) {
 }
 
 CServiceHandle OpenServiceManager() {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenServiceManager")) return {};
     return CServiceHandle(rSystem.m_bHasRights ? rSystem.Open(EHandle::kManager, L"")
@@ -40,6 +43,7 @@ CServiceHandle OpenServiceManager() {
 }
 
 CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
     const auto it = rSystem.m_Services.find(pszName);
@@ -50,6 +54,7 @@ CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszNam
 }
 
 CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t* pszName, const wchar_t* pszPath) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("CreateDriverService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
     const auto [it, bInserted] = rSystem.m_Services.try_emplace(pszName);
@@ -60,6 +65,7 @@ CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t
 }
 
 bool StartService(const CServiceHandle& rService) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("StartService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
@@ -71,6 +77,7 @@ bool StartService(const CServiceHandle& rService) {
 }
 
 bool StopService(const CServiceHandle& rService) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("StopService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
@@ -81,6 +88,7 @@ bool StopService(const CServiceHandle& rService) {
 }
 
 bool DeleteService(const CServiceHandle& rService) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("DeleteService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
