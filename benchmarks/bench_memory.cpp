@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "bench_machine.h"
-#include "devices/memctl/memory_controller.h"
+#include "devices/memctl/memctl_devices.h"
 #include "tests/support/devices.h"
 
 namespace {

@@ -10,6 +10,8 @@ mkdir -p build/logs
 targets=()
 for target in "$@"; do targets+=(--target "$target"); done
 launcher=()
+# One compiler cache for all checkouts of this machine, precompiled headers included.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
 if ! { { [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" "${launcher[@]}"; } &&
        cmake --build "build/$preset" "${targets[@]}"; } >"$log" 2>&1; then

@@ -27,6 +27,7 @@ constexpr size_t kDescribedName = 4, kDescribedValue = 68, kDescribedOptions = 7
 static_assert(kDescribedTexts + CFirmwareItem::kOptions * CFirmwareItem::kOptionBytes == CSimFirmware::kResultBytes);
 
 constexpr const char* kInstanceName = "ACPI\\PNP0C14\\0_0";
+constexpr const char* kInstancePath = "QOR_ACPI.InstanceName=\"ACPI\\PNP0C14\\0_0\"";
 constexpr const char* kParameters = "__PARAMETERS";
 
 uint32_t g_Get(const std::vector<uint8_t>& rBlock, size_t uOffset, size_t uBytes) {
@@ -138,10 +139,11 @@ CWmiObject CSimFirmware::ClassObject(std::string_view sClass) const {
 CWmiObject CSimFirmware::Instance() const {
     CWmiObject Object = ClassObject(kClass);
     Object.Properties["InstanceName"] = CWmiValue::Text(kInstanceName);
-    Object.Properties["__PATH"] =
-        CWmiValue::Text(std::string(kClass) + ".InstanceName=\"" + std::string(kInstanceName) + "\"");
+    Object.Properties["__PATH"] = CWmiValue::Text(kInstancePath);
     return Object;
 }
+
+std::string_view CSimFirmware::ExecutionPath() const { return m_State.bStaticMethods ? kClass : kInstancePath; }
 
 std::optional<CWmiMethod> CSimFirmware::Method(std::string_view sMethod) const {
     const CMethod* const pMethod = _Find(sMethod);
@@ -175,7 +177,7 @@ bool CSimFirmware::Execute(std::string_view sMethod, const CWmiObject* pInput, s
         if (const auto it = m_State.Answers.find(std::string(sMethod)); it != m_State.Answers.end())
             Answer = it->second;
     }
-    std::this_thread::yield();  // who does not wait for others shows here
+    if (m_bYields) std::this_thread::yield();
     if (Answer.uMilliseconds) m_rMachine.Advance(uint64_t{Answer.uMilliseconds} * 1'000'000);
     const bool bUnderstood = pInput ? g_IsMet(pMethod->Input, *pInput) : pMethod->Input.sName.empty();
     if (Answer.bFails || !bUnderstood) return false;
@@ -186,7 +188,7 @@ bool CSimFirmware::Execute(std::string_view sMethod, const CWmiObject* pInput, s
         const CWmiValue Nothing;
         Result = (this->*pMethod->pAnswer)(pInput ? pInput->Properties.at(std::string(pMethod->Input.sName)) : Nothing);
     }
-    std::this_thread::yield();
+    if (m_bYields) std::this_thread::yield();
     if (pMethod->sOutput.empty()) return true;
 
     const std::string sOutput(pMethod->sOutput);
@@ -223,6 +225,11 @@ std::optional<uint16_t> CSimFirmware::ItemValue(uint32_t uItem) const {
 std::array<int32_t, CSimFirmware::kRequestWords> CSimFirmware::LastRequest() const {
     const std::lock_guard Lock(m_Lock);
     return m_Request;
+}
+
+std::vector<uint8_t> CSimFirmware::LastCommand() const {
+    const std::lock_guard Lock(m_Lock);
+    return m_Command;
 }
 
 uint32_t CSimFirmware::Executions(std::string_view sMethod) const {
@@ -306,6 +313,7 @@ CWmiValue CSimFirmware::_QueryCommandList(const CWmiValue&) {
 }
 
 CWmiValue CSimFirmware::_RunCMD(const CWmiValue& rCommand) {
+    m_Command = rCommand.Bytes;
     std::vector<uint8_t> Result(kResultBytes);
     if (const auto it = m_State.Results.find(g_Get(rCommand.Bytes, 0, 4)); it != m_State.Results.end()) {
         Result = it->second;

@@ -37,16 +37,20 @@ public:
 
     CWmiObject ClassObject(std::string_view sClass) const;  ///< of one of the three
     CWmiObject Instance() const;                            ///< the one instance of kClass
+    /// Where methods are executed: the instance, or the class of static ones.
+    std::string_view ExecutionPath() const;
     std::optional<CWmiMethod> Method(std::string_view sMethod) const;
     /// False when the execution fails as a whole. An answer that was replaced changes what is told, not what is done.
     bool Execute(std::string_view sMethod, const CWmiObject* pInput, std::optional<CWmiObject>& rOutput);
 
     // --- the workbench
+    bool m_bYields = true;  ///< lets other threads run amid a method, where those who do not wait for each other show
     /// From now on; an answer without anything in it takes the replacement back.
     void SetAnswer(const std::string& sMethod, CFirmwareAnswer Answer);
     std::optional<int32_t> Value(uint32_t uId) const;         ///< nothing: no such object
     std::optional<uint16_t> ItemValue(uint32_t uItem) const;  ///< counted from 1
     std::array<int32_t, kRequestWords> LastRequest() const;   ///< of "BiosRequest"; zeros before the first
+    std::vector<uint8_t> LastCommand() const;                 ///< of "RunCMD", as it came; empty before the first
     uint32_t Executions(std::string_view sMethod) const;      ///< so far, failed ones too
     uint32_t MostAtOnce() const { return m_uMostAtOnce; }     ///< methods that ever ran at the same time
 
@@ -74,6 +78,7 @@ private:
     mutable std::mutex m_Lock;  ///< the state below; never held while virtual time passes
     CFirmwareDescription m_State;
     std::array<int32_t, kRequestWords> m_Request{};
+    std::vector<uint8_t> m_Command;
     std::map<std::string, uint32_t, std::less<>> m_Executions;
     std::atomic<uint32_t> m_uRunning = 0, m_uMostAtOnce = 0;
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -105,6 +107,16 @@ struct CSimMachine::CState {
         }
     }
 
+    /// Where a register of a mapping lies.
+    uint64_t PhysicalOf(uint64_t ullAddress) const {
+        for (const auto& [ullHandle, rMapping] : Mappings)
+            if (ullAddress >= rMapping.ullAddress && ullAddress - rMapping.ullAddress + 4 <= rMapping.uSize)
+                return rMapping.ullPhysical + (ullAddress - rMapping.ullAddress);
+        std::fprintf(stderr, "simulated PC: access to address %llX, which is not mapped\n",
+                     static_cast<unsigned long long>(ullAddress));
+        std::abort();
+    }
+
     std::vector<std::map<uint32_t, uint64_t>> Msr;  ///< by core
     std::set<uint32_t> ReadOnlyMsr;
     std::map<CPciAddress, std::vector<uint8_t>> Pci;
@@ -127,6 +139,17 @@ CSimMachine::CSimMachine(CMachineDescription Description)
 }
 
 CSimMachine::~CSimMachine() = default;
+
+void CSimMachine::PowerCycle() {
+    const std::lock_guard Lock(m_Lock);
+    if (!m_pAtPowerOn) m_pAtPowerOn = std::make_unique<const CState>(m_Description);
+    CMappingProvider* const pProvider = m_pState->pProvider;
+    *m_pState = *m_pAtPowerOn;
+    m_pState->pProvider = pProvider;
+    m_ullNow = 0, m_dReferenceMHz = m_Description.dReferenceMHz;
+    m_Models.clear();
+    g_AttachModels(*this);
+}
 
 CCpuidResult CSimMachine::Cpuid(uint32_t uCore, uint32_t uLeaf, uint32_t uSubleaf) const {
     auto it = m_Description.Cpuid.find({uLeaf, uSubleaf});
@@ -277,7 +300,7 @@ void CSimMachine::ReadMemory(uint64_t ullAddress, std::span<uint8_t> Data) {
             if (m_pState->bEcamReachesProcessor || Ecam->first.ucBus || Ecam->first.ucDevice < 24) {
                 ReadPci(Ecam->first, Ecam->second, Part);
             } else {
-                std::ranges::fill(Part, kNobody);
+                std::memset(Part.data(), kNobody, Part.size());
             }
         } else if (m_pState->IsApic(ullAddress)) {
             for (size_t i = 0; i < Part.size(); ++i) {
@@ -285,9 +308,9 @@ void CSimMachine::ReadMemory(uint64_t ullAddress, std::span<uint8_t> Data) {
                 Part[i] = static_cast<uint8_t>(m_pState->Apic.Read(uOffset & ~3u, m_ullNow) >> (8 * (uOffset & 3)));
             }
         } else {
-            std::ranges::fill(Part, kNobody);
+            std::memset(Part.data(), kNobody, Part.size());
             m_pState->ForEachRegion(ullAddress, Part.size(), [&](uint8_t* pBytes, size_t uOffset, size_t uCount) {
-                std::copy_n(pBytes, uCount, Part.begin() + static_cast<ptrdiff_t>(uOffset));
+                std::memcpy(&Part[uOffset], pBytes, uCount);
             });
         }
         ullAddress += Part.size();
@@ -367,10 +390,7 @@ bool CSimMachine::Unmap(uint64_t ullHandle) {
 uint32_t CSimMachine::ReadMapped(uint64_t ullAddress) {
     const std::lock_guard Lock(m_Lock);
     std::array<uint8_t, 4> Bytes;
-    Bytes.fill(kNobody);
-    for (const auto& [ullHandle, rMapping] : m_pState->Mappings)
-        if (ullAddress >= rMapping.ullAddress && ullAddress - rMapping.ullAddress + 4 <= rMapping.uSize)
-            ReadMemory(rMapping.ullPhysical + (ullAddress - rMapping.ullAddress), Bytes);
+    ReadMemory(m_pState->PhysicalOf(ullAddress), Bytes);
     return g_Load(Bytes.data());
 }
 
@@ -378,9 +398,7 @@ void CSimMachine::WriteMapped(uint64_t ullAddress, uint32_t uValue) {
     const std::lock_guard Lock(m_Lock);
     std::array<uint8_t, 4> Bytes;
     g_Store(Bytes.data(), uValue);
-    for (const auto& [ullHandle, rMapping] : m_pState->Mappings)
-        if (ullAddress >= rMapping.ullAddress && ullAddress - rMapping.ullAddress + 4 <= rMapping.uSize)
-            WriteMemory(rMapping.ullPhysical + (ullAddress - rMapping.ullAddress), Bytes);
+    WriteMemory(m_pState->PhysicalOf(ullAddress), Bytes);
 }
 
 size_t CSimMachine::MappingCount() const {

@@ -112,6 +112,22 @@ std::optional<CWmiObject> CSimWmi::GetObject(std::string_view sNamespace, std::s
     return g_Named(std::string(sClass), std::string(sClass), std::move(Properties));
 }
 
+std::vector<CSimWmi::CEnumeration> CSimWmi::Enumerations() const {
+    const std::lock_guard Lock(m_Lock);
+    return m_Enumerations;
+}
+
+size_t CSimWmi::RecordEnumeration(std::string_view sClass, uint32_t uFlags) {
+    const std::lock_guard Lock(m_Lock);
+    m_Enumerations.push_back({std::string(sClass), uFlags, {}});
+    return m_Enumerations.size() - 1;
+}
+
+void CSimWmi::RecordNext(size_t uEnumeration, uint32_t uTimeout) {
+    const std::lock_guard Lock(m_Lock);
+    m_Enumerations.at(uEnumeration).Timeouts.push_back(uTimeout);
+}
+
 std::optional<CWmiMethod> CSimWmi::GetMethod(std::string_view sNamespace, std::string_view sClass,
                                              std::string_view sMethod) const {
     const CSimFirmware* const pFirmware = sClass == CSimFirmware::kClass ? _FirmwareIn(sNamespace) : nullptr;
@@ -121,10 +137,8 @@ std::optional<CWmiMethod> CSimWmi::GetMethod(std::string_view sNamespace, std::s
 bool CSimWmi::Execute(std::string_view sNamespace, std::string_view sPath, std::string_view sMethod,
                       const CWmiObject* pInput, std::optional<CWmiObject>& rOutput) {
     rOutput.reset();
-    if (!_FirmwareIn(sNamespace)) return false;
-    const bool bStatic = m_rDescription.Firmware->bStaticMethods;
-    const CWmiObject Target = bStatic ? m_pFirmware->ClassObject(CSimFirmware::kClass) : m_pFirmware->Instance();
-    return Target.Properties.at("__PATH").sText == sPath && m_pFirmware->Execute(sMethod, pInput, rOutput);
+    return _FirmwareIn(sNamespace) && sPath == m_pFirmware->ExecutionPath() &&
+           m_pFirmware->Execute(sMethod, pInput, rOutput);
 }
 
 }  // namespace vxtsim

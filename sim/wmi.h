@@ -30,6 +30,19 @@ public:
     bool Execute(std::string_view sNamespace, std::string_view sPath, std::string_view sMethod,
                  const CWmiObject* pInput, std::optional<CWmiObject>& rOutput);
 
+    /// How a client asked for instances.
+    struct CEnumeration {
+        std::string sClass;
+        uint32_t uFlags;
+        std::vector<uint32_t> Timeouts;  ///< ms, of each instance asked for
+        bool operator==(const CEnumeration&) const = default;
+    };
+    /// Those so far.
+    std::vector<CEnumeration> Enumerations() const;
+    /// Records one and what is asked of it; its number is for the second.
+    size_t RecordEnumeration(std::string_view sClass, uint32_t uFlags);
+    void RecordNext(size_t uEnumeration, uint32_t uTimeout);
+
     /// Null when the machine file describes none: then its classes do not exist.
     CSimFirmware* Firmware() { return m_pFirmware.get(); }
 
@@ -39,6 +52,8 @@ private:
 
     const CMachineDescription& m_rDescription;
     std::unique_ptr<CSimFirmware> m_pFirmware;
+    mutable std::mutex m_Lock;  ///< the enumerations
+    std::vector<CEnumeration> m_Enumerations;
 };
 
 }  // namespace vxtsim

@@ -19,7 +19,7 @@ struct CPstate {
     double dCoreVoltage;    ///< V
     double dNbFrequency;    ///< MHz at a 200 MHz reference
     double dNbVoltage;      ///< V
-    bool bPstateEn;         ///< bit 63 again
+    uint8_t bPstateEn;      ///< bit 63 again: 0 or 1
 };
 
 /// One processor core: device type 0, index = core number. Operations in slots 10 to 52.
@@ -55,7 +55,8 @@ public:
     /// error: read back to learn what the hardware took.
     virtual bool SetCurrentVoltage(double dVoltage) = 0;
     virtual double GetCurrentMultiplier() = 0;  ///< slot 28: core clock / reference clock
-    virtual double GetMaxMultiplier() = 0;      ///< slot 29: rated limit
+    /// Slot 29: rated limit. Family 11h: 0 where the processor names none.
+    virtual double GetMaxMultiplier() = 0;
     virtual uint32_t Reserved30() = 0;
     /// Slot 31: requests a multiplier. Values the hardware cannot express are rounded or ignored by family rules.
     virtual bool SetCurrentMultiplier(double dMultiplier) = 0;

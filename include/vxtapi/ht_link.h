@@ -6,17 +6,19 @@
 namespace vxtapi {
 
 /// One link as its capability block holds it (HyperTransport I/O Link 3.0, 7.5). Widths in bits; -1.0 for a reserved
-/// code. Natural alignment, the same under every compiler.
+/// code. Flags are one byte each: 0 or 1 when read; any number but 0 is on when set. Natural alignment, the same under
+/// every compiler.
 struct HTConfig {
-    bool abControl[12];  ///< link control bits 1, 2, 3, 6, 7, 8, 9, 11, 12, 13, 14, 15. Kept: bit 8 always reads false
-    double dMaxInWidth;  ///< what the hardware can
-    bool bMaxInFlowControl;  ///< doubleword flow control
+    /// Link control bits 1, 2, 3, 6, 7, 8, 9, 11, 12, 13, 14, 15. Kept: bit 8 always reads 0
+    uint8_t abControl[12];
+    double dMaxInWidth;         ///< what the hardware can
+    uint8_t bMaxInFlowControl;  ///< doubleword flow control
     double dMaxOutWidth;
-    bool bMaxOutFlowControl;
+    uint8_t bMaxOutFlowControl;
     double dInWidth;  ///< what is set
-    bool bInFlowControl;
+    uint8_t bInFlowControl;
     double dOutWidth;
-    bool bOutFlowControl;
+    uint8_t bOutFlowControl;
     uint32_t uRevisionMinor;
     uint32_t uRevisionMajor;
     double dFrequency;     ///< link clock in units of 200 MHz

@@ -32,19 +32,20 @@ struct MemTiming {
 };
 static_assert(sizeof(MemTiming) == 21 * 8, "hosts store the record by slot");
 
-/// DRAM interface configuration: 31 slots of eight bytes. 0 (false) where the family has no such field.
+/// DRAM interface configuration: 31 slots of eight bytes. 0 where the family has no such field. Flags are one byte each:
+/// 0 or 1 when read; any number but 0 is on when set.
 struct MemConfig {
-    bool bGanged;          ///< slot 0, byte 0: both channels work as one
-    bool bBothChannels;    ///< byte 1: channels A and B are both in use
-    bool bSlowAccessMode;  ///< byte 2: 2T command timing
-    bool bWeakDrivers;     ///< byte 3: DRAM drivers weak mode
-    bool abUnused0[4];
-    double dMemoryClock;      ///< slot 1: MHz
-    double dMaxAsyncLat;      ///< slot 2: ns
-    double dDramTermination;  ///< slot 3: ohm; 0: off
-    bool bDccEnable;          ///< slot 4, byte 0
-    bool bPowerDownEnable;    ///< byte 1
-    bool abUnused4[6];
+    uint8_t bGanged;          ///< slot 0, byte 0: both channels work as one
+    uint8_t bBothChannels;    ///< byte 1: channels A and B are both in use
+    uint8_t bSlowAccessMode;  ///< byte 2: 2T command timing
+    uint8_t bWeakDrivers;     ///< byte 3: DRAM drivers weak mode
+    uint8_t abUnused0[4];
+    double dMemoryClock;       ///< slot 1: MHz
+    double dMaxAsyncLat;       ///< slot 2: ns; family 11h: north-bridge clocks, reads included
+    double dDramTermination;   ///< slot 3: ohm; 0: off
+    uint8_t bDccEnable;        ///< slot 4, byte 0
+    uint8_t bPowerDownEnable;  ///< byte 1
+    uint8_t abUnused4[6];
     double dFourBankActWindow;  ///< slot 5: clocks; 0: no restriction
     double dDcqBypassMax;       ///< slot 6: the raw number
     double dIdleCycleLimit;     ///< slot 7: clocks
@@ -63,8 +64,10 @@ static_assert(sizeof(MemConfig) == 31 * 8, "hosts store the record by slot");
 /// Device type 2, always index 0. Operations in slots 10 to 49.
 ///
 /// Every Get reads the hardware. A requested value that the family's list does not hold leaves its field as it was and is
-/// not an error: take values from the lists and read back. A failed access stops a Set; registers written before it stay
-/// written. With both channels in use SetMemTiming gives channel B the words built from channel A's registers.
+/// not an error: take values from the lists and read back. Where several register codes mean one value the first of them
+/// is written, whatever was there: a value of no list (-3.0) leaves a field alone. A failed access stops a Set; registers
+/// written before it stay written. With both channels in use SetMemTiming gives channel B the words built from channel A's
+/// registers.
 ///
 /// The lists: `pdValues` has room for `ruSize` numbers; on success `ruSize` becomes the count of legal values, in
 /// register-code order. False when they do not fit (nothing is written) and for a field that the family does not have.

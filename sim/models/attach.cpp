@@ -17,8 +17,6 @@ namespace vxtsim {
 
 namespace {
 
-constexpr size_t kPmTimerPort = 76;  ///< in the FADT
-
 /// I/O base of the SMBus host controller: a register of the one known south bridge, else the last I/O range of the
 /// first SMBus function. 0: none.
 uint16_t g_SmbusBase(const CSimMachine& rMachine) {
@@ -36,29 +34,70 @@ uint16_t g_SmbusBase(const CSimMachine& rMachine) {
     return 0;
 }
 
+/// Port of the power-management timer; 0 when no FADT names one.
+uint16_t g_PmTimerPort(const CSimMachine& rMachine) {
+    constexpr size_t kPort = 76;
+    const auto& rTables = rMachine.Description().Acpi;
+    const auto itFadt = std::ranges::find_if(rTables, [](const auto& rTable) { return rTable.first == "FACP"; });
+    const bool bNamed = itFadt != rTables.end() && itFadt->second.size() >= kPort + 4;
+    return bNamed ? static_cast<uint16_t>(g_AcpiNumber(itFadt->second, kPort, 2)) : uint16_t{0};
+}
+
+enum class EFamily { kOther, kK8, kK8RevisionF, k10h, k11h };
+
+EFamily g_FamilyOf(const CSimMachine& rMachine) {
+    const uint32_t uSignature = rMachine.Cpuid(0, 1).uEax;
+    if ((uSignature >> 8 & 15) != 15) return EFamily::kOther;
+    switch (uSignature >> 20 & 0xFF) {
+        case 0:
+            return (uSignature >> 16 & 15) > 2 ? EFamily::kK8RevisionF : EFamily::kK8;
+        case 1:
+            return EFamily::k10h;
+        case 2:
+            return EFamily::k11h;
+        default:
+            return EFamily::kOther;
+    }
+}
+bool g_IsK8(const CSimMachine& rMachine) {
+    const EFamily eFamily = g_FamilyOf(rMachine);
+    return eFamily == EFamily::kK8 || eFamily == EFamily::kK8RevisionF;
+}
+bool g_IsRevisionF(const CSimMachine& rMachine) { return g_FamilyOf(rMachine) == EFamily::kK8RevisionF; }
+bool g_IsLater(const CSimMachine& rMachine) {
+    const EFamily eFamily = g_FamilyOf(rMachine);
+    return eFamily == EFamily::k10h || eFamily == EFamily::k11h;
+}
+
+/// A model and what of a machine file asks for it. Plugged in this order.
+struct CModelRow {
+    bool (*pIsDeclared)(const CSimMachine& rMachine);
+    void (*pPlug)(CSimMachine& rMachine);
+};
+
+constexpr CModelRow kModels[] = {
+    {[](const CSimMachine& r) { return g_PmTimerPort(r) != 0; },
+     [](CSimMachine& r) { r.Plug<CPmTimer>(g_PmTimerPort(r)); }},
+    {[](const CSimMachine& r) { return g_SmbusBase(r) != 0; },
+     [](CSimMachine& r) { r.Plug<CSmbusHost>(g_SmbusBase(r)); }},
+    {[](const CSimMachine& r) { return g_IsK8(r) && r.HasMsr(0, CFidVid::kStatus); },
+     [](CSimMachine& r) { r.Plug<CFidVid>(g_IsRevisionF(r)); }},
+    {[](const CSimMachine& r) { return g_IsLater(r) && r.HasMsr(0, CPstates::kStatus); },
+     [](CSimMachine& r) { r.Plug<CPstates>(g_FamilyOf(r) == EFamily::k10h ? 16u : 8u); }},
+    {[](const CSimMachine& r) { return r.Model<CCoreClock>() != nullptr; },
+     [](CSimMachine& r) { r.Plug<CTimeStampCounter>(*r.Model<CCoreClock>()); }},
+    {g_IsRevisionF, [](CSimMachine& r) { r.Plug<CThermalSelect>(); }},
+    {g_IsRevisionF, [](CSimMachine& r) { r.Plug<CAdditionalData>(1u); }},
+    {g_IsLater, [](CSimMachine& r) { r.Plug<CAdditionalData>(2u); }},
+    {g_IsLater, [](CSimMachine& r) { r.Plug<CReadOnlyTemperature>(); }},
+    {g_IsLater, [](CSimMachine& r) { r.Plug<CLinkPhy>(); }},
+};
+
 }  // namespace
 
 void g_AttachModels(CSimMachine& rMachine) {
-    const auto& rTables = rMachine.Description().Acpi;
-    const auto itFadt = std::ranges::find_if(rTables, [](const auto& rTable) { return rTable.first == "FACP"; });
-    if (itFadt != rTables.end() && itFadt->second.size() >= kPmTimerPort + 4)
-        rMachine.Plug<CPmTimer>(static_cast<uint16_t>(g_AcpiNumber(itFadt->second, kPmTimerPort, 2)));
-    if (const uint16_t usBase = g_SmbusBase(rMachine)) rMachine.Plug<CSmbusHost>(usBase);
-
-    const uint32_t uSignature = rMachine.Cpuid(0, 1).uEax;
-    const uint32_t uFamily = uSignature >> 8 & 15, uExtendedFamily = uSignature >> 20 & 0xFF;
-    const uint32_t uExtendedModel = uSignature >> 16 & 15;
-    if (uFamily != 15 || uExtendedFamily > 2) return;
-    const bool bK8 = uExtendedFamily == 0, bRevisionF = bK8 && uExtendedModel > 2;
-    const CCoreClock* pClock = nullptr;
-    if (bK8 && rMachine.HasMsr(0, CFidVid::kStatus)) pClock = &rMachine.Plug<CFidVid>(bRevisionF);
-    if (!bK8 && rMachine.HasMsr(0, CPstates::kStatus))
-        pClock = &rMachine.Plug<CPstates>(uExtendedFamily == 1 ? 16u : 8u);
-    if (pClock) rMachine.Plug<CTimeStampCounter>(*pClock);
-    if (bRevisionF) rMachine.Plug<CThermalSelect>();
-    if (!bK8 || bRevisionF) rMachine.Plug<CAdditionalData>(bK8 ? 1u : 2u);
-    if (!bK8) rMachine.Plug<CReadOnlyTemperature>();
-    if (!bK8) rMachine.Plug<CLinkPhy>();
+    for (const auto& [pIsDeclared, pPlug] : kModels)
+        if (pIsDeclared(rMachine)) pPlug(rMachine);
 }
 
 }  // namespace vxtsim

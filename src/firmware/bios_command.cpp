@@ -8,7 +8,7 @@
 
 namespace vxt {
 
-using platform::WmiArray;
+using platform::CWmiArray;
 using platform::WmiValue;
 
 bool CQORBIOS::Init() {
@@ -47,7 +47,7 @@ uint32_t CQORBIOS::RunCommand(const void* pInData, uint32_t InDataSize, void* pO
         LOG_PROCESS_ERROR(pOutData);
         LOG_PROCESS_ERROR(InDataSize <= sizeof(QOR_BIOS_COMMAND));
         LOG_PROCESS_ERROR(OutDataSize <= sizeof(QOR_BIOS_RESULT));
-        WmiArray<uint8_t> Inbuf;
+        CWmiArray<uint8_t> Inbuf;
         const bool psaInbuf = platform::CreateWmiArray(sizeof(QOR_BIOS_COMMAND), Inbuf);
         LOG_PROCESS_ERROR(psaInbuf);
         std::memcpy(Inbuf.Elements.data(), pInData, InDataSize);

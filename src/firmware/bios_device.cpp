@@ -39,7 +39,7 @@ bool CDefaultBIOS::Init(uint32_t uIndex) {
         platform::WmiValue Value;
         bool bRetCode = m_rWmi.GetPropertyValue(pInstance, pszName, &Value);
         LOG_PROCESS_ERROR(bRetCode);
-        if (std::holds_alternative<platform::WmiNull>(Value)) continue;
+        if (std::holds_alternative<platform::CWmiNull>(Value)) continue;
         const auto* const psText = std::get_if<std::wstring>(&Value);
         bRetCode = psText;
         LOG_PROCESS_ERROR(bRetCode);

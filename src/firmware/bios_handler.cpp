@@ -4,13 +4,13 @@
 
 #include "api/log/log_checks.h"
 #include "firmware/wmi_values.h"
-#include "hw/processor_match.h"
+#include "hw/processor_family.h"
 #include "registers/no_throw.h"
 
 namespace vxt {
 
+using platform::CWmiArray;
 using platform::CWmiObject;
-using platform::WmiArray;
 using platform::WmiValue;
 
 namespace {
@@ -90,7 +90,7 @@ double CQORBIOSHandler::GetValue(uint32_t uID) {
 
 bool CQORBIOSHandler::SetValue(uint32_t uID, double dValue) {
     LOG_PROCESS_ERROR(m_pIWbemServices);
-    LOG_PROCESS_ERROR(std::abs(dValue) <= INT32_MAX);  // fails for what is no number, too
+    LOG_PROCESS_ERROR(std::trunc(dValue) >= INT32_MIN && std::trunc(dValue) <= INT32_MAX);  // fails for no number, too
     CWmiObject pPackageClass = GetObject(L"SetValuePackage");
     LOG_PROCESS_ERROR(pPackageClass);
     bool bRetCode = platform::PutWmiProperty(pPackageClass, L"id", g_Integer(uID)) >= 0 &&
@@ -144,7 +144,7 @@ bool CQORBIOSHandler::GetDValues(uint32_t uID, double* pdValues, int32_t& count)
 bool CQORBIOSHandler::BiosRequest(uint32_t uRequest) {
     CWmiObject pPackageClass = GetObject(L"BiosRequestPackage");
     LOG_PROCESS_ERROR(pPackageClass);
-    WmiArray<int32_t> Words;
+    CWmiArray<int32_t> Words;
     const bool psa = platform::CreateWmiArray(kRequestWords, Words);
     LOG_PROCESS_ERROR(psa);
     Words.Elements[0] = static_cast<int32_t>(uRequest);

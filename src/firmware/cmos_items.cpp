@@ -22,7 +22,7 @@ enum ECommand : uint32_t {
 
 constexpr uint32_t kWholeCommand = sizeof(QOR_BIOS_COMMAND), kWithArgument = 8;
 constexpr uint32_t kWholeResult = sizeof(QOR_BIOS_RESULT), kOneWordResult = 8, kVendorNameSize = 64;
-constexpr uint32_t kMostItems = 1024;  ///< setup menus have some hundreds; a broken count must not hold up the start
+constexpr uint32_t kMostItems = 65'536;  ///< what indices of 16 bits reach; a count beyond it is a broken answer
 
 /// Little-endian numbers in a block.
 template <class TNumber> void g_Put(QOR_BIOS_COMMAND& rCommand, size_t uOffset, TNumber Value) {
@@ -85,6 +85,7 @@ int32_t CCMOSItemList::GetItemValue(uint32_t uItemIndex) {
 
 bool CCMOSItemList::SetItemValue(uint16_t usItemIndex, uint32_t nNewValue) {
     LOG_PROCESS_ERROR(usItemIndex < m_ItemList.size());
+    LOG_PROCESS_ERROR(usItemIndex != kNoItem);  // its number does not fit the command's 16 bits
     LOG_PROCESS_ERROR(nNewValue < 256, "nNewValue >= 0 && nNewValue < 256");
     CCommandRun Set(kSetItemValue);
     g_Put(Set.Command, 4, static_cast<uint16_t>(usItemIndex + 1));

@@ -34,14 +34,15 @@ class CCMOSItemList {
 public:
     explicit CCMOSItemList(CQORBIOS& rBios) : m_rBios(rBios) {}
 
-    /// Reads the descriptions of all items. When one fails the list keeps its announced size and what was read before.
+    /// Reads the descriptions of all items: as many as the firmware announces, 65,536 at most. When one fails the list
+    /// keeps its announced size and what was read before.
     bool Init();
     /// Empties the list.
     bool UnInit();
 
     const std::vector<QOR_CMOS_ITEM>& GetItemList() const { return m_ItemList; }
     static constexpr uint16_t kNoItem = 0xFFFF;
-    /// First item of that name, letter for letter; kNoItem when there is none.
+    /// First item of that name, letter for letter; kNoItem when there is none (and for item 65,535, which cannot be set).
     uint16_t FindItem(std::string_view sName) const;
     /// -1 on failure. Kept: the index goes to the firmware unchecked.
     int32_t GetItemValue(uint32_t uItemIndex);

@@ -18,11 +18,11 @@ inline const platform::CWmiObject& g_ObjectIn(const platform::WmiValue& rValue) 
 }
 
 /// The array in a value; null when it holds something else, or an array of other elements.
-template <class TElement> const platform::WmiArray<TElement>* g_ArrayIn(const platform::WmiValue& rValue) {
-    return std::get_if<platform::WmiArray<TElement>>(&rValue);
+template <class TElement> const platform::CWmiArray<TElement>* g_ArrayIn(const platform::WmiValue& rValue) {
+    return std::get_if<platform::CWmiArray<TElement>>(&rValue);
 }
 
-inline bool g_IsEmpty(const platform::WmiValue& rValue) { return std::holds_alternative<platform::WmiEmpty>(rValue); }
+inline bool g_IsEmpty(const platform::WmiValue& rValue) { return std::holds_alternative<platform::CWmiEmpty>(rValue); }
 
 /// Copies as much as fits beside the terminator.
 template <class TChar> void g_CopyText(std::basic_string_view<TChar> sText, std::span<TChar> Buffer) {

@@ -5,9 +5,11 @@
 #include <map>
 
 #include "hw/driver_protocol.h"
+#include "hw/service_turn.h"
 #include "hw/system_tables.h"
 #include "platform/driver_channel.h"
 #include "platform/named_objects.h"
+#include "platform/service_control.h"
 
 namespace vxt {
 
@@ -51,8 +53,8 @@ public:
     virtual bool AccessSMBus(uint8_t ucAddress, uint8_t ucOffset, uint8_t& rucData);
     virtual ~CDriverHandler() = default;
 
-    /// Opens (or installs and starts) the driver, takes a reference, finds the ECAM base in the tables' MCFG, the SMBus
-    /// controller and all PCI functions. On failure everything is given back.
+    /// Opens (or installs and starts) the driver, takes a reference unless it has one, finds the ECAM base in the tables'
+    /// MCFG, the SMBus controller and all PCI functions. On failure everything is given back.
     bool Init(CSystemTables& rTables);
     /// Always true; problems are in the log.
     bool UnInit();
@@ -81,6 +83,8 @@ public:
 private:
     static constexpr uint32_t kMaxPath = 256;
 
+    bool _HasStopped(const platform::CServiceHandle& rService);
+    bool _HasGone(const platform::CServiceHandle& rManager);
     void _InstallAndOpenDriver();
     bool _ProbePciBase();
     uint16_t _ListedSMBusBase() const;
@@ -94,6 +98,7 @@ private:
     uint16_t m_SMBusBase = 0;  ///< I/O base of the SMBus host controller; 0: none
     bool m_bIsWow64 = false;
     platform::CSemaphoreHandle m_hSemaphore;
+    CPatience m_Patience;              ///< with the service manager
     uint64_t m_ullPCIBaseAddress = 0;  ///< ECAM base; 0: unknown or unusable
     std::map<uint32_t, protocol::CMapBlock> m_MapAddrList;
     std::map<uint32_t, protocol::CAllocateBlock> m_AllocateAddrList;

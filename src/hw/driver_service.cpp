@@ -44,8 +44,10 @@ bool CDriverHandler::InstallDriver(const wchar_t* pszPath) {
     RemoveDriver();  // a stale service, if there is one
     const platform::CServiceHandle hSCManager = platform::OpenServiceManager();
     LOG_PROCESS_ERROR(hSCManager);
-    const platform::CServiceHandle hService =
-        platform::CreateDriverService(hSCManager, protocol::kServiceName, pszPath);
+    platform::CServiceHandle hService;
+    do {
+        hService = platform::CreateDriverService(hSCManager, protocol::kServiceName, pszPath);
+    } while (!hService && platform::LastError() == platform::kErrorServiceMarkedForDelete && m_Patience.Pause());
     if (!hService)
         g_GetLog().WriteLog(kLogDiagnostic, "InstallDriver: error code returned from CreateService is: %d",
                             static_cast<int>(platform::LastError()));
@@ -60,8 +62,11 @@ bool CDriverHandler::StartDriver() {
     const platform::CServiceHandle hService = platform::OpenService(hSCManager, protocol::kServiceName);
     LOG_PROCESS_ERROR(hService);
     if (platform::StartService(hService)) return true;
-    const uint32_t uError = platform::LastError();
-    if (uError == platform::kErrorServiceAlreadyRunning) return true;
+    uint32_t uError = platform::LastError();
+    // A service that is stopping counts as running: it can be started again when it has stopped.
+    if (uError == platform::kErrorServiceAlreadyRunning && _HasStopped(hService))
+        uError = platform::StartService(hService) ? 0 : platform::LastError();
+    if (uError == 0 || uError == platform::kErrorServiceAlreadyRunning) return true;
     g_GetLog().WriteLog(kLogDiagnostic, "StartDriver: error code returned from StartService is: %d",
                         static_cast<int>(uError));
     return false;
@@ -72,9 +77,12 @@ bool CDriverHandler::StopDriver() {
     if (!hSCManager) return false;
     const platform::CServiceHandle hService = platform::OpenService(hSCManager, protocol::kServiceName);
     if (!hService) return false;
-    if (platform::StopService(hService)) return true;
-    const uint32_t uError = platform::LastError();
-    if (uError == platform::kErrorServiceNotActive) return true;
+    uint32_t uError = 0;
+    do {
+        uError = platform::StopService(hService) ? 0 : platform::LastError();
+    } while (uError == platform::kErrorServiceCannotAcceptControl && m_Patience.Pause());  // it is starting or stopping
+    if (uError == 0) (void)_HasStopped(hService);
+    if (uError == 0 || uError == platform::kErrorServiceNotActive) return true;
     g_GetLog().WriteLog(kLogDiagnostic, "StopDriver: error code returned from ControlService is %d",
                         static_cast<int>(uError));
     return false;
@@ -86,9 +94,11 @@ bool CDriverHandler::RemoveDriver() {
     if (!hSCManager) return false;
     platform::CServiceHandle hService = platform::OpenService(hSCManager, protocol::kServiceName);
     if (!hService) return false;
-    const bool bRetCode = platform::DeleteService(hService);
-    LOG_PROCESS_ERROR(bRetCode);
+    const bool bDeleted = platform::DeleteService(hService);
+    const bool bGoing = !bDeleted && platform::LastError() == platform::kErrorServiceMarkedForDelete;
     hService.Reset();  // the service is gone when its last handle is closed
+    const bool bRetCode = bDeleted || (bGoing && _HasGone(hSCManager));
+    LOG_PROCESS_ERROR(bRetCode);
     for (int nPoll = 1; nPoll <= kRemovalPolls; ++nPoll) {
         if (!platform::OpenService(hSCManager, protocol::kServiceName)) {
             g_GetLog().WriteLog(kLogInformation, "VXTDriver service has been removed.(%d)", nPoll);
@@ -99,7 +109,23 @@ bool CDriverHandler::RemoveDriver() {
     return false;
 }
 
+/// Whether the service has stopped, which one that is stopping is given time for.
+bool CDriverHandler::_HasStopped(const platform::CServiceHandle& rService) {
+    uint32_t uState = 0;
+    while (platform::QueryServiceStatus(rService, uState) && uState == platform::kServiceStopPending)
+        if (!m_Patience.Pause()) return false;
+    return uState == platform::kServiceStopped;
+}
+
+/// Whether a service that somebody removes is gone, likewise.
+bool CDriverHandler::_HasGone(const platform::CServiceHandle& rManager) {
+    while (platform::OpenService(rManager, protocol::kServiceName))
+        if (!m_Patience.Pause()) return false;
+    return true;
+}
+
 bool CDriverHandler::AddReference() {
+    if (m_hSemaphore) return true;  // a start without a shut-down before: this process is counted
     m_hSemaphore = platform::OpenSemaphore(kSemaphoreName);
     if (!m_hSemaphore) {
         g_GetLog().WriteLog(kLogDiagnostic, "AddReference: error code returned from OpenSemaphore is: %d",

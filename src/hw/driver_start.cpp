@@ -5,6 +5,7 @@
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
 #include "hw/driver_handler.h"
+#include "platform/error_code.h"
 #include "platform/system.h"
 #include "registers/scope_exit.h"
 
@@ -38,11 +39,14 @@ bool CDriverHandler::Init(CSystemTables& rTables) {
     bool bRetCode = platform::QueryIsWow64(m_bIsWow64);
     LOG_PROCESS_ERROR(bRetCode);
 
-    m_hDriver = platform::OpenDriver(protocol::kDeviceName);
-    if (!m_hDriver) _InstallAndOpenDriver();
-    LOG_PROCESS_ERROR(m_hDriver, "m_hDriver != INVALID_HANDLE_VALUE");
-    bRetCode = AddReference();
-    LOG_PROCESS_ERROR(bRetCode);
+    {
+        const CServiceTurn Turn(m_Patience);
+        m_hDriver = platform::OpenDriver(protocol::kDeviceName);
+        if (!m_hDriver) _InstallAndOpenDriver();
+        LOG_PROCESS_ERROR(m_hDriver, "m_hDriver != INVALID_HANDLE_VALUE");
+        bRetCode = AddReference();
+        LOG_PROCESS_ERROR(bRetCode);
+    }
 
     const uint8_t* pTable = nullptr;
     uint32_t uSize = 0;
@@ -75,7 +79,9 @@ bool CDriverHandler::Init(CSystemTables& rTables) {
 }
 
 void CDriverHandler::_InstallAndOpenDriver() {
+    const bool bDenied = platform::LastError() == platform::kErrorAccessDenied;
     g_GetLog().WriteLog(kLogInformation, "Try to install VXT driver");
+    if (bDenied) return;  // it runs, for others: replacing its service would take it away from them
     std::array<wchar_t, kMaxPath> szPath{};
     if (GetDriverPath(szPath.data())) InstallDriver(szPath.data());
     StartDriver();
@@ -100,6 +106,7 @@ bool CDriverHandler::UnInit() {
     m_MapAddrList.clear();
     m_AllocateAddrList.clear();
     m_hDriver.Reset();
+    const CServiceTurn Turn(m_Patience);
     if (ReleaseReference() != 0) return true;  // others still use the driver, or nobody knows
     const bool bRetCode = RemoveDriver();
     LOG_CHECK_ERROR(bRetCode);

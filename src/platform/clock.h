@@ -5,15 +5,16 @@
 
 namespace vxt::platform {
 
+/// Blocks the calling thread for so long at least; 0 gives up the rest of its time slice.
 void Sleep(uint32_t uMilliseconds);
 
-/// Milliseconds since boot; wraps after 49.7 days.
+/// Milliseconds since boot, in steps of up to 16; wraps after 49.7 days. Never fails.
 uint32_t TickCount();
 
 struct CLocalTime {
     int nYear, nMonth, nDay, nHour, nMinute, nSecond;  // month 1 to 12
 };
-/// Wall-clock time in the local zone. Real also on the simulated PC: it stamps log lines.
+/// Wall-clock time in the local zone; it may jump, back too. Never fails. Real also on the simulated PC: it stamps log lines.
 CLocalTime LocalTime();
 
 }  // namespace vxt::platform

@@ -1,4 +1,5 @@
-// Append-only file whose every flush reaches the disk.
+// Append-only file whose every flush reaches the disk. Paths are in the system's 8-bit code page, relative to the current
+// folder. All calls block on the disk.
 #pragma once
 
 #include <cstddef>
@@ -13,10 +14,11 @@ using CCommittedFile = COwnedHandle<CloseCommittedFile>;
 /// Creates the directory; false when it cannot be created, also because it exists.
 bool CreateDirectory(const char* pszPath);
 
-/// Creates or truncates; none when it cannot be opened.
+/// Creates or truncates, shared with readers and writers; none when it cannot be opened.
 CCommittedFile CreateCommittedFile(const char* pszPath);
 
-/// Writes and commits to disk. Returns the bytes written.
+/// Writes behind what was written before and commits to disk: returns when the device has the data. Returns the bytes
+/// written, fewer than `uSize` when the disk is full, 0 on failure. One thread at a time on one file.
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize);
 
 }  // namespace vxt::platform

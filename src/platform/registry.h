@@ -1,4 +1,4 @@
-// The registry.
+// The registry, as far as the library reads it. Reasons of failures are not told.
 #pragma once
 
 #include <span>
@@ -10,11 +10,11 @@ namespace vxt::platform {
 void CloseRegistryKey(uintptr_t uHandle);
 using CRegistryKey = COwnedHandle<CloseRegistryKey>;
 
-/// Opens a key below the current user's hive; none when it is absent.
+/// Opens a key below the current user's hive to read its values; none when it is absent or refused.
 CRegistryKey OpenUserKey(const wchar_t* pszPath);
 
-/// Reads a value of any type into `Data`. Untouched (and false) when the value is absent or longer than `Data`; a
-/// shorter value fills the first bytes only.
+/// Reads a value of any type into `Data`. Untouched (and false) when the value is absent or longer than `Data`, or memory
+/// runs out; a shorter value fills the first bytes only. Texts come as they are stored, two bytes a character.
 bool QueryRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue, std::span<std::byte> Data);
 
 }  // namespace vxt::platform

@@ -7,10 +7,11 @@
 
 namespace vxt::platform {
 
-/// Converts all of `sText`, zero bytes included. Returns the number of wide characters written; 0 when they do not fit.
+/// Converts all of `sText`, zero bytes included. Returns the number of wide characters written; 0 for no text and when they
+/// do not fit (`Wide` is undefined then). No terminator is added.
 size_t WidenText(std::string_view sText, std::span<wchar_t> Wide);
 
-/// Converts to the 8-bit code page; characters it lacks become '?'.
+/// Converts to the 8-bit code page; characters it lacks become '?'. Throws std::bad_alloc.
 std::string NarrowText(std::wstring_view sText);
 
 }  // namespace vxt::platform

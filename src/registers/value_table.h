@@ -27,7 +27,8 @@ public:
     constexpr double Decode(uint32_t uCode) const { return uCode < m_Values.size() ? m_Values[uCode] : kReserved; }
 
     /// First code whose value is nearer than the tolerance; nothing when the hardware cannot express the value.
-    /// Kept: a request of -1.0 finds the first reserved code.
+    /// Kept: the first also where several codes mean the same, and a request of -1.0 finds the first reserved one. Who
+    /// wants a field left as it is asks for a value that is in no table.
     constexpr std::optional<uint32_t> Encode(double dValue, double dTolerance) const {
         for (uint32_t uCode = 0; uCode < m_Values.size(); ++uCode)
             if (const double dGap = m_Values[uCode] - dValue; - dTolerance < dGap && dGap < dTolerance) return uCode;

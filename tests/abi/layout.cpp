@@ -9,6 +9,11 @@ using namespace vxtapi;
                                                                                               " has "     \
                                                                                               "moved")
 
+// A flag is a byte that hosts may put any number into: it must not become a bool, which holds 0 and 1 only.
+#define FLAG_LIES_AT(record, field, offset) \
+    LIES_AT(record, field, offset, 1);      \
+    static_assert(decltype(record::field)(2) == 2, #record "::" #field " is no number")
+
 static_assert(sizeof(CPstate) == 104 && alignof(CPstate) == 8, "twelve doubles and a flag");
 LIES_AT(CPstate, dCpuFid, 0, 8);
 LIES_AT(CPstate, dCpuDid, 8, 8);
@@ -22,7 +27,7 @@ LIES_AT(CPstate, dCoreFrequency, 64, 8);
 LIES_AT(CPstate, dCoreVoltage, 72, 8);
 LIES_AT(CPstate, dNbFrequency, 80, 8);
 LIES_AT(CPstate, dNbVoltage, 88, 8);
-LIES_AT(CPstate, bPstateEn, 96, 1);
+FLAG_LIES_AT(CPstate, bPstateEn, 96);
 
 static_assert(sizeof(MemTiming) == 168, "21 doubles");
 LIES_AT(MemTiming, dTcl, 0, 8);
@@ -48,15 +53,15 @@ LIES_AT(MemTiming, dTrdrd, 152, 8);
 LIES_AT(MemTiming, dTrwtWB, 160, 8);
 
 static_assert(sizeof(MemConfig) == 248, "31 slots of eight bytes");
-LIES_AT(MemConfig, bGanged, 0, 1);
-LIES_AT(MemConfig, bBothChannels, 1, 1);
-LIES_AT(MemConfig, bSlowAccessMode, 2, 1);
-LIES_AT(MemConfig, bWeakDrivers, 3, 1);
+FLAG_LIES_AT(MemConfig, bGanged, 0);
+FLAG_LIES_AT(MemConfig, bBothChannels, 1);
+FLAG_LIES_AT(MemConfig, bSlowAccessMode, 2);
+FLAG_LIES_AT(MemConfig, bWeakDrivers, 3);
 LIES_AT(MemConfig, dMemoryClock, 8, 8);
 LIES_AT(MemConfig, dMaxAsyncLat, 16, 8);
 LIES_AT(MemConfig, dDramTermination, 24, 8);
-LIES_AT(MemConfig, bDccEnable, 32, 1);
-LIES_AT(MemConfig, bPowerDownEnable, 33, 1);
+FLAG_LIES_AT(MemConfig, bDccEnable, 32);
+FLAG_LIES_AT(MemConfig, bPowerDownEnable, 33);
 LIES_AT(MemConfig, dFourBankActWindow, 40, 8);
 LIES_AT(MemConfig, dDcqBypassMax, 48, 8);
 LIES_AT(MemConfig, dIdleCycleLimit, 56, 8);
@@ -72,14 +77,15 @@ LIES_AT(MemConfig, adDqsReceiverDelay, 184, 64);
 
 static_assert(sizeof(HTConfig) == 104 && alignof(HTConfig) == 8, "natural alignment");
 LIES_AT(HTConfig, abControl, 0, 12);
+static_assert(static_cast<uint8_t (HTConfig::*)[12]>(&HTConfig::abControl) != nullptr, "flags are numbers");
 LIES_AT(HTConfig, dMaxInWidth, 16, 8);
-LIES_AT(HTConfig, bMaxInFlowControl, 24, 1);
+FLAG_LIES_AT(HTConfig, bMaxInFlowControl, 24);
 LIES_AT(HTConfig, dMaxOutWidth, 32, 8);
-LIES_AT(HTConfig, bMaxOutFlowControl, 40, 1);
+FLAG_LIES_AT(HTConfig, bMaxOutFlowControl, 40);
 LIES_AT(HTConfig, dInWidth, 48, 8);
-LIES_AT(HTConfig, bInFlowControl, 56, 1);
+FLAG_LIES_AT(HTConfig, bInFlowControl, 56);
 LIES_AT(HTConfig, dOutWidth, 64, 8);
-LIES_AT(HTConfig, bOutFlowControl, 72, 1);
+FLAG_LIES_AT(HTConfig, bOutFlowControl, 72);
 LIES_AT(HTConfig, uRevisionMinor, 76, 4);
 LIES_AT(HTConfig, uRevisionMajor, 80, 4);
 LIES_AT(HTConfig, dFrequency, 88, 8);

@@ -111,6 +111,9 @@ TEST_F(CBiosCommandTest, ACommandIsSentInAWholeBlockAndSoMuchOfTheResultIsTaken)
     std::memcpy(m_Command.aucArguments, aucItem, sizeof(aucItem));
     EXPECT_EQ(Run(8, 8), 0u);
     EXPECT_EQ(m_Result.aucData[0], 0);
+    std::vector<uint8_t> Sent{3, 0, 3, 0, 2, 0, 0, 0};
+    Sent.resize(256);
+    EXPECT_EQ(System().m_Wmi.Firmware()->LastCommand(), Sent) << "zeros behind what was given";
     EXPECT_EQ(Run(4, 8), 2u) << "without its argument it is item 0, which the firmware does not know";
     m_Command.uCode = 0x00FFFFFF;
     EXPECT_EQ(Run(), 1u);
@@ -167,6 +170,8 @@ TEST_F(CBiosCommandTest, SetupItemsAreListedReadAndSet) {
 
     EXPECT_EQ(m_List.GetItemValue(1), 0);
     EXPECT_TRUE(m_List.SetItemValue(1, 1));
+    const std::vector<uint8_t> Command = System().m_Wmi.Firmware()->LastCommand();
+    EXPECT_THAT(std::vector(Command.begin(), Command.begin() + 8), ElementsAre(4, 0, 3, 0, 2, 0, 1, 0));
     EXPECT_EQ(m_List.GetItemValue(1), 1);
     EXPECT_EQ(m_List.GetItemValue(0), 1) << "the other one is as it was";
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
@@ -220,13 +225,29 @@ TEST_F(CBiosCommandTest, AListThatCannotBeReadSaysHowFarItCame) {
     EXPECT_EQ(vxt::g_CmosText(m_List.GetItemList()[1].szName), "Quiet Boot");
     EXPECT_EQ(vxt::g_CmosText(m_List.GetItemList()[2].szName), "");
 
-    Boot(g_Result("00030001", 0, "00 00 01 00"));  // more than item numbers can name
+    Boot(g_Result("00030001", 0, "01 00 01 00"));
     EXPECT_FALSE(m_List.Init());
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_Line("uItemCount <= kMostItems", "CCMOSItemList::Init")));
 
     Boot("", "[machine]\nname = without firmware\n");
     EXPECT_FALSE(m_List.Init());
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_Line("bRetCode", "CQORBIOS::RunCommand"), sFailed));
+}
+
+TEST_F(CBiosCommandTest, AsManyItemsAreBelievedAsSixteenBitsCanIndex) {
+    const std::string sCalledA = g_Result("00030002", 0, "41 00 00 00 " + g_Bytes(504, "00"));
+    Boot(g_Result("00030001", 0, "E8 05 00 00") + sCalledA);
+    ASSERT_TRUE(m_List.Init());
+    ASSERT_EQ(m_List.GetItemList().size(), 0x5E8u);
+    EXPECT_EQ(vxt::g_CmosText(m_List.GetItemList().back().szName), "A");
+
+    Boot(g_Result("00030001", 0, "00 00 01 00") + g_Result("00030002", 5, g_Bytes(508, "00")));
+    EXPECT_FALSE(m_List.Init()) << "the first description is refused";
+    ASSERT_EQ(m_List.GetItemList().size(), 0x10000u);
+    EXPECT_EQ(vxt::g_CmosText(m_List.GetItemList()[0x5E7].szName), "A") << "as read the last time";
+    TakeTrace();
+    EXPECT_FALSE(m_List.SetItemValue(0xFFFF, 0)) << "its number has 17 bits";
+    EXPECT_EQ(Calls(), 0u);
 }
 
 TEST_F(CBiosCommandTest, TextsWithoutTerminatorEndWithTheirField) {

@@ -122,6 +122,10 @@ TEST_F(CBiosHandlerTest, ValuesAreReadAndWrittenAndARefusalIsSilent) {
     EXPECT_EQ(Handler().GetValue(kThird), 1999.0);
     EXPECT_TRUE(Handler().SetValue(kThird, -5.9));
     EXPECT_EQ(Handler().GetValue(kThird), -5.0);
+    for (const auto& [dValue, dTaken] : {std::pair{2147483647.9, 2147483647.0}, {-2147483648.9, -2147483648.0}}) {
+        EXPECT_TRUE(Handler().SetValue(kThird, dValue));
+        EXPECT_EQ(Handler().GetValue(kThird), dTaken);
+    }
     EXPECT_FALSE(Handler().SetValue(kExternal, 205000)) << "not in its list";
     EXPECT_FALSE(Handler().SetValue(kMemory, 2000)) << "beyond its limits";
     EXPECT_EQ(Handler().GetValue(kNobody), 0.0);
@@ -154,10 +158,13 @@ TEST_F(CBiosHandlerTest, AFailedSettingIsFalseAndNamed) {
     ExpectFailures("SetValue", kCases, [&] { return Handler().SetValue(kExternal, 200000); });
 
     Boot();
-    const double kNoIntegers[] = {2147483648.0, -1e300, std::numeric_limits<double>::infinity(), std::nan("")};
+    const double kNoIntegers[] = {2147483648.0, -2147483649.0, -1e300, std::numeric_limits<double>::infinity(),
+                                  std::nan("")};
     for (const double dValue : kNoIntegers) {
         EXPECT_FALSE(Handler().SetValue(kThird, dValue));
-        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Line("std::abs(dValue) <= INT32_MAX", "SetValue"))) << dValue;
+        EXPECT_THAT(m_Log.TakeErrors(),
+                    ElementsAre(Line("std::trunc(dValue) >= INT32_MIN && std::trunc(dValue) <= INT32_MAX", "SetValue")))
+            << dValue;
     }
     Boot("", "[machine]\nname = without firmware\n");
     EXPECT_FALSE(Handler().SetValue(kExternal, 200000));

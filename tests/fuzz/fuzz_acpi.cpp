@@ -1,4 +1,5 @@
 // The table reader on a BIOS area and high memory made of the input: root pointer, root tables, whatever they point to.
+#include <algorithm>
 #include <cstring>
 
 #include "firmware/acpi_table.h"
@@ -8,7 +9,8 @@ using namespace vxt::platform::simulated;
 
 namespace {
 
-constexpr uint64_t kHigh = 0x10000;  ///< where 32-bit pointers of the input tend to lie once masked
+constexpr uint32_t kBelieved = 4 << 20, kShort = 4096;  ///< bytes of a table
+constexpr uint64_t kHigh = 0x10000;                     ///< where 32-bit pointers of the input tend to lie once masked
 
 struct CNoTables final : vxt::CSystemTables {
     bool Init() override { return false; }
@@ -16,7 +18,8 @@ struct CNoTables final : vxt::CSystemTables {
 };
 
 /// Every structure the reader meets gets a valid sum, or nothing behind the sums would ever be reached.
-void CompleteSum(std::vector<uint8_t>& rBytes, size_t uBegin, size_t uSize, size_t uSum) {
+__attribute__((no_sanitize("coverage"))) void CompleteSum(std::vector<uint8_t>& rBytes, size_t uBegin, size_t uSize,
+                                                          size_t uSum) {
     if (uBegin + uSize > rBytes.size() || uSum >= uSize) return;
     uint8_t ucSum = 0;
     for (size_t i = 0; i < uSize; ++i) ucSum = static_cast<uint8_t>(ucSum + rBytes[uBegin + i]);
@@ -38,9 +41,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
     }();
     if (!s_bStarted) __builtin_trap();
 
+    constexpr size_t kEnough = 1024;  // a dozen tables; more only take time
+    uSize = std::min(uSize, kEnough);
     // The first 36 bytes are the root pointer, the rest is memory at kHigh in which tables may start every 64 bytes.
     std::vector<uint8_t>& rArea = g_GetMachine().Memory(0xE0000);
-    rArea.assign(0x20000, 0);
+    rArea.resize(0x20000);  // zeros but for the root pointer
+    std::memset(&rArea[0x400], 0, 36);
     std::memcpy(&rArea[0x400], pData, std::min<size_t>(uSize, 36));
     std::memcpy(&rArea[0x400], "RSD PTR ", 8);
     CompleteSum(rArea, 0x400, 20, 8);
@@ -50,6 +56,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
     for (size_t uTable = 0; uTable + 36 <= rHigh.size(); uTable += 64) {
         uint32_t uLength = 0;
         std::memcpy(&uLength, &rHigh[uTable + 4], 4);
+        // Summing megabytes that are not there takes all the time: a table is short, or longer than any is believed.
+        if (uLength <= kBelieved) uLength %= kShort;
+        std::memcpy(&rHigh[uTable + 4], &uLength, 4);
         if (uLength >= 36) CompleteSum(rHigh, uTable, uLength, 9);
     }
     vxt::CACPITable Tables(vxt::g_GetDriverHandler());

@@ -162,7 +162,7 @@ void UseVoltages(vxtapi::CVoltageController& rController) {
     }
 }
 
-void UseEverything() {
+void UseObjects() {
     vxt::CQORBIOSHandler& rHandler = vxt::g_GetQORBIOSHandler();
     rHandler.Init();
     std::vector<uint32_t> Info;
@@ -170,7 +170,9 @@ void UseEverything() {
     double adValues[16];
     int32_t nCount = std::size(adValues);
     rHandler.GetDValues(0x01010000, adValues, nCount);
+}
 
+void UseCommands() {
     vxt::CQORBIOS Bios(vxt::g_GetFirmwareWmi());
     Bios.Init();
     vxt::CCMOSItemList Items(Bios);
@@ -184,22 +186,35 @@ void UseEverything() {
     vxt::CBIOSMiscInfo Misc(Bios);
     Misc.Init();
     if (std::strlen(Misc.GetVendorName()) > 64) __builtin_trap();
+}
 
+void UseClocks() {
     auto ClockGen = g_Make<vxt::CDefaultClockGen>();
-    if (ClockGen.Init(0)) {
-        uint32_t uSize = 0;
-        vxtapi::FirmwareLimits Limits{};
-        ClockGen.GetExternalClockList(nullptr, uSize);
-        ClockGen.GetClockLimits(vxtapi::CClockGenerator::kPCIeClock, &Limits);
-        ClockGen.SetExternalClock(ClockGen.GetExternalClock());
-    }
-    auto Customer = g_Make<vxt::CCustomerPWMController>();
-    UseVoltages(Customer);
-    auto Default = g_Make<vxt::CDefaultPWMController>();
-    UseVoltages(Default);
+    if (!ClockGen.Init(0)) return;
+    uint32_t uSize = 0;
+    vxtapi::FirmwareLimits Limits{};
+    ClockGen.GetExternalClockList(nullptr, uSize);
+    ClockGen.GetClockLimits(vxtapi::CClockGenerator::kPCIeClock, &Limits);
+    ClockGen.SetExternalClock(ClockGen.GetExternalClock());
+}
+
+void UseIdentity() {
     auto Identity = g_Make<vxt::CDefaultBIOS>();
     Identity.Init(0);
 }
+
+template <class TController> void UseVoltagesOf() {
+    auto Controller = g_Make<TController>();
+    UseVoltages(Controller);
+}
+
+/// Who asks the firmware. The first byte of an input chooses one: all at once are slow, and meet no more.
+constexpr void (*kUsers[])() = {UseObjects,
+                                UseCommands,
+                                UseClocks,
+                                UseIdentity,
+                                UseVoltagesOf<vxt::CCustomerPWMController>,
+                                UseVoltagesOf<vxt::CDefaultPWMController>};
 
 }  // namespace
 
@@ -207,14 +222,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
     vxt::CWmiHandler* const apHandlers[] = {&vxt::g_GetSystemWmi(), &vxt::g_GetFirmwareWmi(),
                                             &vxt::g_GetQORBIOSHandler()};
     CInput Input(pData, uSize);
+    const uint8_t ucUser = Input.Byte() % std::size(kUsers);
     g_Restart(Describe(Input));
+    g_GetSystem().m_Wmi.Firmware()->m_bYields = false;  // one thread alone
     for (vxt::CWmiHandler* const pHandler : apHandlers)
         if (!pHandler->Connect(pHandler == apHandlers[0] ? vxt::kSystemNamespace : vxt::kFirmwareNamespace))
             __builtin_trap();
-    UseEverything();
+    kUsers[ucUser]();
     for (vxt::CWmiHandler* const pHandler : apHandlers) pHandler->Disconnect();
     if (!g_GetSystem().m_Handles.empty()) __builtin_trap();  // an object was forgotten
     for (const auto& [sName, rMutex] : g_GetSystem().m_Mutexes)
         if (rMutex.uTaken != 0) __builtin_trap();
+    g_Restart({});  // what is left behind would be taken for a leak
     return 0;
 }

@@ -6,14 +6,13 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
     using namespace vxtsim;
-    static const CMachineDescription s_Description = [] {
+    static CSimMachine s_Machine([] {
         CMachineDescription Description;
         std::string sError;
         if (!g_LoadMachine("family10h-ddr3", Description, sError)) std::abort();
         return Description;
-    }();
-    CSimMachine Machine(s_Description);
-    CDriverServer Server(Machine);
+    }());
+    CDriverServer Server(s_Machine);
     std::vector<std::string> Trace;
     Server.Record(&Trace);
 
@@ -35,5 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
         const CControlReply Reply = Server.Control(uCode, uCore, Block, Out);
         if (Reply.uReturned > Out.size() || (!Reply.bSuccess && Reply.uReturned)) std::abort();
     }
+    s_Machine.PowerCycle();
     return 0;
 }

@@ -161,6 +161,8 @@ TEST_F(CWmiHandlerTest, InstancesAreCountedFromZeroAndEnd) {
     }
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
     EXPECT_EQ(Forgotten(), 0u);
+    // Shallow, forward only, read directly; two seconds for each instance.
+    EXPECT_EQ(System().m_Wmi.Enumerations().at(1), (vxtsim::CSimWmi::CEnumeration{"Win32_BIOS", 0x221, {2000, 2000}}));
 }
 
 TEST_F(CWmiHandlerTest, MethodsRunOnTheClassWhenStaticElseOnItsFirstInstance) {
@@ -275,7 +277,7 @@ TEST_F(CWmiHandlerTest, WrongNamesAndTypesOfACallAreReportedAndOptionalOnesMayBe
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(sCom, sCom, sCom, sCom));
     EXPECT_TRUE(m_Wmi.CallMethod(kClass, L"GetValue", L"id", &Id, nullptr, &Value));
     EXPECT_TRUE(m_Wmi.CallMethod(kClass, L"GetValue", L"id", &Id, L"pack", nullptr));
-    EXPECT_TRUE(std::holds_alternative<vxt::platform::WmiEmpty>(Value)) << "untouched";
+    EXPECT_TRUE(std::holds_alternative<vxt::platform::CWmiEmpty>(Value)) << "untouched";
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
 }
 

@@ -1,4 +1,5 @@
-// Devices through the real driver channel: what a host reads is what the machine file says, per core and per mapping.
+// What the real driver channel adds to the devices: cores by thread affinity, memory mapped across the system, requests that
+// are none.
 #include <array>
 #include <memory>
 
@@ -10,7 +11,7 @@ using namespace vxtapi;
 namespace {
 
 constexpr const char* kMachine = "family10h-ddr3";  // what the driver serves without a machine file beside it
-constexpr uint32_t kStatusMsr = 0xC0010063, kPstate0Msr = 0xC0010064;
+constexpr uint32_t kStatusMsr = 0xC0010063;
 
 class CDevices : public CHostTest {
 protected:
@@ -27,50 +28,6 @@ protected:
 
     vxtsim::CMachineDescription m_Machine;
 };
-
-TEST_F(CDevices, EveryCoreOfTheMachineIsThereAndNoMore) {
-    EXPECT_EQ(m_Library->DeviceManager()->GetDeviceCount(kDeviceCpu), m_Machine.uCores);
-    EXPECT_EQ(m_Library->DeviceManager()->GetDeviceCountByName(L"QOR Family 10h Processor"), m_Machine.uCores);
-    EXPECT_EQ(m_Library->Core(m_Machine.uCores), nullptr);
-}
-
-TEST_F(CDevices, IdentificationIsTheMachinesOwn) {
-    std::string sBrand;
-    for (uint32_t uLeaf = 0x80000002; uLeaf <= 0x80000004; ++uLeaf) {
-        const vxtsim::CCpuidResult Result = m_Machine.Cpuid.at({uLeaf, 0});
-        sBrand.append(reinterpret_cast<const char*>(&Result), sizeof(Result));
-    }
-    sBrand.resize(sBrand.find_last_not_of('\0') + 1);
-    const uint32_t uSignature = m_Machine.Cpuid.at({1, 0}).uEax;
-    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore) {
-        CCPU* const pCore = m_Library->Core(uCore);
-        ASSERT_NE(pCore, nullptr);
-        EXPECT_EQ(pCore->GetIndex(), uCore);
-        EXPECT_EQ(std::wstring(pCore->GetModel()), std::wstring(sBrand.begin(), sBrand.end()));
-        EXPECT_EQ(pCore->GetFamily() << 8 | pCore->GetExtendedFamily() << 20, uSignature & 0x0FF00F00);
-        EXPECT_EQ(pCore->GetModelNumber() << 4 | pCore->GetExtendedModel() << 16, uSignature & 0x000F00F0);
-        EXPECT_EQ(pCore->GetStepping(), uSignature & 0xF);
-    }
-}
-
-TEST_F(CDevices, PstatesAreDecodedFromTheRegistersOfEachCore) {
-    for (uint32_t uCore = 0; uCore < m_Machine.uCores; ++uCore) {
-        CCPU* const pCore = m_Library->Core(uCore);
-        EXPECT_EQ(pCore->GetCurPstate(), Msr(uCore, kStatusMsr) & 7);
-        for (uint32_t uPstate = 0; uPstate <= pCore->GetMaxPstate(); ++uPstate) {
-            const uint64_t ullValue = Msr(uCore, kPstate0Msr + uPstate);
-            CPstate Pstate{};
-            ASSERT_TRUE(pCore->GetPstate(uPstate, &Pstate));
-            EXPECT_EQ(Pstate.dCpuFid, static_cast<double>(ullValue & 0x3F));
-            EXPECT_EQ(Pstate.dCpuDid, static_cast<double>(ullValue >> 6 & 7));
-            EXPECT_EQ(Pstate.dCpuVid, static_cast<double>(ullValue >> 9 & 0x7F));
-            EXPECT_EQ(Pstate.dNbVid, static_cast<double>(ullValue >> 25 & 0x7F));
-            EXPECT_EQ(Pstate.bPstateEn, (ullValue >> 63) == 1);
-        }
-        CPstate Pstate{};
-        EXPECT_FALSE(pCore->GetPstate(pCore->GetMaxPstate() + 1, &Pstate));
-    }
-}
 
 // Which core a request is for is told by the affinity of the thread that sends it, through service, WOW64 and driver.
 TEST_F(CDevices, AWriteReachesTheCoreItIsMeantForAndNoOther) {

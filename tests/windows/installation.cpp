@@ -9,6 +9,7 @@
 #include <array>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <utility>
 
@@ -106,7 +107,7 @@ std::vector<std::string> g_DriverUnitsAccess() {
     return Access;
 }
 
-CSecondHost::CSecondHost(const char* pszWhat) {
+CSecondHost::CSecondHost(const std::string& sWhat) {
     SECURITY_ATTRIBUTES Inherit{sizeof(Inherit), nullptr, TRUE};
     HANDLE hChildIn = nullptr, hChildOut = nullptr;
     CreatePipe(&hChildIn, &m_hToChild, &Inherit, 0);
@@ -122,8 +123,7 @@ CSecondHost::CSecondHost(const char* pszWhat) {
     Startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     std::array<wchar_t, MAX_PATH> szProgram{};
     GetModuleFileNameW(nullptr, szProgram.data(), MAX_PATH);
-    std::wstring sCommand =
-        L"\"" + std::wstring(szProgram.data()) + L"\" " + std::wstring(pszWhat, pszWhat + std::strlen(pszWhat));
+    std::wstring sCommand = L"\"" + std::wstring(szProgram.data()) + L"\" " + std::wstring(sWhat.begin(), sWhat.end());
     CreateProcessW(nullptr, sCommand.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &Startup, &m_Process);
     CloseHandle(hChildIn);
     CloseHandle(hChildOut);
@@ -164,18 +164,40 @@ bool CSecondHost::_HoldWhileAsked(bool bHolds) {
     return bHolds;
 }
 
-std::optional<int> CSecondHost::Run(const char* pszWhat) {
-    if (std::strcmp(pszWhat, kHoldLibrary) == 0) {
+std::optional<int> CSecondHost::Run(const std::string& sWhat) {
+    if (sWhat == kHoldLibrary) {
         const CLoadedLibrary Library;
         const bool bHeld = _HoldWhileAsked(Library.IsComplete() && Library.Init(false));
         return Library.UnInit() && bHeld ? 0 : 1;
     }
-    if (std::strcmp(pszWhat, kHoldMutex) == 0) {
+    if (sWhat == kHoldMutex) {
         const HANDLE hMutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, L"VXT_WMI_HANDLER_MUTEX");
         const bool bHeld = _HoldWhileAsked(WaitForSingleObject(hMutex, 0) == WAIT_OBJECT_0);
         return ReleaseMutex(hMutex) && bHeld ? 0 : 1;
     }
+    if (sWhat.starts_with(kStartAndStop)) {
+        DWORD dwCount = 0;
+        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), "1", 1, &dwCount, nullptr);
+        const std::filesystem::path Folder = g_InstallationFolder() / L"second host";  // for a log of its own
+        std::filesystem::create_directory(Folder);
+        std::filesystem::current_path(Folder);
+        return g_StartAndStop(std::stoi(sWhat.substr(std::strlen(kStartAndStop)))) == 0 ? 0 : 1;
+    }
     return std::nullopt;
+}
+
+int g_StartAndStop(int nRounds) {
+    int nFailed = 0;
+    for (int i = 0; i < nRounds; ++i) {
+        const CLoadedLibrary Library;
+        if (!Library.Init(true)) {
+            ++nFailed;
+            std::cerr << "round " << i << " of " << std::filesystem::current_path() << ":\n" << g_ReadLog();
+        }
+        Library.UnInit();
+        std::filesystem::remove_all("Logs");
+    }
+    return nFailed;
 }
 
 std::wstring g_QueryBios(const wchar_t* pszProperty) {

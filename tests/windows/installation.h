@@ -66,20 +66,21 @@ std::optional<long> g_FreeDriverUnits();
 /// Who may use that semaphore: "deny SID" or "allow SID" for each entry of its access list.
 std::vector<std::string> g_DriverUnitsAccess();
 
-/// Another process that has started the library, or taken the mutex of the firmware's methods, and holds it.
+/// Another process that has started the library, or taken the mutex of the firmware's methods, and holds it; or that
+/// starts and stops the library again and again (kStartAndStop with a number behind).
 class CSecondHost {
 public:
-    static constexpr const char *kHoldLibrary = "--hold", *kHoldMutex = "--hold-mutex";
+    static constexpr const char *kHoldLibrary = "--hold", *kHoldMutex = "--hold-mutex", *kStartAndStop = "--rounds=";
 
     /// Runs this program with that argument; returns when it has what it is to hold (or could not get it).
-    explicit CSecondHost(const char* pszWhat = kHoldLibrary);
+    explicit CSecondHost(const std::string& sWhat = kHoldLibrary);
     ~CSecondHost();
     bool IsStarted() const { return m_bStarted; }
     /// Lets it give back what it holds and ends it. Answers whether all went well.
     bool Stop();
     void Kill();
     /// What the program does with one of these arguments: its exit code.
-    static std::optional<int> Run(const char* pszWhat);
+    static std::optional<int> Run(const std::string& sWhat);
 
 private:
     static bool _HoldWhileAsked(bool bHolds);
@@ -88,6 +89,12 @@ private:
     HANDLE m_hToChild = nullptr, m_hFromChild = nullptr;
     bool m_bStarted = false;
 };
+
+/// Loads, starts, stops and unloads the library so many times. Answers how often it did not start, with the logs of those
+/// starts on stderr.
+int g_StartAndStop(int nRounds);
+/// Of the test in which two processes do so; more for a long run.
+inline int g_nStartRounds = 25;
 
 /// A property of the first Win32_BIOS as the system tells it; empty for null.
 std::wstring g_QueryBios(const wchar_t* pszProperty);

@@ -131,6 +131,18 @@ TEST_F(CStart, AProcessKilledBesideAnotherLeavesTheDriverToTheNextStart) {
     EXPECT_FALSE(g_QueryDriverService());
 }
 
+// Each start finds the driver absent, running, stopping or going away, as the other process has it just then.
+TEST_F(CStart, TwoProcessesThatStartAndStopAllTheTimeDoNotDisturbEachOther) {
+    m_Library.reset();
+    CSecondHost Second(CSecondHost::kStartAndStop + std::to_string(g_nStartRounds));
+    ASSERT_TRUE(Second.IsStarted());
+    EXPECT_EQ(g_StartAndStop(g_nStartRounds), 0);
+    EXPECT_TRUE(Second.Stop()) << "the second process failed to start in some round";
+    EXPECT_FALSE(g_QueryDriverService());
+    EXPECT_FALSE(g_FreeDriverUnits());
+    Load();  // for the end of the test
+}
+
 TEST_F(CStart, ADriverThatCannotStartFailsTheLibraryAndTheLogSaysWhy) {
     const std::filesystem::path Driver = g_DriverFile(), Away = L"VXTDriver.away";
     const std::filesystem::path Machine = L"qor64\\VXTDriver.machine", Error = L"qor64\\VXTDriver.error";

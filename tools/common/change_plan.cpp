@@ -15,18 +15,14 @@ namespace {
 constexpr const char* kOutcomeNames[] = {"planned", "taken", "not_taken", "failed", "skipped"};
 constexpr const char* kOutcomeTexts[] = {"planned", "taken", "NOT TAKEN", "FAILED", "skipped"};
 
-std::string _Value(const CChange& rChange, const std::optional<double>& rValue) {
+std::string g_Value(const CChange& rChange, const std::optional<double>& rValue) {
     if (!rValue) return "-";
     const std::string sMeaning = rChange.Meaning ? rChange.Meaning(*rValue) : "";
     return g_FormatValue(*rValue, rChange.sUnit) + (sMeaning.empty() ? "" : " (" + sMeaning + ")");
 }
 
-std::string _WithUnit(const CChange& rChange, const std::optional<double>& rValue) {
-    return _Value(rChange, rValue) + (rValue && !rChange.sUnit.empty() ? " " + rChange.sUnit : "");
-}
-
-CJson _Number(const std::optional<double>& rValue) {
-    return rValue ? CJson(std::round(*rValue * 1e6) / 1e6) : CJson(nullptr);
+std::string g_WithUnit(const CChange& rChange, const std::optional<double>& rValue) {
+    return g_Value(rChange, rValue) + (rValue && !rChange.sUnit.empty() ? " " + rChange.sUnit : "");
 }
 
 }  // namespace
@@ -39,20 +35,20 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
     // Some processors report the end of a transition, others only begin it: give every one of them time.
     constexpr int kReadBacks = 200;
     const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);  // a firmware may take its time
-    rResult.dAfter = rChange.Read();
-    for (int i = 1; i < kReadBacks && !IsWanted(rResult.dAfter) && !g_WasInterrupted(); ++i) {
+    rResult.oAfter = rChange.Read();
+    for (int i = 1; i < kReadBacks && !IsWanted(rResult.oAfter) && !g_WasInterrupted(); ++i) {
         if (std::chrono::steady_clock::now() > End) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        rResult.dAfter = rChange.Read();
+        rResult.oAfter = rChange.Read();
     }
-    const std::string sAsked = _WithUnit(rChange, rChange.dWanted);
-    const std::string sAfter = _WithUnit(rChange, rResult.dAfter);
+    const std::string sAsked = g_WithUnit(rChange, rChange.dWanted);
+    const std::string sAfter = g_WithUnit(rChange, rResult.oAfter);
     const bool bUnchanged =
-        rResult.dAfter && rResult.dBefore && std::abs(*rResult.dAfter - *rResult.dBefore) <= rChange.dTolerance;
-    if (!rResult.dAfter) {
+        rResult.oAfter && rResult.oBefore && std::abs(*rResult.oAfter - *rResult.oBefore) <= rChange.dTolerance;
+    if (!rResult.oAfter) {
         rResult.eOutcome = EOutcome::kFailed;
         rResult.sReason = "no reading afterwards, so nobody knows what the hardware took";
-    } else if (IsWanted(rResult.dAfter)) {
+    } else if (IsWanted(rResult.oAfter)) {
         rResult.eOutcome = bAccepted ? EOutcome::kTaken : EOutcome::kFailed;
         if (!bAccepted)
             rResult.sReason = "the library reports a failure, but the hardware shows " + sAfter + "; --log tells more";
@@ -69,48 +65,55 @@ std::string CChangePlan::_PlanText(const std::vector<CResult>& rResults) const {
     CTextTable& rTable = Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values"}});
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
-        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(rChange, rResults[i].dBefore),
-                               _Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
+        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, rResults[i].oBefore),
+                               g_Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
     }
     return Plan.Text(false);
 }
 
 void CChangePlan::_Report(CDocument& rDocument, const std::vector<CResult>& rResults, bool bDryRun) const {
     rDocument["dry_run"] = bDryRun;
-    CJson& rChanges = rDocument["changes"] = CJson::array();
+    CJson& rChanges = rDocument["changes"] = CJson::Array();
     rDocument.SetCsv("changes");
     CTextTable Table{bDryRun ? "Planned changes (dry run: nothing was written)" : "Changes",
                      {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Legal values", "Result"}};
     std::string sReasons;
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
-        const auto& [dBefore, dAfter, eOutcome, sReason] = rResults[i];
+        const auto& [oBefore, oAfter, eOutcome, sReason] = rResults[i];
         const size_t uOutcome = static_cast<size_t>(eOutcome);
-        rChanges.push_back({{"id", rChange.sId},
-                            {"label", rChange.sLabel},
-                            {"before", _Number(dBefore)},
-                            {"asked", _Number(rChange.dWanted)},
-                            {"after", _Number(dAfter)},
-                            {"unit", rChange.sUnit},
-                            {"limits", g_ToJson(rChange.Limits)},
-                            {"legal", rChange.sLegal},
-                            {"outcome", kOutcomeNames[uOutcome]},
-                            {"reason", sReason.empty() ? CJson(nullptr) : CJson(sReason)}});
-        Table.Rows.push_back({rChange.sOwner, rChange.sLabel, _Value(rChange, dBefore),
-                              _Value(rChange, rChange.dWanted), _Value(rChange, dAfter), rChange.sUnit, rChange.sLegal,
-                              kOutcomeTexts[uOutcome]});
+        rChanges.Push({{"id", rChange.sId},
+                       {"label", rChange.sLabel},
+                       {"before", g_ToJson(oBefore)},
+                       {"asked", g_ToJson(std::optional(rChange.dWanted))},
+                       {"after", g_ToJson(oAfter)},
+                       {"unit", rChange.sUnit},
+                       {"limits", g_ToJson(rChange.Limits)},
+                       {"legal", rChange.sLegal},
+                       {"outcome", kOutcomeNames[uOutcome]},
+                       {"reason", sReason.empty() ? nullptr : CJson(sReason)}});
+        Table.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, oBefore),
+                              g_Value(rChange, rChange.dWanted), g_Value(rChange, oAfter), rChange.sUnit,
+                              rChange.sLegal, kOutcomeTexts[uOutcome]});
     }
     rDocument.AddTable(std::move(Table));
 }
 
-EExit CChangePlan::Run(CDocument& rDocument, const CGlobalOptions& rOptions, const COutput& rOutput) {
+EExit CChangePlan::Run(CTool& rTool) {
+    CDocument Document = rTool.NewDocument();
+    const EExit eExit = _Run(Document, rTool);
+    return rTool.Emit(Document, eExit);
+}
+
+EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
+    const CGlobalOptions& rOptions = rTool.Options();
     std::vector<CResult> Results(m_Changes.size());
-    for (size_t i = 0; i < m_Changes.size(); ++i) Results[i].dBefore = m_Changes[i].Read();
+    for (size_t i = 0; i < m_Changes.size(); ++i) Results[i].oBefore = m_Changes[i].Read();
 
     if (!rOptions.bDryRun) {
         const std::string sPlan = _PlanText(Results);
         if (rOptions.bYes) {
-            rOutput.Note(sPlan);
+            rTool.Output().Note(sPlan);
         } else {
             if (!g_IsStdinTerminal())
                 throw CFailure(EExit::kUsage,

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "common/command_line.h"
+#include "common/command.h"
 
 namespace vxttools {
 
@@ -31,17 +31,18 @@ public:
     bool IsEmpty() const { return m_Changes.empty(); }
 
     /// Carries the plan out in order. With --dry-run nothing is written; without a terminal to ask on, --yes is needed.
-    /// The document gets the array "changes" and its table.
-    EExit Run(CDocument& rDocument, const CGlobalOptions& rOptions, const COutput& rOutput);
+    /// The answer has the array "changes" and its table. Returns how the command ends.
+    EExit Run(CTool& rTool);
 
 private:
     enum class EOutcome { kPlanned, kTaken, kNotTaken, kFailed, kSkipped };
     struct CResult {
-        std::optional<double> dBefore, dAfter;
+        std::optional<double> oBefore, oAfter;
         EOutcome eOutcome = EOutcome::kPlanned;
         std::string sReason;
     };
 
+    EExit _Run(CDocument& rDocument, const CTool& rTool);
     static void _Apply(const CChange& rChange, CResult& rResult);
     std::string _PlanText(const std::vector<CResult>& rResults) const;
     void _Report(CDocument& rDocument, const std::vector<CResult>& rResults, bool bDryRun) const;

@@ -1,12 +1,58 @@
 #include "common/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <map>
 
+#include "common/command_table.h"
 #include "common/console.h"
+#include "common/own_commands.h"
 
 namespace vxttools {
 namespace {
+
+// The parser's own two: it needs no place for them.
+constexpr CBoundOption kHelp{"-h,--help", "",     "Show help, for a command too", static_cast<bool*>(nullptr),
+                             false,       nullptr};
+constexpr CBoundOption kVersion{"--version", "", "Show the version", static_cast<bool*>(nullptr), false, nullptr};
+
+using CGlobal = COption<CGlobalOptions>;
+constexpr CGlobal kGlobal[] = {
+    {"--json", "", "Answer as JSON", &CGlobalOptions::bJson},
+    {"--csv", "", "Answer as a CSV table", &CGlobalOptions::bCsv, false, "--json"},
+    {"-q,--quiet", "", "No remarks on stderr, errors only", &CGlobalOptions::bQuiet},
+    {"-o,--output", "FILE", "Write the answer to FILE", &CGlobalOptions::oOutput},
+    {"--color", "auto|always|never", "Colour in text; automatic on a terminal unless NO_COLOR is set",
+     &CGlobalOptions::oColor},
+    {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file",
+     &CGlobalOptions::oMachine},
+    {"--fault", "PLAN", "Simulated builds: inject faults, e.g. seed=7,rate=5,kinds=fail+ones", &CGlobalOptions::oFault},
+    {"--log", "", "Write the library's log below ./Logs", &CGlobalOptions::bLog},
+};
+constexpr CGlobal kLibrary{"--library", "FILE", "Load this library instead of the one beside the tool",
+                           &CGlobalOptions::oLibrary};
+constexpr CGlobal kWriting[] = {
+    {"-y,--yes", "", "Write to the hardware without asking", &CGlobalOptions::bYes},
+    {"--dry-run", "", "Show what would be written, write nothing", &CGlobalOptions::bDryRun},
+};
+
+CCommandTable g_Table(const CToolRow& rTool, CGlobalOptions& rOptions) {
+    CCommandTable Table{rTool.pszName, {}};
+    const auto Add = [&Table](const CCommand* pRow) {
+        CTableEntry& rEntry = Table.Entries.emplace_back(CTableEntry{pRow, pRow->pNewCall(), {kHelp}});
+        for (const CBoundOption& rOption : rEntry.pCall->Options()) rEntry.Options.push_back(rOption);
+    };
+    for (const CCommand* const pRow : rTool.Commands) Add(pRow);
+    for (const CCommand* const pRow : {&kCompletion, &kManPage}) Add(pRow);  // behind the tool's
+
+    std::vector<CBoundOption>& rGlobal = Table.Entries.front().Options;
+    rGlobal.push_back(kVersion);
+    for (const CGlobal& rOption : kGlobal) g_Bind(rGlobal, rOptions, rOption);
+    if (rTool.bLoadsLibrary) g_Bind(rGlobal, rOptions, kLibrary);
+    for (const CGlobal& rOption : kWriting) g_Bind(rGlobal, rOptions, rOption);
+    return Table;
+}
 
 /// Examples come first: they answer most questions. They are kept as the command's footer.
 class CHelpFormatter : public CLI::Formatter {
@@ -36,99 +82,114 @@ private:
     }
 };
 
+CLI::Option* g_Add(CLI::App& rApp, const CBoundOption& rOption) {
+    const auto AddTo = [&](auto* pTarget) {
+        if constexpr (std::is_same_v<decltype(pTarget), bool*>)
+            return rApp.add_flag(rOption.pszName, *pTarget, rOption.pszMeaning);
+        else
+            return rApp.add_option(rOption.pszName, *pTarget, rOption.pszMeaning)->type_name(rOption.pszType);
+    };
+    return std::visit(AddTo, rOption.Target);
+}
+
+void g_AddOptions(CLI::App& rApp, const CTableEntry& rEntry) {
+    for (const CBoundOption& rOption : rEntry.Options) {
+        if (rOption.pszName == kHelp.pszName || rOption.pszName == kVersion.pszName) continue;
+        CLI::Option& rAdded = *g_Add(rApp, rOption);
+        rAdded.required(rOption.bRequired);
+        if (rOption.pszExcludes) rAdded.excludes(rApp.get_option(rOption.pszExcludes));
+        if (const std::vector<std::string> Choices = g_Choices(rOption); !Choices.empty())
+            rAdded.check(CLI::IsMember(Choices).description(""));
+    }
+}
+
+/// The parser over the table.
+class CParser {
+public:
+    explicit CParser(const CCommandTable& rTable) : m_Root(rTable.Root().pRow->pszSummary, rTable.sTool) {
+        m_Root.formatter(std::make_shared<CHelpFormatter>());
+        m_Root.get_formatter()->column_width(28);
+        m_Root.get_formatter()->label("Subcommands", "Commands");
+        m_Root.get_formatter()->label("SUBCOMMAND", "COMMAND");
+        m_Root.set_help_flag(kHelp.pszName, kHelp.pszMeaning);
+        m_Root.set_version_flag(kVersion.pszName, rTable.sTool + " " VXT_VERSION, kVersion.pszMeaning);
+        m_Root.fallthrough();  // global options may stand behind the command
+        std::map<const CTableEntry*, CLI::App*> Apps;
+        for (const CTableEntry& rEntry : rTable.Entries) {
+            CLI::App* pApp = &m_Root;
+            if (&rEntry != &rTable.Root())
+                pApp = Apps.at(&rTable.Parent(rEntry))->add_subcommand(rEntry.Name(), rEntry.pRow->pszSummary);
+            if (rEntry.pRow->pszExamples) pApp->footer(rEntry.pRow->pszExamples);
+            pApp->require_subcommand(0, 1);
+            g_AddOptions(*pApp, rEntry);
+            m_Entries[pApp] = &rEntry;
+            Apps[&rEntry] = pApp;
+        }
+    }
+
+    /// Returns the command that was named.
+    const CTableEntry& Parse(std::vector<std::string> Arguments) {
+        std::ranges::reverse(Arguments);  // the parser takes them from the back
+        m_Root.parse(std::move(Arguments));
+        const CLI::App* pCommand = &m_Root;
+        while (!pCommand->get_subcommands().empty()) pCommand = pCommand->get_subcommands().front();
+        return *m_Entries.at(pCommand);
+    }
+
+    std::string Help() const { return m_Root.help(); }
+
+private:
+    CLI::App m_Root;
+    std::map<const CLI::App*, const CTableEntry*> m_Entries;
+};
+
+EExit g_Run(const CCommandTable& rTable, const CTableEntry& rEntry, CGlobalOptions& rOptions) {
+    // Scripts pass "$MACHINE" whether it is set or not: an empty text is none.
+    for (auto* const poText : {&rOptions.oOutput, &rOptions.oMachine, &rOptions.oFault, &rOptions.oLibrary})
+        if (*poText == "") poText->reset();
+    CTool Tool(rTable, rEntry.Path(), rOptions);
+    // The library looks at these when it is loaded.
+    if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
+    if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
+    return rEntry.pCall->Run(Tool);
+}
+
 }  // namespace
 
-CCommandLine::CCommandLine(const char* pszTool, const char* pszDescription, const char* pszExamples,
-                           CAction DefaultAction)
-    : m_Root(pszDescription, pszTool) {
-    m_Root.formatter(std::make_shared<CHelpFormatter>());
-    m_Root.get_formatter()->column_width(28);
-    m_Root.get_formatter()->label("Subcommands", "Commands");
-    m_Root.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    m_Root.footer(pszExamples);
-    m_Root.set_help_flag("-h,--help", "Show help, for a command too");
-    m_Root.set_version_flag("--version", std::string(pszTool) + " " VXT_VERSION, "Show the version");
-    m_Root.fallthrough();  // global options may stand behind the command
-    m_Root.require_subcommand(0, 1);
-    m_Actions[&m_Root] = std::move(DefaultAction);
-
-    CLI::Option* pJson = m_Root.add_flag("--json", m_bJson, "Answer as JSON");
-    m_Root.add_flag("--csv", m_bCsv, "Answer as a CSV table")->excludes(pJson);
-    m_Root.add_flag("-q,--quiet", m_bQuiet, "No remarks on stderr, errors only");
-    m_Root.add_option("-o,--output", m_sOutput, "Write the answer to FILE")->type_name("FILE");
-    m_Root.add_option("--color", m_sColor, "Colour in text; automatic on a terminal unless NO_COLOR is set")
-        ->type_name("auto|always|never")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
-    m_Root.add_option("--machine", m_Options.sMachine, "Simulated builds: the PC to run on, by name or machine file")
-        ->type_name("NAME|FILE");
-    m_Root
-        .add_option("--fault", m_Options.sFault, "Simulated builds: inject faults, e.g. seed=7,rate=5,kinds=fail+ones")
-        ->type_name("PLAN");
-    m_Root.add_flag("--log", m_Options.bLog, "Write the library's log below ./Logs");
+CTool::CTool(const CCommandTable& rTable, const std::string& sCommand, const CGlobalOptions& rOptions)
+    : m_rTable(rTable), m_sCommand(sCommand), m_rOptions(rOptions) {
+    const EFormat eFormat = rOptions.bJson ? EFormat::kJson : rOptions.bCsv ? EFormat::kCsv : EFormat::kText;
+    m_Output.Open(eFormat, rOptions.oColor, rOptions.oOutput, rOptions.bQuiet);
 }
 
-CLI::App& CCommandLine::Add(CLI::App& rParent, const char* pszName, const char* pszDescription, const char* pszExamples,
-                            CAction Action) {
-    CLI::App& rCommand = *rParent.add_subcommand(pszName, pszDescription);
-    if (pszExamples) rCommand.footer(pszExamples);
-    rCommand.require_subcommand(0, 1);
-    m_Actions[&rCommand] = std::move(Action);
-    return rCommand;
+CDocument CTool::NewDocument() const { return {m_rTable.sTool, m_sCommand.empty() ? "overview" : m_sCommand}; }
+
+EExit CTool::Emit(const CDocument& rDocument, EExit eExit) {
+    m_Output.Emit(rDocument);
+    return eExit;
 }
 
-void CCommandLine::AddLibraryOption() {
-    m_Root.add_option("--library", m_Options.sLibrary, "Load this library instead of the one beside the tool")
-        ->type_name("FILE");
-}
-
-void CCommandLine::AddWritingOptions() {
-    m_Root.add_flag("-y,--yes", m_Options.bYes, "Write to the hardware without asking");
-    m_Root.add_flag("--dry-run", m_Options.bDryRun, "Show what would be written, write nothing");
-}
-
-void CCommandLine::_AddOwnCommands() {
-    CLI::App& rCompletion = Add(m_Root, "completion", "Print a shell completion script", nullptr, [this] {
-        m_Output.EmitRaw(g_BashCompletion(m_Root));
-        return EExit::kDone;
-    });
-    rCompletion.add_option("SHELL", "The shell")
-        ->required()
-        ->type_name("bash")
-        ->check(CLI::IsMember({"bash"}).description(""));
-    Add(m_Root, "man", "Print the manual page (man -l FILE shows it)", nullptr, [this] {
-        m_Output.EmitRaw(g_ManPage(m_Root));
-        return EExit::kDone;
-    });
-}
-
-EExit CCommandLine::_Run(std::vector<std::string> Arguments) {
-    _AddOwnCommands();                // behind the tool's
-    std::ranges::reverse(Arguments);  // the parser takes them from the back
-    m_Root.parse(std::move(Arguments));
-    m_Output.Open(m_bJson ? EFormat::kJson : m_bCsv ? EFormat::kCsv : EFormat::kText, m_sColor, m_sOutput, m_bQuiet);
-    const CLI::App* pCommand = &m_Root;
-    while (!pCommand->get_subcommands().empty()) pCommand = pCommand->get_subcommands().front();
-    // The library looks at these when it is loaded.
-    if (!m_Options.sMachine.empty()) g_SetEnvironment("VXT_MACHINE", m_Options.sMachine);
-    if (!m_Options.sFault.empty()) g_SetEnvironment("VXT_FAULT", m_Options.sFault);
-    return m_Actions.at(pCommand)();
-}
-
-int CCommandLine::Run(int nArguments, char** ppszArguments) {
-    const auto Fail = [this](EExit eExit, const std::string& sMessage) {
-        std::fputs((m_Root.get_name() + ": " + sMessage + "\n").c_str(), stderr);
+int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
+    const auto Fail = [&rTool](EExit eExit, const std::string& sMessage) {
+        std::fputs((rTool.pszName + (": " + sMessage) + "\n").c_str(), stderr);
         return static_cast<int>(eExit);
     };
     try {
-        return static_cast<int>(_Run(g_StartConsole(nArguments, ppszArguments)));
-    } catch (const CLI::CallForHelp&) {
-        std::fputs(m_Root.help().c_str(), stdout);
-        return static_cast<int>(EExit::kDone);
-    } catch (const CLI::CallForVersion& rVersion) {
-        std::fputs((std::string(rVersion.what()) + "\n").c_str(), stdout);
-        return static_cast<int>(EExit::kDone);
+        CGlobalOptions Options;
+        const CCommandTable Table = g_Table(rTool, Options);
+        CParser Parser(Table);
+        try {
+            const CTableEntry& rEntry = Parser.Parse(g_StartConsole(nArguments, ppszArguments));
+            return static_cast<int>(g_Run(Table, rEntry, Options));
+        } catch (const CLI::CallForHelp&) {
+            std::fputs(Parser.Help().c_str(), stdout);
+            return static_cast<int>(EExit::kDone);
+        } catch (const CLI::CallForVersion& rVersion) {
+            std::fputs((std::string(rVersion.what()) + "\n").c_str(), stdout);
+            return static_cast<int>(EExit::kDone);
+        }
     } catch (const CLI::ParseError& rError) {
-        return Fail(EExit::kUsage, std::string(rError.what()) + "\nTry '" + m_Root.get_name() + " --help'.");
+        return Fail(EExit::kUsage, std::string(rError.what()) + "\nTry '" + rTool.pszName + " --help'.");
     } catch (const CFailure& rFailure) {
         return Fail(rFailure.Exit(), rFailure.what());
     } catch (const std::exception& rError) { return Fail(EExit::kFailed, rError.what()); }

@@ -9,12 +9,12 @@ namespace {
 
 constexpr int kSchemaVersion = 1;
 
-std::string _Padded(const std::string& sCell, size_t uWidth, bool bRight) {
+std::string g_Padded(const std::string& sCell, size_t uWidth, bool bRight) {
     const std::string sBlanks(uWidth - std::min(uWidth, g_Width(sCell)), ' ');
     return bRight ? sBlanks + sCell : sCell + sBlanks;
 }
 
-void _AppendTable(const CTextTable& rTable, bool bColor, std::string& rsText) {
+void g_AppendTable(const CTextTable& rTable, bool bColor, std::string& rsText) {
     const auto Styled = [&](const char* pszCode, const std::string& sText) {
         return bColor ? "\033[" + std::string(pszCode) + "m" + sText + "\033[0m" : sText;
     };
@@ -31,7 +31,7 @@ void _AppendTable(const CTextTable& rTable, bool bColor, std::string& rsText) {
 
     const auto Line = [&](const std::vector<std::string>& rCells) {
         std::string sLine;
-        for (size_t i = 0; i < rCells.size(); ++i) sLine += (i ? "  " : "") + _Padded(rCells[i], Widths[i], Right[i]);
+        for (size_t i = 0; i < rCells.size(); ++i) sLine += (i ? "  " : "") + g_Padded(rCells[i], Widths[i], Right[i]);
         return sLine.substr(0, sLine.find_last_not_of(' ') + 1);
     };
     if (!rsText.empty()) rsText += "\n";
@@ -42,29 +42,42 @@ void _AppendTable(const CTextTable& rTable, bool bColor, std::string& rsText) {
 }
 
 /// Every object that has the shape of a quantity, in document order.
-void _CollectQuantities(const CJson& rNode, CJson& rRows) {
-    if (rNode.is_object() && rNode.contains("value") && rNode.contains("status")) return rRows.push_back(rNode);
-    if (rNode.is_structured())
-        for (const CJson& rChild : rNode) _CollectQuantities(rChild, rRows);
-}
-
-/// Scalars of one row by column name; members of an object become "object_member", arrays are left to JSON.
-void _Flatten(const CJson& rRow, const std::string& sPrefix, CJson& rFlat) {
-    for (const auto& [sKey, rValue] : rRow.items()) {
-        if (rValue.is_object())
-            _Flatten(rValue, sPrefix + sKey + "_", rFlat);
-        else if (!rValue.is_array())
-            rFlat[sPrefix + sKey] = rValue;
+void g_CollectQuantities(const CJson& rNode, CJson& rRows) {
+    if (rNode.Has("value") && rNode.Has("status")) {
+        rRows.Push(rNode);
+    } else if (rNode.IsObject()) {
+        for (const CJsonMember& rMember : rNode.Members()) g_CollectQuantities(rMember.Value, rRows);
+    } else if (rNode.IsArray()) {
+        for (const CJson& rItem : rNode.Items()) g_CollectQuantities(rItem, rRows);
     }
 }
 
-std::string _CsvCell(const CJson& rValue) {
-    if (rValue.is_null()) return "";
-    std::string sText = rValue.is_string() ? rValue.get<std::string>() : rValue.dump();
+std::string g_CsvCell(const CJson& rValue) {
+    if (rValue.IsNull()) return "";
+    const std::string sText = rValue.IsText() ? rValue.Text() : rValue.Dump();
     if (sText.find_first_of(",\"\r\n") == std::string::npos) return sText;
     std::string sQuoted = "\"";
     for (const char c : sText) sQuoted += c == '"' ? "\"\"" : std::string(1, c);
     return sQuoted + "\"";
+}
+
+/// The scalars of one row, and their names; members of an object become "object_member", arrays are left to JSON.
+void g_AppendCells(const CJson& rRow, const std::string& sPrefix, std::vector<std::string>& rNames,
+                   std::vector<std::string>& rCells) {
+    for (const auto& [sKey, rValue] : rRow.Members()) {
+        if (rValue.IsObject()) {
+            g_AppendCells(rValue, sPrefix + sKey + "_", rNames, rCells);
+        } else if (!rValue.IsArray()) {
+            rNames.push_back(sPrefix + sKey);
+            rCells.push_back(g_CsvCell(rValue));
+        }
+    }
+}
+
+std::string g_CsvLine(const std::vector<std::string>& rCells) {
+    std::string sLine;
+    for (size_t i = 0; i < rCells.size(); ++i) sLine += (i ? "," : "") + rCells[i];
+    return sLine + "\n";
 }
 
 }  // namespace
@@ -75,30 +88,24 @@ CDocument::CDocument(const std::string& sTool, const std::string& sCommand)
 
 std::string CDocument::Text(bool bColor) const {
     std::string sText = m_sText;
-    for (const CTextTable& rTable : m_Tables) _AppendTable(rTable, bColor, sText);
+    for (const CTextTable& rTable : m_Tables) g_AppendTable(rTable, bColor, sText);
     return sText;
 }
 
-std::string CDocument::Json() const {
-    return m_Data.dump(2, ' ', false, CJson::error_handler_t::replace) + "\n";  // file names need not be UTF-8
-}
+std::string CDocument::Json() const { return m_Data.Dump(2) + "\n"; }
 
 std::string CDocument::Csv() const {
-    CJson Rows = CJson::array();
-    if (m_sCsvKey.empty())
-        _CollectQuantities(m_Data, Rows);
+    CJson Rows = CJson::Array();
+    if (m_oCsvKey)
+        Rows = m_Data[*m_oCsvKey];
     else
-        Rows = m_Data.at(m_sCsvKey);
+        g_CollectQuantities(m_Data, Rows);
     std::string sCsv;
-    for (const CJson& rRow : Rows) {
-        CJson Flat = CJson::object();
-        _Flatten(rRow, "", Flat);
-        std::string sHeading, sLine;
-        for (const auto& [sKey, rValue] : Flat.items()) {
-            sHeading += (sHeading.empty() ? "" : ",") + sKey;
-            sLine += (sLine.empty() && &rValue == &Flat.front() ? "" : ",") + _CsvCell(rValue);
-        }
-        sCsv += (sCsv.empty() ? sHeading + "\n" : "") + sLine + "\n";
+    for (const CJson& rRow : Rows.Items()) {
+        std::vector<std::string> Names, Cells;
+        g_AppendCells(rRow, "", Names, Cells);
+        if (sCsv.empty()) sCsv = g_CsvLine(Names);
+        sCsv += g_CsvLine(Cells);
     }
     return sCsv;
 }

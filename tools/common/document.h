@@ -21,13 +21,13 @@ public:
     CDocument(const std::string& sTool, const std::string& sCommand);
 
     CJson& operator[](const char* pszKey) { return m_Data[pszKey]; }
-    const CJson& operator[](const char* pszKey) const { return m_Data.at(pszKey); }
+    const CJson& operator[](const char* pszKey) const { return m_Data[pszKey]; }
 
     CTextTable& AddTable(CTextTable Table) { return m_Tables.emplace_back(std::move(Table)); }
     /// Text that is printed as it is, in front of the tables.
     void SetText(std::string sText) { m_sText = std::move(sText); }
     /// The array that --csv prints; without one it is every quantity in the document.
-    void SetCsv(const char* pszKey) { m_sCsvKey = pszKey; }
+    void SetCsv(const char* pszKey) { m_oCsvKey = pszKey; }
 
     std::string Text(bool bColor) const;
     std::string Json() const;
@@ -37,7 +37,7 @@ private:
     CJson m_Data;
     std::vector<CTextTable> m_Tables;
     std::string m_sText;
-    std::string m_sCsvKey;
+    std::optional<std::string> m_oCsvKey;
 };
 
 }  // namespace vxttools

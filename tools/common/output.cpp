@@ -15,16 +15,17 @@ void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, c
     if (!File) throw CFailure(EExit::kFailed, "cannot write " + sName);
 }
 
-void COutput::Open(EFormat eFormat, const std::string& sColor, const std::string& sFile, bool bQuiet) {
+void COutput::Open(EFormat eFormat, const std::optional<std::string>& oColor, const std::optional<std::string>& oFile,
+                   bool bQuiet) {
     m_eFormat = eFormat;
     m_bQuiet = bQuiet;
-    m_sFile = sFile;
-    m_Path = g_Path(sFile);
-    const bool bAuto = sFile.empty() && g_IsStdoutTerminal() && g_Environment("NO_COLOR").empty();
-    m_bColor = sColor == "always" || (sColor == "auto" && bAuto);
-    if (sFile.empty()) return;
+    m_oFile = oFile;
+    const bool bAuto = !oFile && g_IsStdoutTerminal() && g_Environment("NO_COLOR").empty();
+    m_bColor = oColor.value_or("auto") == "auto" ? bAuto : oColor == "always";
+    if (!oFile) return;
+    m_Path = g_Path(*oFile);
     m_bFileIsNew = !std::filesystem::exists(m_Path);
-    if (!std::ofstream(m_Path, std::ios::app)) throw CFailure(EExit::kFailed, "cannot write " + sFile);
+    if (!std::ofstream(m_Path, std::ios::app)) throw CFailure(EExit::kFailed, "cannot write " + *oFile);
 }
 
 COutput::~COutput() {
@@ -40,7 +41,7 @@ void COutput::Emit(const CDocument& rDocument) {
 
 void COutput::EmitRaw(const std::string& sData) {
     m_bEmitted = true;
-    if (!m_sFile.empty()) return g_WriteFile(m_Path, m_sFile, sData);
+    if (m_oFile) return g_WriteFile(m_Path, *m_oFile, sData);
     const bool bWritten = std::fwrite(sData.data(), 1, sData.size(), stdout) == sData.size();
     if (!bWritten || std::fflush(stdout) != 0) throw CFailure(EExit::kFailed, "cannot write to standard output");
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "common/document.h"
@@ -16,8 +17,9 @@ public:
     COutput(const COutput&) = delete;
     ~COutput();
 
-    /// `sFile` empty: stdout. Refuses a file that cannot be written before anything has been done to the machine.
-    void Open(EFormat eFormat, const std::string& sColor, const std::string& sFile, bool bQuiet);
+    /// No file: stdout. Refuses a file that cannot be written before anything has been done to the machine.
+    void Open(EFormat eFormat, const std::optional<std::string>& oColor, const std::optional<std::string>& oFile,
+              bool bQuiet);
     /// The command's answer; once per command.
     void Emit(const CDocument& rDocument);
     /// Bytes as they are, in place of a document.
@@ -29,7 +31,7 @@ public:
 private:
     EFormat m_eFormat = EFormat::kText;
     bool m_bColor = false, m_bQuiet = false, m_bEmitted = false, m_bFileIsNew = false;
-    std::string m_sFile;
+    std::optional<std::string> m_oFile;
     std::filesystem::path m_Path;
 };
 

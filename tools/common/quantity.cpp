@@ -5,18 +5,10 @@
 #include "common/text.h"
 
 namespace vxttools {
-namespace {
-
-/// Takes the last binary digits off, which no instrument here has: 1.3250000000000002 is 1.325.
-double _Rounded(double dValue) { return std::round(dValue * 1e6) / 1e6; }
-
-CJson _OrNull(const std::optional<double>& rValue) { return rValue ? CJson(_Rounded(*rValue)) : CJson(nullptr); }
-
-}  // namespace
 
 void CQuantity::Judge(double dRaw, const CPlausible& rPlausible) {
     constexpr double kSouthBridgeFailure = -9999.0, kFailure = -1.0;
-    dValue.reset();
+    oValue.reset();
     bOutOfRange = false;
     if (dRaw == kSouthBridgeFailure || (dRaw == kFailure && rPlausible.dLow > kFailure) ||
         (dRaw == 0 && !rPlausible.bZeroIsReading)) {
@@ -25,25 +17,29 @@ void CQuantity::Judge(double dRaw, const CPlausible& rPlausible) {
         bOutOfRange = true;
         sReason = std::isfinite(dRaw) ? "implausible raw reading " + g_Trimmed(dRaw, 4) : "raw reading is not a number";
     } else {
-        dValue = dRaw;
+        oValue = dRaw;
         sReason.clear();
     }
 }
 
+CJson g_ToJson(const std::optional<double>& oValue) {
+    return oValue ? CJson(std::round(*oValue * 1e6) / 1e6) : nullptr;
+}
+
 CJson g_ToJson(const CLimits& rLimits) {
-    return {{"min", _OrNull(rLimits.dMinimum)}, {"max", _OrNull(rLimits.dMaximum)}};
+    return {{"min", g_ToJson(rLimits.oMinimum)}, {"max", g_ToJson(rLimits.oMaximum)}};
 }
 
 CJson CQuantity::ToJson() const {
     return {{"id", sId},
             {"label", sLabel},
-            {"value", _OrNull(dValue)},
+            {"value", g_ToJson(oValue)},
             {"unit", sUnit},
             {"limits", g_ToJson(Limits)},
-            {"status", dValue        ? "ok"
+            {"status", oValue        ? "ok"
                        : bOutOfRange ? "out_of_range"
                                      : "unavailable"},
-            {"reason", dValue ? CJson(nullptr) : CJson(sReason)}};
+            {"reason", oValue ? nullptr : CJson(sReason)}};
 }
 
 std::string g_FormatValue(double dValue, const std::string& sUnit) {
@@ -57,16 +53,17 @@ std::string g_FormatValue(double dValue, const std::string& sUnit) {
 }
 
 std::string g_Cell(const CJson& rValue, bool bWithUnit) {
-    if (rValue.is_object()) {
-        if (rValue.at("value").is_null()) return "-";
-        const std::string sUnit = rValue.at("unit");
-        const std::string sText = g_FormatValue(rValue.at("value").get<double>(), sUnit);
-        return bWithUnit && !sUnit.empty() ? sText + " " + sUnit : sText;
+    if (rValue.IsObject()) {
+        const std::optional<double> oValue = rValue["value"].Number();
+        if (!oValue) return "-";
+        const std::string& rsUnit = rValue["unit"].Text();
+        const std::string sText = g_FormatValue(*oValue, rsUnit);
+        return bWithUnit && !rsUnit.empty() ? sText + " " + rsUnit : sText;
     }
-    if (rValue.is_null()) return "-";
-    if (rValue.is_boolean()) return rValue.get<bool>() ? "yes" : "no";
-    if (rValue.is_number()) return g_Trimmed(rValue.get<double>(), 4);
-    return rValue.get<std::string>();
+    if (rValue.IsNull()) return "-";
+    if (rValue.IsFlag()) return rValue.Flag() ? "yes" : "no";
+    if (const std::optional<double> oNumber = rValue.Number()) return g_Trimmed(*oNumber, 4);
+    return rValue.Text();
 }
 
 }  // namespace vxttools

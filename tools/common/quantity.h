@@ -1,13 +1,12 @@
 // One reading with all that belongs to it, so that no bare number (and no stand-in for a missing one) leaves the tools.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
-namespace vxttools {
+#include "common/json.h"
 
-using CJson = nlohmann::ordered_json;
+namespace vxttools {
 
 /// What a reading can be on sane hardware. Failed readings arrive in-band (0, -1, -9999): none of them is a value.
 struct CPlausible {
@@ -17,14 +16,14 @@ struct CPlausible {
 
 /// Where a setting may lie, as far as it is known.
 struct CLimits {
-    std::optional<double> dMinimum = std::nullopt, dMaximum = std::nullopt;
+    std::optional<double> oMinimum = std::nullopt, oMaximum = std::nullopt;
 };
 
 struct CQuantity {
     std::string sId;  ///< stable path, "/cpu/0/core_voltage"
     std::string sLabel;
     std::string sUnit;  ///< "MHz", "V", "°C", "%"; empty for a plain number
-    std::optional<double> dValue = std::nullopt;
+    std::optional<double> oValue = std::nullopt;
     bool bOutOfRange = false;
     std::string sReason = {};  ///< why there is no value
     CLimits Limits = {};
@@ -35,6 +34,8 @@ struct CQuantity {
 };
 
 CJson g_ToJson(const CLimits& rLimits);
+/// Without the last binary digits, which no instrument here has: 1.3250000000000002 is 1.325.
+CJson g_ToJson(const std::optional<double>& oValue);
 
 /// A number as the unit is usually written: MHz with one decimal, volts with four.
 std::string g_FormatValue(double dValue, const std::string& sUnit);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-void _Append(std::string& rsText, char32_t uCode) {
+void g_Append(std::string& rsText, char32_t uCode) {
     const auto Put = [&](char32_t uByte) { rsText.push_back(static_cast<char>(uByte)); };
     if (uCode < 0x80) return Put(uCode);
     if (uCode < 0x800) return Put(0xC0 | uCode >> 6), Put(0x80 | (uCode & 0x3F));
@@ -19,17 +19,17 @@ void _Append(std::string& rsText, char32_t uCode) {
         Put(0x80 | (uCode & 0x3F));
 }
 
-bool _IsSurrogate(char32_t uCode) { return uCode >= 0xD800 && uCode < 0xE000; }
-bool _IsControl(char32_t uCode) { return uCode < 0x20 || (uCode >= 0x7F && uCode < 0xA0); }
+bool g_IsSurrogate(char32_t uCode) { return uCode >= 0xD800 && uCode < 0xE000; }
+bool g_IsControl(char32_t uCode) { return uCode < 0x20 || (uCode >= 0x7F && uCode < 0xA0); }
 
 /// Next code point at `rpszText`, which is advanced.
-char32_t _Next(const wchar_t*& rpszText) {
+char32_t g_Next(const wchar_t*& rpszText) {
     const auto Unit = [](wchar_t cUnit) {
         return sizeof(wchar_t) == 2 ? static_cast<char32_t>(static_cast<uint16_t>(cUnit))
                                     : static_cast<char32_t>(cUnit);
     };
     const char32_t uFirst = Unit(*rpszText++);
-    if (uFirst < 0xD800 || uFirst >= 0xDC00) return _IsSurrogate(uFirst) || uFirst > 0x10FFFF ? kReplacement : uFirst;
+    if (uFirst < 0xD800 || uFirst >= 0xDC00) return g_IsSurrogate(uFirst) || uFirst > 0x10FFFF ? kReplacement : uFirst;
     if (sizeof(wchar_t) != 2) return kReplacement;
     const char32_t uSecond = Unit(*rpszText);
     if (uSecond < 0xDC00 || uSecond >= 0xE000) return kReplacement;
@@ -37,7 +37,7 @@ char32_t _Next(const wchar_t*& rpszText) {
     return 0x10000 + ((uFirst - 0xD800) << 10) + (uSecond - 0xDC00);
 }
 
-std::string _Format(const char* pszFormat, auto... Arguments) {
+std::string g_Format(const char* pszFormat, auto... Arguments) {
     char szText[400];  // the longest double has 309 digits before the point
     const int nLength = std::snprintf(szText, sizeof szText, pszFormat, Arguments...);
     return std::string(szText, static_cast<size_t>(std::clamp(nLength, 0, static_cast<int>(sizeof szText) - 1)));
@@ -49,8 +49,8 @@ std::string g_Utf8(const wchar_t* pszText) {
     std::string sText;
     if (!pszText) return sText;
     while (*pszText) {
-        const char32_t uCode = _Next(pszText);
-        _Append(sText, _IsControl(uCode) ? kReplacement : uCode);
+        const char32_t uCode = g_Next(pszText);
+        g_Append(sText, g_IsControl(uCode) ? kReplacement : uCode);
     }
     const size_t uBegin = sText.find_first_not_of(' ');
     return uBegin == std::string::npos ? "" : sText.substr(uBegin, sText.find_last_not_of(' ') + 1 - uBegin);
@@ -70,7 +70,7 @@ std::string g_Lower(std::string sText) {
 }
 
 std::string g_Trimmed(double dValue, int nDecimals) {
-    std::string sText = _Format("%.*f", nDecimals, dValue);
+    std::string sText = g_Format("%.*f", nDecimals, dValue);
     if (sText.find('.') != std::string::npos) sText.erase(sText.find_last_not_of('0') + 1);
     if (sText.ends_with('.')) sText.pop_back();
     return sText == "-0" ? "0" : sText;
@@ -84,20 +84,20 @@ std::optional<uint32_t> g_ParseUnsigned(std::string_view sText) {
 }
 
 std::string g_Hex(uint64_t ullValue, int nDigits) {
-    return _Format("%0*llx", nDigits, static_cast<unsigned long long>(ullValue));
+    return g_Format("%0*llx", nDigits, static_cast<unsigned long long>(ullValue));
 }
 
 std::string g_HexString(std::span<const uint8_t> Data) {
     std::string sText;
-    for (const uint8_t ucByte : Data) sText += _Format("%02x", ucByte);
+    for (const uint8_t ucByte : Data) sText += g_Format("%02x", ucByte);
     return sText;
 }
 
 std::string g_HexDump(std::span<const uint8_t> Data) {
     std::string sDump;
     for (size_t i = 0; i < Data.size(); ++i) {
-        if (i % 16 == 0) sDump += (i ? "\n" : "") + _Format("%02zx:", i);
-        sDump += _Format(" %02x", Data[i]);
+        if (i % 16 == 0) sDump += (i ? "\n" : "") + g_Format("%02zx:", i);
+        sDump += g_Format(" %02x", Data[i]);
     }
     return Data.empty() ? sDump : sDump + "\n";
 }

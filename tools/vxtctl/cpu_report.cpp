@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "common/console.h"
+#include "common/core_tables.h"
 #include "common/exit_code.h"
 #include "common/text.h"
 #include "device_types.h"
@@ -14,6 +15,7 @@
 namespace vxtctl {
 
 using vxtapi::CCPU;
+using vxttools::CCells;
 using vxttools::CDocument;
 using vxttools::CFailure;
 using vxttools::CJson;
@@ -33,31 +35,31 @@ constexpr CPlausible kPstateNumber{0, 7, true};  // three bits of a register
 constexpr CPlausible kTemperature{0.0001, 150};  // revision F counts unsigned: below zero it reads 4294967000 and more
 
 /// The first K8 generation keeps an offset where all later processors keep a temperature.
-bool _HasTripOffset(CCPU& rCpu) {
+bool g_HasTripOffset(CCPU& rCpu) {
     return rCpu.GetFamily() == 0xF && rCpu.GetExtendedFamily() == 0 && rCpu.GetExtendedModel() <= 2;
 }
 
-double _Temperature(CCPU& rCpu) {
+double g_Temperature(CCPU& rCpu) {
     double dTemperature = 0;
-    if (_HasTripOffset(rCpu)) return dTemperature;
+    if (g_HasTripOffset(rCpu)) return dTemperature;
     if (const void* pThermal = rCpu.GetThermTrip()) std::memcpy(&dTemperature, pThermal, sizeof dTemperature);
     return dTemperature;
 }
 
-double _TripOffset(CCPU& rCpu) {
+double g_TripOffset(CCPU& rCpu) {
     int32_t nOffset = 0;
-    const void* pThermal = _HasTripOffset(rCpu) ? rCpu.GetThermTrip() : nullptr;
+    const void* pThermal = g_HasTripOffset(rCpu) ? rCpu.GetThermTrip() : nullptr;
     if (!pThermal) return -9999;  // zero is an offset
     std::memcpy(&nOffset, pThermal, sizeof nOffset);
     return nOffset;
 }
 
-double _CurrentPstate(CCPU& rCpu) {
+double g_CurrentPstate(CCPU& rCpu) {
     const uint32_t uPstate = g_HasPstates(rCpu) ? rCpu.GetCurPstate() : 0xFFFFFFFF;
     return uPstate == 0xFFFFFFFF ? -1.0 : uPstate;
 }
 
-double _MaxPstate(CCPU& rCpu) { return g_HasPstates(rCpu) ? rCpu.GetMaxPstate() : -1.0; }
+double g_MaxPstate(CCPU& rCpu) { return g_HasPstates(rCpu) ? rCpu.GetMaxPstate() : -1.0; }
 
 struct CReadingRow {
     const char* pszKey;
@@ -76,10 +78,10 @@ constexpr CReadingRow kReadings[] = {
     {"max_ramp_voltage", "Maximum ramp voltage", "V", kVoltage, [](CCPU& r) { return r.GetMaxRampVoltage(); }},
     {"nb_multiplier", "North-bridge multiplier", "", kMultiplier, [](CCPU& r) { return r.GetCurrentNBMultiplier(); }},
     {"nb_voltage", "North-bridge voltage", "V", kVoltage, [](CCPU& r) { return r.GetCurrentNBVoltage(); }},
-    {"current_pstate", "Current P-state", "", kPstateNumber, _CurrentPstate},
-    {"max_pstate", "Highest P-state number", "", kPstateNumber, _MaxPstate},
-    {"temperature", "Temperature", "°C", kTemperature, _Temperature},
-    {"thermal_trip_offset", "Thermal trip offset", "", {-63, 63, true}, _TripOffset},
+    {"current_pstate", "Current P-state", "", kPstateNumber, g_CurrentPstate},
+    {"max_pstate", "Highest P-state number", "", kPstateNumber, g_MaxPstate},
+    {"temperature", "Temperature", "°C", kTemperature, g_Temperature},
+    {"thermal_trip_offset", "Thermal trip offset", "", {-63, 63, true}, g_TripOffset},
 };
 
 struct CPstateReadingRow {
@@ -106,13 +108,13 @@ constexpr CPstateFieldRow kPstateFields[] = {
     {"nb_vid", &vxtapi::CPstate::dNbVid},    {"idd_div", &vxtapi::CPstate::dIddDiv},
 };
 
-std::optional<double> _Judged(double dRaw, const CPlausible& rPlausible) {
+std::optional<double> g_Judged(double dRaw, const CPlausible& rPlausible) {
     CQuantity Quantity;
     Quantity.Judge(dRaw, rPlausible);
-    return Quantity.dValue;
+    return Quantity.oValue;
 }
 
-std::vector<CQuantity> _ReadCore(CCPU& rCpu, const std::string& sPath) {
+std::vector<CQuantity> g_ReadCore(CCPU& rCpu, const std::string& sPath) {
     std::vector<CQuantity> Quantities{{sPath + "/reference_clock", "Reference clock (core clock / multiplier)", "MHz"}};
     for (const auto& [pszKey, pszLabel, pszUnit, rPlausible, pRead] : kReadings) {
         CQuantity& rQuantity = Quantities.emplace_back(CQuantity{sPath + "/" + pszKey, pszLabel, pszUnit});
@@ -122,20 +124,23 @@ std::vector<CQuantity> _ReadCore(CCPU& rCpu, const std::string& sPath) {
         return std::ranges::find(Quantities, sPath + "/" + pszKey, &CQuantity::sId);
     };
     // The library measures it but does not hand it out.
-    const std::optional<double> oClock = Value("core_clock")->dValue, oMultiplier = Value("multiplier")->dValue;
+    const std::optional<double> oClock = Value("core_clock")->oValue, oMultiplier = Value("multiplier")->oValue;
     Quantities.front().Judge(oClock && oMultiplier ? *oClock / *oMultiplier : 0, {1, 2'000});
-    if (rCpu.IsMultiplierLimited()) Value("multiplier")->Limits.dMaximum = Value("max_multiplier")->dValue;
-    if (const auto oMaximum = Value("max_pstate")->dValue) Value("current_pstate")->Limits = {0, oMaximum};
+    if (rCpu.IsMultiplierLimited())
+        Value("multiplier")->Limits.oMaximum = Value("max_multiplier")->oValue;
+    else if (rCpu.GetMaxMultiplier() == 0)
+        Value("max_multiplier")->sReason = "this processor states no limit";
+    if (const auto oMaximum = Value("max_pstate")->oValue) Value("current_pstate")->Limits = {0, oMaximum};
     return Quantities;
 }
 
-CJson _ReadPstate(CCPU& rCpu, uint32_t uPstate, const std::string& sPath) {
+CJson g_ReadPstate(CCPU& rCpu, uint32_t uPstate, const std::string& sPath) {
     vxtapi::CPstate State{};
     const bool bRead = rCpu.GetPstate(uPstate, &State);
-    CJson Pstate{{"id", sPath}, {"number", uPstate}, {"enabled", bRead ? CJson(State.bPstateEn) : CJson(nullptr)}};
+    CJson Pstate{{"id", sPath}, {"number", uPstate}, {"enabled", bRead ? CJson(State.bPstateEn != 0) : nullptr}};
     for (const auto& [pszKey, pField] : kPstateFields)
         Pstate[pszKey] =
-            bRead && State.*pField >= 0 && State.*pField <= 255 ? CJson(std::lround(State.*pField)) : CJson(nullptr);
+            bRead && State.*pField >= 0 && State.*pField <= 255 ? CJson(std::lround(State.*pField)) : nullptr;
     for (const auto& [pszKey, pszLabel, pszUnit, rPlausible, pField] : kPstateReadings) {
         CQuantity Quantity{sPath + "/" + pszKey, pszLabel, pszUnit};
         Quantity.Judge(bRead ? State.*pField : 0, rPlausible);
@@ -144,62 +149,12 @@ CJson _ReadPstate(CCPU& rCpu, uint32_t uPstate, const std::string& sPath) {
     return Pstate;
 }
 
-CJson _ReadPstates(CCPU& rCpu, const std::string& sPath) {
-    CJson Pstates = CJson::array();
+CJson g_ReadPstates(CCPU& rCpu, const std::string& sPath) {
+    CJson Pstates = CJson::Array();
     if (!g_HasPstates(rCpu)) return Pstates;
     const uint32_t uLast = std::min(rCpu.GetMaxPstate(), 7u);
-    for (uint32_t i = 0; i <= uLast; ++i)
-        Pstates.push_back(_ReadPstate(rCpu, i, sPath + "/pstate/" + std::to_string(i)));
+    for (uint32_t i = 0; i <= uLast; ++i) Pstates.Push(g_ReadPstate(rCpu, i, sPath + "/pstate/" + std::to_string(i)));
     return Pstates;
-}
-
-/// The rows of several cores, told once where they are equal: ("0-3", rows).
-using CSharedRows = std::vector<std::pair<std::string, std::vector<std::vector<std::string>>>>;
-
-CSharedRows _ShareRows(const CJson& rCores,
-                       const std::function<std::vector<std::vector<std::string>>(const CJson&)>& rRows) {
-    CSharedRows Shared;
-    std::string sFirst;
-    for (const CJson& rCore : rCores) {
-        const std::string sIndex = g_Cell(rCore.at("index"));
-        std::vector<std::vector<std::string>> Rows = rRows(rCore);
-        if (!Shared.empty() && Shared.back().second == Rows) {
-            Shared.back().first = sFirst + "-" + sIndex;
-        } else {
-            sFirst = sIndex;
-            Shared.emplace_back(sIndex, std::move(Rows));
-        }
-    }
-    return Shared;
-}
-
-std::string _CoreTitle(const std::string& sCores) {
-    return (sCores.find('-') == std::string::npos ? "core " : "cores ") + sCores;
-}
-
-void _AddPstateTables(CDocument& rDocument) {
-    const auto Rows = [](const CJson& rCore) {
-        std::vector<std::vector<std::string>> Cells;
-        for (const CJson& rPstate : rCore.at("pstates")) {
-            std::vector<std::string>& rRow = Cells.emplace_back();
-            rRow = {g_Cell(rPstate.at("number")), g_Cell(rPstate.at("enabled"))};
-            for (const CPstateReadingRow& rReading : kPstateReadings)
-                rRow.push_back(g_Cell(rPstate.at(rReading.pszKey), true));
-            for (const CPstateFieldRow& rField : kPstateFields) rRow.push_back(g_Cell(rPstate.at(rField.pszKey)));
-        }
-        return Cells;
-    };
-    for (auto& [sCores, rRows] : _ShareRows(std::as_const(rDocument)["cores"], Rows)) {
-        if (rRows.empty()) continue;  // a family without P-states
-        rDocument.AddTable({"P-states, " + _CoreTitle(sCores) + " (clocks at a 200 MHz reference)",
-                            {">Number", "Enabled", ">Core clock", ">Core voltage", ">NB clock", ">NB voltage", ">FID",
-                             ">DID", ">VID", ">NB DID", ">NB VID", ">Idd div"},
-                            std::move(rRows)});
-    }
-}
-
-std::string _BoostText(const CJson& rBoost) {
-    return !rBoost.at("supported").get<bool>() ? "not supported" : rBoost.at("enabled").get<bool>() ? "on" : "off";
 }
 
 }  // namespace
@@ -209,9 +164,9 @@ bool g_HasPstates(CCPU& rCpu) {
     return rCpu.GetMaxPstate() > 0 || rCpu.GetPstate(0, &State);  // families without them answer 0 and false
 }
 
-std::optional<double> g_ReadMultiplier(CCPU& rCpu) { return _Judged(rCpu.GetCurrentMultiplier(), kMultiplier); }
-std::optional<double> g_ReadVoltage(CCPU& rCpu) { return _Judged(rCpu.GetCurrentVoltage(), kVoltage); }
-std::optional<double> g_ReadCurrentPstate(CCPU& rCpu) { return _Judged(_CurrentPstate(rCpu), kPstateNumber); }
+std::optional<double> g_ReadMultiplier(CCPU& rCpu) { return g_Judged(rCpu.GetCurrentMultiplier(), kMultiplier); }
+std::optional<double> g_ReadVoltage(CCPU& rCpu) { return g_Judged(rCpu.GetCurrentVoltage(), kVoltage); }
+std::optional<double> g_ReadCurrentPstate(CCPU& rCpu) { return g_Judged(g_CurrentPstate(rCpu), kPstateNumber); }
 
 std::vector<CInventoryEntry> g_SelectCores(const CHostLibrary& rLibrary, std::optional<uint32_t> oCore) {
     std::vector<CInventoryEntry> Cores = rLibrary.Devices(vxtapi::kDeviceCpu);
@@ -231,89 +186,85 @@ void g_AddCores(CDocument& rDocument, const std::vector<CInventoryEntry>& rCores
     for (const CInventoryEntry& rCore : rCores) Cpu(rCore).GetCurrentUsage();  // usage counts from call to call
     const CClock::time_point Begin = CClock::now();
 
-    CJson& rArray = rDocument["cores"] = CJson::array();
+    CJson& rArray = rDocument["cores"] = CJson::Array();
     for (const CInventoryEntry& rCore : rCores) {
         if (vxttools::g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted");
         CCPU& rCpu = Cpu(rCore);
         const std::string sPath = g_DevicePath(vxtapi::kDeviceCpu, rCore.uIndex);
-        CJson Readings = CJson::array();
-        for (const CQuantity& rQuantity : _ReadCore(rCpu, sPath)) Readings.push_back(rQuantity.ToJson());
+        CJson Readings = CJson::Array();
+        for (const CQuantity& rQuantity : g_ReadCore(rCpu, sPath)) Readings.Push(rQuantity.ToJson());
         bool bSupported = false, bEnabled = false;
         rCpu.GetBoostState(&bSupported, &bEnabled);
-        rArray.push_back({{"id", sPath},
-                          {"index", rCore.uIndex},
-                          {"name", g_Utf8(rCpu.GetName())},
-                          {"brand", g_Utf8(rCpu.GetModel())},
-                          {"description", g_Utf8(rCpu.GetDescription())},
-                          {"vendor", g_Utf8(rCpu.GetVendor())},
-                          {"version", rCpu.GetVersion()},
-                          {"family", rCpu.GetFamily()},
-                          {"extended_family", rCpu.GetExtendedFamily()},
-                          {"model", rCpu.GetModelNumber()},
-                          {"extended_model", rCpu.GetExtendedModel()},
-                          {"stepping", rCpu.GetStepping()},
-                          {"multiplier_limited", rCpu.IsMultiplierLimited()},
-                          {"boost", {{"supported", bSupported}, {"enabled", bEnabled}}},
-                          {"readings", Readings},
-                          {"pstates", _ReadPstates(rCpu, sPath)}});
+        rArray.Push({{"id", sPath},
+                     {"index", rCore.uIndex},
+                     {"name", g_Utf8(rCpu.GetName())},
+                     {"brand", g_Utf8(rCpu.GetModel())},
+                     {"description", g_Utf8(rCpu.GetDescription())},
+                     {"vendor", g_Utf8(rCpu.GetVendor())},
+                     {"version", rCpu.GetVersion()},
+                     {"family", rCpu.GetFamily()},
+                     {"extended_family", rCpu.GetExtendedFamily()},
+                     {"model", rCpu.GetModelNumber()},
+                     {"extended_model", rCpu.GetExtendedModel()},
+                     {"stepping", rCpu.GetStepping()},
+                     {"multiplier_limited", rCpu.IsMultiplierLimited()},
+                     {"boost", {{"supported", bSupported}, {"enabled", bEnabled}}},
+                     {"readings", Readings},
+                     {"pstates", g_ReadPstates(rCpu, sPath)}});
     }
 
     std::this_thread::sleep_until(Begin + kUsageWindow);
     for (size_t i = 0; i < rCores.size(); ++i) {
-        CQuantity Usage{rArray[i].at("id").get<std::string>() + "/usage", "Usage", "%"};
+        CQuantity Usage{rArray.Items()[i]["id"].Text() + "/usage", "Usage", "%"};
         Usage.Limits = {0, 100};
         Usage.Judge(std::floor(Cpu(rCores[i]).GetCurrentUsage()),
                     {0, 100, true});  // comes with 0.5 added: for rounding
-        rArray[i].at("readings").push_back(Usage.ToJson());
+        rArray.Items()[i]["readings"].Push(Usage.ToJson());
     }
 }
 
-void g_AddCoreTables(CDocument& rDocument) {
-    const CJson& rCores = std::as_const(rDocument)["cores"];
-    const auto Identification = [](const CJson& rCore) {
-        std::vector<std::vector<std::string>> Rows;
-        for (const char* pszKey : {"brand", "description", "vendor", "name", "version"})
-            Rows.push_back({"  " + std::string(pszKey), g_Cell(rCore.at(pszKey))});
-        Rows.push_back({"  multiplier limit", rCore.at("multiplier_limited").get<bool>() ? "rated maximum" : "none"});
-        Rows.push_back({"  boost", _BoostText(rCore.at("boost"))});
-        return Rows;
-    };
-    for (auto& [sCores, rRows] : _ShareRows(rCores, Identification))
-        rDocument.AddTable({"Processor, " + _CoreTitle(sCores), {"", ""}, std::move(rRows)});
-
-    constexpr size_t kCoresPerTable = 8;  // fits a terminal of ordinary width
-    for (size_t uFirst = 0; uFirst < rCores.size(); uFirst += kCoresPerTable) {
-        const size_t uEnd = std::min(uFirst + kCoresPerTable, rCores.size());
-        CTextTable Table{"Readings", {"", ""}};
-        for (size_t i = uFirst; i < uEnd; ++i) Table.Columns.push_back(">Core " + g_Cell(rCores[i].at("index")));
-        for (size_t uReading = 0; uReading < rCores[uFirst].at("readings").size(); ++uReading) {
-            const CJson& rReading = rCores[uFirst].at("readings")[uReading];
-            std::vector<std::string>& rRow = Table.Rows.emplace_back();
-            rRow = {"  " + g_Cell(rReading.at("label")), g_Cell(rReading.at("unit"))};
-            for (size_t i = uFirst; i < uEnd; ++i) rRow.push_back(g_Cell(rCores[i].at("readings")[uReading]));
+void g_AddPstateTables(CDocument& rDocument) {
+    const auto Rows = [](const CJson& rCore) {
+        CCells Cells;
+        for (const CJson& rPstate : rCore["pstates"].Items()) {
+            std::vector<std::string>& rRow = Cells.emplace_back();
+            rRow = {g_Cell(rPstate["number"]), g_Cell(rPstate["enabled"])};
+            for (const CPstateReadingRow& rReading : kPstateReadings)
+                rRow.push_back(g_Cell(rPstate[rReading.pszKey], true));
+            for (const CPstateFieldRow& rField : kPstateFields) rRow.push_back(g_Cell(rPstate[rField.pszKey]));
         }
-        rDocument.AddTable(std::move(Table));
+        return Cells;
+    };
+    for (auto& [sCores, rRows] : vxttools::g_ShareRows(std::as_const(rDocument)["cores"], Rows)) {
+        if (rRows.empty()) continue;  // a family without P-states
+        rDocument.AddTable({"P-states, " + vxttools::g_CoreTitle(sCores) + " (clocks at a 200 MHz reference)",
+                            {">Number", "Enabled", ">Core clock", ">Core voltage", ">NB clock", ">NB voltage", ">FID",
+                             ">DID", ">VID", ">NB DID", ">NB VID", ">Idd div"},
+                            std::move(rRows)});
     }
-    _AddPstateTables(rDocument);
+}
+
+std::string g_BoostText(const CJson& rBoost) {
+    return !rBoost["supported"].Flag() ? "not supported" : rBoost["enabled"].Flag() ? "on" : "off";
 }
 
 void g_AddCoreOverview(CDocument& rDocument) {
     CTextTable Table{
         "Cores",
         {"Core", ">Clock", ">Reference", ">Multiplier", ">Voltage", ">P-state", ">Temperature", "Boost", "Brand"}};
-    for (const CJson& rCore : std::as_const(rDocument)["cores"]) {
+    for (const CJson& rCore : std::as_const(rDocument)["cores"].Items()) {
         const auto Reading = [&](const char* pszKey) {
-            const std::string sId = rCore.at("id").get<std::string>() + "/" + pszKey;
-            for (const CJson& rReading : rCore.at("readings"))
-                if (rReading.at("id") == sId) return g_Cell(rReading, true);
+            const std::string sId = rCore["id"].Text() + "/" + pszKey;
+            for (const CJson& rReading : rCore["readings"].Items())
+                if (rReading["id"].Text() == sId) return g_Cell(rReading, true);
             return std::string("-");
         };
-        Table.Rows.push_back({g_Cell(rCore.at("index")), Reading("core_clock"), Reading("reference_clock"),
+        Table.Rows.push_back({g_Cell(rCore["index"]), Reading("core_clock"), Reading("reference_clock"),
                               Reading("multiplier"), Reading("core_voltage"), Reading("current_pstate"),
-                              Reading("temperature"), _BoostText(rCore.at("boost")), g_Cell(rCore.at("brand"))});
+                              Reading("temperature"), g_BoostText(rCore["boost"]), g_Cell(rCore["brand"])});
     }
     rDocument.AddTable(std::move(Table));
-    _AddPstateTables(rDocument);
+    g_AddPstateTables(rDocument);
 }
 
 }  // namespace vxtctl

@@ -11,8 +11,9 @@ std::vector<CInventoryEntry> g_SelectCores(const CHostLibrary& rLibrary, std::op
 
 /// Reads the cores into the array "cores".
 void g_AddCores(vxttools::CDocument& rDocument, const std::vector<CInventoryEntry>& rCores);
-/// Everything about them; what several cores share is told once.
-void g_AddCoreTables(vxttools::CDocument& rDocument);
+std::string g_BoostText(const vxttools::CJson& rBoost);
+/// The P-states as tables.
+void g_AddPstateTables(vxttools::CDocument& rDocument);
 /// One row per core, and the P-states.
 void g_AddCoreOverview(vxttools::CDocument& rDocument);
 

@@ -68,19 +68,19 @@ struct CFirmwareDevice {
 };
 
 /// Reads the value and takes over what the firmware says of it.
-void _Add(CFirmwareDevice& rDevice, CFirmwareSetting Setting, const FirmwareLimits& rLimits) {
+void g_Add(CFirmwareDevice& rDevice, CFirmwareSetting Setting, const FirmwareLimits& rLimits) {
     const auto Told = [](double d) { return d > 0 ? std::optional(d) : std::nullopt; };
     CSetting& rSetting = Setting.Setting;
     rSetting.dTolerance = kHalfUnit;
     rSetting.Limits = {Told(rLimits.dMinimum), Told(rLimits.dMaximum)};
-    if (rSetting.Limits.dMaximum && rLimits.dMinimum > rLimits.dMaximum) rSetting.Limits = {};  // they rule all out
+    if (rSetting.Limits.oMaximum && rLimits.dMinimum > rLimits.dMaximum) rSetting.Limits = {};  // they rule all out
     rSetting.oDefault = Told(rLimits.dDefault);
     rSetting.oStep = Told(rLimits.dStep);
     rSetting.Judge(Setting.Read(), Setting.Plausible);
     rDevice.Settings.push_back(std::move(Setting));
 }
 
-std::vector<double> _List(CClockGenerator& rGenerator, CListOperation pList) {
+std::vector<double> g_List(CClockGenerator& rGenerator, CListOperation pList) {
     uint32_t uSize = 0;
     if (!pList || !(rGenerator.*pList)(nullptr, uSize) || uSize > kLongestList) return {};
     std::vector<double> Values(uSize);
@@ -90,7 +90,7 @@ std::vector<double> _List(CClockGenerator& rGenerator, CListOperation pList) {
     return Values;
 }
 
-CFirmwareDevice _Clocks(const CHostLibrary& rLibrary) {
+CFirmwareDevice g_Clocks(const CHostLibrary& rLibrary) {
     const std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceClockGen);
     if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine's firmware offers no clock generator");
     CFirmwareDevice Device{Devices.front(), "clock generator"};
@@ -100,16 +100,16 @@ CFirmwareDevice _Clocks(const CHostLibrary& rLibrary) {
                                kClock,
                                [&rGenerator, pRead = rRow.pRead] { return (rGenerator.*pRead)(); },
                                [&rGenerator, pWrite = rRow.pWrite](double d) { return (rGenerator.*pWrite)(d); }};
-        Clock.Setting.Legal = _List(rGenerator, rRow.pList);
+        Clock.Setting.Legal = g_List(rGenerator, rRow.pList);
         FirmwareLimits Limits{};
         (void)rGenerator.GetClockLimits(rRow.eWhich, &Limits);  // stays zero, which means not told
-        _Add(Device, std::move(Clock), Limits);
+        g_Add(Device, std::move(Clock), Limits);
     }
     return Device;
 }
 
 /// "CPU VDD (core)" -> "cpu_vdd_core"; a name that others have already gets a number behind it.
-std::string _Key(const std::string& sName, const std::vector<CFirmwareSetting>& rOthers) {
+std::string g_Key(const std::string& sName, const std::vector<CFirmwareSetting>& rOthers) {
     std::string sKey;
     for (const char c : sName) {
         const bool bUpper = c >= 'A' && c <= 'Z', bPlain = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
@@ -126,7 +126,7 @@ std::string _Key(const std::string& sName, const std::vector<CFirmwareSetting>& 
     return sUnique;
 }
 
-CFirmwareDevice _Voltages(const CHostLibrary& rLibrary) {
+CFirmwareDevice g_Voltages(const CHostLibrary& rLibrary) {
     std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceCustomerPwm);  // it has the board's own, too
     if (Devices.empty()) Devices = rLibrary.Devices(vxtapi::kDeviceDefaultPwm);
     if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine's firmware offers no voltage controller");
@@ -137,17 +137,17 @@ CFirmwareDevice _Voltages(const CHostLibrary& rLibrary) {
         const std::string sName = vxttools::g_Utf8(rController.GetVoltageName(i));
         FirmwareLimits Limits{};
         (void)rController.GetVoltageLimits(i, &Limits);
-        _Add(Device,
-             {{_Key(sName, Device.Settings), sName, "V"},
-              kVoltage,
-              [&rController, i] { return rController.GetVoltage(i); },
-              [&rController, i](double d) { return rController.SetVoltage(i, d); }},
-             Limits);
+        g_Add(Device,
+              {{g_Key(sName, Device.Settings), sName, "V"},
+               kVoltage,
+               [&rController, i] { return rController.GetVoltage(i); },
+               [&rController, i](double d) { return rController.SetVoltage(i, d); }},
+              Limits);
     }
     return Device;
 }
 
-void _Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& rDevice) {
+void g_Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& rDevice) {
     const std::vector<CSetting> Settings = rDevice.Plain();
     rDocument["device"] = rDevice.Path();
     rDocument[pszArray] = g_SettingsToJson(Settings, rDevice.Path());
@@ -157,7 +157,7 @@ void _Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& 
                       Settings);
 }
 
-CChangePlan _Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment>& rAssignments, bool bForce) {
+CChangePlan g_Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment>& rAssignments, bool bForce) {
     const std::vector<CSetting> Settings = rDevice.Plain();
     CChangePlan Plan;
     for (const CAssignment& rAssignment : rAssignments) {
@@ -169,7 +169,7 @@ CChangePlan _Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment>
         Change.Read = [Read = it->Read, Plausible = it->Plausible] {
             CSetting Now;
             Now.Judge(Read(), Plausible);
-            return Now.dValue;
+            return Now.oValue;
         };
         Change.Write = [Write = it->Write, dValue = rAssignment.dValue] { return Write(dValue); };
         Plan.Add(std::move(Change));
@@ -180,21 +180,21 @@ CChangePlan _Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment>
 }  // namespace
 
 void g_AddClocks(CDocument& rDocument, const CHostLibrary& rLibrary) {
-    _Report(rDocument, "clocks", _Clocks(rLibrary));
+    g_Report(rDocument, "clocks", g_Clocks(rLibrary));
 }
 
 void g_AddVoltages(CDocument& rDocument, const CHostLibrary& rLibrary) {
-    _Report(rDocument, "voltages", _Voltages(rLibrary));
+    g_Report(rDocument, "voltages", g_Voltages(rLibrary));
 }
 
 CChangePlan g_PlanClockChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
                                bool bForce) {
-    return _Plan(_Clocks(rLibrary), rAssignments, bForce);
+    return g_Plan(g_Clocks(rLibrary), rAssignments, bForce);
 }
 
 CChangePlan g_PlanVoltageChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
                                  bool bForce) {
-    return _Plan(_Voltages(rLibrary), rAssignments, bForce);
+    return g_Plan(g_Voltages(rLibrary), rAssignments, bForce);
 }
 
 }  // namespace vxtctl

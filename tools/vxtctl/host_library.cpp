@@ -1,5 +1,7 @@
 #include "host_library.h"
 
+#include <algorithm>
+
 #include "common/console.h"
 #include "common/exit_code.h"
 #include "device_types.h"
@@ -9,19 +11,24 @@ namespace vxtctl {
 using vxttools::CFailure;
 using vxttools::EExit;
 
-CHostLibrary::CHostLibrary(const std::string& sPath, bool bLog) {
-    const std::filesystem::path Path =
-        sPath.empty() ? vxttools::g_ExecutableFolder() / vxttools::kLibraryFileName : vxttools::g_Path(sPath);
+CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
+    const std::filesystem::path Path = rOptions.oLibrary ? vxttools::g_Path(*rOptions.oLibrary)
+                                                         : vxttools::g_ExecutableFolder() / vxttools::kLibraryFileName;
     std::string sReason;
     m_sPath = Path.string();
     if (!m_Library.Open(Path, sReason)) throw CFailure(EExit::kNoLibrary, "cannot load the library: " + sReason);
     _Bind(m_pInit, "InitVXTAPI");
     _Bind(m_pUnInit, "UnInitVXTAPI");
     _Bind(m_pGetDeviceManager, "GetDeviceManager");
-    if (m_pInit(bLog)) return;
+    if (m_pInit(rOptions.bLog)) return;
     m_pUnInit();  // a failed start leaves its earlier steps standing
     throw CFailure(EExit::kNoLibrary, "the library did not start: no driver, no rights or no known hardware; " +
-                                          std::string(bLog ? "see the log below ./Logs" : "--log tells why"));
+                                          std::string(rOptions.bLog ? "see the log below ./Logs" : "--log tells why"));
+}
+
+std::string g_DevicePath(vxtapi::eDeviceType eType, uint32_t uIndex) {
+    const auto pType = std::ranges::find(kDeviceTypes, eType, &CDeviceTypeName::eType);
+    return "/" + std::string(pType->pszWord) + "/" + std::to_string(uIndex);
 }
 
 CHostLibrary::~CHostLibrary() { m_pUnInit(); }

@@ -3,9 +3,9 @@
 
 #include <vxtapi/vxtapi.h>
 
-#include <functional>
 #include <string>
 
+#include "common/command.h"
 #include "common/library_loader.h"
 
 namespace vxtctl {
@@ -19,8 +19,9 @@ struct CInventoryEntry {
 
 class CHostLibrary {
 public:
-    /// Loads and starts the library; `sPath` empty: the one beside this tool. Ends the command when that fails.
-    CHostLibrary(const std::string& sPath, bool bLog);
+    /// Loads and starts the library: the one that is named, else the one beside this tool. Ends the command when that
+    /// fails.
+    explicit CHostLibrary(const vxttools::CGlobalOptions& rOptions);
     CHostLibrary(const CHostLibrary&) = delete;
     ~CHostLibrary();
 

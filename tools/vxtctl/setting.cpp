@@ -19,45 +19,45 @@ namespace {
 
 constexpr double kSame = 1e-5;  ///< values closer than this are one to the hardware's tables
 
-bool _IsSame(double a, double b) { return std::abs(a - b) < kSame; }
+bool g_IsSame(double a, double b) { return std::abs(a - b) < kSame; }
 
-std::string _Text(const CSetting& rSetting, double dValue) {
+std::string g_Text(const CSetting& rSetting, double dValue) {
     return rSetting.bSwitch ? (dValue != 0 ? "on" : "off") : g_Trimmed(dValue, 4);
 }
 
-bool _HasLimits(const CSetting& rSetting) { return rSetting.Limits.dMinimum || rSetting.Limits.dMaximum; }
+bool g_HasLimits(const CSetting& rSetting) { return rSetting.Limits.oMinimum || rSetting.Limits.oMaximum; }
 
 /// What is told counts; a list has its own ends.
-CLimits _Limits(const CSetting& rSetting) {
-    if (_HasLimits(rSetting) || rSetting.Legal.empty()) return rSetting.Limits;
+CLimits g_Limits(const CSetting& rSetting) {
+    if (g_HasLimits(rSetting) || rSetting.Legal.empty()) return rSetting.Limits;
     const auto [itLow, itHigh] = std::ranges::minmax_element(rSetting.Legal);
     return {*itLow, *itHigh};
 }
 
-bool _IsLegal(const CSetting& rSetting, double dValue) {
+bool g_IsLegal(const CSetting& rSetting, double dValue) {
     if (!rSetting.Legal.empty())
-        return std::ranges::any_of(rSetting.Legal, [&](double d) { return _IsSame(d, dValue); });
+        return std::ranges::any_of(rSetting.Legal, [&](double d) { return g_IsSame(d, dValue); });
     const auto& [oMinimum, oMaximum] = rSetting.Limits;
-    if (!_HasLimits(rSetting) || (oMinimum && dValue < *oMinimum - kSame) || (oMaximum && dValue > *oMaximum + kSame))
+    if (!g_HasLimits(rSetting) || (oMinimum && dValue < *oMinimum - kSame) || (oMaximum && dValue > *oMaximum + kSame))
         return false;
     const double dFirst = oMinimum.value_or(0), dStep = rSetting.oStep.value_or(0);
-    return dStep <= 0 || _IsSame(dFirst + std::round((dValue - dFirst) / dStep) * dStep, dValue);
+    return dStep <= 0 || g_IsSame(dFirst + std::round((dValue - dFirst) / dStep) * dStep, dValue);
 }
 
 /// Listed values once each, the current one in brackets. A long list shows its ends and what is near the current one.
-std::string _ListText(const CSetting& rSetting) {
+std::string g_ListText(const CSetting& rSetting) {
     constexpr size_t kLongList = 24, kShownAtEnds = 3, kShownAround = 2;
     std::vector<double> Told;
     for (const double dLegal : rSetting.Legal)
-        if (std::ranges::none_of(Told, [&](double d) { return _IsSame(d, dLegal); })) Told.push_back(dLegal);
-    const auto IsCurrent = [&](double d) { return rSetting.dValue && _IsSame(*rSetting.dValue, d); };
+        if (std::ranges::none_of(Told, [&](double d) { return g_IsSame(d, dLegal); })) Told.push_back(dLegal);
+    const auto IsCurrent = [&](double d) { return rSetting.oValue && g_IsSame(*rSetting.oValue, d); };
     const size_t uCurrent = static_cast<size_t>(std::ranges::find_if(Told, IsCurrent) - Told.begin());
     std::string sText;
     bool bGap = false;
     for (size_t i = 0; i < Told.size(); ++i) {
         const bool bShown = Told.size() <= kLongList || i < kShownAtEnds || i + kShownAtEnds >= Told.size() ||
                             (i + kShownAround >= uCurrent && i <= uCurrent + kShownAround);
-        const std::string sValue = _Text(rSetting, Told[i]);
+        const std::string sValue = g_Text(rSetting, Told[i]);
         if (bShown)
             sText += (sText.empty() ? "" : " ") + (i == uCurrent ? "[" + sValue + "]" : sValue);
         else if (!bGap)
@@ -68,14 +68,20 @@ std::string _ListText(const CSetting& rSetting) {
 }
 
 /// Empty when nothing is known.
-std::string _LegalText(const CSetting& rSetting) {
-    if (!rSetting.Legal.empty()) return _ListText(rSetting);
+std::string g_LegalText(const CSetting& rSetting) {
+    if (!rSetting.Legal.empty()) return g_ListText(rSetting);
     const auto& [oMinimum, oMaximum] = rSetting.Limits;
-    if (!_HasLimits(rSetting)) return "";
-    const std::string sText = !oMinimum   ? "up to " + _Text(rSetting, *oMaximum)
-                              : !oMaximum ? "from " + _Text(rSetting, *oMinimum)
-                                          : _Text(rSetting, *oMinimum) + " to " + _Text(rSetting, *oMaximum);
-    return sText + (rSetting.oStep ? ", step " + _Text(rSetting, *rSetting.oStep) : "");
+    if (!g_HasLimits(rSetting)) return "";
+    const std::string sText = !oMinimum   ? "up to " + g_Text(rSetting, *oMaximum)
+                              : !oMaximum ? "from " + g_Text(rSetting, *oMinimum)
+                                          : g_Text(rSetting, *oMinimum) + " to " + g_Text(rSetting, *oMaximum);
+    return sText + (rSetting.oStep ? ", step " + g_Text(rSetting, *rSetting.oStep) : "");
+}
+
+/// Why the setting cannot be set, whatever the value; nothing: it can.
+std::optional<std::string> g_WhyFixed(const CSetting& rSetting) {
+    if (rSetting.oFixed || rSetting.oValue || !g_LegalText(rSetting).empty()) return rSetting.oFixed;
+    return rSetting.sReason;  // neither a reading to go by nor a value that is known to be legal
 }
 
 }  // namespace
@@ -83,7 +89,7 @@ std::string _LegalText(const CSetting& rSetting) {
 void CSetting::Judge(double dRaw, const vxttools::CPlausible& rPlausible) {
     CQuantity Quantity;
     Quantity.Judge(dRaw, rPlausible);
-    dValue = Quantity.dValue;
+    oValue = Quantity.oValue;
     bOutOfRange = Quantity.bOutOfRange;
     sReason = Quantity.sReason;
 }
@@ -108,18 +114,18 @@ std::vector<CAssignment> g_ParseAssignments(const std::vector<std::string>& rWor
 }
 
 CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const std::string& sPath) {
-    CJson Settings = CJson::array();
+    CJson Settings = CJson::Array();
     for (const CSetting& rSetting : rSettings) {
-        CQuantity Quantity{sPath + "/" + rSetting.sKey, rSetting.sLabel, rSetting.sUnit, rSetting.dValue};
+        CQuantity Quantity{sPath + "/" + rSetting.sKey, rSetting.sLabel, rSetting.sUnit, rSetting.oValue};
         Quantity.sReason = rSetting.sReason;
         Quantity.bOutOfRange = rSetting.bOutOfRange;
-        Quantity.Limits = _Limits(rSetting);
+        Quantity.Limits = g_Limits(rSetting);
         CJson Setting = Quantity.ToJson();
-        Setting["default"] = rSetting.oDefault ? CJson(*rSetting.oDefault) : CJson(nullptr);
-        Setting["step"] = rSetting.oStep ? CJson(*rSetting.oStep) : CJson(nullptr);
-        Setting["legal"] = rSetting.Legal.empty() ? CJson(nullptr) : CJson(rSetting.Legal);
-        Setting["writable"] = !rSetting.bReadOnly;
-        Settings.push_back(std::move(Setting));
+        Setting["default"] = rSetting.oDefault;
+        Setting["step"] = rSetting.oStep;
+        Setting["legal"] = rSetting.Legal.empty() ? nullptr : CJson(rSetting.Legal);
+        Setting["writable"] = !g_WhyFixed(rSetting);
+        Settings.Push(std::move(Setting));
     }
     return Settings;
 }
@@ -130,12 +136,12 @@ void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle
     const bool bDefaults = std::ranges::any_of(rSettings, [](const CSetting& r) { return r.oDefault.has_value(); });
     if (bDefaults) Table.Columns.insert(Table.Columns.begin() + 3, ">Default");
     for (const CSetting& rSetting : rSettings) {
-        const std::string sLegal = _LegalText(rSetting);
+        const std::string sLegal = g_LegalText(rSetting);
         std::vector<std::string>& rRow = Table.Rows.emplace_back();
-        rRow = {rSetting.sKey, rSetting.sLabel, rSetting.dValue ? _Text(rSetting, *rSetting.dValue) : "-"};
-        if (bDefaults) rRow.push_back(rSetting.oDefault ? _Text(rSetting, *rSetting.oDefault) : "-");
+        rRow = {rSetting.sKey, rSetting.sLabel, rSetting.oValue ? g_Text(rSetting, *rSetting.oValue) : "-"};
+        if (bDefaults) rRow.push_back(rSetting.oDefault ? g_Text(rSetting, *rSetting.oDefault) : "-");
         rRow.push_back(rSetting.sUnit);
-        rRow.push_back(rSetting.dValue || !sLegal.empty() ? sLegal : rSetting.sReason);
+        rRow.push_back(rSetting.oValue || !(sLegal.empty() || rSetting.oFixed) ? sLegal : rSetting.sReason);
     }
     rDocument.AddTable(std::move(Table));
 }
@@ -146,14 +152,13 @@ vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CA
     if (it == rSettings.end())
         throw CFailure(EExit::kNoSuchDevice,
                        "no setting '" + rAssignment.sKey + "'; the names stand in the first column of the list");
-    const std::string sKnown = _LegalText(*it);
+    const std::string sKnown = g_LegalText(*it);
     const std::string sLegal = sKnown.empty() ? "the library offers neither a list nor limits" : sKnown;
-    if (it->bReadOnly || (!it->dValue && sKnown.empty()))
-        throw CFailure(EExit::kNoSuchDevice, "'" + it->sKey + "' cannot be set: " +
-                                                 (it->bReadOnly ? "the hardware only reports it" : it->sReason));
+    if (const auto oFixed = g_WhyFixed(*it))
+        throw CFailure(EExit::kNoSuchDevice, "'" + it->sKey + "' cannot be set: " + *oFixed);
     if (rAssignment.bIsWord && !it->bSwitch)
         throw CFailure(EExit::kUsage, "'" + it->sKey + "' takes a number: 'on' and 'off' are for switches");
-    if (!_IsLegal(*it, rAssignment.dValue) && !bForce)
+    if (!g_IsLegal(*it, rAssignment.dValue) && !bForce)
         throw CFailure(EExit::kUsage, it->sKey + "=" + g_Trimmed(rAssignment.dValue, 6) + ": not a legal value (" +
                                           sLegal + "); nothing was written, --force tries all the same");
     return {.sId = sPath + "/" + it->sKey,
@@ -163,7 +168,7 @@ vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CA
             .dWanted = rAssignment.dValue,
             .dTolerance = it->dTolerance,
             .sLegal = sLegal,
-            .Limits = _Limits(*it),
+            .Limits = g_Limits(*it),
             .Read = {},
             .Write = {}};
 }

@@ -2,10 +2,10 @@
 // changed by one piece of code.
 #pragma once
 
+#include <limits>
 #include <vector>
 
 #include "common/change_plan.h"
-#include "common/document.h"
 
 namespace vxtctl {
 
@@ -13,13 +13,13 @@ namespace vxtctl {
 struct CSetting {
     std::string sKey;  ///< as command lines and stable paths spell it, "tcl"
     std::string sLabel, sUnit;
-    std::optional<double> dValue = std::nullopt;
-    std::string sReason = {};        ///< why there is no value
-    std::vector<double> Legal = {};  ///< in register order; empty: the library offers no list
-    bool bSwitch = false;            ///< on or off
-    bool bReadOnly = false;
-    bool bOutOfRange = false;       ///< there is a raw reading, but it cannot be
-    vxttools::CLimits Limits = {};  ///< as told; without a list they and the step say what is legal
+    std::optional<double> oValue = std::nullopt;
+    std::string sReason = {};                          ///< why there is no value
+    std::vector<double> Legal = {};                    ///< in register order; empty: the library offers no list
+    bool bSwitch = false;                              ///< on or off
+    std::optional<std::string> oFixed = std::nullopt;  ///< why nothing can be written there; nothing: it can
+    bool bOutOfRange = false;                          ///< there is a raw reading, but it cannot be
+    vxttools::CLimits Limits = {};                     ///< as told; without a list they and the step say what is legal
     std::optional<double> oDefault = std::nullopt, oStep = std::nullopt;
     double dTolerance = 1e-5;  ///< a read-back this close is the wanted value
 
@@ -27,7 +27,24 @@ struct CSetting {
     void Judge(double dRaw, const vxttools::CPlausible& rPlausible);
 };
 
-/// "NAME=VALUE" of a command line.
+/// In no list of legal values: the library leaves the bits of a field that is asked for it as they are.
+inline constexpr double kUnlisted = -std::numeric_limits<double>::infinity();
+
+/// What every command asks for that sets NAME=VALUE ..., and its options.
+struct CWantedSettings {
+    std::vector<std::string> Words;
+    bool bForce = false;
+};
+template <class TWanted>
+inline constexpr vxttools::COption<TWanted> kAssignments{
+    "NAME=VALUE", "", "Settings by the names of the list; 'on' and 'off' for switches", &TWanted::Words, true};
+template <class TWanted>
+inline constexpr vxttools::COption<TWanted> kForce{"--force", "", "Also try values outside the list or the limits",
+                                                   &TWanted::bForce};
+inline constexpr vxttools::COption<CWantedSettings> kSettingOptions[] = {kAssignments<CWantedSettings>,
+                                                                         kForce<CWantedSettings>};
+
+/// One NAME=VALUE.
 struct CAssignment {
     std::string sKey;
     double dValue;

@@ -11,7 +11,7 @@ using vxttools::EExit;
 
 CLibrarySession::CLibrarySession(const vxttools::CGlobalOptions& rOptions) : m_bLog(rOptions.bLog) {
     constexpr bool kSimulatedBuild = VXT_SIMULATED_BUILD;
-    if (!kSimulatedBuild && !(rOptions.sMachine.empty() && rOptions.sFault.empty()))
+    if (!kSimulatedBuild && (rOptions.oMachine || rOptions.oFault))
         throw CFailure(EExit::kUsage,
                        "--machine and --fault need a simulated build: this one works on the real machine");
     if (const std::string sMachine = vxttools::g_Environment("VXT_MACHINE"); kSimulatedBuild && !sMachine.empty()) {

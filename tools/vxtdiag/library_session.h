@@ -1,7 +1,7 @@
 // The library's log and, in simulated builds, the machine that everything works on.
 #pragma once
 
-#include "common/command_line.h"
+#include "common/command.h"
 
 namespace vxtdiag {
 

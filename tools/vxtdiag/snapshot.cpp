@@ -4,21 +4,21 @@
 #include <cmath>
 #include <cstring>
 
-#include "acpi_report.h"
-#include "cmos_report.h"
+#include "acpi_signature.h"
 #include "common/console.h"
 #include "common/exit_code.h"
 #include "common/text.h"
 #include "devices/cpu/cpu.h"
 #include "firmware/acpi_table.h"
 #include "firmware/cmos_items.h"
-#include "firmware_report.h"
+#include "firmware_objects.h"
 #include "hw/index_data_pair.h"
-#include "hw/processor_match.h"
-#include "pci_report.h"
+#include "hw/processor_family.h"
+#include "pci_functions.h"
 #include "platform/cpuid.h"
 #include "platform/system.h"
 #include "platform/thread.h"
+#include "setup_items.h"
 
 namespace vxtdiag {
 
@@ -62,7 +62,7 @@ constexpr CDramDataIndex kDramData[] = {
 
 constexpr uint32_t kAffinityBits = 32;  ///< processors that a thread can be pinned to
 
-void _ReadCpuid(CSnapshot& rSnapshot) {
+void g_ReadCpuid(CSnapshot& rSnapshot) {
     constexpr uint32_t kMostLeaves =
         0x40;  // these processors have half as many; a broken answer must not fill the file
     for (const uint32_t uFirst : {0u, 0x80000000u}) {
@@ -75,7 +75,7 @@ void _ReadCpuid(CSnapshot& rSnapshot) {
     }
 }
 
-std::string _Brand() {
+std::string g_Brand() {
     std::string sBrand;
     for (const uint32_t uLeaf : {0x80000002u, 0x80000003u, 0x80000004u}) {
         const auto Registers = vxt::platform::Cpuid(uLeaf);
@@ -88,7 +88,7 @@ std::string _Brand() {
 }
 
 /// Registers that all cores agree on are written once.
-void _ReadMsr(CSnapshot& rSnapshot, uint32_t uIndex, uint32_t uCores) {
+void g_ReadMsr(CSnapshot& rSnapshot, uint32_t uIndex, uint32_t uCores) {
     std::vector<uint64_t> Values;
     for (uint32_t uCore = 0; uCore < uCores; ++uCore) {
         uint32_t uLow = 0, uHigh = 0;
@@ -105,8 +105,8 @@ void _ReadMsr(CSnapshot& rSnapshot, uint32_t uIndex, uint32_t uCores) {
     rSnapshot.Machine.Msr[{vxtsim::kAllCores, uIndex}] = Values.front();
 }
 
-void _ReadProcessors(CSnapshot& rSnapshot) {
-    rSnapshot.Machine.sName = _Brand();
+void g_ReadProcessors(CSnapshot& rSnapshot) {
+    rSnapshot.Machine.sName = g_Brand();
     const uint32_t uCores = std::min(vxt::platform::ProcessorCount(), kAffinityBits);
     if (uCores < vxt::platform::ProcessorCount())
         rSnapshot.Findings.push_back("only the first " + std::to_string(uCores) + " processors can be reached");
@@ -117,7 +117,7 @@ void _ReadProcessors(CSnapshot& rSnapshot) {
     for (const CMsrRange& rRange : kMsrRanges) {
         if (std::ranges::count(rRange.ucFamilies, uFamily) == 0) continue;
         bKnown = true;
-        for (uint32_t uIndex = rRange.uFirst; uIndex <= rRange.uLast; ++uIndex) _ReadMsr(rSnapshot, uIndex, uCores);
+        for (uint32_t uIndex = rRange.uFirst; uIndex <= rRange.uLast; ++uIndex) g_ReadMsr(rSnapshot, uIndex, uCores);
     }
     if (!bKnown)
         rSnapshot.Findings.push_back("processor family " + g_Hex(uFamily, 2) +
@@ -132,7 +132,7 @@ void _ReadProcessors(CSnapshot& rSnapshot) {
         rSnapshot.Findings.push_back("the reference clock cannot be measured: the file says 200 MHz");
 }
 
-void _ReadPci(CSnapshot& rSnapshot) {
+void g_ReadPci(CSnapshot& rSnapshot) {
     for (const vxt::protocol::CPciRecord& rRecord : g_PciFunctions()) {
         if (rRecord.uBus > 0xFF || rRecord.uDevice > 0x1F || rRecord.uFunction > 7) {
             rSnapshot.Findings.push_back("the driver lists a PCI function " + g_PciAddress(rRecord) +
@@ -151,17 +151,18 @@ void _ReadPci(CSnapshot& rSnapshot) {
 }
 
 /// Registers that are zero stay out, as in any dump.
-void _ReadDramData(CSnapshot& rSnapshot) {
-    constexpr uint32_t kIndexOffset = 0x98, kPairDistance = 0x100, kIndexMask = 0x3FFFFFFF, kPollLimit = 1000;
-    const bool bFirstK8 = !vxt::cpuid::kMatchFirstK8.FailedCheck(vxt::g_IdentifyProcessor());
+void g_ReadDramData(CSnapshot& rSnapshot) {
+    constexpr uint32_t kIndexOffset = 0x98, kPairDistance = 0x100, kIndexMask = 0x3FFFFFFF;
+    constexpr vxt::CPollLimit kPollLimit{1000, "the additional data answers"};
+    const bool bFirstK8 = vxt::kFirstK8.Accepts(vxt::g_IdentifyProcessor());
     if (bFirstK8) return;  // its function has revision F's identity
     for (const auto& [usDevice, uPairs, uIndex] : kDramData) {
-        vxt::CPciFunction Function;
+        vxt::CPciFunction Function(vxt::g_GetDriverHandler());
         if (!Function.Find(kMaker, usDevice)) continue;
         for (uint32_t uPair = 0; uPair < uPairs; ++uPair) {
             const vxt::CIndexDataPair Pair(Function, kIndexOffset + uPair * kPairDistance, kIndexMask, kPollLimit);
             uint32_t uValue = 0;
-            if (Pair.Read(uIndex, uValue) != vxt::CIndexDataPair::EResult::kDone)
+            if (Pair.Read(uIndex, uValue) != nullptr)
                 rSnapshot.Findings.push_back("DRAM additional data " + std::to_string(uPair) + "." + g_Hex(uIndex, 2) +
                                              " cannot be read");
             else if (uValue != 0)
@@ -170,7 +171,7 @@ void _ReadDramData(CSnapshot& rSnapshot) {
     }
 }
 
-void _ReadAcpi(CSnapshot& rSnapshot) {
+void g_ReadAcpi(CSnapshot& rSnapshot) {
     if (vxt::g_GetACPITable().GetTables().empty()) rSnapshot.Findings.push_back("no ACPI tables can be read");
     for (const auto& [uKey, rTable] : vxt::g_GetACPITable().GetTables()) {
         const std::string sSignature = g_Signature(uKey);
@@ -182,7 +183,7 @@ void _ReadAcpi(CSnapshot& rSnapshot) {
 }
 
 /// Serial presence detect EEPROMs answer at 50h to 57h (JEDEC 21-C, 4.1.2).
-void _ReadSpd(CSnapshot& rSnapshot) {
+void g_ReadSpd(CSnapshot& rSnapshot) {
     if (vxt::g_GetDriverHandler().GetSMBusBase() == 0) return;
     for (uint8_t ucAddress = 0x50; ucAddress <= 0x57; ++ucAddress) {
         std::vector<uint8_t> Data(256);
@@ -199,7 +200,7 @@ void _ReadSpd(CSnapshot& rSnapshot) {
 }
 
 /// One line of a machine file: printable ASCII without blanks at its ends.
-template <class TChar> std::string _Line(const std::basic_string<TChar>& rsText) {
+template <class TChar> std::string g_Line(const std::basic_string<TChar>& rsText) {
     std::string sLine;
     for (const TChar c : rsText) sLine += c >= TChar{' '} && c <= TChar{'~'} ? static_cast<char>(c) : '?';
     const size_t uBegin = std::min(sLine.find_first_not_of(' '), sLine.size());
@@ -207,7 +208,7 @@ template <class TChar> std::string _Line(const std::basic_string<TChar>& rsText)
 }
 
 /// Where most BIOSes keep their date: the last bytes below 1 MiB.
-void _ReadBiosDate(CSnapshot& rSnapshot) {
+void g_ReadBiosDate(CSnapshot& rSnapshot) {
     constexpr uint64_t kAddress = 0xFFFF0;
     std::vector<uint8_t> Data(16);
     if (!vxt::g_GetDriverHandler().ReadMemory(kAddress, static_cast<uint32_t>(Data.size()), Data.data()))
@@ -217,7 +218,7 @@ void _ReadBiosDate(CSnapshot& rSnapshot) {
 }
 
 /// The BIOS's identities with the properties that the library reads.
-void _ReadIdentities(CSnapshot& rSnapshot) {
+void g_ReadIdentities(CSnapshot& rSnapshot) {
     constexpr int32_t kMostInstances = 16;
     vxt::CWmiHandler& rWmi = vxt::g_GetSystemWmi();
     if (!rWmi.Connect(vxt::kSystemNamespace))
@@ -233,11 +234,11 @@ void _ReadIdentities(CSnapshot& rSnapshot) {
             vxt::platform::WmiValue Value;
             const bool bRead = rWmi.GetPropertyValue(Instance, sName.c_str(), &Value);
             const auto* const psText = std::get_if<std::wstring>(&Value);
-            if (bRead && (psText || std::holds_alternative<vxt::platform::WmiNull>(Value)))
-                rCopy.Properties[_Line(sName)] = psText ? vxtsim::CWmiValue::Text(_Line(*psText))
-                                                        : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
+            if (bRead && (psText || std::holds_alternative<vxt::platform::CWmiNull>(Value)))
+                rCopy.Properties[g_Line(sName)] = psText ? vxtsim::CWmiValue::Text(g_Line(*psText))
+                                                         : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
             else
-                rSnapshot.Findings.push_back("BIOS " + std::to_string(nInstance) + ": " + _Line(sName) +
+                rSnapshot.Findings.push_back("BIOS " + std::to_string(nInstance) + ": " + g_Line(sName) +
                                              " cannot be read");
         }
     }
@@ -247,15 +248,15 @@ void _ReadIdentities(CSnapshot& rSnapshot) {
 constexpr size_t kMostEntries = 4096;  ///< of a kind, that a machine file holds
 
 template <class TNumber>
-void _CopyWords(const std::optional<std::vector<TNumber>>& rFrom, std::vector<TNumber>& rTo, const char* pszWhat,
-                uint32_t uId, CSnapshot& rSnapshot) {
+void g_CopyWords(const std::optional<std::vector<TNumber>>& rFrom, std::vector<TNumber>& rTo, const char* pszWhat,
+                 uint32_t uId, CSnapshot& rSnapshot) {
     if (rFrom && rFrom->size() <= kMostEntries)
         rTo = *rFrom;
     else if (rFrom)
         rSnapshot.Findings.push_back("object " + g_Hex(uId, 8) + " has too many " + pszWhat + " for a machine file");
 }
 
-void _CopyObjects(const CFirmwareSession& rSession, CSnapshot& rSnapshot) {
+void g_CopyObjects(const CFirmwareSession& rSession, CSnapshot& rSnapshot) {
     std::vector<vxtsim::CFirmwareObject>& rObjects = rSnapshot.Machine.Firmware->Objects;
     for (const CFirmwareObject& rObject : g_ReadFirmwareObjects(rSession, rSnapshot.Findings)) {
         const uint32_t uId = rObject.Record.uID;
@@ -265,24 +266,24 @@ void _CopyObjects(const CFirmwareSession& rSession, CSnapshot& rSnapshot) {
         }
         vxtsim::CFirmwareObject& rCopy = rObjects.emplace_back();
         rCopy.uId = uId;
-        rCopy.sName = _Line(std::wstring(rObject.Record.szID.data()));
+        rCopy.sName = g_Line(std::wstring(rObject.Record.szID.data()));
         rCopy.uProperty = rObject.Record.uProperty;
         rCopy.nValue = rObject.oValue.value_or(0);
         rCopy.nStatus = rObject.oStatus.value_or(0);
-        _CopyWords(rObject.oValues, rCopy.Values, "values", rCopy.uId, rSnapshot);
-        _CopyWords(rObject.oInfo, rCopy.Info, "description words", rCopy.uId, rSnapshot);
+        g_CopyWords(rObject.oValues, rCopy.Values, "values", rCopy.uId, rSnapshot);
+        g_CopyWords(rObject.oInfo, rCopy.Info, "description words", rCopy.uId, rSnapshot);
     }
 }
 
-void _CopyItems(CSnapshot& rSnapshot) {
+void g_CopyItems(CSnapshot& rSnapshot) {
     for (const CSetupItem& rItem : g_ReadSetupItems(rSnapshot.Findings)) {
         if (rItem.uNumber > kMostEntries)
             return rSnapshot.Findings.push_back("too many setup items for a machine file");
         vxtsim::CFirmwareItem& rCopy = rSnapshot.Machine.Firmware->Items.emplace_back();
-        rCopy.sName = _Line(rItem.sName);
+        rCopy.sName = g_Line(rItem.sName);
         rCopy.usValue = rItem.oValue.value_or(0);
         for (const std::string& rsOption : rItem.Options) {
-            rCopy.Options.push_back(_Line(rsOption));
+            rCopy.Options.push_back(g_Line(rsOption));
             std::ranges::replace(rCopy.Options.back(), '|', '/');  // the file's own separator
         }
         if (rCopy.Options == std::vector<std::string>{""}) rCopy.Options.clear();  // both are written as nothing
@@ -290,7 +291,7 @@ void _CopyItems(CSnapshot& rSnapshot) {
 }
 
 /// Objects, setup items and what the firmware says of the board. A refused value stays refused.
-void _ReadFirmware(CSnapshot& rSnapshot) {
+void g_ReadFirmware(CSnapshot& rSnapshot) {
     const CFirmwareSession Session;
     if (!Session.IsThere()) return;
     vxtsim::CFirmwareDescription& rFirmware = rSnapshot.Machine.Firmware.emplace();
@@ -303,19 +304,19 @@ void _ReadFirmware(CSnapshot& rSnapshot) {
     }
     vxt::CBIOSMiscInfo& rBoard = vxt::g_GetBIOSMiscInfo();
     if (!rBoard.Init()) rSnapshot.Findings.push_back("the board's vendor and graphics cannot be read");
-    rFirmware.sVendor = _Line(std::string(rBoard.GetVendorName()));
+    rFirmware.sVendor = g_Line(std::string(rBoard.GetVendorName()));
     rFirmware.ucGraphics = rBoard.GetIGPInfo();
     rFirmware.ucGraphicsPresent = rBoard.IsIGPPresent();
-    _CopyObjects(Session, rSnapshot);
-    _CopyItems(rSnapshot);
+    g_CopyObjects(Session, rSnapshot);
+    g_CopyItems(rSnapshot);
 }
 
 }  // namespace
 
 CSnapshot g_TakeSnapshot() {
     CSnapshot Snapshot;
-    for (const auto pStep : {_ReadCpuid, _ReadProcessors, _ReadPci, _ReadDramData, _ReadAcpi, _ReadSpd, _ReadBiosDate,
-                             _ReadIdentities, _ReadFirmware}) {
+    for (const auto pStep : {g_ReadCpuid, g_ReadProcessors, g_ReadPci, g_ReadDramData, g_ReadAcpi, g_ReadSpd,
+                             g_ReadBiosDate, g_ReadIdentities, g_ReadFirmware}) {
         if (vxttools::g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted");
         pStep(Snapshot);
     }

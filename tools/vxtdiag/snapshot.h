@@ -1,16 +1,14 @@
 // The whole machine as a machine file.
 #pragma once
 
-#include <string>
-#include <vector>
-
+#include "findings.h"
 #include "sim/machine_file.h"
 
 namespace vxtdiag {
 
 struct CSnapshot {
     vxtsim::CMachineDescription Machine;
-    std::vector<std::string> Findings;  ///< what could not be read
+    CFindings Findings;
 };
 
 /// Reads what a simulated PC needs to show the same devices: CPUID, the family's MSRs on each core, PCI configuration

@@ -4,6 +4,7 @@
 #include <cwchar>
 
 #include "api/log/log_checks.h"
+#include "hw/processor_family.h"
 #include "registers/ht_frequency.h"
 
 namespace vxt {
@@ -19,11 +20,11 @@ struct CChipset {
 };
 /// In search order; the chips' code names beside those that differ.
 constexpr CChipset kChipsets[] = {
-    {0x1022, 0x9600, L"Q5G"},   // NQ5
-    {0x1002, 0x5956, L"Q6FX"},  // NQ6D
-    {0x1002, 0x5957, L"Q4V"},   // NQ5X
-    {0x1002, 0x5958, L"Q6X"},   // NQ5D
-    {0x1002, 0x5A10, L"NQ8S"}, {0x1002, 0x5A11, L"NQ8D"}, {0x1002, 0x5A12, L"NQ7S"},
+    {kMakerPciVendor, 0x9600, L"Q5G"},  // NQ5
+    {0x1002, 0x5956, L"Q6FX"},          // NQ6D
+    {0x1002, 0x5957, L"Q4V"},           // NQ5X
+    {0x1002, 0x5958, L"Q6X"},           // NQ5D
+    {0x1002, 0x5A10, L"NQ8S"},         {0x1002, 0x5A11, L"NQ8D"}, {0x1002, 0x5A12, L"NQ7S"},
 };
 
 /// Frequency and frequency capability of the link to the processor.

@@ -13,9 +13,6 @@ using vxtapi::CPstate;
 
 namespace {
 
-constexpr CDeviceIdentity kIdentity10h = g_CpuIdentity(L"QOR Family 10h Processor", 20070518);
-constexpr CDeviceIdentity kIdentity11h = g_CpuIdentity(L"QOR Family 11h Processor", 0);
-
 constexpr int kPollLimit = 1'000;
 constexpr uint32_t kPollInterval = 1;       ///< ms
 constexpr double kStep = 0.5;               ///< multiplier per 100 MHz
@@ -36,15 +33,14 @@ uint32_t g_Truncate(double dValue) {
 
 }  // namespace
 
-CBrevikCPU::CBrevikCPU(CDriverHandler& rDriver, CSystemTables& rTables)
-    : CCofVidCPU(kIdentity10h, kFamily10hRules, rDriver, rTables) {}
-CTalvorCPU::CTalvorCPU(CDriverHandler& rDriver, CSystemTables& rTables)
-    : CCofVidCPU(kIdentity11h, kFamily11hRules, rDriver, rTables) {}
-
 // --- both families ---
 
 double CCofVidCPU::_Multiplier(const CMsrWords& rWords) const {
     return static_cast<double>(kFid.Get(rWords) + m_rRules.uFidOffset) / (1u << kDid.Get(rWords)) * kStep;
+}
+
+double CCofVidCPU::_VoltageLimit(const CRegisterField& rVid, const CMsrWords& rStatus) {
+    return rVid.Get(rStatus) ? g_DecodeField(rVid, kCofVidTable, rStatus) : 0.0;
 }
 
 double CCofVidCPU::GetCurrentMultiplier() {
@@ -100,7 +96,7 @@ bool CCofVidCPU::GetPstate(uint32_t uStateIndex, CPstate* pPstate) {
     const bool bRetCode = _ReadMsr(kPstateMsr + uStateIndex, Definition);
     LOG_PROCESS_ERROR(bRetCode);
     *pPstate = {};
-    for (const CPstateRow& rRow : kPstateRows) pPstate->*rRow.pSlot = rRow.Field.Get(Definition);
+    for (const CPstateRow& rRow : kPstateRows) rRow.Number.In(*pPstate) = rRow.Field.Get(Definition);
     pPstate->bPstateEn = pPstate->dPstateEn != 0.0;
     // Kept: the clock is cut to whole 100 MHz, so FID 13 with DID 2 reads 700, not 725.
     pPstate->dCoreFrequency = ((kFid.Get(Definition) + m_rRules.uFidOffset) >> kDid.Get(Definition)) * kCoreStep;
@@ -110,7 +106,7 @@ bool CCofVidCPU::GetPstate(uint32_t uStateIndex, CPstate* pPstate) {
     return true;
 }
 
-// The stored slots go back through the rows that decode them; frequencies, voltages and the boolean are ignored, and
+// The stored numbers go back through the rows that decode them; frequencies, voltages and the flag are ignored, and
 // the definition's other bits stay. The record is judged whole before anything is written.
 bool CCofVidCPU::SetPstate(uint32_t uStateIndex, const CPstate* pPstate) {
     LOG_PROCESS_ERROR(pPstate);
@@ -121,10 +117,9 @@ bool CCofVidCPU::SetPstate(uint32_t uStateIndex, const CPstate* pPstate) {
     bool bRetCode = _ReadMsr(kPstateMsr + uStateIndex, Definition);
     LOG_PROCESS_ERROR(bRetCode);
     for (const CPstateRow& rRow : kPstateRows) {
-        const double dValue = pPstate->*rRow.pSlot;
-        LOG_PROCESS_ERROR(dValue >= 0.0 && dValue <= rRow.Field.MaxCode() && dValue == std::floor(dValue),
-                          rRow.pszCheck);
-        rRow.Field.Set(Definition, static_cast<uint32_t>(dValue));
+        const double dNumber = rRow.Number.In(*pPstate);
+        rRow.Field.Set(Definition, g_Truncate(dNumber));
+        LOG_PROCESS_ERROR(rRow.Field.Get(Definition) == dNumber, rRow.pszCheck);
     }
     bRetCode = _WriteMsr(kPstateMsr + uStateIndex, Definition);
     LOG_PROCESS_ERROR(bRetCode);
@@ -167,15 +162,12 @@ bool CBrevikCPU::_GetFVInfo() {
     CMsrWords Status{}, Pstate0{}, Startup{};
     bool bRetCode = _ReadMsr(kCofVidStatusMsr, Status) && _ReadMsr(kPstateMsr, Pstate0);
     LOG_PROCESS_ERROR(bRetCode);
-    const auto Limit = [&Status](const CRegisterField& rVid) {
-        return rVid.Get(Status) ? g_DecodeField(rVid, kCofVidTable, Status) : 0.0;  // code 0: no limit
-    };
     m_bMultiplierLimited = kMaxCof.Get(Status) != 0;
     m_FvInfo = {};
     m_FvInfo.dPstate0Multiplier = _Multiplier(Pstate0);
     m_FvInfo.dMaxMultiplier = m_bMultiplierLimited ? kMaxCof.Get(Status) * kStep : m_FvInfo.dPstate0Multiplier;
-    m_FvInfo.dMinVoltage = Limit(kMinVidLimit);
-    m_FvInfo.dMaxVoltage = Limit(kMaxVidLimit);
+    m_FvInfo.dMinVoltage = _VoltageLimit(kMinVidLimit, Status);
+    m_FvInfo.dMaxVoltage = _VoltageLimit(kMaxVidLimit, Status);
     const uint32_t uStartup = kStartupPstate.Get(Status);
     if (uStartup >= kDefinitions10h) return true;  // no such definition: no start values
     bRetCode = _ReadMsr(kPstateMsr + uStartup, Startup);
@@ -301,14 +293,14 @@ bool CTalvorCPU::_GetFVInfo() {
                           _ReadMsr(kPstateMsr + kCurrentPstate.Get(Status), Current) && _ReadMsr(kPstateMsr, Pstate0);
     LOG_PROCESS_ERROR(bRetCode);
     const uint32_t uLimit = kLimit.Get(Status);
-    m_FvInfo = {};
-    m_FvInfo.dStartMultiplier = _Multiplier(Current);
-    m_FvInfo.dStartVoltage = g_DecodeField(kVid, kCofVidTable, Current);
-    m_FvInfo.dMinVoltage = g_DecodeField(kMinVidLimit, kCofVidTable, Status);
-    m_FvInfo.dMaxVoltage = g_DecodeField(kMaxVidLimit, kCofVidTable, Status);
-    m_FvInfo.dPstate0Multiplier = _Multiplier(Pstate0);
-    // Without a limit the fastest definition is the best that is known.
-    m_FvInfo.dMaxMultiplier = uLimit ? kStep * (uLimit + m_rRules.uFidOffset) : m_FvInfo.dPstate0Multiplier;
+    m_bMultiplierLimited = uLimit != 0;
+    m_FvInfo = {.dStartMultiplier = _Multiplier(Current),
+                .dMaxMultiplier = uLimit ? kStep * (uLimit + m_rRules.uFidOffset) : m_FvInfo.dMaxMultiplier,
+                .dStartVoltage = g_DecodeField(kVid, kCofVidTable, Current),
+                .dMinVoltage = _VoltageLimit(kMinVidLimit, Status),
+                .dMaxVoltage = _VoltageLimit(kMaxVidLimit, Status),
+                .dMaxRampVoltage = 0.0,
+                .dPstate0Multiplier = _Multiplier(Pstate0)};
     return true;
 }
 
@@ -326,7 +318,7 @@ bool CTalvorCPU::SetCurrentMultiplier(double dMultiplier) {
 }
 
 bool CTalvorCPU::_CheckTscFreqSel() {
-    if (m_uExtendedFamily != m_rRules.rMatch.uExtendedFamily) return false;  // elsewhere the bit means something else
+    if (m_uExtendedFamily != m_rRules.rFamily.uExtendedFamily) return false;  // elsewhere the bit means something else
     if (!_PinThread()) return false;
     CMsrWords Hwcr{};
     const bool bRetCode = _ReadMsr(kHwcrMsr, Hwcr);

@@ -22,6 +22,8 @@ protected:
     const char* _StartTransition(const CMsrWords& rNow, CMsrWords Wanted) override;
     /// Multiplier that the FID and DID of a control, status or definition register give.
     double _Multiplier(const CMsrWords& rWords) const;
+    /// V; 0.0 where the status register names no limit.
+    static double _VoltageLimit(const CRegisterField& rVid, const CMsrWords& rStatus);
 
     double m_dTemperature = 0.0;
 
@@ -34,7 +36,8 @@ private:
 /// Family 10h. Transitions are waited for, about one second at most for each of their two steps.
 class CBrevikCPU : public CCofVidCPU {
 public:
-    CBrevikCPU(CDriverHandler& rDriver, CSystemTables& rTables);
+    CBrevikCPU(CDriverHandler& rDriver, CSystemTables& rTables, const cpu::CCpuRules& rRules = cpu::kFamily10hRules)
+        : CCofVidCPU(rDriver, rTables, rRules) {}
     /// Rounded down to what a whole frequency ID can express with the smallest divisor that fits; 0.5 to 31.
     bool SetCurrentMultiplier(double dMultiplier) override;
     double GetCurrentNBMultiplier() override;
@@ -61,7 +64,8 @@ private:
 /// Family 11h. Transitions are started and not waited for.
 class CTalvorCPU : public CCofVidCPU {
 public:
-    CTalvorCPU(CDriverHandler& rDriver, CSystemTables& rTables);
+    CTalvorCPU(CDriverHandler& rDriver, CSystemTables& rTables, const cpu::CCpuRules& rRules = cpu::kFamily11hRules)
+        : CCofVidCPU(rDriver, rTables, rRules) {}
     bool SetCurrentMultiplier(double dMultiplier) override;
 
 protected:

@@ -22,7 +22,7 @@ using platform::Cpuid;
 
 namespace {
 
-constexpr CDeviceIdentity kIdentity = g_CpuIdentity(L"QOR Processor", 0);
+constexpr CDeviceIdentity kIdentity = g_Identity(L"QOR Processor", 0);
 
 // ACPI 3.0: FADT (5.2.9) and MADT (5.2.11)
 constexpr uint32_t kPmTimerBlockOffset = 76, kLocalApicOffset = 36;
@@ -46,8 +46,8 @@ struct CFeatureRow {
     uint32_t CCpuidRegisters::*pRegister;
 };
 constexpr CFeatureRow kFeatureRows[] = {
-    {kCpuidSignature, 0x00000001, &CCpuidRegisters::uEcx},
-    {kCpuidSignature, 0x178BF800, &CCpuidRegisters::uEdx},
+    {kSignature, 0x00000001, &CCpuidRegisters::uEcx},
+    {kSignature, 0x178BF800, &CCpuidRegisters::uEdx},
     {kCpuidExtendedSignature, 0x00000003, &CCpuidRegisters::uEcx},
     {kCpuidExtendedSignature, 0xEA500BFF, &CCpuidRegisters::uEdx},
     {kCpuidPower, 0x0000000F, &CCpuidRegisters::uEdx},
@@ -57,7 +57,8 @@ constexpr CFeatureRow kFeatureRows[] = {
 
 CCPU::CCPU(CDriverHandler& rDriver, CSystemTables& rTables) : CCPU(kIdentity, rDriver, rTables) {}
 
-bool CCPU::Init(uint32_t) {
+bool CCPU::Init(uint32_t uIndex) {
+    m_uIndex = uIndex;
     const uint8_t* pTable = nullptr;
     uint32_t uSize = 0;
     bool bRetCode = m_rTables.GetTable(g_TableKey("FACP"), pTable, uSize);
@@ -181,7 +182,7 @@ bool CCPU::_ReadBrand() {
 }
 
 void CCPU::_ReadSignature() {
-    const uint32_t uSignature = Cpuid(kCpuidSignature).uEax;
+    const uint32_t uSignature = g_IdentifyProcessor();
     m_uFamily = kFamily.Get(uSignature);
     m_uExtendedFamily = kExtendedFamily.Get(uSignature);
     m_uModel = kModel.Get(uSignature);
@@ -200,9 +201,9 @@ void CCPU::_ReadFeatures() {
 
 void CCPU::_ReadCaches() {
     const CCpuidRegisters L1 = Cpuid(kCpuidL1);
-    for (uint32_t i = 0; i < 4; ++i) {  // from the top byte down
-        m_Caches.adL1Tlb[i] = L1.uEax >> (24 - 8 * i) & 0xFF;
-        m_Caches.adL1Data[i] = L1.uEcx >> (24 - 8 * i) & 0xFF;
+    for (size_t i = 0; i < std::size(kCacheBytes); ++i) {
+        m_Caches.adL1Tlb[i] = kCacheBytes[i].Get(L1.uEax);
+        m_Caches.adL1Data[i] = kCacheBytes[i].Get(L1.uEcx);
     }
     const uint32_t uL2 = Cpuid(kCpuidL2).uEcx;
     m_Caches.dL2Size = kL2Size.Get(uL2);

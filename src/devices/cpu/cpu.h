@@ -11,10 +11,6 @@
 
 namespace vxt {
 
-constexpr CDeviceIdentity g_CpuIdentity(const wchar_t* pszName, uint32_t uVersion) {
-    return {vxtapi::kDeviceCpu, pszName, uVersion};
-}
-
 /// What CPUID says of the caches; every number as the processor encodes it.
 struct CCacheInfo {
     std::array<double, 4> adL1Tlb;   ///< data: ways, entries; code: ways, entries

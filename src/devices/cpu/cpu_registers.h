@@ -3,25 +3,30 @@
 
 #include <vxtapi/cpu.h>
 
+#include "devices/framework/device_base.h"
 #include "hw/pci_function.h"
-#include "hw/processor_match.h"
+#include "hw/processor_family.h"
 #include "registers/msr_words.h"
+#include "registers/record_field.h"
 #include "registers/value_table.h"
 
 namespace vxt::cpu {
 
 // CPUID
-inline constexpr uint32_t kCpuidVendor = 0, kCpuidSignature = 1, kCpuidExtended = 0x80000000,
-                          kCpuidExtendedSignature = 0x80000001, kCpuidBrand = 0x80000002, kCpuidL1 = 0x80000005,
-                          kCpuidL2 = 0x80000006, kCpuidPower = 0x80000007;
-using cpuid::kExtendedFamily, cpuid::kExtendedModel, cpuid::kFamily, cpuid::kModel, cpuid::kStepping;  // function 1
+using cpuid::kExtendedFamily, cpuid::kExtendedModel, cpuid::kFamily, cpuid::kModel, cpuid::kSignature,
+    cpuid::kStepping;  // function 1
+inline constexpr uint32_t kCpuidVendor = 0, kCpuidExtended = 0x80000000, kCpuidExtendedSignature = 0x80000001,
+                          kCpuidBrand = 0x80000002, kCpuidL1 = 0x80000005, kCpuidL2 = 0x80000006,
+                          kCpuidPower = 0x80000007;
+/// The four numbers of a cache register, functions 8000_0005h EAX and ECX, from the top byte down.
+inline constexpr CBitField kCacheBytes[] = {{31, 24}, {23, 16}, {15, 8}, {7, 0}};
 // Function 8000_0006h ECX; the size is in KB
 inline constexpr CBitField kL2Size(31, 16), kL2Associativity(15, 12), kL2LinesPerTag(11, 8), kL2LineSize(7, 0);
 // Function 8000_0007h EDX: what the processor lets software control
 inline constexpr uint32_t kFidControl = 1u << 1, kVidControl = 1u << 2, kHalfSteps = 1u << 6, kHwPstates = 1u << 7,
                           kTscInvariant = 1u << 8;
 
-inline constexpr CPciAddress kMiscControl{.uBus = 0, .uDevice = 24, .uFunction = 3};
+inline constexpr CPciAddress kMiscControl{.uBus = 0, .uDevice = 24, .uFunction = kMiscFunction};
 inline constexpr uint32_t kPowerStateRegister = 0x84;
 inline constexpr CBitField kClockDivisor(31, 29);  ///< in the deepest halt; 0: the clock is not divided
 inline constexpr uint32_t kDivideBy32 = 5;
@@ -61,21 +66,23 @@ inline constexpr uint32_t kPstateLimitMsr = 0xC0010061, kPstateControlMsr = 0xC0
 inline constexpr CRegisterField kPstateMaxVal = g_WideBits(6, 4), kPstateCommand = g_WideBits(2, 0);
 inline constexpr uint32_t kDefinitions10h = 5;
 
-/// One stored slot of the P-state record and its bits in the definition.
+/// One stored number of the P-state record and its bits in the definition.
 struct CPstateRow {
-    double vxtapi::CPstate::*pSlot;
+    CRecordField<vxtapi::CPstate, double> Number;
     CRegisterField Field;
-    const char* pszCheck;  ///< logged when a record's value does not fit
+    const char* pszCheck;  ///< logged when the field cannot hold a record's number
 };
+// clang-format off
 inline constexpr CPstateRow kPstateRows[] = {
-    {&vxtapi::CPstate::dCpuFid, kFid, "pPstate->dCpuFid fits bits 5:0"},
-    {&vxtapi::CPstate::dCpuDid, kDid, "pPstate->dCpuDid fits bits 8:6"},
-    {&vxtapi::CPstate::dCpuVid, kVid, "pPstate->dCpuVid fits bits 15:9"},
-    {&vxtapi::CPstate::dNbDid, kNbDid, "pPstate->dNbDid fits bit 22"},
-    {&vxtapi::CPstate::dNbVid, kNbVid, "pPstate->dNbVid fits bits 31:25"},
-    {&vxtapi::CPstate::dIddDiv, g_WideBits(41, 40), "pPstate->dIddDiv fits bits 41:40"},
-    {&vxtapi::CPstate::dPstateEn, g_WideBits(63, 63), "pPstate->dPstateEn fits bit 63"},
+    {kField<&vxtapi::CPstate::dCpuFid>, kFid, "pPstate->dCpuFid == PstateReg.m_sReg.CpuFid"},
+    {kField<&vxtapi::CPstate::dCpuDid>, kDid, "pPstate->dCpuDid == PstateReg.m_sReg.CpuDid"},
+    {kField<&vxtapi::CPstate::dCpuVid>, kVid, "pPstate->dCpuVid == PstateReg.m_sReg.CpuVid"},
+    {kField<&vxtapi::CPstate::dNbDid>, kNbDid, "pPstate->dNbDid == PstateReg.m_sReg.NbDid"},
+    {kField<&vxtapi::CPstate::dNbVid>, kNbVid, "pPstate->dNbVid == PstateReg.m_sReg.NbVid"},
+    {kField<&vxtapi::CPstate::dIddDiv>, g_WideBits(41, 40), "pPstate->dIddDiv == PstateReg.m_sReg.IddDiv"},
+    {kField<&vxtapi::CPstate::dPstateEn>, g_WideBits(63, 63), "pPstate->dPstateEn == PstateReg.m_sReg.PstateEn"},
 };
+// clang-format on
 
 // Multipliers of family 0Fh and core voltages. Whole numbers divided once give the doubles nearest to decimal values.
 inline constexpr auto kFidMultipliers = g_MakeValues<64>([](int nFid) { return (40 + 5 * nFid) / 10.0; });
@@ -99,32 +106,39 @@ struct CVidRules {
 inline constexpr CVidRules kFidVid{kFidVidControlMsr, kFidVidStatusMsr, g_WideBits(37, 32), kFidVidTable, 0.015};
 inline constexpr CVidRules kCofVid{kCofVidControlMsr, kCofVidStatusMsr, kVid, kCofVidTable, 0.0063};
 
-/// The processors that a class drives, and the CPUID functions they must have.
-struct CFamilyMatch : cpuid::CFamilyMatch {
-    uint32_t uStandardLeaves = 0, uExtendedLeaves = 0;  ///< highest functions reach these; 0: not asked
-};
-inline constexpr CFamilyMatch kMatchFirstK8{cpuid::kMatchFirstK8}, kMatchRevisionF{cpuid::kMatchRevisionF};
-// Early family 10h parts end at 8000_001Ah, later ones at 8000_001Bh: what this library reads ends at 8000_0007h.
-inline constexpr CFamilyMatch kMatch10h{{1, "Fn0000_0001_Eax.ExtendedFamily == 0x01"}, kCpuidSignature, kCpuidPower};
-inline constexpr CFamilyMatch kMatch11h{{2, "Fn0000_0001_Eax.ExtendedFamily == 0x02"}};
+constexpr CDeviceIdentity g_Identity(const wchar_t* pszName, uint32_t uVersion) {
+    return {vxtapi::kDeviceCpu, pszName, uVersion};
+}
 
 /// What one family does differently from the others.
-struct CFamilyRules {
+struct CCpuRules {
     const char* pszClass;  ///< under which the family's failed checks are logged
-    const CFamilyMatch& rMatch;
-    uint32_t uGate;  ///< CPUID 8000_0007h EDX bits without which no register is touched
+    CDeviceIdentity Identity;
+    const CProcessorFamily& rFamily;
+    uint32_t uStandardLeaf = 0, uExtendedLeaf = 0;  ///< highest CPUID functions reach these; 0: not asked
+    uint32_t uGate = 0;                             ///< CPUID 8000_0007h EDX bits without which no register is touched
     const CVidRules& rVid;
     CRegisterField ControlVid;
     uint32_t uFidOffset;  ///< multiplier = (FID + offset) / 2^DID / 2
     bool bWaits;          ///< for the end of a transition
 };
 // clang-format off
-inline constexpr CFamilyRules
-    //              logged as         processors       capability gate            registers  VID field   FID+ waits
-    kFirstK8Rules  {"CCorvel64CPU",   kMatchFirstK8,   0,                         kFidVid, g_WideBits(12, 8), 8, false},
-    kRevisionFRules{"CCorvel64X2CPU", kMatchRevisionF, kFidControl | kVidControl, kFidVid, g_WideBits(13, 8), 8, true},
-    kFamily10hRules{"CBrevikCPU",     kMatch10h,       kHwPstates,                kCofVid, kVid,             16, true},
-    kFamily11hRules{"CTalvorCPU",     kMatch11h,       kHwPstates,                kCofVid, kVid,              8, false};
+inline constexpr CCpuRules kFirstK8Rules{
+    .pszClass = "CCorvel64CPU", .Identity = g_Identity(L"QOR64 Family Processor", 20070322), .rFamily = kFirstK8,
+    .rVid = kFidVid, .ControlVid = g_WideBits(12, 8), .uFidOffset = 8, .bWaits = false};
+inline constexpr CCpuRules kRevisionFRules{
+    .pszClass = "CCorvel64X2CPU", .Identity = g_Identity(L"QOR KDF Family Processor", 20070403), .rFamily = kRevisionF,
+    .uGate = kFidControl | kVidControl,
+    .rVid = kFidVid, .ControlVid = g_WideBits(13, 8), .uFidOffset = 8, .bWaits = true};
+inline constexpr CCpuRules kFamily10hRules{
+    .pszClass = "CBrevikCPU", .Identity = g_Identity(L"QOR Family 10h Processor", 20070518), .rFamily = kFamily10h,
+    // Early parts end at 8000_001Ah, later ones at 8000_001Bh: what this library reads ends at 8000_0007h.
+    .uStandardLeaf = kSignature, .uExtendedLeaf = kCpuidPower, .uGate = kHwPstates,
+    .rVid = kCofVid, .ControlVid = kVid, .uFidOffset = 16, .bWaits = true};
+inline constexpr CCpuRules kFamily11hRules{
+    .pszClass = "CTalvorCPU", .Identity = g_Identity(L"QOR Family 11h Processor", 0), .rFamily = kFamily11h,
+    .uGate = kHwPstates,
+    .rVid = kCofVid, .ControlVid = kVid, .uFidOffset = 8, .bWaits = false};
 // clang-format on
 
 }  // namespace vxt::cpu

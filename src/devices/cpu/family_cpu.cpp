@@ -38,11 +38,10 @@ bool CFamilyCPU::Init(uint32_t uIndex) {
 }
 
 bool CFamilyCPU::_CheckCpuid() const {
-    const CFamilyMatch& rMatch = m_rRules.rMatch;
-    const char* const pszFailed = rMatch.FailedCheck(Cpuid(kCpuidSignature).uEax);
+    const char* const pszFailed = m_rRules.rFamily.FailedCheck(g_IdentifyProcessor(), m_rRules.rFamily.pszFamilyCheck);
     LOG_PROCESS_ERROR(!pszFailed, pszFailed);
-    LOG_PROCESS_ERROR(Cpuid(kCpuidVendor).uEax >= rMatch.uStandardLeaves, "nStandardCount >= MAX_STANDARD_CPUID");
-    LOG_PROCESS_ERROR(Cpuid(kCpuidExtended).uEax >= rMatch.uExtendedLeaves, "nExtendedCount >= MAX_EXTENDED_CPUID");
+    LOG_PROCESS_ERROR(Cpuid(kCpuidVendor).uEax >= m_rRules.uStandardLeaf, "nStandardCount >= MAX_STANDARD_CPUID");
+    LOG_PROCESS_ERROR(Cpuid(kCpuidExtended).uEax >= m_rRules.uExtendedLeaf, "nExtendedCount >= MAX_EXTENDED_CPUID");
     return true;
 }
 

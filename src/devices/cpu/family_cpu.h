@@ -32,9 +32,8 @@ public:
     const CFvInfo& GetFvInfo() const { return m_FvInfo; }
 
 protected:
-    CFamilyCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules, CDriverHandler& rDriver,
-               CSystemTables& rTables)
-        : CCPU(rIdentity, rDriver, rTables), m_rRules(rRules) {}
+    CFamilyCPU(CDriverHandler& rDriver, CSystemTables& rTables, const cpu::CCpuRules& rRules)
+        : CCPU(rRules.Identity, rDriver, rTables), m_rRules(rRules) {}
 
     virtual bool _GetFVInfo() = 0;
     /// Whether the time-stamp counter could be judged; families that do not look at it can.
@@ -55,7 +54,7 @@ protected:
 
     const char* LogClass() const { return m_rRules.pszClass; }
 
-    const cpu::CFamilyRules& m_rRules;
+    const cpu::CCpuRules& m_rRules;
     CPciFunction m_Misc{m_rDriver, cpu::kMiscControl};  ///< the processor's miscellaneous control
     CFvInfo m_FvInfo{};
 };

@@ -10,21 +10,12 @@ using namespace cpu;
 
 namespace {
 
-constexpr CDeviceIdentity kFirstIdentity = g_CpuIdentity(L"QOR64 Family Processor", 20070322);
-constexpr CDeviceIdentity kRevisionFIdentity = g_CpuIdentity(L"QOR KDF Family Processor", 20070403);
-
 constexpr double kUnlimitedMultiplier = 25.0;
 constexpr uint32_t kStopGrantShort = 1;
 constexpr uint32_t kDiodeOffset = 49;      ///< degrees C below zero that the sensor's count begins at
 constexpr uint32_t kFirstOtherSensor = 6;  ///< extended model from which the register reads otherwise
 
 }  // namespace
-
-CCorvel64CPU::CCorvel64CPU(CDriverHandler& rDriver, CSystemTables& rTables)
-    : CFidVidCPU(kFirstIdentity, kFirstK8Rules, rDriver, rTables, kMinVid) {}
-// Kept: revision F stores its start voltage where the first generation stores its minimum.
-CCorvel64X2CPU::CCorvel64X2CPU(CDriverHandler& rDriver, CSystemTables& rTables)
-    : CFidVidCPU(kRevisionFIdentity, kRevisionFRules, rDriver, rTables, kStartVid) {}
 
 bool CFidVidCPU::_GetFVInfo() {
     if (!_EnterCore()) return false;

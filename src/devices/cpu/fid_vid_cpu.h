@@ -12,9 +12,9 @@ public:
 
 protected:
     /// `rFourthVid`: field of the status register behind the stored minimum voltage.
-    CFidVidCPU(const CDeviceIdentity& rIdentity, const cpu::CFamilyRules& rRules, CDriverHandler& rDriver,
-               CSystemTables& rTables, const CRegisterField& rFourthVid)
-        : CFamilyCPU(rIdentity, rRules, rDriver, rTables), m_FourthVid(rFourthVid) {}
+    CFidVidCPU(CDriverHandler& rDriver, CSystemTables& rTables, const cpu::CCpuRules& rRules,
+               const CRegisterField& rFourthVid)
+        : CFamilyCPU(rDriver, rTables, rRules), m_FourthVid(rFourthVid) {}
 
     bool _GetFVInfo() override;
     const char* _StartTransition(const CMsrWords& rNow, CMsrWords Wanted) override;
@@ -26,7 +26,8 @@ private:
 /// First generations (extended models 0 to 2). Transitions are started and not waited for.
 class CCorvel64CPU : public CFidVidCPU {
 public:
-    CCorvel64CPU(CDriverHandler& rDriver, CSystemTables& rTables);
+    CCorvel64CPU(CDriverHandler& rDriver, CSystemTables& rTables, const cpu::CCpuRules& rRules = cpu::kFirstK8Rules)
+        : CFidVidCPU(rDriver, rTables, rRules, cpu::kMinVid) {}
     /// An int32_t: the signed offset of the thermal trip register.
     const void* GetThermTrip() override;
 
@@ -37,7 +38,9 @@ private:
 /// Revision F and later. Setters wait, without limit and without sleeping, until the transition has ended.
 class CCorvel64X2CPU : public CFidVidCPU {
 public:
-    CCorvel64X2CPU(CDriverHandler& rDriver, CSystemTables& rTables);
+    // Kept: revision F stores its start voltage where the first generation stores its minimum.
+    CCorvel64X2CPU(CDriverHandler& rDriver, CSystemTables& rTables, const cpu::CCpuRules& rRules = cpu::kRevisionFRules)
+        : CFidVidCPU(rDriver, rTables, rRules, cpu::kStartVid) {}
     bool Init(uint32_t uIndex) override;
     /// A double: this core's temperature in degrees Celsius; 0 for models whose sensor reads otherwise.
     const void* GetThermTrip() override;

@@ -56,15 +56,17 @@ bool g_ReadDeviceListFile(const char* pszPath, std::list<std::wstring>& rLines) 
     const size_t uSize = std::fread(Bytes.data(), 1, Bytes.size(), pFile.get());
     if (std::ferror(pFile.get())) return false;  // a folder of that name
     LOG_PROCESS_ERROR(uSize <= kMaximumFile);
-    const std::string_view sBytes(Bytes.data(), uSize);
+    g_DecodeDeviceList({Bytes.data(), uSize}, rLines);
+    return true;
+}
 
+void g_DecodeDeviceList(std::string_view sBytes, std::list<std::wstring>& rLines) {
     // Nothing that the list is compared with is outside ASCII: a UTF-8 mark is skipped and the rest read as 8-bit text.
     std::wstring sText = sBytes.starts_with("\xFF\xFE")       ? g_DecodeUtf16(sBytes.substr(2))
                          : sBytes.starts_with("\xEF\xBB\xBF") ? g_Decode8Bit(sBytes.substr(3))
                                                               : g_Decode8Bit(sBytes);
     for (size_t i = 0; (i = sText.find(L"\r\n", i)) != std::wstring::npos;) sText.erase(i, 1);
     g_SplitLines(sText, rLines);
-    return true;
 }
 
 }  // namespace vxt

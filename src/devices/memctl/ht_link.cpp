@@ -8,40 +8,20 @@ using namespace ht;
 
 namespace {
 
-constexpr CDeviceIdentity g_LinkIdentity(const wchar_t* pszName, uint32_t uVersion, const wchar_t* pszModel) {
-    return {.eType = vxtapi::kDeviceHtLink,
-            .pszName = pszName,
-            .uVersion = uVersion,
-            .pszModel = pszModel,
-            .pszDescription = pszModel,
-            .pszVendor = kMakerVendor};
-}
-constexpr CDeviceIdentity kIdentityK8 = g_LinkIdentity(L"Internal HyperTransport(TM) Link Controller", 20070322,
-                                                       L"HyperTransport(TM) Link Controller"),
-                          kIdentity10h = g_LinkIdentity(L"Internal HyperTransport(TM) 3 Link Controller", 20070601,
-                                                        L"HyperTransport(TM) 3 Link Controller"),
-                          kIdentity11h =
-                              g_LinkIdentity(L"QOR Family 11h Processor HyperTransport(TM) 3 Link Controller", 20071112,
-                                             L"QOR Family 11h Processor HyperTransport(TM) 3 Link Controller");
-
 constexpr uint32_t g_BlockOffset(uint32_t uLink) { return kFirstLinkBlock + uLink * kLinkBlockStride; }
 
 }  // namespace
 
-CHTLink::CHTLink(CDriverHandler& rDriver) : CFamilyHTLink(kIdentityK8, kLinksK8, rDriver) {}
-CBrevikHTLink::CBrevikHTLink(CDriverHandler& rDriver) : CFastHTLink(kIdentity10h, kLinks10h, rDriver) {}
-CTalvorHTLink::CTalvorHTLink(CDriverHandler& rDriver) : CFastHTLink(kIdentity11h, kLinks11h, rDriver) {}
-
 bool CFamilyHTLink::Init(uint32_t uIndex) {
     if (uIndex != 0) return false;  // one device drives all links
     m_uIndex = uIndex;
-    const bool bRetCode = m_Function.Find(kProcessorVendor, m_rFamily.usDevice);
+    const bool bRetCode = m_Function.Find(kMakerPciVendor, m_rRules.rFamily.PciDevice(kLinkFunction));
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CFamilyHTLink::GetHTConfig(uint32_t uLink, HTConfig* pConfig) {
-    LOG_PROCESS_ERROR(uLink < m_rFamily.uLinks, m_rFamily.pszLinkCheck);
+    LOG_PROCESS_ERROR(uLink < m_rRules.uLinks, m_rRules.pszLinkCheck);
     LOG_PROCESS_ERROR(pConfig);
     const bool bRetCode = _GetHTConfig(g_BlockOffset(uLink), *pConfig);
     LOG_PROCESS_ERROR(bRetCode);
@@ -49,7 +29,7 @@ bool CFamilyHTLink::GetHTConfig(uint32_t uLink, HTConfig* pConfig) {
 }
 
 bool CFamilyHTLink::SetHTConfig(uint32_t uLink, const HTConfig* pConfig) {
-    LOG_PROCESS_ERROR(uLink < m_rFamily.uLinks, m_rFamily.pszLinkCheck);
+    LOG_PROCESS_ERROR(uLink < m_rRules.uLinks, m_rRules.pszLinkCheck);
     LOG_PROCESS_ERROR(pConfig);
     const bool bRetCode = _SetHTConfig(g_BlockOffset(uLink), *pConfig);
     LOG_PROCESS_ERROR(bRetCode);
@@ -61,15 +41,9 @@ bool CFamilyHTLink::_GetHTConfig(uint32_t uCapability, HTConfig& rConfig) const 
     CLinkBlock Block{};
     const bool bRetCode = m_Function.Read(uCapability, Block);
     LOG_PROCESS_ERROR(bRetCode);
-    for (size_t i = 0; i < std::size(kControlRows); ++i)
-        rConfig.abControl[i] = kControlRows[i].bReported && kControlRows[i].Bit.Get(Block);
-    for (const CWidthRow& rRow : kWidthRows) {
-        rConfig.*rRow.pWidth = g_DecodeField(rRow.Width, kWidths, Block);
-        rConfig.*rRow.pFlowControl = rRow.FlowControl.Get(Block);
-    }
-    rConfig.uRevisionMinor = kRevisionMinor.Get(Block);
-    rConfig.uRevisionMajor = kRevisionMajor.Get(Block);
-    rConfig.dFrequency = g_DecodeField(kFrequency, kFrequencies, Block);
+    g_DecodeFlags(kFlagRows, Block, rConfig);
+    for (const CNumberRow& rRow : kNumberRows) rRow.Number.In(rConfig) = g_DecodeField(rRow.Field, rRow.Values, Block);
+    for (const auto& rRow : kRevisionRows) rRow.Value.In(rConfig) = rRow.Field.Get(Block);
     rConfig.dMaxFrequency = g_MaxFrequency(Block[kFrequencyWord]);
     return true;
 }
@@ -79,16 +53,11 @@ bool CFamilyHTLink::_SetHTConfig(uint32_t uCapability, const HTConfig& rConfig) 
     CLinkBlock Block{};
     bool bRetCode = m_Function.Read(uCapability, Block);
     LOG_PROCESS_ERROR(bRetCode);
-    for (size_t i = 0; i < std::size(kControlRows); ++i) kControlRows[i].Bit.Set(Block, rConfig.abControl[i]);
-    for (const CWidthRow& rRow : kWidthRows) {
-        g_EncodeField(rRow.Width, kWidths, Block, rConfig.*rRow.pWidth, kTolerance);
-        rRow.FlowControl.Set(Block, rConfig.*rRow.pFlowControl);
-    }
-    g_EncodeField(kFrequency, kFrequencies, Block, rConfig.dFrequency, kTolerance);
-    if (m_rFamily.bWritesRevision) {  // Kept: these bits are the hardware's own
-        kRevisionMinor.Set(Block, rConfig.uRevisionMinor);
-        kRevisionMajor.Set(Block, rConfig.uRevisionMajor);
-    }
+    g_EncodeFlags(kFlagRows, Block, rConfig);
+    for (const CNumberRow& rRow : kNumberRows)
+        g_EncodeField(rRow.Field, rRow.Values, Block, rRow.Number.In(rConfig), kTolerance);
+    if (m_rRules.bWritesRevision)  // Kept: these bits are the hardware's own
+        for (const auto& rRow : kRevisionRows) rRow.Field.Set(Block, rRow.Value.In(rConfig));
     bRetCode = m_Function.Write(uCapability, Block);
     LOG_PROCESS_ERROR(bRetCode);
     bRetCode = _PrepareLink(rConfig);

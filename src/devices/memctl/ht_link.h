@@ -15,8 +15,8 @@ public:
     bool SetHTConfig(uint32_t uLink, const vxtapi::HTConfig* pConfig) override;
 
 protected:
-    CFamilyHTLink(const CDeviceIdentity& rIdentity, const ht::CFamilyLinks& rFamily, CDriverHandler& rDriver)
-        : CDeviceBase(rIdentity), m_rFamily(rFamily), m_Function(rDriver) {}
+    CFamilyHTLink(CDriverHandler& rDriver, const ht::CLinkRules& rRules)
+        : CDeviceBase(rRules.Identity), m_rRules(rRules), m_Function(rDriver) {}
     ~CFamilyHTLink() = default;
 
     /// `uCapability`: offset of the link's block.
@@ -25,9 +25,9 @@ protected:
     /// What the processor needs besides, once a link's block is written.
     virtual bool _PrepareLink(const vxtapi::HTConfig&) const { return true; }
 
-    const char* LogClass() const { return m_rFamily.pszClass; }
+    const char* LogClass() const { return m_rRules.pszClass; }
 
-    const ht::CFamilyLinks& m_rFamily;
+    const ht::CLinkRules& m_rRules;
     CPciFunction m_Function;  ///< 0 of the processor's north bridge
 };
 
@@ -49,24 +49,6 @@ private:
     bool _Change(uint32_t uRegister, uint32_t uClear, uint32_t uSet) const;
     bool _ReplacePhyReg(uint32_t uRegister, uint32_t uValue) const;
     CIndexDataPair _Phy(uint32_t uLink) const;
-};
-
-/// K8.
-class CHTLink final : public CFamilyHTLink {
-public:
-    explicit CHTLink(CDriverHandler& rDriver);
-};
-
-/// Family 10h.
-class CBrevikHTLink final : public CFastHTLink {
-public:
-    explicit CBrevikHTLink(CDriverHandler& rDriver);
-};
-
-/// Family 11h.
-class CTalvorHTLink final : public CFastHTLink {
-public:
-    explicit CTalvorHTLink(CDriverHandler& rDriver);
 };
 
 }  // namespace vxt

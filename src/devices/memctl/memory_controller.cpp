@@ -1,11 +1,9 @@
 #include "devices/memctl/memory_controller.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "api/log/log_checks.h"
 #include "devices/memctl/memory_registers.h"
-#include "platform/cpuid.h"
 
 namespace vxt {
 
@@ -17,79 +15,51 @@ constexpr CPollLimit kPoll{1'000, "nCounter < 1000"};
 constexpr uint32_t kChannels = 2;
 constexpr double kNominalReference = 200.0;  ///< MHz
 
-constexpr CDeviceIdentity g_Identity(const wchar_t* pszName, uint32_t uVersion) {
-    return {
-        .eType = vxtapi::kDeviceMemoryController, .pszName = pszName, .uVersion = uVersion, .pszVendor = kMakerVendor};
-}
-constexpr CDeviceIdentity kFirstK8Identity = g_Identity(L"Internal DDR Memory Controller", 20070322);
-constexpr CDeviceIdentity kRevisionFIdentity = g_Identity(L"Internal DDR2 Memory Controller", 20070403);
-constexpr CDeviceIdentity kFamily10hIdentity = g_Identity(L"Internal DDR2 DDR3 Memory Controller", 20070518);
-constexpr CDeviceIdentity kFamily11hIdentity =
-    g_Identity(L"QOR Family 11h Processor Internal Memory Controller", 20071108);
-
-// A record as hosts lay it out: numbers by slot, flags as bytes of any value.
-std::byte* g_At(void* pRecord, size_t uOffset) { return static_cast<std::byte*>(pRecord) + uOffset; }
-const std::byte* g_At(const void* pRecord, size_t uOffset) { return static_cast<const std::byte*>(pRecord) + uOffset; }
-size_t g_Offset(uint32_t uSlot) { return uSlot % kConfigSlots * sizeof(double); }
-
-void g_Decode(std::span<const CMemoryRow> Rows, uint32_t uLayout, std::span<const uint32_t> Words, void* pRecord,
-              uint32_t uSlots = 0) {
-    for (const CMemoryRow& rRow : Rows) {
+/// `uFurther`: from a row's number to the one meant.
+template <class TRecord>
+void g_Decode(std::span<const CMemoryRow<TRecord>> Rows, uint32_t uLayout, std::span<const uint32_t> Words,
+              TRecord& rRecord, size_t uFurther = 0) {
+    for (const CMemoryRow<TRecord>& rRow : Rows) {
         if (!rRow.HasField()) continue;
         const CCoding& rCoding = rRow.Coding(uLayout);
-        const double dValue = g_DecodeField(rCoding.Field, rCoding.Values, Words);
-        std::memcpy(g_At(pRecord, g_Offset(rRow.Slot() + uSlots)), &dValue, sizeof(dValue));
+        rRow.Number().Further(uFurther).In(rRecord) = g_DecodeField(rCoding.Field, rCoding.Values, Words);
     }
 }
 
-void g_Encode(std::span<const CMemoryRow> Rows, uint32_t uLayout, std::span<uint32_t> Words, const void* pRecord,
-              uint32_t uSlots = 0) {
-    for (const CMemoryRow& rRow : Rows) {
+template <class TRecord>
+void g_Encode(std::span<const CMemoryRow<TRecord>> Rows, uint32_t uLayout, std::span<uint32_t> Words,
+              const TRecord& rRecord, size_t uFurther = 0) {
+    for (const CMemoryRow<TRecord>& rRow : Rows) {
         const CCoding& rCoding = rRow.Coding(uLayout);
-        double dValue = 0.0;
-        std::memcpy(&dValue, g_At(pRecord, g_Offset(rRow.Slot() + uSlots)), sizeof(dValue));
-        g_EncodeField(rCoding.Field, rCoding.Values, Words, dValue, kTolerance);
+        g_EncodeField(rCoding.Field, rCoding.Values, Words, rRow.Number().Further(uFurther).In(rRecord), kTolerance);
     }
 }
 
-void g_Decode(std::span<const CFlagRow> Rows, const CWords& rWords, void* pRecord) {
-    for (const CFlagRow& rRow : Rows) *g_At(pRecord, rRow.uOffset) = static_cast<std::byte>(rRow.Field.Get(rWords));
-}
-
-void g_Encode(std::span<const CFlagRow> Rows, CWords& rWords, const void* pRecord) {
-    for (const CFlagRow& rRow : Rows)
-        if (!rRow.bReadOnly) rRow.Field.Set(rWords, *g_At(pRecord, rRow.uOffset) != std::byte{0});
-}
-
-const CMemoryRow* g_Find(std::span<const CMemoryRow> Rows, ESlot eSlot) {
-    const auto it = std::ranges::find(Rows, eSlot, &CMemoryRow::Slot);
+template <class TRecord>
+const CMemoryRow<TRecord>* g_Find(std::span<const CMemoryRow<TRecord>> Rows,
+                                  const CRecordField<TRecord, double>& rNumber) {
+    const auto it = std::ranges::find(Rows, rNumber, &CMemoryRow<TRecord>::Number);
     return it == Rows.end() ? nullptr : &*it;
 }
 
-const CMemoryRow* g_Find(const CFamilyRules& rRules, ESlot eSlot) {
-    for (const auto Rows : {rRules.Timing, rRules.Config})
-        if (const CMemoryRow* pRow = g_Find(Rows, eSlot)) return pRow;
+const CTimingRow* g_Find(const CMemoryRules& rRules, const CTimingRow::CNumber& rNumber) {
+    return g_Find(rRules.Timing, rNumber);
+}
+
+const CConfigRow* g_Find(const CMemoryRules& rRules, const CConfigRow::CNumber& rNumber) {
+    const CConfigRow* pRow = g_Find(rRules.Config, rNumber);
     for (const CAdditionalRegister& rRegister : rRules.Additional)
-        if (const CMemoryRow* pRow = g_Find(rRegister.Rows, eSlot)) return pRow;
-    return nullptr;
+        if (!pRow) pRow = g_Find(rRegister.Rows, rNumber);
+    return pRow;
 }
 
 }  // namespace
-
-CMoldanMemoryController::CMoldanMemoryController(CDriverHandler& rDriver)
-    : CFamilyMemoryController(kFirstK8Identity, kFirstK8Rules, rDriver) {}
-CKDFMemoryController::CKDFMemoryController(CDriverHandler& rDriver)
-    : CFamilyMemoryController(kRevisionFIdentity, kRevisionFRules, rDriver) {}
-CBrevikMemoryController::CBrevikMemoryController(CDriverHandler& rDriver)
-    : CFamilyMemoryController(kFamily10hIdentity, kFamily10hRules, rDriver) {}
-CTalvorMemoryController::CTalvorMemoryController(CDriverHandler& rDriver)
-    : CFamilyMemoryController(kFamily11hIdentity, kFamily11hRules, rDriver) {}
 
 bool CFamilyMemoryController::Init(uint32_t uIndex) {
     LOG_PROCESS_ERROR(uIndex == 0);
     bool bRetCode = _CheckCpuid();
     LOG_PROCESS_ERROR(bRetCode);
-    bRetCode = m_Function.Find(kPciVendor, m_rRules.usPciDevice);
+    bRetCode = m_Function.Find(kMakerPciVendor, m_rRules.rFamily.PciDevice(kDramFunction));
     LOG_PROCESS_ERROR(bRetCode);
     vxtapi::MemConfig Scratch;
     bRetCode = GetMemConfig(&Scratch);  // for the channels and the layout
@@ -99,14 +69,17 @@ bool CFamilyMemoryController::Init(uint32_t uIndex) {
 }
 
 bool CFamilyMemoryController::_CheckCpuid() const {
-    const char* const pszFailed = m_rRules.rMatch.FailedCheck(platform::Cpuid(cpuid::kSignature).uEax);
+    const char* const pszFailed =
+        m_rRules.rFamily.FailedCheck(g_IdentifyProcessor(), m_rRules.rFamily.pszMemoryFamilyCheck);
     LOG_PROCESS_ERROR(!pszFailed, pszFailed);
     return true;
 }
 
 uint32_t CFamilyMemoryController::GetMemoryType() { return m_uLayout & kDdr3 ? kJedecDdr3 : m_rRules.uMemoryType; }
 
-uint32_t CFamilyMemoryController::GetPciVendor() { return kPciVendor; }
+uint32_t CFamilyMemoryController::GetPciVendor() { return kMakerPciVendor; }
+
+uint32_t CFamilyMemoryController::GetPciDevice() { return m_rRules.rFamily.PciDevice(kDramFunction); }
 
 double CFamilyMemoryController::GetMemClock(double dReferenceClock, double dFactor) {
     vxtapi::MemConfig Config;
@@ -125,7 +98,7 @@ bool CFamilyMemoryController::GetMemTiming(vxtapi::MemTiming* pTiming) {
     CWords Words{};
     const bool bRetCode = _ReadAll(m_rRules.TimingBlocks, _IsDriven(0) ? 0 : 1, Words);
     LOG_PROCESS_ERROR(bRetCode);
-    g_Decode(m_rRules.Timing, m_uLayout, Words, pTiming);
+    g_Decode<MemTiming>(m_rRules.Timing, m_uLayout, Words, *pTiming);
     return true;
 }
 
@@ -137,7 +110,7 @@ bool CFamilyMemoryController::SetMemTiming(const vxtapi::MemTiming* pTiming) {
     const uint32_t uFirst = _IsDriven(0) ? 0 : 1;
     bool bRetCode = _ReadAll(m_rRules.TimingBlocks, uFirst, Words);
     LOG_PROCESS_ERROR(bRetCode);
-    g_Encode(m_rRules.Timing, m_uLayout, Words, pTiming);
+    g_Encode<MemTiming>(m_rRules.Timing, m_uLayout, Words, *pTiming);
     for (uint32_t uChannel = uFirst; uChannel < kChannels; ++uChannel) {
         if (!_IsDriven(uChannel) || (uChannel != uFirst && !m_rRules.bWritesBoth)) continue;
         bRetCode = _WriteAll(m_rRules.TimingBlocks, uChannel, Words);  // Kept: channel B becomes as channel A
@@ -155,12 +128,12 @@ bool CFamilyMemoryController::GetMemConfig(vxtapi::MemConfig* pConfig) {
     const CBlock First = m_rRules.ConfigBlocks.front();
     CWords aWords[kChannels]{};
     bool bRetCode = true;
-    for (uint32_t uChannel = 0; uChannel < m_rRules.RegisterSets(); ++uChannel)
-        bRetCode = bRetCode && _Read(First, uChannel, aWords[uChannel]);
+    for (uint32_t uSet = 0; uSet < m_rRules.uRegisterSets; ++uSet)
+        bRetCode = bRetCode && _Read(First, uSet, aWords[uSet]);
     LOG_PROCESS_ERROR(bRetCode);
     m_bChannel[0] = m_rRules.ChannelUsed.Get(aWords[0]);
     m_bChannel[1] =
-        m_rRules.BothUsed ? m_bChannel[0] && m_rRules.BothUsed->Get(aWords[0]) : m_rRules.ChannelUsed.Get(aWords[1]);
+        m_rRules.oBothUsed ? m_bChannel[0] && m_rRules.oBothUsed->Get(aWords[0]) : m_rRules.ChannelUsed.Get(aWords[1]);
     LOG_PROCESS_ERROR(m_bChannel[0] || m_bChannel[1]);
 
     CWords Words{};  // channel B's where both are in use
@@ -174,18 +147,18 @@ bool CFamilyMemoryController::GetMemConfig(vxtapi::MemConfig* pConfig) {
     for (const CLayoutRow& rRow : m_rRules.Layout)
         if (rRow.Field.Get(Words) == rRow.uCode) m_uLayout |= rRow.uLayout;
     pConfig->bBothChannels = m_bChannel[0] && m_bChannel[1];
-    g_Decode(m_rRules.Flags, Words, pConfig);
-    g_Decode(m_rRules.Config, m_uLayout, Words, pConfig);
+    g_DecodeFlags(m_rRules.Flags, Words, *pConfig);
+    g_Decode<MemConfig>(m_rRules.Config, m_uLayout, Words, *pConfig);
 
     for (uint32_t uChannel = 0; uChannel < kChannels; ++uChannel) {
         bRetCode = !m_bChannel[uChannel] || _GetAdditionalRows(uChannel, *pConfig);
         LOG_PROCESS_ERROR(bRetCode);
     }
-    if (m_rRules.RegisterSets() == 1) return true;
+    if (!m_rRules.bChannelSelect) return true;
     uint32_t uSelect = 0;
     bRetCode = m_Function.Read(kChannelSelect, uSelect);
     LOG_PROCESS_ERROR(bRetCode);
-    pConfig->bGanged = kGanged.Get(uSelect);
+    pConfig->bGanged = static_cast<uint8_t>(kGanged.Get(uSelect));
     return true;
 }
 
@@ -202,12 +175,11 @@ bool CFamilyMemoryController::SetMemConfig(const vxtapi::MemConfig* pConfig) {
         bRetCode = !m_bChannel[uChannel] || _SetAdditionalRows(uChannel, *pConfig);
         LOG_PROCESS_ERROR(bRetCode);
     }
-    if (m_rRules.RegisterSets() == 1) return true;
+    if (!m_rRules.bChannelSelect) return true;
     uint32_t uSelect = 0;
     bRetCode = m_Function.Read(kChannelSelect, uSelect);
     LOG_PROCESS_ERROR(bRetCode);
-    const bool bGanged = *g_At(pConfig, offsetof(MemConfig, bGanged)) != std::byte{0};
-    bRetCode = m_Function.Write(kChannelSelect, kGanged.Set(uSelect, bGanged));
+    bRetCode = m_Function.Write(kChannelSelect, kGanged.Set(uSelect, pConfig->bGanged != 0));
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
@@ -215,26 +187,26 @@ bool CFamilyMemoryController::SetMemConfig(const vxtapi::MemConfig* pConfig) {
 bool CFamilyMemoryController::_SetConfigRegisters(uint32_t uChannel, const vxtapi::MemConfig& rConfig) const {
     CWords Words{};
     if (!_ReadAll(m_rRules.ConfigBlocks, uChannel, Words)) return false;
-    g_Encode(m_rRules.Flags, Words, &rConfig);
-    g_Encode(m_rRules.Config, m_uLayout, Words, &rConfig);
+    g_EncodeFlags(m_rRules.Flags, Words, rConfig);
+    g_Encode<MemConfig>(m_rRules.Config, m_uLayout, Words, rConfig);
     return _WriteAll(m_rRules.ConfigBlocks, uChannel, Words);
 }
 
 bool CFamilyMemoryController::_GetAdditionalRows(uint32_t uChannel, vxtapi::MemConfig& rConfig) const {
-    for (const auto& [uIndex, uSlotsPerChannel, Rows] : m_rRules.Additional) {
+    for (const auto& [uIndex, uNumbersPerChannel, Rows] : m_rRules.Additional) {
         uint32_t uValue = 0;
         if (!GetAdditionalData(uChannel, uIndex, uValue)) return false;
-        g_Decode(Rows, m_uLayout, std::span(&uValue, 1), &rConfig, uChannel * uSlotsPerChannel);
+        g_Decode<MemConfig>(Rows, m_uLayout, std::span(&uValue, 1), rConfig, uChannel * uNumbersPerChannel);
     }
     return true;
 }
 
 // One register after the other: what was read last is what SetAdditionalData compares with.
 bool CFamilyMemoryController::_SetAdditionalRows(uint32_t uChannel, const vxtapi::MemConfig& rConfig) const {
-    for (const auto& [uIndex, uSlotsPerChannel, Rows] : m_rRules.Additional) {
+    for (const auto& [uIndex, uNumbersPerChannel, Rows] : m_rRules.Additional) {
         uint32_t uValue = 0;
         if (!GetAdditionalData(uChannel, uIndex, uValue)) return false;
-        g_Encode(Rows, m_uLayout, std::span(&uValue, 1), &rConfig, uChannel * uSlotsPerChannel);
+        g_Encode<MemConfig>(Rows, m_uLayout, std::span(&uValue, 1), rConfig, uChannel * uNumbersPerChannel);
         if (!SetAdditionalData(uChannel, uIndex, uValue)) return false;
     }
     return true;
@@ -242,15 +214,20 @@ bool CFamilyMemoryController::_SetAdditionalRows(uint32_t uChannel, const vxtapi
 
 // --- value lists -----------------------------------------------------------------------------------------------------
 
-bool CFamilyMemoryController::_List(ESlot eSlot, double* pdValues, uint32_t& ruSize, const char* pszOperation) const {
+template <class TRecord>
+bool CFamilyMemoryController::_List(const CRecordField<TRecord, double>& rNumber, double* pdValues, uint32_t& ruSize,
+                                    const char* pszOperation) const {
     const auto LogFunction = [pszOperation](const char*) { return pszOperation; };
-    const CMemoryRow* const pRow = g_Find(m_rRules, eSlot);
+    const CMemoryRow<TRecord>* const pRow = g_Find(m_rRules, rNumber);
     if (!pRow) return false;  // an answer, not a fault: the family has no such field
     LOG_PROCESS_ERROR(pdValues);
     const bool bRetCode = pRow->Coding(m_uLayout).Values.List(std::span(pdValues, ruSize), ruSize);
     LOG_PROCESS_ERROR(bRetCode, "uSize <= ruSize");
     return true;
 }
+
+template bool CFamilyMemoryController::_List(const CTimingRow::CNumber&, double*, uint32_t&, const char*) const;
+template bool CFamilyMemoryController::_List(const CConfigRow::CNumber&, double*, uint32_t&, const char*) const;
 
 // --- registers -------------------------------------------------------------------------------------------------------
 
@@ -271,7 +248,7 @@ bool CFamilyMemoryController::_WriteAll(std::span<const CBlock> Blocks, uint32_t
 }
 
 bool CFamilyMemoryController::EnableCf8ExtCfg() const {
-    if (m_rRules.RegisterSets() == 1) return true;  // the K8 has nothing above FFh, and no such switch
+    if (!m_rRules.bExtendedSpace) return true;  // nothing above FFh, and no such switch
     std::array<uint32_t, 2> Msr{};
     bool bRetCode = m_rDriver.RDMSR(kNbConfigMsr, Msr[0], Msr[1]);
     LOG_PROCESS_ERROR(bRetCode);
@@ -282,7 +259,7 @@ bool CFamilyMemoryController::EnableCf8ExtCfg() const {
 }
 
 CIndexDataPair CFamilyMemoryController::_AdditionalData(uint32_t uChannel) const {
-    const uint32_t uSet = m_rRules.RegisterSets() == 1 ? 0 : uChannel;
+    const uint32_t uSet = std::min(uChannel, m_rRules.uRegisterSets - 1);
     return {m_Function, kAdditionalData + uSet * kChannelB, kAdditionalIndex, kPoll};
 }
 

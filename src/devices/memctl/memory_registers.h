@@ -7,7 +7,6 @@
 
 namespace vxt::memory {
 
-inline constexpr uint16_t kPciVendor = 0x1022;
 /// Index register of the additional data (F2x98; the data register follows) and the bits of an index.
 inline constexpr uint32_t kAdditionalData = 0x98, kAdditionalIndex = 0x3FFFFFFF;
 inline constexpr uint32_t kChannelSelect = 0x110;
@@ -86,7 +85,7 @@ inline constexpr CValueTable kPreambles(kPreambleValues), kDqsDelays(kDqsDelayVa
 // --- K8, first generations (DDR) -------------------------------------------------------------------------------------
 
 inline constexpr CBlock kFirstTimingBlocks[] = {{k88, 2}}, kFirstConfigBlocks[] = {{k90, 2}};
-inline constexpr CMemoryRow kFirstTiming[] = {
+inline constexpr CTimingRow kFirstTiming[] = {
     {kTcl, {kAlways, {k88, {2, 0}}, kFirstTcl}},
     {kTrc, {kAlways, {k88, {7, 4}}, kCount<16, 7>}},
     {kTrfc0, {kAlways, {k88, {11, 8}}, kCount<16, 9>}},
@@ -100,7 +99,7 @@ inline constexpr CMemoryRow kFirstTiming[] = {
     {kTref, {kAlways, {k8C, {12, 8}}, kFirstTref}},
     {kTwcl, {kAlways, {k8C, {22, 20}}, kFirstTwcl, false}},  // Kept: codes past the table's end read as reserved
 };
-inline constexpr CMemoryRow kFirstConfig[] = {
+inline constexpr CConfigRow kFirstConfig[] = {
     {kMaxAsyncLat, {kAlways, {k94, {3, 0}}, kCount<16, 0>}},   // AsyncLat, ns
     {kRdPreamble, {kAlways, {k94, {11, 8}}, kPreambles}},      // RdPreamble
     {kIdleLimit, {kAlways, {k94, {18, 16}}, kK8IdleLimits}},   // ILD_lmt
@@ -109,17 +108,17 @@ inline constexpr CMemoryRow kFirstConfig[] = {
 };
 // The width of the bus was settled when the memory was brought up: changing it would lose what the memory holds.
 inline constexpr CRegisterField kFirstBothUsed{k90, {16, 16}};
-inline constexpr CFlagRow kFirstFlags[] = {
-    {offsetof(MemConfig, bGanged), kFirstBothUsed, true},      // 128-bit mode
-    {offsetof(MemConfig, bSlowAccessMode), {k90, {28, 28}}},   // En2T
-    {offsetof(MemConfig, bWeakDrivers), {k90, {1, 1}}},        // D_DRV
-    {offsetof(MemConfig, bDccEnable), {k94, {19, 19}}},        // DCC_EN
+inline constexpr CFlagRow<MemConfig> kFirstFlags[] = {
+    {kField<&MemConfig::bGanged>, kFirstBothUsed, EFlagUse::kReadOnly},      // 128-bit mode
+    {kField<&MemConfig::bSlowAccessMode>, {k90, {28, 28}}},   // En2T
+    {kField<&MemConfig::bWeakDrivers>, {k90, {1, 1}}},        // D_DRV
+    {kField<&MemConfig::bDccEnable>, {k94, {19, 19}}},        // DCC_EN
 };
 
 // --- K8 revision F and later (DDR2) ----------------------------------------------------------------------------------
 
 inline constexpr CBlock kRevFTimingBlocks[] = {{k88, 2}}, kRevFConfigBlocks[] = {{k90, 2}, {kA0, 1}};
-inline constexpr CMemoryRow kRevFTiming[] = {
+inline constexpr CTimingRow kRevFTiming[] = {
     {kTcl, {kAlways, {k88, {2, 0}}, kCount<8, 3, 2, 6>}},
     {kTrcd, {kAlways, {k88, {5, 4}}, kCount<4, 3>}},
     {kTrp, {kAlways, {k88, {9, 8}}, kCount<4, 3>}},
@@ -139,7 +138,7 @@ inline constexpr CMemoryRow kRevFTiming[] = {
     {kTwrwr, {kAlways, {k8C, {13, 12}}, kCount<4, 1, 0, 3>}},
     {kTrdrd, {kAlways, {k8C, {15, 14}}, kCount<4, 2>}},
 };
-inline constexpr CMemoryRow kRevFConfig[] = {
+inline constexpr CConfigRow kRevFConfig[] = {
     {kMemClk, {kAlways, {k94, {2, 0}}, kSlowDdr2Clocks}},
     {kMaxAsyncLat, {kAlways, {k94, {7, 4}}, kCount<16, 0>}},      // ns
     {kDramTerm, {kAlways, {k90, {5, 4}}, kDdr2Term}},
@@ -148,15 +147,15 @@ inline constexpr CMemoryRow kRevFConfig[] = {
     {kIdleLimit, {kAlways, {kA0, {8, 6}}, kK8IdleLimits}},        // ILD_lmt
 };
 inline constexpr CRegisterField kRevFBothUsed{k90, {11, 11}};
-inline constexpr CFlagRow kRevFFlags[] = {
-    {offsetof(MemConfig, bGanged), kRevFBothUsed, true},          // 128-bit mode, see the first generations
-    {offsetof(MemConfig, bSlowAccessMode), {k94, {20, 20}}},
-    {offsetof(MemConfig, bWeakDrivers), {k90, {7, 7}}},
-    {offsetof(MemConfig, bDccEnable), {kA0, {5, 5}}},             // DCC_EN
-    {offsetof(MemConfig, bPowerDownEnable), {k94, {15, 15}}},
+inline constexpr CFlagRow<MemConfig> kRevFFlags[] = {
+    {kField<&MemConfig::bGanged>, kRevFBothUsed, EFlagUse::kReadOnly},          // 128-bit mode, see the first generations
+    {kField<&MemConfig::bSlowAccessMode>, {k94, {20, 20}}},
+    {kField<&MemConfig::bWeakDrivers>, {k90, {7, 7}}},
+    {kField<&MemConfig::bDccEnable>, {kA0, {5, 5}}},             // DCC_EN
+    {kField<&MemConfig::bPowerDownEnable>, {k94, {15, 15}}},
 };
 /// Additional register 0, output driver compensation: alike from revision F to family 11h.
-inline constexpr CMemoryRow kDriveRows[] = {
+inline constexpr CConfigRow kDriveRows[] = {
     {kCkeDrive, {kAlways, {0, {1, 0}}, kAddressDrives}},
     {kCsOdtDrive, {kAlways, {0, {5, 4}}, kAddressDrives}},
     {kAddrCmdDrive, {kAlways, {0, {9, 8}}, kAddressDrives}},
@@ -166,11 +165,11 @@ inline constexpr CMemoryRow kDriveRows[] = {
     {kProcOdt, {kDdr3, {0, {29, 28}}, kDdr3Odt}, {kAlways, {0, {29, 28}}, kDdr2Odt}},
 };
 // DQS receiver enable timing of each DIMM's first chip select, in steps of 50 ps.
-inline constexpr CMemoryRow kDqsRows[] = {
-    {kDqsDelay1, {kAlways, {0, {7, 0}}, kDqsDelays}},
-    {kDqsDelay2, {kAlways, {0, {7, 0}}, kDqsDelays}},
-    {kDqsDelay3, {kAlways, {0, {7, 0}}, kDqsDelays}},
-    {kDqsDelay4, {kAlways, {0, {7, 0}}, kDqsDelays}},
+inline constexpr CConfigRow kDqsRows[] = {
+    {kDqsDelay<0>, {kAlways, {0, {7, 0}}, kDqsDelays}},
+    {kDqsDelay<1>, {kAlways, {0, {7, 0}}, kDqsDelays}},
+    {kDqsDelay<2>, {kAlways, {0, {7, 0}}, kDqsDelays}},
+    {kDqsDelay<3>, {kAlways, {0, {7, 0}}, kDqsDelays}},
 };
 inline constexpr CAdditionalRegister kRevFAdditional[] = {
     {0x00, 1, kDriveRows},
@@ -189,7 +188,7 @@ inline constexpr CLayoutRow kFam10Layout[] = {
     {kWide, {k94, {2, 0}}, 4},           // 533 MHz, the fastest DDR2
     {kBurst32, {k90, {10, 10}}, 1},      // BurstLength32
 };
-inline constexpr CMemoryRow kFam10Timing[] = {
+inline constexpr CTimingRow kFam10Timing[] = {
     {kTcl, {kDdr3, {k88, {3, 0}}, kCount<16, 4, 0, 9>}, {kAlways, {k88, {3, 0}}, kCount<16, 1, 0, 7>}},
     {kTrcd, {kWide, {k88, {6, 4}}, kCount<8, 5>}, {kAlways, {k88, {5, 4}}, kCount<4, 3>}},
     {kTrp, {kWide, {k88, {9, 7}}, kCount<8, 5>}, {kAlways, {k88, {9, 8}}, kCount<4, 3>}},
@@ -210,33 +209,34 @@ inline constexpr CMemoryRow kFam10Timing[] = {
     {kTwrwr, {kDdr3, {k8C, {13, 12}, k78, {11, 10}}, kCount<16, 3, 2, 10>}, {kAlways, {k8C, {13, 12}}, kCount<4, 1>}},
     {kTrdrd, {kDdr3, {k8C, {15, 14}, k78, {13, 12}}, kCount<16, 2, 0, 9>}, {kAlways, {k8C, {15, 14}}, kCount<4, 2>}},
     {kTrwtWB, {kDdr3, {k8C, {3, 0}}, kCount<16, 3, 1>}, {kAlways, {k8C, {3, 0}}, kCount<16, 3, 1, 8>}},
-    CMemoryRow(kTwcl),  // Kept: listed, without any value
+    CTimingRow(kTwcl),  // Kept: listed, without any value
 };
-inline constexpr CMemoryRow kFam10Config[] = {
+inline constexpr CConfigRow kFam10Config[] = {
     {kMemClk, {kDdr3, {k94, {2, 0}}, kDdr3Clocks}, {kAlways, {k94, {2, 0}}, kDdr2Clocks}},
     {kDramTerm, {kDdr3, {k84, {9, 7}}, kDdr3Term}, {kAlways, {k90, {5, 4}}, kDdr2Term}},
     {kFourActWindow, {kWide, {k94, {31, 28}}, kWideWindows}, {kAlways, {k94, {31, 28}}, kDdr2Windows}},
     {kDcqBypassMax, {kAlways, {k94, {27, 24}}, kCount<16, 0>}},
     {kIdleLimit, {kAlways, {k90, {22, 21}}, kIdleLimits}},
 };
-inline constexpr CFlagRow kFam10Flags[] = {
-    {offsetof(MemConfig, bSlowAccessMode), {k94, {20, 20}}},
-    {offsetof(MemConfig, bWeakDrivers), {k90, {7, 7}}},
-    {offsetof(MemConfig, bDccEnable), {k94, {22, 22}}},  // Kept: named after the K8's bit
-    {offsetof(MemConfig, bPowerDownEnable), {k94, {15, 15}}},
+inline constexpr CFlagRow<MemConfig> kFam10Flags[] = {
+    {kField<&MemConfig::bSlowAccessMode>, {k94, {20, 20}}},
+    {kField<&MemConfig::bWeakDrivers>, {k90, {7, 7}}},
+    {kField<&MemConfig::bDccEnable>, {k94, {22, 22}}},  // Kept: named after the K8's bit
+    {kField<&MemConfig::bPowerDownEnable>, {k94, {15, 15}}},
 };
 inline constexpr CAdditionalRegister kFam10Additional[] = {{0x00, 1, kDriveRows}};
 
 // --- family 11h (DDR2, two DIMM pairs) -------------------------------------------------------------------------------
 
-inline constexpr CBlock kFam11TimingBlocks[] = {{k88, 2}, {k78, 1}}, kFam11ConfigBlocks[] = {{k90, 2}};
+inline constexpr CBlock kFam11TimingBlocks[] = {{k88, 2}, {k78, 1}};
+inline constexpr CBlock kFam11ConfigBlocks[] = {{k90, 2}, {k78, 1}};
 inline constexpr CLayoutRow kFam11Layout[] = {
     {kBurst32, {k90, {10, 10}}, 1},
     // FourRankSoDimm. The guide does not say what lengthens the turnarounds; of the configuration bits this one stands
     // for memory that needs it: two more ranks take turns on the data bus.
     {kTurnaround, {k94, {17, 17}}, 1},
 };
-inline constexpr CMemoryRow kFam11Timing[] = {
+inline constexpr CTimingRow kFam11Timing[] = {
     {kTcl, {kAlways, {k88, {3, 0}}, kCount<16, 3, 2, 6>}},
     {kTrcd, {kAlways, {k88, {5, 4}}, kCount<4, 3>}},
     {kTrp, {kAlways, {k88, {9, 8}}, kCount<4, 3>}},
@@ -254,47 +254,53 @@ inline constexpr CMemoryRow kFam11Timing[] = {
     {kTwtr, {kAlways, {k8C, {9, 8}}, kCount<4, 1, 1>}},
     {kTrwtTO, {kTurnaround, {k8C, {7, 4}}, kCount<16, 6, 1, 8>}, {kAlways, {k8C, {7, 4}}, kCount<16, 3, 1, 8>}},
     {kTrwtWB, {kAlways, {k8C, {3, 0}}, kCount<16, 1, 1>}},
-    CMemoryRow(kTwcl),  // as family 10h
+    CTimingRow(kTwcl),  // as family 10h
 };
-inline constexpr CMemoryRow kFam11Config[] = {
+inline constexpr CConfigRow kFam11Config[] = {
     {kMemClk, {kAlways, {k94, {2, 0}}, kSlowDdr2Clocks}},
     {kDramTerm, {kAlways, {k90, {5, 4}}, kDdr2Term}},
     {kFourActWindow, {kAlways, {k94, {31, 28}}, kDdr2Windows}},
     {kDcqBypassMax, {kAlways, {k94, {27, 24}}, kCount<16, 0>}},
     {kIdleLimit, {kAlways, {k90, {22, 21}}, kIdleLimits}},
-    // Listed without a value: this family has no asynchronous latency in ns. What took its place counts north-bridge
-    // clocks (78h bits 31:22) and is trained by the firmware; nearly all of its codes would hang the machine.
-    CMemoryRow(kMaxAsyncLat),
+    // MaxRdLatency: the whole way to the modules and back, asynchronous part included, in north-bridge clocks. It is
+    // trained by the firmware: a shorter one than the modules need hangs the machine.
+    {kMaxAsyncLat, {kAlways, {k78, {31, 22}}, kCount<1024, 0>}},
 };
 
 // --- the families ----------------------------------------------------------------------------------------------------
 
-inline constexpr cpuid::CFamilyMatch kMatch10h{1, "Fn0000_0001_Eax.ExtendedFamily == 1"};
-inline constexpr cpuid::CFamilyMatch kMatch11h{2, "Fn0000_0001_Eax.ExtendedFamily == 2"};
+consteval CDeviceIdentity g_Identity(const wchar_t* pszName, uint32_t uVersion) {
+    return {.eType = vxtapi::kDeviceMemoryController, .pszName = pszName, .uVersion = uVersion,
+            .pszVendor = kMakerVendor};
+}
 inline constexpr uint32_t kJedecDdr = 7, kJedecDdr2 = 8, kJedecDdr3 = 11;  // SPD memory type numbers
 
-inline constexpr CFamilyRules kFirstK8Rules{
-    .pszClass = "CMoldanMemoryController", .rMatch = cpuid::kMatchFirstK8,
-    .usPciDevice = 0x1102, .uMemoryType = kJedecDdr,
-    .ChannelUsed = {k94, {25, 25}}, .BothUsed = kFirstBothUsed,
+inline constexpr CMemoryRules kFirstK8Rules{
+    .pszClass = "CMoldanMemoryController", .Identity = g_Identity(L"Internal DDR Memory Controller", 20070322),
+    .rFamily = kFirstK8, .uMemoryType = kJedecDdr,
+    .uRegisterSets = 1, .ChannelUsed = {k94, {25, 25}}, .oBothUsed = kFirstBothUsed,
     .TimingBlocks = kFirstTimingBlocks, .ConfigBlocks = kFirstConfigBlocks,
     .Timing = kFirstTiming, .Config = kFirstConfig, .Flags = kFirstFlags};
-inline constexpr CFamilyRules kRevisionFRules{
-    .pszClass = "CKDFMemoryController", .rMatch = cpuid::kMatchRevisionF,
-    .usPciDevice = 0x1102, .uMemoryType = kJedecDdr2,
-    .ChannelUsed = {k94, {3, 3}}, .BothUsed = kRevFBothUsed,
+inline constexpr CMemoryRules kRevisionFRules{
+    .pszClass = "CKDFMemoryController", .Identity = g_Identity(L"Internal DDR2 Memory Controller", 20070403),
+    .rFamily = kRevisionF, .uMemoryType = kJedecDdr2,
+    .uRegisterSets = 1, .ChannelUsed = {k94, {3, 3}}, .oBothUsed = kRevFBothUsed,
     .TimingBlocks = kRevFTimingBlocks, .ConfigBlocks = kRevFConfigBlocks,
     .Timing = kRevFTiming, .Config = kRevFConfig, .Flags = kRevFFlags,
     .Additional = kRevFAdditional, .uAdditionalOfB = 0x20};
-inline constexpr CFamilyRules kFamily10hRules{
-    .pszClass = "CBrevikMemoryController", .rMatch = kMatch10h, .usPciDevice = 0x1202, .uMemoryType = kJedecDdr2,
-    .ChannelUsed = {k94, {3, 3}}, .bWritesBoth = true,
+inline constexpr CMemoryRules kFamily10hRules{
+    .pszClass = "CBrevikMemoryController", .Identity = g_Identity(L"Internal DDR2 DDR3 Memory Controller", 20070518),
+    .rFamily = kFamily10h, .uMemoryType = kJedecDdr2,
+    .uRegisterSets = 2, .ChannelUsed = {k94, {3, 3}},
+    .bExtendedSpace = true, .bChannelSelect = true, .bWritesBoth = true,
     .TimingBlocks = kFam10TimingBlocks, .ConfigBlocks = kFam10ConfigBlocks, .Layout = kFam10Layout,
     .Timing = kFam10Timing, .Config = kFam10Config, .Flags = kFam10Flags,
     .Additional = kFam10Additional};
-inline constexpr CFamilyRules kFamily11hRules{
-    .pszClass = "CTalvorMemoryController", .rMatch = kMatch11h, .usPciDevice = 0x1302, .uMemoryType = kJedecDdr2,
-    .ChannelUsed = {k94, {3, 3}},
+inline constexpr CMemoryRules kFamily11hRules{
+    .pszClass = "CTalvorMemoryController",
+    .Identity = g_Identity(L"QOR Family 11h Processor Internal Memory Controller", 20071108),
+    .rFamily = kFamily11h, .uMemoryType = kJedecDdr2,
+    .uRegisterSets = 2, .ChannelUsed = {k94, {3, 3}}, .bExtendedSpace = true, .bChannelSelect = true,
     .TimingBlocks = kFam11TimingBlocks, .ConfigBlocks = kFam11ConfigBlocks, .Layout = kFam11Layout,
     .Timing = kFam11Timing, .Config = kFam11Config, .Flags = kFam10Flags,
     .Additional = kFam10Additional};

@@ -3,10 +3,10 @@
 
 #include <vxtapi/memory_controller.h>
 
-#include <cstddef>
-
-#include "hw/processor_match.h"
+#include "devices/framework/device_base.h"
+#include "hw/processor_family.h"
 #include "registers/msr_words.h"
+#include "registers/record_field.h"
 #include "registers/value_table.h"
 
 namespace vxt::memory {
@@ -14,54 +14,29 @@ namespace vxt::memory {
 using vxtapi::MemConfig;
 using vxtapi::MemTiming;
 
-/// A number of one of the two records: its place in the record, plus 32 for the configuration record.
-inline constexpr uint32_t kConfigSlots = 32;
-consteval uint8_t g_TimingSlot(size_t uOffset) { return static_cast<uint8_t>(uOffset / sizeof(double)); }
-consteval uint8_t g_ConfigSlot(size_t uOffset) { return static_cast<uint8_t>(kConfigSlots + uOffset / sizeof(double)); }
-enum ESlot : uint8_t {
-    kTcl = g_TimingSlot(offsetof(MemTiming, dTcl)),
-    kTrc = g_TimingSlot(offsetof(MemTiming, dTrc)),
-    kTrfc0 = g_TimingSlot(offsetof(MemTiming, dTrfc0)),
-    kTrfc1 = g_TimingSlot(offsetof(MemTiming, dTrfc1)),
-    kTrfc2 = g_TimingSlot(offsetof(MemTiming, dTrfc2)),
-    kTrfc3 = g_TimingSlot(offsetof(MemTiming, dTrfc3)),
-    kTrcd = g_TimingSlot(offsetof(MemTiming, dTrcd)),
-    kTrrd = g_TimingSlot(offsetof(MemTiming, dTrrd)),
-    kTras = g_TimingSlot(offsetof(MemTiming, dTras)),
-    kTrp = g_TimingSlot(offsetof(MemTiming, dTrp)),
-    kTwr = g_TimingSlot(offsetof(MemTiming, dTwr)),
-    kTwtr = g_TimingSlot(offsetof(MemTiming, dTwtr)),
-    kTrwt = g_TimingSlot(offsetof(MemTiming, dTrwt)),
-    kTref = g_TimingSlot(offsetof(MemTiming, dTref)),
-    kTwcl = g_TimingSlot(offsetof(MemTiming, dTwcl)),
-    kTrtp = g_TimingSlot(offsetof(MemTiming, dTrtp)),
-    kTrwtTO = g_TimingSlot(offsetof(MemTiming, dTrwtTO)),
-    kTwrrd = g_TimingSlot(offsetof(MemTiming, dTwrrd)),
-    kTwrwr = g_TimingSlot(offsetof(MemTiming, dTwrwr)),
-    kTrdrd = g_TimingSlot(offsetof(MemTiming, dTrdrd)),
-    kTrwtWB = g_TimingSlot(offsetof(MemTiming, dTrwtWB)),
-    kMemClk = g_ConfigSlot(offsetof(MemConfig, dMemoryClock)),
-    kMaxAsyncLat = g_ConfigSlot(offsetof(MemConfig, dMaxAsyncLat)),
-    kDramTerm = g_ConfigSlot(offsetof(MemConfig, dDramTermination)),
-    kFourActWindow = g_ConfigSlot(offsetof(MemConfig, dFourBankActWindow)),
-    kDcqBypassMax = g_ConfigSlot(offsetof(MemConfig, dDcqBypassMax)),
-    kIdleLimit = g_ConfigSlot(offsetof(MemConfig, dIdleCycleLimit)),
-    kRdPreamble = g_ConfigSlot(offsetof(MemConfig, dReadPreamble)),
-    // Of channel A; channel B's follow in the record.
-    kCkeDrive = g_ConfigSlot(offsetof(MemConfig, adCkeDrive)),
-    kCsOdtDrive = g_ConfigSlot(offsetof(MemConfig, adCsOdtDrive)),
-    kAddrCmdDrive = g_ConfigSlot(offsetof(MemConfig, adAddrCmdDrive)),
-    kClockDrive = g_ConfigSlot(offsetof(MemConfig, adClockDrive)),
-    kDataDrive = g_ConfigSlot(offsetof(MemConfig, adDataDrive)),
-    kDqsDrive = g_ConfigSlot(offsetof(MemConfig, adDqsDrive)),
-    kProcOdt = g_ConfigSlot(offsetof(MemConfig, adProcOdt)),
-    kDqsDelay1 = g_ConfigSlot(offsetof(MemConfig, adDqsReceiverDelay)),
-    kDqsDelay2,
-    kDqsDelay3,
-    kDqsDelay4,
-    kNoSlot = 0xFF,
-};
-static_assert(kDqsDelay4 == kConfigSlots + 26 && kTrwtWB < kConfigSlots);
+// The numbers of the two records that fields go with.
+inline constexpr auto kTcl = kField<&MemTiming::dTcl>, kTrc = kField<&MemTiming::dTrc>,
+                      kTrfc0 = kField<&MemTiming::dTrfc0>, kTrfc1 = kField<&MemTiming::dTrfc1>,
+                      kTrfc2 = kField<&MemTiming::dTrfc2>, kTrfc3 = kField<&MemTiming::dTrfc3>,
+                      kTrcd = kField<&MemTiming::dTrcd>, kTrrd = kField<&MemTiming::dTrrd>,
+                      kTras = kField<&MemTiming::dTras>, kTrp = kField<&MemTiming::dTrp>,
+                      kTwr = kField<&MemTiming::dTwr>, kTwtr = kField<&MemTiming::dTwtr>,
+                      kTrwt = kField<&MemTiming::dTrwt>, kTref = kField<&MemTiming::dTref>,
+                      kTwcl = kField<&MemTiming::dTwcl>, kTrtp = kField<&MemTiming::dTrtp>,
+                      kTrwtTO = kField<&MemTiming::dTrwtTO>, kTwrrd = kField<&MemTiming::dTwrrd>,
+                      kTwrwr = kField<&MemTiming::dTwrwr>, kTrdrd = kField<&MemTiming::dTrdrd>,
+                      kTrwtWB = kField<&MemTiming::dTrwtWB>;
+inline constexpr auto kMemClk = kField<&MemConfig::dMemoryClock>, kMaxAsyncLat = kField<&MemConfig::dMaxAsyncLat>,
+                      kDramTerm = kField<&MemConfig::dDramTermination>,
+                      kFourActWindow = kField<&MemConfig::dFourBankActWindow>,
+                      kDcqBypassMax = kField<&MemConfig::dDcqBypassMax>,
+                      kIdleLimit = kField<&MemConfig::dIdleCycleLimit>, kRdPreamble = kField<&MemConfig::dReadPreamble>;
+// Of channel A; channel B's stand further on in the arrays.
+inline constexpr auto kCkeDrive = kField<&MemConfig::adCkeDrive>, kCsOdtDrive = kField<&MemConfig::adCsOdtDrive>,
+                      kAddrCmdDrive = kField<&MemConfig::adAddrCmdDrive>,
+                      kClockDrive = kField<&MemConfig::adClockDrive>, kDataDrive = kField<&MemConfig::adDataDrive>,
+                      kDqsDrive = kField<&MemConfig::adDqsDrive>, kProcOdt = kField<&MemConfig::adProcOdt>;
+template <size_t uModule> inline constexpr auto kDqsDelay = kField<&MemConfig::adDqsReceiverDelay, uModule>;
 
 /// The DRAM controller's registers, by offset, in the order in which a set of words holds them. Channel B's registers
 /// stand 100h above channel A's.
@@ -103,21 +78,23 @@ struct CCoding {
     }
 };
 
-/// A slot of a record and its field in each layout.
-class CMemoryRow {
+/// A number of a record and its field in each layout.
+template <class TRecord> class CMemoryRow {
 public:
+    using CNumber = CRecordField<TRecord, double>;
+
     /// The first coding whose layout the controller has counts; the last one must always do.
-    consteval CMemoryRow(ESlot eSlot, CCoding Only) : CMemoryRow(eSlot, Only, Only, Only) {}
-    consteval CMemoryRow(ESlot eSlot, CCoding First, CCoding Else) : CMemoryRow(eSlot, First, Else, Else) {}
-    consteval CMemoryRow(ESlot eSlot, CCoding First, CCoding Second, CCoding Else)
-        : m_eSlot(eSlot), m_bHasField(true), m_aCodings{First, Second, Else} {
+    consteval CMemoryRow(CNumber Number, CCoding Only) : CMemoryRow(Number, Only, Only, Only) {}
+    consteval CMemoryRow(CNumber Number, CCoding First, CCoding Else) : CMemoryRow(Number, First, Else, Else) {}
+    consteval CMemoryRow(CNumber Number, CCoding First, CCoding Second, CCoding Else)
+        : m_Number(Number), m_bHasField(true), m_aCodings{First, Second, Else} {
         if (Else.uWhen != kAlways) throw "a layout without a coding";
     }
-    /// A slot that is listed, with no value at all, and never filled.
-    explicit consteval CMemoryRow(ESlot eSlot)
-        : m_eSlot(eSlot), m_bHasField(false), m_aCodings{kNoField, kNoField, kNoField} {}
+    /// A number that is listed, with no value at all, and never filled.
+    explicit consteval CMemoryRow(CNumber Number)
+        : m_Number(Number), m_bHasField(false), m_aCodings{kNoField, kNoField, kNoField} {}
 
-    constexpr ESlot Slot() const { return m_eSlot; }
+    constexpr const CNumber& Number() const { return m_Number; }
     constexpr bool HasField() const { return m_bHasField; }
     constexpr const CCoding& Coding(uint32_t uLayout) const {
         for (const CCoding& rCoding : m_aCodings)
@@ -129,45 +106,48 @@ private:
     static constexpr double kNoValues[] = {kEndOfTable};
     static constexpr CCoding kNoField{kAlways, {0, {0, 0}}, kNoValues, false};
 
-    ESlot m_eSlot;
+    CNumber m_Number;
     bool m_bHasField;
     std::array<CCoding, 3> m_aCodings;
 };
 
-/// A flag of the configuration record.
-struct CFlagRow {
-    size_t uOffset;
-    CRegisterField Field;
-    bool bReadOnly = false;
-};
+using CTimingRow = CMemoryRow<MemTiming>;
+using CConfigRow = CMemoryRow<MemConfig>;
 
 /// A register of a channel's additional data. Its word is word 0 of the rows' fields.
 struct CAdditionalRegister {
     uint32_t uIndex;
-    uint32_t uSlotsPerChannel;  ///< from a slot of channel A to channel B's
-    std::span<const CMemoryRow> Rows;
+    size_t uNumbersPerChannel;  ///< from a number of channel A to channel B's
+    std::span<const CConfigRow> Rows;
+
+    consteval CAdditionalRegister(uint32_t index, size_t uNumbers, std::span<const CConfigRow> rows)
+        : uIndex(index), uNumbersPerChannel(uNumbers), Rows(rows) {
+        for (const CConfigRow& rRow : rows)
+            if (!rRow.Number().CanGo(uNumbers)) throw "the record has no number for channel B";
+    }
 };
 
 /// What one family does differently from the others.
-struct CFamilyRules {
+struct CMemoryRules {
     const char* pszClass;  ///< under which failed checks are logged
-    const cpuid::CFamilyMatch& rMatch;
-    uint16_t usPciDevice;
+    CDeviceIdentity Identity;
+    const CProcessorFamily& rFamily;
     uint32_t uMemoryType;  ///< JEDEC number, unless the layout says DDR3
 
+    uint32_t uRegisterSets;      ///< 2: one for each channel; 1: one drives both
     CRegisterField ChannelUsed;  ///< of a set of registers: its memory clock is valid
-    /// Families that have one set of registers for both channels: it drives both. The others have a set each, a select
-    /// register for the two of them, and need extended configuration space.
-    std::optional<CRegisterField> BothUsed = std::nullopt;
-    bool bWritesBoth = false;  ///< a timing change goes to channel B too, not only to the channel it was read from
-    std::span<const CBlock> TimingBlocks, ConfigBlocks;  ///< of the latter the first holds ChannelUsed and BothUsed
+    /// Beside ChannelUsed in the one set for both: channel B is in use, too. None: channel B's own set tells.
+    std::optional<CRegisterField> oBothUsed = std::nullopt;
+    bool bExtendedSpace = false;  ///< some registers stand at 100h and above, which has to be switched on
+    bool bChannelSelect = false;  ///< a register of its own tells whether the channels work as one
+    bool bWritesBoth = false;     ///< a timing change goes to channel B too, not only to the channel it was read from
+    std::span<const CBlock> TimingBlocks, ConfigBlocks;  ///< of the latter the first holds ChannelUsed and oBothUsed
     std::span<const CLayoutRow> Layout = {};
-    std::span<const CMemoryRow> Timing, Config;
-    std::span<const CFlagRow> Flags;
+    std::span<const CTimingRow> Timing;
+    std::span<const CConfigRow> Config;
+    std::span<const CFlagRow<MemConfig>> Flags;
     std::span<const CAdditionalRegister> Additional = {};
     uint32_t uAdditionalOfB = 0;  ///< of one set for both: from channel A's additional registers to channel B's
-
-    constexpr uint32_t RegisterSets() const { return BothUsed ? 1 : 2; }
 };
 
 }  // namespace vxt::memory

@@ -1,6 +1,8 @@
 #include "platform/driver_channel.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <span>
 
 #include "platform/simulated/simulated_system.h"
 
@@ -14,6 +16,13 @@ using EHandle = CSimulatedSystem::EHandle;
 namespace {
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
 constexpr const wchar_t* kDriverService = L"VXTDriver";  ///< its device has the same name
+
+/// With the begin of what was sent: of a dropped write, what would have been written.
+void g_ReportFault(uint64_t ullRequest, uint32_t uCode, std::span<const uint8_t> Input) {
+    std::fprintf(stderr, "fault: request %llu, code %08X, input ", static_cast<unsigned long long>(ullRequest), uCode);
+    for (const uint8_t ucByte : Input.first(std::min<size_t>(Input.size(), 64))) std::fprintf(stderr, "%02x", ucByte);
+    std::fputs("\n", stderr);
+}
 }  // namespace
 
 void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
@@ -21,10 +30,12 @@ void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 CDriverChannel OpenDriver(const wchar_t* pszDevice) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
     const auto it = rSystem.m_Services.find(kDriverService);
     const bool bPresent = std::wstring(kDevicePrefix) + kDriverService == pszDevice && it != rSystem.m_Services.end() &&
-                          it->second.bRunning;
+                          it->second.uState == kServiceRunning;
+    if (bPresent && !rSystem.m_bHasRights) return CDriverChannel(rSystem.Fail(kErrorAccessDenied));
     return CDriverChannel(bPresent ? rSystem.Open(EHandle::kDriver, pszDevice) : rSystem.Fail(kErrorFileNotFound));
 }
 
@@ -39,8 +50,7 @@ bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* p
         rSystem.m_Server.Control(uCode, simulated::g_CurrentCore(), {static_cast<const uint8_t*>(pIn), uInSize},
                                  {static_cast<uint8_t*>(pOut), pOut ? uOutSize : 0});
     if (rSystem.m_bReportFaults && rSystem.m_RequestFaults.Injected() != ullInjected)
-        std::fprintf(stderr, "fault: request %llu, code %08X\n",
-                     static_cast<unsigned long long>(rSystem.m_RequestFaults.Requests()), uCode);
+        g_ReportFault(rSystem.m_RequestFaults.Requests(), uCode, {static_cast<const uint8_t*>(pIn), uInSize});
     ruReturned = Reply.uReturned;
     return Reply.bSuccess;
 }

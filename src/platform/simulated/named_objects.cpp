@@ -31,6 +31,7 @@ void CloseNamedObject(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenSemaphore", kErrorFileNotFound)) return {};
     const bool bExists = rSystem.m_Semaphores.contains(pszName);
     return CSemaphoreHandle(bExists ? rSystem.Open(EHandle::kSemaphore, pszName) : rSystem.Fail(kErrorFileNotFound));
@@ -39,6 +40,7 @@ CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
 CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32_t nMaximum, const wchar_t* pszSddl) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateSemaphore")) return {};
     rSystem.m_Semaphores.try_emplace(pszName, CSimulatedSystem::CSemaphore{nInitial, nMaximum, pszSddl});
     return CSemaphoreHandle(rSystem.Open(EHandle::kSemaphore, pszName));
@@ -46,6 +48,7 @@ CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32
 
 uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseconds*/) {
     const CSystemSide SystemSide;
+    const std::lock_guard Guard(g_GetSystem().m_Lock);
     if (g_GetSystem().Refuses("WaitSemaphore")) return kWaitFailed;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore) return kWaitFailed;
@@ -56,6 +59,7 @@ uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseco
 
 bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
     const CSystemSide SystemSide;
+    const std::lock_guard Guard(g_GetSystem().m_Lock);
     if (g_GetSystem().Refuses("ReleaseSemaphore")) return false;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
     if (!pSemaphore || pSemaphore->nCount == pSemaphore->nMaximum) return false;

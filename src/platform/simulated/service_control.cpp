@@ -9,14 +9,21 @@ using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
+// Error codes and their order are those of the real manager: a call that finds the service marked for delete, or in a state
+// that does not fit, is refused at once; nothing here waits.
+
 namespace {
 
-/// A deleted service is gone when it is stopped and its last handle is closed.
-void g_ForgetDeleted(CSimulatedSystem& rSystem, const std::wstring& sName) {
-    const auto it = rSystem.m_Services.find(sName);
-    if (it != rSystem.m_Services.end() && it->second.bDeleted && !it->second.bRunning && it->second.uHandles == 0 &&
-        rSystem.m_uOpenersToGo == 0)
-        rSystem.m_Services.erase(it);
+constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
+
+/// Asks for a service's state, which may end its stopping.
+uint32_t g_StateOf(CSimulatedSystem& rSystem, CSimulatedSystem::CService& rService) {
+    if (rService.uQueriesToStop > 0 && rService.uState == kServiceStopPending) {
+        --rService.uQueriesToStop;
+        return kServiceStopPending;
+    }
+    rSystem.SettleServices();
+    return rService.uState;  // the caller's handle keeps it
 }
 
 }  // namespace
@@ -24,19 +31,16 @@ void g_ForgetDeleted(CSimulatedSystem& rSystem, const std::wstring& sName) {
 void CloseServiceHandle(uintptr_t uHandle) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
-    if (CSimulatedSystem::CService* const pService = rSystem.FindService(uHandle)) {
-        const std::wstring sName = *rSystem.Find(uHandle, EHandle::kService);
-        --pService->uHandles;
-        rSystem.Close(uHandle);
-        g_ForgetDeleted(rSystem, sName);
-    } else {
-        rSystem.Close(uHandle);
-    }
+    const std::lock_guard Guard(rSystem.m_Lock);
+    if (CSimulatedSystem::CService* const pService = rSystem.FindService(uHandle)) --pService->uHandles;
+    rSystem.Close(uHandle);
+    rSystem.SettleServices();
 }
 
 CServiceHandle OpenServiceManager() {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenServiceManager")) return {};
     return CServiceHandle(rSystem.m_bHasRights ? rSystem.Open(EHandle::kManager, L"")
                                                : rSystem.Fail(kErrorAccessDenied));
@@ -45,7 +49,9 @@ CServiceHandle OpenServiceManager() {
 CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
+    rSystem.SettleServices();
     const auto it = rSystem.m_Services.find(pszName);
     if (it == rSystem.m_Services.end()) return CServiceHandle(rSystem.Fail(kErrorServiceDoesNotExist));
     if (it->second.bDeleted && rSystem.m_uOpenersToGo > 0) --rSystem.m_uOpenersToGo;
@@ -56,7 +62,9 @@ CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszNam
 CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t* pszName, const wchar_t* pszPath) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateDriverService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
+    rSystem.SettleServices();
     const auto [it, bInserted] = rSystem.m_Services.try_emplace(pszName);
     if (!bInserted)
         return CServiceHandle(rSystem.Fail(it->second.bDeleted ? kErrorServiceMarkedForDelete : kErrorServiceExists));
@@ -67,34 +75,54 @@ CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t
 bool StartService(const CServiceHandle& rService) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("StartService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
     if (!pService) return false;
-    if (pService->bRunning) return rSystem.Fail(kErrorServiceAlreadyRunning);
     if (pService->bDeleted) return rSystem.Fail(kErrorServiceMarkedForDelete);
+    if (g_StateOf(rSystem, *pService) != kServiceStopped) return rSystem.Fail(kErrorServiceAlreadyRunning);
     if (!rSystem.m_bDriverFileExists) return rSystem.Fail(kErrorFileNotFound);
-    return pService->bRunning = true;
+    pService->uState = kServiceRunning;
+    return true;
 }
 
 bool StopService(const CServiceHandle& rService) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("StopService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
     if (!pService) return false;
-    if (!pService->bRunning) return rSystem.Fail(kErrorServiceNotActive);
-    pService->bRunning = false;
+    const uint32_t uState = g_StateOf(rSystem, *pService);
+    if (uState == kServiceStopped) return rSystem.Fail(kErrorServiceNotActive);
+    if (uState != kServiceRunning) return rSystem.Fail(kErrorServiceCannotAcceptControl);
+    pService->uState = kServiceStopPending;
+    pService->ullStopped = simulated::g_GetMachine().Now() + rSystem.m_uStopMilliseconds * kNanosecondsPerMillisecond;
+    pService->uQueriesToStop = rSystem.m_uStopQueries;
+    rSystem.SettleServices();
     return true;
 }
 
 bool DeleteService(const CServiceHandle& rService) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("DeleteService")) return false;
     CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
     if (!pService) return false;
     if (pService->bDeleted) return rSystem.Fail(kErrorServiceMarkedForDelete);
     return pService->bDeleted = true;
+}
+
+bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState) {
+    const CSystemSide SystemSide;
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::lock_guard Guard(rSystem.m_Lock);
+    if (rSystem.Refuses("QueryServiceStatus")) return false;
+    CSimulatedSystem::CService* const pService = rSystem.FindService(rService.Get());
+    if (!pService) return false;
+    ruState = g_StateOf(rSystem, *pService);
+    return true;
 }
 
 }  // namespace vxt::platform

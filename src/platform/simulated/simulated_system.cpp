@@ -19,6 +19,9 @@ std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
 
 CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()), m_Wmi(g_GetMachine()) {
     m_bDriverFileExists = g_HasMachine();
+    const std::vector<uint8_t>& rPercent = g_GetMachine().Description().Loads;
+    m_Loads.assign(g_GetMachine().ProcessorCount(), 0.0);
+    std::ranges::transform(rPercent, m_Loads.begin(), [](uint8_t ucPercent) { return ucPercent / 100.0; });
     m_Server.SetFaults(&m_RequestFaults);
     if (const char* const pszFaults = std::getenv("VXT_FAULT")) {
         std::string sError;
@@ -55,7 +58,7 @@ bool CSimulatedSystem::Refuses(const char* pszCall, uint32_t uError) {
     if (m_pTrace && pszCall) m_pTrace->emplace_back(pszCall);
     if (!m_bSweeping || m_bFailed || m_ullGoodCalls-- > 0) return false;
     m_bFailed = true;
-    m_uLastError = uError;
+    s_uLastError = uError;
     return true;
 }
 
@@ -69,7 +72,7 @@ const std::wstring* CSimulatedSystem::Find(uintptr_t uHandle, EHandle eKind) {
     const std::lock_guard Guard(m_Lock);
     const auto it = m_Handles.find(uHandle);
     if (it != m_Handles.end() && it->second.eKind == eKind) return &it->second.sName;
-    m_uLastError = kErrorInvalidHandle;
+    s_uLastError = kErrorInvalidHandle;
     return nullptr;
 }
 
@@ -82,7 +85,7 @@ void CSimulatedSystem::Close(uintptr_t uHandle) {
 
 uintptr_t CSimulatedSystem::Fail(uint32_t uError) {
     const std::lock_guard Guard(m_Lock);
-    m_uLastError = uError;
+    s_uLastError = uError;
     return 0;
 }
 
@@ -91,10 +94,25 @@ CSimulatedSystem::CService* CSimulatedSystem::FindService(uintptr_t uHandle) {
     return pName ? &m_Services.at(*pName) : nullptr;
 }
 
+void CSimulatedSystem::SettleServices() {
+    const std::lock_guard Guard(m_Lock);
+    const bool bDriverOpen = m_uOtherDriverHandles != 0 || std::ranges::any_of(m_Handles, [](const auto& rEntry) {
+                                 return rEntry.second.eKind == EHandle::kDriver;
+                             });
+    for (auto& [sName, rService] : m_Services)
+        if (rService.uState == kServiceStopPending && !bDriverOpen && rService.uQueriesToStop == 0 &&
+            g_GetMachine().Now() >= rService.ullStopped)
+            rService.uState = kServiceStopped;
+    std::erase_if(m_Services, [this](const auto& rEntry) {
+        const CService& rService = rEntry.second;
+        return rService.bDeleted && rService.uState == kServiceStopped && rService.uHandles == 0 && m_uOpenersToGo == 0;
+    });
+}
+
 }  // namespace vxt::platform::simulated
 
 namespace vxt::platform {
 
-uint32_t LastError() { return simulated::g_GetSystem().m_uLastError; }
+uint32_t LastError() { return simulated::CSimulatedSystem::s_uLastError; }
 
 }  // namespace vxt::platform

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/error_code.h"
+#include "platform/service_control.h"
 #include "platform/simulated/simulated_machine.h"
 #include "sim/driver_server.h"
 #include "sim/wmi.h"
@@ -39,12 +40,15 @@ public:
     uint32_t m_uPlatformId = 2;
     bool m_bIsWow64 = true;
     bool m_bWow64QueryWorks = true;
-    bool m_bHasRights = true;            ///< administrator: may open the service manager
+    bool m_bHasRights = true;            ///< administrator: may open the service manager and the driver
     bool m_bDriverFileExists = true;     ///< starting the service finds its file
     bool m_bShowsPhysicalMemory = true;  ///< to programs, as systems before 2003 did
     std::wstring m_sExecutable = L"C:\\Program Files\\Host\\host.exe";
     uint32_t m_uOpenersToGo = 0;         ///< times a removed service can still be opened before it is gone
-    double m_dLoad = 0.0;                ///< share of time that each processor is busy, 0 to 1
+    uint32_t m_uOtherDriverHandles = 0;  ///< that other processes have open: as long the driver cannot be unloaded
+    uint32_t m_uStopMilliseconds = 0;    ///< of virtual time that a driver takes to stop
+    uint32_t m_uStopQueries = 0;         ///< times a stopping service is asked for its state before it has stopped
+    std::vector<double> m_Loads;         ///< share of time that each processor is busy, 0 to 1; at first the machine's
     vxtsim::CFaultPlan m_RequestFaults;  ///< in front of the driver's requests
     bool m_bReportFaults = false;        ///< one line on stderr for each fault
 
@@ -63,8 +67,11 @@ public:
     // --- state ---------------------------------------------------------------------------------------------------------
     struct CService {
         std::wstring sPath;
-        bool bRunning = false, bDeleted = false;
-        uint32_t uHandles = 0;
+        uint32_t uState = kServiceStopped;
+        bool bDeleted = false;        ///< gone once it has stopped and nobody has a handle to it
+        uint32_t uHandles = 0;        ///< other processes' included
+        uint64_t ullStopped = 0;      ///< ns: when it may have stopped
+        uint32_t uQueriesToStop = 0;  ///< likewise
     };
     struct CSemaphore {
         int32_t nCount, nMaximum;
@@ -118,9 +125,11 @@ public:
     void Close(uintptr_t uHandle);
     uintptr_t Fail(uint32_t uError);
     CService* FindService(uintptr_t uHandle);
-    uint32_t m_uLastError = 0;
-    std::recursive_mutex m_Lock;                  ///< handles, named objects, the sweep and the trace
-    std::condition_variable_any m_MutexReleased;  ///< with m_Lock
+    /// Brings all services up to date: what has stopped meanwhile, what is gone.
+    void SettleServices();
+    static inline thread_local uint32_t s_uLastError = 0;  ///< of the calling thread
+    std::recursive_mutex m_Lock;                           ///< handles, named objects, the sweep and the trace
+    std::condition_variable_any m_MutexReleased;           ///< with m_Lock
 
 private:
     uintptr_t m_uNextHandle = 0x100;

@@ -42,9 +42,10 @@ uint32_t ExecutablePath(std::span<wchar_t> Path) {
 uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("ProcessorIdleTimes")) return 0;
-    const uint32_t uCount = std::min(static_cast<uint32_t>(IdleTimes.size()), ProcessorCount());
-    const double dIdle = static_cast<double>(g_GetMachine().Now()) * (1.0 - rSystem.m_dLoad) / kNanosecondsPerIdleUnit;
-    std::ranges::fill(IdleTimes.first(uCount), static_cast<uint64_t>(dIdle));
+    const auto uCount = static_cast<uint32_t>(std::min(IdleTimes.size(), rSystem.m_Loads.size()));
+    const double dNow = static_cast<double>(g_GetMachine().Now()) / kNanosecondsPerIdleUnit;
+    std::ranges::transform(std::span(rSystem.m_Loads).first(uCount), IdleTimes.begin(),
+                           [&](double dLoad) { return static_cast<uint64_t>(dNow * (1.0 - dLoad)); });
     return uCount;
 }
 

@@ -31,6 +31,7 @@ struct CObjectState {
 struct CEnumeratorState {
     std::string sNamespace;
     std::vector<vxtsim::CWmiObject> Objects;
+    size_t uRecord;  ///< number of its record
     size_t uNext = 0;
 };
 
@@ -58,9 +59,9 @@ WmiValue g_FromSimulated(const std::string& sNamespace, const CWmiValue& rValue)
     const bool bArray = (rValue.usType & CWmiValue::kArray) && !rValue.bNullArray;
     switch (rValue.usType) {
         case CWmiValue::kEmpty:
-            return WmiEmpty{};
+            return CWmiEmpty{};
         case CWmiValue::kNull:
-            return WmiNull{};
+            return CWmiNull{};
         case CWmiValue::kInteger:
             return rValue.nNumber;
         case CWmiValue::kBoolean:
@@ -71,14 +72,14 @@ WmiValue g_FromSimulated(const std::string& sNamespace, const CWmiValue& rValue)
             if (rValue.pObject) return g_OpenObject(sNamespace, *rValue.pObject);
             break;
         case CWmiValue::kIntegers:
-            if (bArray) return WmiArray<int32_t>{rValue.Integers, !rValue.bNoData};
+            if (bArray) return CWmiArray<int32_t>{rValue.Integers, !rValue.bNoData};
             break;
         case CWmiValue::kBytes:
-            if (bArray) return WmiArray<uint8_t>{rValue.Bytes, !rValue.bNoData};
+            if (bArray) return CWmiArray<uint8_t>{rValue.Bytes, !rValue.bNoData};
             break;
         case CWmiValue::kTexts:
             if (bArray) {
-                WmiArray<std::wstring> Texts{{}, !rValue.bNoData};
+                CWmiArray<std::wstring> Texts{{}, !rValue.bNoData};
                 std::ranges::transform(rValue.Texts, std::back_inserter(Texts.Elements), g_Wide);
                 return Texts;
             }
@@ -86,7 +87,7 @@ WmiValue g_FromSimulated(const std::string& sNamespace, const CWmiValue& rValue)
         default:
             break;
     }
-    return WmiOther{rValue.usType};
+    return CWmiOther{rValue.usType};
 }
 
 /// What the seam can hand over; other types end up as what they are not.
@@ -98,10 +99,10 @@ CWmiValue g_ToSimulated(const WmiValue& rValue) {
         Result = CWmiValue::Text(NarrowText(*psText));
     } else if (const auto* const pObject = std::get_if<CWmiObject>(&rValue)) {
         if (const auto pState = g_State(*pObject)) Result = CWmiValue::Object(pState->Object);
-    } else if (const auto* const pBytes = std::get_if<WmiArray<uint8_t>>(&rValue)) {
+    } else if (const auto* const pBytes = std::get_if<CWmiArray<uint8_t>>(&rValue)) {
         Result.usType = CWmiValue::kBytes;
         Result.Bytes = pBytes->Elements;
-    } else if (const auto* const pIntegers = std::get_if<WmiArray<int32_t>>(&rValue)) {
+    } else if (const auto* const pIntegers = std::get_if<CWmiArray<int32_t>>(&rValue)) {
         Result.usType = CWmiValue::kIntegers;
         Result.Integers = pIntegers->Elements;
     }
@@ -152,7 +153,7 @@ int32_t GetWmiObject(const CWmiServices& rServices, const wchar_t* pszPath, CWmi
     return kOk;
 }
 
-int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszClass, uint32_t /*uFlags*/,
+int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszClass, uint32_t uFlags,
                               CWmiEnumerator& rEnumerator) {
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("CreateWmiInstanceEnum")) return kFailed;
@@ -160,17 +161,20 @@ int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszC
     if (!pNamespace) return kInvalidHandle;
     auto Instances = g_GetSystem().m_Wmi.GetInstances(*pNamespace, NarrowText(pszClass));
     if (!Instances) return kInvalidClass;
-    rEnumerator = CWmiEnumerator(
-        g_GetSystem().Open(EHandle::kWmiEnumerator, pszClass,
-                           std::make_shared<CEnumeratorState>(CEnumeratorState{*pNamespace, std::move(*Instances)})));
+    const size_t uRecord = g_GetSystem().m_Wmi.RecordEnumeration(NarrowText(pszClass), uFlags);
+    rEnumerator = CWmiEnumerator(g_GetSystem().Open(
+        EHandle::kWmiEnumerator, pszClass,
+        std::make_shared<CEnumeratorState>(CEnumeratorState{*pNamespace, std::move(*Instances), uRecord})));
     return kOk;
 }
 
-CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t /*uMilliseconds*/) {
+CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t uMilliseconds) {
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("NextWmiInstance")) return {};
     const auto pState = g_GetSystem().State<CEnumeratorState>(rEnumerator.Get(), EHandle::kWmiEnumerator);
-    if (!pState || pState->uNext == pState->Objects.size()) return {};
+    if (!pState) return {};
+    g_GetSystem().m_Wmi.RecordNext(pState->uRecord, uMilliseconds);
+    if (pState->uNext == pState->Objects.size()) return {};
     return g_OpenObject(pState->sNamespace, pState->Objects[pState->uNext++]);
 }
 
@@ -206,7 +210,7 @@ int32_t GetWmiMethodQualifier(const CWmiObject& rClass, const wchar_t* pszMethod
     if (!pState) return kInvalidHandle;
     const auto Method = g_GetSystem().m_Wmi.GetMethod(pState->sNamespace, pState->Object.sClass, NarrowText(pszMethod));
     if (!Method) return kNotFound;
-    rValue = WmiEmpty{};
+    rValue = CWmiEmpty{};
     if (Method->bStatic && std::wstring_view(pszQualifier) == L"Static") rValue = true;
     return kOk;
 }
@@ -238,7 +242,7 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
 }
 
 namespace {
-template <class TElement> bool g_CreateArray(uint32_t uElements, WmiArray<TElement>& rArray) {
+template <class TElement> bool g_CreateArray(uint32_t uElements, CWmiArray<TElement>& rArray) {
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("CreateWmiArray")) return false;
     rArray.Elements.assign(uElements, TElement{});
@@ -246,7 +250,7 @@ template <class TElement> bool g_CreateArray(uint32_t uElements, WmiArray<TEleme
 }
 }  // namespace
 
-bool CreateWmiArray(uint32_t uElements, WmiArray<uint8_t>& rArray) { return g_CreateArray(uElements, rArray); }
-bool CreateWmiArray(uint32_t uElements, WmiArray<int32_t>& rArray) { return g_CreateArray(uElements, rArray); }
+bool CreateWmiArray(uint32_t uElements, CWmiArray<uint8_t>& rArray) { return g_CreateArray(uElements, rArray); }
+bool CreateWmiArray(uint32_t uElements, CWmiArray<int32_t>& rArray) { return g_CreateArray(uElements, rArray); }
 
 }  // namespace vxt::platform

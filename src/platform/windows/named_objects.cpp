@@ -10,7 +10,7 @@ static_assert(kWaitTimeout == WAIT_TIMEOUT && kWaitFailed == WAIT_FAILED);
 namespace {
 
 /// Runs `Create` with the security attributes that the text stands for.
-template <class TCreate> uintptr_t _CreateSecured(const wchar_t* pszSddl, TCreate Create) {
+template <class TCreate> uintptr_t g_CreateSecured(const wchar_t* pszSddl, TCreate Create) {
     SECURITY_ATTRIBUTES Security{sizeof(Security), nullptr, FALSE};
     if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(pszSddl, SDDL_REVISION_1, &Security.lpSecurityDescriptor,
                                                               nullptr))
@@ -31,7 +31,7 @@ CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
 }
 
 CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32_t nMaximum, const wchar_t* pszSddl) {
-    return CSemaphoreHandle(_CreateSecured(
+    return CSemaphoreHandle(g_CreateSecured(
         pszSddl, [&](auto* pSecurity) { return CreateSemaphoreW(pSecurity, nInitial, nMaximum, pszName); }));
 }
 
@@ -52,7 +52,7 @@ CMutexHandle OpenMutex(const wchar_t* pszName) {
 
 CMutexHandle CreateMutex(const wchar_t* pszName, const wchar_t* pszSddl) {
     return CMutexHandle(
-        _CreateSecured(pszSddl, [&](auto* pSecurity) { return CreateMutexW(pSecurity, FALSE, pszName); }));
+        g_CreateSecured(pszSddl, [&](auto* pSecurity) { return CreateMutexW(pSecurity, FALSE, pszName); }));
 }
 
 uint32_t WaitMutex(const CMutexHandle& rMutex, uint32_t uMilliseconds) {

@@ -1,7 +1,8 @@
 #include "platform/registry.h"
 
 #include <algorithm>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "platform/windows/windows_api.h"
 
@@ -17,12 +18,12 @@ CRegistryKey OpenUserKey(const wchar_t* pszPath) {
 
 bool QueryRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue, std::span<std::byte> Data) {
     // A value that is too long leaves the buffer undefined, so it never is the caller's.
-    std::vector<BYTE> Value(Data.size());
-    DWORD dwSize = static_cast<DWORD>(Value.size());
-    if (RegQueryValueExW(g_ToHandle<HKEY>(rKey.Get()), pszValue, nullptr, nullptr, Value.data(), &dwSize) !=
-        ERROR_SUCCESS)
+    const std::unique_ptr<std::byte[]> pValue(new (std::nothrow) std::byte[Data.size()]);
+    DWORD dwSize = static_cast<DWORD>(Data.size());
+    if (!pValue || RegQueryValueExW(g_ToHandle<HKEY>(rKey.Get()), pszValue, nullptr, nullptr,
+                                    reinterpret_cast<BYTE*>(pValue.get()), &dwSize) != ERROR_SUCCESS)
         return false;
-    std::copy_n(reinterpret_cast<const std::byte*>(Value.data()), std::min<size_t>(dwSize, Data.size()), Data.data());
+    std::copy_n(pValue.get(), std::min<size_t>(dwSize, Data.size()), Data.data());
     return true;
 }
 

@@ -1,7 +1,8 @@
 #include "platform/system.h"
 
 #include <algorithm>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "platform/windows/windows_api.h"
 
@@ -35,16 +36,17 @@ uint32_t ExecutablePath(std::span<wchar_t> Path) {
 }
 
 uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
-    std::vector<SYSTEM_PROCESSOR_PERFORMANCE_INFORMATION> Processors(IdleTimes.size());
+    using CRecord = SYSTEM_PROCESSOR_PERFORMANCE_INFORMATION;
+    const std::unique_ptr<CRecord[]> pProcessors(new (std::nothrow) CRecord[IdleTimes.size()]);
+    if (!pProcessors) return 0;
     ULONG ulSize = 0;
     // Answers one record for each processor that there is and that fits.
-    const NTSTATUS lStatus =
-        NtQuerySystemInformation(SystemProcessorPerformanceInformation, Processors.data(),
-                                 static_cast<ULONG>(Processors.size() * sizeof(Processors[0])), &ulSize);
+    const NTSTATUS lStatus = NtQuerySystemInformation(SystemProcessorPerformanceInformation, pProcessors.get(),
+                                                      static_cast<ULONG>(IdleTimes.size() * sizeof(CRecord)), &ulSize);
     if (!NT_SUCCESS(lStatus)) return 0;
-    const size_t uCount = std::min<size_t>(IdleTimes.size(), ulSize / sizeof(Processors[0]));
-    std::transform(Processors.begin(), Processors.begin() + static_cast<ptrdiff_t>(uCount), IdleTimes.begin(),
-                   [](const auto& rProcessor) { return static_cast<uint64_t>(rProcessor.IdleTime.QuadPart); });
+    const size_t uCount = std::min<size_t>(IdleTimes.size(), ulSize / sizeof(CRecord));
+    std::transform(pProcessors.get(), pProcessors.get() + uCount, IdleTimes.begin(),
+                   [](const CRecord& rProcessor) { return static_cast<uint64_t>(rProcessor.IdleTime.QuadPart); });
     return static_cast<uint32_t>(uCount);
 }
 

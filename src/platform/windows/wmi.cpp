@@ -32,14 +32,14 @@ template <class TInterface> struct CConnection {
 using CLocator = CConnection<IWbemLocator>;
 using CServices = CConnection<IWbemServices>;
 
-CServices* _Services(const CWmiServices& rServices) { return g_ToHandle<CServices*>(rServices.Get()); }
-IWbemClassObject* _Object(const CWmiObject& rObject) { return g_ToHandle<IWbemClassObject*>(rObject.Get()); }
+CServices* g_Services(const CWmiServices& rServices) { return g_ToHandle<CServices*>(rServices.Get()); }
+IWbemClassObject* g_Object(const CWmiObject& rObject) { return g_ToHandle<IWbemClassObject*>(rObject.Get()); }
 /// The seam's owner for what a call handed out; none for null.
-CWmiObject _Own(CReference<IWbemClassObject>& rpObject) {
+CWmiObject g_Own(CReference<IWbemClassObject>& rpObject) {
     return CWmiObject(reinterpret_cast<uintptr_t>(rpObject.Detach()));
 }
 
-/// How one element type of a WmiArray lies in a SAFEARRAY.
+/// How one element type of a CWmiArray lies in a SAFEARRAY.
 template <class TElement> struct CElement;
 template <> struct CElement<int32_t> {
     using Stored = LONG;
@@ -53,22 +53,22 @@ template <> struct CElement<uint8_t> {
     static uint8_t Read(BYTE ucValue) { return ucValue; }
     static BYTE Write(uint8_t ucValue) { return ucValue; }
 };
-std::wstring _ReadText(BSTR pszText) { return {pszText ? pszText : L"", SysStringLen(pszText)}; }
+std::wstring g_ReadText(BSTR pszText) { return {pszText ? pszText : L"", SysStringLen(pszText)}; }
 template <> struct CElement<std::wstring> {
     using Stored = BSTR;
     static constexpr VARTYPE kType = VT_BSTR;
-    static std::wstring Read(BSTR pszText) { return _ReadText(pszText); }
+    static std::wstring Read(BSTR pszText) { return g_ReadText(pszText); }
     static BSTR Write(const std::wstring& rsText) { return CBstr(rsText).Detach(); }  // freed with the array
 };
 
-template <class TElement> HRESULT _FromArray(const VARIANT& rVariant, WmiValue& rValue) {
+template <class TElement> HRESULT g_FromArray(const VARIANT& rVariant, WmiValue& rValue) {
     using Stored = typename CElement<TElement>::Stored;
     SAFEARRAY* const pArray = rVariant.parray;
     const auto usElement = static_cast<VARTYPE>(rVariant.vt & VT_TYPEMASK);
     VARTYPE usStored = VT_EMPTY;
     // Null has no dimension. The array's own description decides: it has to agree with what the variant calls it.
     if (SafeArrayGetDim(pArray) != 1 || FAILED(SafeArrayGetVartype(pArray, &usStored)) || usStored != usElement) {
-        rValue = WmiOther{rVariant.vt};
+        rValue = CWmiOther{rVariant.vt};
         return S_OK;
     }
     LONG lFirst = 0, lLast = -1;
@@ -77,7 +77,7 @@ template <class TElement> HRESULT _FromArray(const VARIANT& rVariant, WmiValue& 
     if (FAILED(lResult)) return lResult;
     const CArrayData Data(pArray);
     if (FAILED(Data.Result())) return Data.Result();
-    WmiArray<TElement> Array;
+    CWmiArray<TElement> Array;
     Array.bHasData = Data.As<Stored>() != nullptr;
     if (const int64_t llCount = int64_t{lLast} - lFirst + 1; Array.bHasData && llCount > 0) {
         Array.Elements.resize(static_cast<size_t>(llCount));
@@ -89,13 +89,13 @@ template <class TElement> HRESULT _FromArray(const VARIANT& rVariant, WmiValue& 
 }
 
 /// What lies behind a VT_BYREF is never looked at: no provider has reason to answer one.
-HRESULT _FromVariant(const VARIANT& rVariant, WmiValue& rValue) {
+HRESULT g_FromVariant(const VARIANT& rVariant, WmiValue& rValue) {
     switch (rVariant.vt) {
         case VT_EMPTY:
-            rValue = WmiEmpty{};
+            rValue = CWmiEmpty{};
             return S_OK;
         case VT_NULL:
-            rValue = WmiNull{};
+            rValue = CWmiNull{};
             return S_OK;
         case VT_BOOL:
             rValue = rVariant.boolVal != VARIANT_FALSE;
@@ -104,24 +104,24 @@ HRESULT _FromVariant(const VARIANT& rVariant, WmiValue& rValue) {
             rValue = int32_t{rVariant.lVal};
             return S_OK;
         case VT_BSTR:
-            rValue = _ReadText(rVariant.bstrVal);
+            rValue = g_ReadText(rVariant.bstrVal);
             return S_OK;
         case VT_UNKNOWN: {
             CReference<IWbemClassObject> pObject;  // stays none for null and for another kind of object
             if (rVariant.punkVal)
                 rVariant.punkVal->QueryInterface(IID_IWbemClassObject, reinterpret_cast<void**>(pObject.Receive()));
-            rValue = _Own(pObject);
+            rValue = g_Own(pObject);
             return S_OK;
         }
         case VT_ARRAY | VT_I4:
         case VT_ARRAY | VT_UI4:
-            return _FromArray<int32_t>(rVariant, rValue);
+            return g_FromArray<int32_t>(rVariant, rValue);
         case VT_ARRAY | VT_UI1:
-            return _FromArray<uint8_t>(rVariant, rValue);
+            return g_FromArray<uint8_t>(rVariant, rValue);
         case VT_ARRAY | VT_BSTR:
-            return _FromArray<std::wstring>(rVariant, rValue);
+            return g_FromArray<std::wstring>(rVariant, rValue);
         default:
-            rValue = WmiOther{rVariant.vt};
+            rValue = CWmiOther{rVariant.vt};
             return S_OK;
     }
 }
@@ -130,8 +130,8 @@ HRESULT _FromVariant(const VARIANT& rVariant, WmiValue& rValue) {
 struct CToVariant {
     VARIANT& m_rVariant;
 
-    HRESULT operator()(const WmiEmpty&) const { return S_OK; }
-    HRESULT operator()(const WmiNull&) const { return _Set(VT_NULL); }
+    HRESULT operator()(const CWmiEmpty&) const { return S_OK; }
+    HRESULT operator()(const CWmiNull&) const { return _Set(VT_NULL); }
     HRESULT operator()(bool bValue) const {
         m_rVariant.boolVal = bValue ? VARIANT_TRUE : VARIANT_FALSE;
         return _Set(VT_BOOL);
@@ -146,11 +146,11 @@ struct CToVariant {
     }
     HRESULT operator()(const CWmiObject& rObject) const {
         if (!rObject) return E_INVALIDARG;
-        m_rVariant.punkVal = _Object(rObject);
+        m_rVariant.punkVal = g_Object(rObject);
         m_rVariant.punkVal->AddRef();
         return _Set(VT_UNKNOWN);
     }
-    template <class TElement> HRESULT operator()(const WmiArray<TElement>& rArray) const {
+    template <class TElement> HRESULT operator()(const CWmiArray<TElement>& rArray) const {
         using Element = CElement<TElement>;
         if (!rArray.bHasData) return E_INVALIDARG;
         CSafeArray pArray(SafeArrayCreateVector(Element::kType, 0, static_cast<ULONG>(rArray.Elements.size())));
@@ -163,7 +163,7 @@ struct CToVariant {
         m_rVariant.parray = pArray.release();
         return _Set(VT_ARRAY | Element::kType);
     }
-    HRESULT operator()(const WmiOther&) const { return DISP_E_BADVARTYPE; }
+    HRESULT operator()(const CWmiOther&) const { return DISP_E_BADVARTYPE; }
 
 private:
     HRESULT _Set(int nType) const {
@@ -172,7 +172,7 @@ private:
     }
 };
 
-template <class TElement> bool _CreateArray(uint32_t uElements, WmiArray<TElement>& rArray) {
+template <class TElement> bool g_CreateArray(uint32_t uElements, CWmiArray<TElement>& rArray) {
     return SUCCEEDED(g_Guarded([&] {
         rArray.Elements.assign(uElements, 0);
         rArray.bHasData = true;
@@ -213,7 +213,7 @@ int32_t ConnectWmiServer(const CWmiLocator& rLocator, const wchar_t* pszNamespac
 
 int32_t SetWmiProxyBlanket(const CWmiServices& rServices) {
     if (!rServices) return E_INVALIDARG;
-    return CoSetProxyBlanket(_Services(rServices)->pInterface.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+    return CoSetProxyBlanket(g_Services(rServices)->pInterface.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
                              RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
 }
 
@@ -222,8 +222,8 @@ int32_t GetWmiObject(const CWmiServices& rServices, const wchar_t* pszPath, CWmi
     return g_Guarded([&] {
         CReference<IWbemClassObject> pObject;
         const HRESULT lResult =
-            _Services(rServices)->pInterface->GetObject(CBstr(pszPath), 0, nullptr, pObject.Receive(), nullptr);
-        if (SUCCEEDED(lResult)) rObject = _Own(pObject);
+            g_Services(rServices)->pInterface->GetObject(CBstr(pszPath), 0, nullptr, pObject.Receive(), nullptr);
+        if (SUCCEEDED(lResult)) rObject = g_Own(pObject);
         return lResult;
     });
 }
@@ -233,7 +233,7 @@ int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszC
     if (!rServices || !pszClass) return E_INVALIDARG;
     return g_Guarded([&] {
         CReference<IEnumWbemClassObject> pEnumerator;
-        const HRESULT lResult = _Services(rServices)->pInterface->CreateInstanceEnum(
+        const HRESULT lResult = g_Services(rServices)->pInterface->CreateInstanceEnum(
             CBstr(pszClass), static_cast<LONG>(uFlags), nullptr, pEnumerator.Receive());
         if (SUCCEEDED(lResult)) rEnumerator = CWmiEnumerator(reinterpret_cast<uintptr_t>(pEnumerator.Detach()));
         return lResult;
@@ -247,15 +247,15 @@ CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t uMillisec
     const HRESULT lResult = g_ToHandle<IEnumWbemClassObject*>(rEnumerator.Get())
                                 ->Next(static_cast<LONG>(uMilliseconds), 1, pObject.Receive(), &ulReturned);
     // The end (WBEM_S_FALSE) and the time-out (WBEM_S_TIMEDOUT) are successes that return nothing.
-    return SUCCEEDED(lResult) && ulReturned == 1 ? _Own(pObject) : CWmiObject();
+    return SUCCEEDED(lResult) && ulReturned == 1 ? g_Own(pObject) : CWmiObject();
 }
 
 int32_t GetWmiProperty(const CWmiObject& rObject, const wchar_t* pszName, WmiValue& rValue) {
     if (!rObject || !pszName) return E_INVALIDARG;
     return g_Guarded([&] {
         CVariant Variant;
-        const HRESULT lResult = _Object(rObject)->Get(pszName, 0, &Variant, nullptr, nullptr);
-        return SUCCEEDED(lResult) ? _FromVariant(Variant, rValue) : lResult;
+        const HRESULT lResult = g_Object(rObject)->Get(pszName, 0, &Variant, nullptr, nullptr);
+        return SUCCEEDED(lResult) ? g_FromVariant(Variant, rValue) : lResult;
     });
 }
 
@@ -264,7 +264,7 @@ int32_t PutWmiProperty(const CWmiObject& rObject, const wchar_t* pszName, const 
     return g_Guarded([&] {
         CVariant Variant;
         const HRESULT lResult = std::visit(CToVariant{Variant}, rValue);
-        return SUCCEEDED(lResult) ? _Object(rObject)->Put(pszName, 0, &Variant, 0) : lResult;
+        return SUCCEEDED(lResult) ? g_Object(rObject)->Put(pszName, 0, &Variant, 0) : lResult;
     });
 }
 
@@ -273,11 +273,11 @@ int32_t GetWmiMethodQualifier(const CWmiObject& rClass, const wchar_t* pszMethod
     if (!rClass || !pszMethod || !pszQualifier) return E_INVALIDARG;
     return g_Guarded([&] {
         CReference<IWbemQualifierSet> pQualifiers;
-        const HRESULT lResult = _Object(rClass)->GetMethodQualifierSet(pszMethod, pQualifiers.Receive());
+        const HRESULT lResult = g_Object(rClass)->GetMethodQualifierSet(pszMethod, pQualifiers.Receive());
         if (FAILED(lResult)) return lResult;
-        rValue = WmiEmpty{};
+        rValue = CWmiEmpty{};
         CVariant Variant;
-        return SUCCEEDED(pQualifiers->Get(pszQualifier, 0, &Variant, nullptr)) ? _FromVariant(Variant, rValue)
+        return SUCCEEDED(pQualifiers->Get(pszQualifier, 0, &Variant, nullptr)) ? g_FromVariant(Variant, rValue)
                                                                                : lResult;
     });
 }
@@ -285,11 +285,11 @@ int32_t GetWmiMethodQualifier(const CWmiObject& rClass, const wchar_t* pszMethod
 int32_t SpawnWmiMethodInput(const CWmiObject& rClass, const wchar_t* pszMethod, CWmiObject& rInput) {
     if (!rClass || !pszMethod) return E_INVALIDARG;
     CReference<IWbemClassObject> pInSignature, pOutSignature, pInput;
-    HRESULT lResult = _Object(rClass)->GetMethod(pszMethod, 0, pInSignature.Receive(), pOutSignature.Receive());
+    HRESULT lResult = g_Object(rClass)->GetMethod(pszMethod, 0, pInSignature.Receive(), pOutSignature.Receive());
     if (FAILED(lResult)) return lResult;
     if (!pInSignature) return static_cast<int32_t>(WBEM_E_NOT_FOUND);  // the method takes nothing
     lResult = pInSignature->SpawnInstance(0, pInput.Receive());
-    if (SUCCEEDED(lResult)) rInput = _Own(pInput);
+    if (SUCCEEDED(lResult)) rInput = g_Own(pInput);
     return lResult;
 }
 
@@ -298,14 +298,14 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
     if (!rServices || !pszPath || !pszMethod) return E_INVALIDARG;
     return g_Guarded([&] {
         CReference<IWbemClassObject> pOutput;
-        const HRESULT lResult = _Services(rServices)->pInterface->ExecMethod(
-            CBstr(pszPath), CBstr(pszMethod), 0, nullptr, _Object(rInput), pOutput.Receive(), nullptr);
-        if (SUCCEEDED(lResult)) rOutput = _Own(pOutput);
+        const HRESULT lResult = g_Services(rServices)->pInterface->ExecMethod(
+            CBstr(pszPath), CBstr(pszMethod), 0, nullptr, g_Object(rInput), pOutput.Receive(), nullptr);
+        if (SUCCEEDED(lResult)) rOutput = g_Own(pOutput);
         return lResult;
     });
 }
 
-bool CreateWmiArray(uint32_t uElements, WmiArray<uint8_t>& rArray) { return _CreateArray(uElements, rArray); }
-bool CreateWmiArray(uint32_t uElements, WmiArray<int32_t>& rArray) { return _CreateArray(uElements, rArray); }
+bool CreateWmiArray(uint32_t uElements, CWmiArray<uint8_t>& rArray) { return g_CreateArray(uElements, rArray); }
+bool CreateWmiArray(uint32_t uElements, CWmiArray<int32_t>& rArray) { return g_CreateArray(uElements, rArray); }
 
 }  // namespace vxt::platform

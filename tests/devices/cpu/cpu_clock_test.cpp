@@ -137,21 +137,34 @@ TEST_F(CpuClock, UsageIsTheShareOfTimeThatWasNotIdleSinceThePreviousCall) {
     } kCases[] = {{0.0, 0.5, 1000}, {0.25, 25.5, 1000}, {0.6, 60.5, 10}, {1.0, 100.5, 250}};  // half a percent is added
     Machine().Advance(kMillisecond - Machine().Now() % kMillisecond);  // whole milliseconds from here
     for (const auto& [dLoad, dUsage, ullMilliseconds] : kCases) {
-        System().m_dLoad = dLoad;
+        System().m_Loads = {dLoad, 0.9, 0.1, 0.5};
         m_Cpu.GetCurrentUsage();
         Machine().Advance(ullMilliseconds * kMillisecond);
         EXPECT_NEAR(m_Cpu.GetCurrentUsage(), dUsage, 1e-6);
         EXPECT_EQ(m_Cpu.GetCurrentUsage(), 0.0) << "no time has passed";
     }
-    System().m_dLoad = 0.0;  // the idle time leaps ahead of the clock
+    System().m_Loads[0] = 0.0;  // the idle time leaps ahead of the clock
     Machine().Advance(kMillisecond);
     EXPECT_EQ(m_Cpu.GetCurrentUsage(), 0.0);
 
-    System().m_dLoad = 0.25;
+    System().m_Loads[0] = 0.25;
     Machine().Advance((uint64_t{1} << 32) * kMillisecond - 500 * kMillisecond - Machine().Now());
     m_Cpu.GetCurrentUsage();
     Machine().Advance(1000 * kMillisecond);
     EXPECT_NEAR(m_Cpu.GetCurrentUsage(), 25.5, 1e-6) << "the millisecond count has wrapped";
+}
+
+TEST_F(CpuClock, EachCoreHasItsOwnUsage) {
+    m_Cpu.UnInit();
+    Start(kDefaultMachine, [](auto& rMachine) { rMachine.Loads = {10, 20, 75}; });
+    ASSERT_TRUE(StartDriver());
+    for (const auto& [uCore, dUsage] : {std::pair{2u, 75.5}, {3u, 0.5}}) {
+        ASSERT_TRUE(m_Cpu.Init(uCore)) << uCore;
+        m_Cpu.GetCurrentUsage();
+        Machine().Advance(1'000'000'000);
+        EXPECT_NEAR(m_Cpu.GetCurrentUsage(), dUsage, 0.1) << uCore;
+        m_Cpu.UnInit();
+    }
 }
 
 TEST_F(CpuClock, OnlyThirtyTwoProcessorsHaveAUsage) {

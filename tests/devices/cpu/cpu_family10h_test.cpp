@@ -309,16 +309,16 @@ TEST_F(Family10hCpu, RefusesADefinitionThatDoesNotFitBeforeAnythingIsWritten) {
         double dValue;
         const char* pszExpression;
     } kCases[] = {
-        {&CPstate::dCpuFid, 64, "pPstate->dCpuFid fits bits 5:0"},
-        {&CPstate::dCpuFid, -1, "pPstate->dCpuFid fits bits 5:0"},
-        {&CPstate::dCpuFid, 1.5, "pPstate->dCpuFid fits bits 5:0"},
-        {&CPstate::dCpuFid, kNan, "pPstate->dCpuFid fits bits 5:0"},
-        {&CPstate::dCpuDid, 8, "pPstate->dCpuDid fits bits 8:6"},
-        {&CPstate::dCpuVid, 128, "pPstate->dCpuVid fits bits 15:9"},
-        {&CPstate::dNbDid, 2, "pPstate->dNbDid fits bit 22"},
-        {&CPstate::dNbVid, kInfinity, "pPstate->dNbVid fits bits 31:25"},
-        {&CPstate::dIddDiv, 4, "pPstate->dIddDiv fits bits 41:40"},
-        {&CPstate::dPstateEn, 2, "pPstate->dPstateEn fits bit 63"},
+        {&CPstate::dCpuFid, 64, "pPstate->dCpuFid == PstateReg.m_sReg.CpuFid"},
+        {&CPstate::dCpuFid, -1, "pPstate->dCpuFid == PstateReg.m_sReg.CpuFid"},
+        {&CPstate::dCpuFid, 1.5, "pPstate->dCpuFid == PstateReg.m_sReg.CpuFid"},
+        {&CPstate::dCpuFid, kNan, "pPstate->dCpuFid == PstateReg.m_sReg.CpuFid"},
+        {&CPstate::dCpuDid, 8, "pPstate->dCpuDid == PstateReg.m_sReg.CpuDid"},
+        {&CPstate::dCpuVid, 128, "pPstate->dCpuVid == PstateReg.m_sReg.CpuVid"},
+        {&CPstate::dNbDid, 2, "pPstate->dNbDid == PstateReg.m_sReg.NbDid"},
+        {&CPstate::dNbVid, kInfinity, "pPstate->dNbVid == PstateReg.m_sReg.NbVid"},
+        {&CPstate::dIddDiv, 4, "pPstate->dIddDiv == PstateReg.m_sReg.IddDiv"},
+        {&CPstate::dPstateEn, 2, "pPstate->dPstateEn == PstateReg.m_sReg.PstateEn"},
     };
     CPstate Pstate;
     ASSERT_TRUE(m_Cpu.GetPstate(0, &Pstate));

@@ -59,13 +59,14 @@ TEST_F(Family11hCpu, InitTakesThePstateNumberAndTheLimitFromTheLowHalfOfTheStatu
         const char* pszCase;
         uint32_t uStatusLow;
         const char* pszDefinition;
-        double dStart, dStartVolts, dMaximum;
+        double dStart, dStartVolts, dMaximum;  ///< the last as it was where bits 22:17 are clear: 0 at first
     } kCases[] = {
-        // FID 13 ends in 101b: definition 5 is read, whatever the current P-state is. No limit: P-state 0 tells.
-        {"FID 13", 0x0000604D, "rdmsr 0 C0010069", 2.5, 0.95, 10.5},
-        {"FID 8, P-state 0", 0x00006048, "rdmsr 0 C0010064", 10.5, 1.2, 10.5},
-        {"FID 9, P-state 1 leaves bits 22:17 clear", 0x00016049, "rdmsr 0 C0010065", 5.25, 0.95, 10.5},
+        // FID 13 ends in 101b: definition 5 is read, whatever the current P-state is.
+        {"FID 13", 0x0000604D, "rdmsr 0 C0010069", 2.5, 0.95, 0.0},
+        {"FID 8, P-state 0", 0x00006048, "rdmsr 0 C0010064", 10.5, 1.2, 0.0},
+        {"FID 9, P-state 1 leaves bits 22:17 clear", 0x00016049, "rdmsr 0 C0010065", 5.25, 0.95, 0.0},
         {"FID 10, bits 22:17 hold 13", 0x001A604A, "rdmsr 0 C0010066", 0.5, 0.75, 10.5},
+        {"FID 8, bits 22:17 clear again", 0x00006048, "rdmsr 0 C0010064", 10.5, 1.2, 10.5},
         {"FID 8, bits 22:17 hold 31", 0x003E6048, "rdmsr 0 C0010064", 10.5, 1.2, 19.5},
         {"FID 8, bits 22:17 hold 1", 0x00026048, "rdmsr 0 C0010064", 10.5, 1.2, 4.5},
     };
@@ -80,11 +81,19 @@ TEST_F(Family11hCpu, InitTakesThePstateNumberAndTheLimitFromTheLowHalfOfTheStatu
         EXPECT_EQ(m_Cpu.GetFvInfo().dStartMultiplier, dStart);
         EXPECT_EQ(m_Cpu.GetStartVoltage(), dStartVolts);
         EXPECT_EQ(m_Cpu.GetMaxMultiplier(), dMaximum);
+        EXPECT_EQ(m_Cpu.IsMultiplierLimited(), (uStatusLow & 0x007E0000) != 0);
         EXPECT_EQ(m_Cpu.GetFvInfo().dPstate0Multiplier, 10.5);
         EXPECT_EQ(m_Cpu.GetFvInfo().dMaxVoltage, 1.2);
         EXPECT_EQ(m_Cpu.GetFvInfo().dMinVoltage, 0.75);
         EXPECT_TRUE(m_Cpu.UnInit());
     }
+}
+
+TEST_F(Family11hCpu, AVoltageLimitThatIsNotThereReadsAsNone) {
+    Restart([](Msrs& rMsrs) { rMsrs[0xC0010071] = 0x6048; });
+    ASSERT_TRUE(m_Cpu.Init(0));
+    EXPECT_EQ(m_Cpu.GetFvInfo().dMinVoltage, 0.0);
+    EXPECT_EQ(m_Cpu.GetFvInfo().dMaxVoltage, 0.0);
 }
 
 TEST_F(Family11hCpu, SetsAMultiplierWithoutRangeCheckAndWithoutWaiting) {

@@ -280,7 +280,8 @@ TEST_F(CpuInit, WithoutFamilyKnowledgeOperationsRefuse) {
     bool bSupported = true, bEnabled = true;
     vxtapi::CPstate Pstate{};
     Create(2);
-    EXPECT_TRUE(Cpu.Init(0)) << "the timers need no family";
+    EXPECT_TRUE(Cpu.Init(1)) << "the timers need no family";
+    EXPECT_EQ(Cpu.GetIndex(), 1u);
     TakeTrace();
     EXPECT_EQ(Cpu.GetCurrentVoltage() + Cpu.GetStartVoltage() + Cpu.GetMaxRampVoltage() + Cpu.GetCurrentNBVoltage(),
               0.0);

@@ -32,7 +32,7 @@ const CMachineRow kRows[] = {  // cores, reference, multiplier, volts, rated, st
     {"family10h-ddr3", g_Create<vxt::CBrevikCPU>, 4, 200.0, 15.0, 1.35, 15.0, 1.0, 0.0, false,
      {{3000, 1.35}, {2300, 1.25}, {1800, 1.15}, {800, 1.0}}},
     // The number of the start P-state is read from the frequency ID, so an empty definition tells the start voltage.
-    {"family11h-mobile", g_Create<vxt::CTalvorCPU>, 2, 200.0, 10.5, 1.2, 10.5, 1.55, 0.0, true,
+    {"family11h-mobile", g_Create<vxt::CTalvorCPU>, 2, 200.0, 10.5, 1.2, 0.0, 1.55, 0.0, false,
      {{2100, 1.2}, {1000, 0.95}, {500, 0.75}}},
 };
 // clang-format on

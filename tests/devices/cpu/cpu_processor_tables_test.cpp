@@ -3,7 +3,7 @@
 #include <string>
 
 #include "devices/cpu/processor_tables.h"
-#include "hw/processor_match.h"
+#include "hw/processor_family.h"
 #include "support/simulated_pc.h"
 
 namespace {

@@ -1,9 +1,8 @@
 // The processor's HyperTransport links: what each register bit means, and the steps to a fast link.
-#include "devices/memctl/ht_link.h"
-
 #include <cstring>
 #include <limits>
 
+#include "devices/memctl/memctl_devices.h"
 #include "hw/dying_driver.h"
 #include "sim/models/link_phy.h"
 #include "support/devices.h"
@@ -26,9 +25,9 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN(), kInfinity = st
 constexpr uint32_t kFlagBits[] = {1, 2, 3, 6, 7, 8, 9, 11, 12, 13, 14, 15, 19, 23, 27, 31};
 constexpr uint32_t kOtherBits = 0x77770431;
 
-std::vector<bool*> g_Flags(HTConfig& rConfig) {
-    std::vector<bool*> Flags;
-    for (bool& rbFlag : rConfig.abControl) Flags.push_back(&rbFlag);
+std::vector<uint8_t*> g_Flags(HTConfig& rConfig) {
+    std::vector<uint8_t*> Flags;
+    for (uint8_t& rucFlag : rConfig.abControl) Flags.push_back(&rucFlag);
     Flags.insert(Flags.end(), {&rConfig.bMaxInFlowControl, &rConfig.bMaxOutFlowControl, &rConfig.bInFlowControl,
                                &rConfig.bOutFlowControl});
     return Flags;
@@ -186,7 +185,7 @@ TEST_F(HtLink, DecodesTheLinksOfRealMachines) {
         EXPECT_EQ(Config.dMaxFrequency, 5);
         EXPECT_EQ(Config.uRevisionMajor, 1u);
         EXPECT_EQ(Config.uRevisionMinor, 2u);
-        const std::vector<bool*> Flags = g_Flags(Config);
+        const std::vector<uint8_t*> Flags = g_Flags(Config);
         for (size_t i = 0; i < Flags.size(); ++i) EXPECT_EQ(*Flags[i], bOff && (i == 3 || i == 4)) << "flag " << i;
     }
 }
@@ -197,7 +196,7 @@ TEST_F(HtLink, ReportsEachControlBitInItsFlagAndTheLowerCrcErrorNever) {
         SetLink(0, 1u << uBit, 0);
         HTConfig Config;
         ASSERT_TRUE(m_10h.GetHTConfig(0, &Config));
-        const std::vector<bool*> Flags = g_Flags(Config);
+        const std::vector<uint8_t*> Flags = g_Flags(Config);
         for (size_t i = 0; i < Flags.size(); ++i)
             EXPECT_EQ(*Flags[i], kFlagBits[i] == uBit && uBit != 8) << "bit " << uBit << ", flag " << i;
     }
@@ -206,14 +205,16 @@ TEST_F(HtLink, ReportsEachControlBitInItsFlagAndTheLowerCrcErrorNever) {
 TEST_F(HtLink, WritesEachFlagIntoItsBitAndKeepsWhatNoFlagNames) {
     Boot(m_aFamilies[1]);
     for (const uint32_t uStart : {0u, kOnes})
-        for (size_t i = 0; i <= std::size(kFlagBits); ++i) {  // the last: no flag at all
-            SetLink(0, uStart, uStart);
-            HTConfig Config{};  // no width and no frequency is 0: they stay
-            if (i < std::size(kFlagBits)) *g_Flags(Config)[i] = true;
-            ASSERT_TRUE(m_10h.SetHTConfig(0, &Config));
-            EXPECT_EQ(Register(0x84), (uStart & kOtherBits) | (i < std::size(kFlagBits) ? 1u << kFlagBits[i] : 0)) << i;
-            EXPECT_EQ(Register(0x88), uStart) << i;
-        }
+        for (const uint8_t ucByte :
+             std::initializer_list<uint8_t>{0, 1, 2, 0xFF})  // a host may put any number into a byte
+            for (size_t i = 0; i < std::size(kFlagBits); ++i) {
+                SetLink(0, uStart, uStart);
+                HTConfig Config{};  // no width and no frequency is 0: they stay
+                *g_Flags(Config)[i] = ucByte;
+                ASSERT_TRUE(m_10h.SetHTConfig(0, &Config));
+                EXPECT_EQ(Register(0x84), (uStart & kOtherBits) | (ucByte ? 1u << kFlagBits[i] : 0)) << i;
+                EXPECT_EQ(Register(0x88), uStart) << i;
+            }
 }
 
 TEST_F(HtLink, EveryWidthAndFrequencyGoesThereAndBackAndTouchesNothingElse) {

@@ -142,6 +142,7 @@ const CRow kConfigs[] = {
     {k10hDdr3, 1, "94[2:0]", "r r r 400 533 667 800 r"},
     {kK8, 2, "94[3:0]", "0..15"},  // MaxAsyncLat
     {kRevF, 2, "94[7:4]", "0..15"},
+    {k11h, 2, "78[31:22]", "0..1023"},  // the whole read latency, north-bridge clocks
     {kDdr2, 3, "90[5:4]", "0 75 150 50"},  // DRAM Termination
     {k10hDdr3, 3, "84[9:7]", "0 60 120 40 20 30 r r"},
     {kRevF | k10hSlowDdr2 | k11h, 5, "94[31:28]", "0 8..20 r r"},  // Four Bank Act Window
@@ -188,7 +189,7 @@ const CRow kConfigs[] = {
 };
 const struct {
     uint32_t uLayouts;
-    bool MemConfig::*pFlag;
+    uint8_t MemConfig::*pFlag;
     const char* pszField;
     bool bWritten;
 } kFlags[] = {
@@ -205,7 +206,7 @@ const struct {
     {kRevF | kDct, &MemConfig::bPowerDownEnable, "94[15:15]", true},
 };
 
-// The lists that each family has. Two have fields without any value.
+// The lists that each family has. That of Twcl is empty on two of them.
 const struct {
     const char* pszName;
     bool (CMemoryController::*pList)(double*, uint32_t&);
@@ -352,7 +353,8 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
                 ruRegister = Replace(ruRegister);
             } else {
                 SetRegisters({{rPart.uPlace, Replace(Register(rPart.uPlace))}});
-                const bool bChannelAOnly = !HasTwoSets() || rPart.uPlace >= 0x100 || (Has(k11h) && rPart.uPlace < 0x90);
+                const bool bTiming11h = Has(k11h) && rPart.uPlace >= 0x88 && rPart.uPlace < 0x90;
+                const bool bChannelAOnly = !HasTwoSets() || rPart.uPlace >= 0x100 || bTiming11h;
                 if (!bChannelAOnly) SetRegisters({{rPart.uPlace + 0x100, Replace(Register(rPart.uPlace + 0x100))}});
             }
             uCode >>= rPart.uHigh - rPart.uLow + 1;
@@ -481,30 +483,19 @@ TEST_P(MemoryFields, EachFlagIsItsBit) {
         if (!Has(uLayouts)) continue;
         SCOPED_TRACE(pszField);
         for (const uint32_t uBits : {0u, ~0u})
-            for (const bool bSet : {false, true}) {
+            for (const uint8_t ucByte :
+                 std::initializer_list<uint8_t>{0, 1, 2, 0xFF}) {  // a host may put any number into a byte
                 Fill(uBits);
                 MemConfig Config = Untouched<MemConfig>();
-                Config.*pFlag = bSet;
-                if (bWritten) Put(pszField, bSet);
+                Config.*pFlag = ucByte;
+                if (bWritten) Put(pszField, ucByte != 0);
                 const auto Expected = Snapshot();
-                const bool bRead = Read(Controller(), &Config).*pFlag;
-                EXPECT_TRUE(!bWritten || bRead == bSet);
+                const uint8_t ucRead = Read(Controller(), &Config).*pFlag;
+                EXPECT_TRUE(!bWritten || ucRead == (ucByte != 0));
                 Fill(uBits);
                 EXPECT_TRUE(Controller().SetMemConfig(&Config));
                 EXPECT_EQ(Differences(Expected, Snapshot()), "");
             }
-    }
-    // A host may put any number into a byte.
-    const struct {
-        unsigned char ucByte;
-        bool bSet;
-    } kBytes[] = {{0, false}, {2, true}, {0xFF, true}};
-    for (const auto& [ucByte, bSet] : kBytes) {
-        Fill(0);
-        MemConfig Config = Untouched<MemConfig>();
-        std::memcpy(&Config.bSlowAccessMode, &ucByte, 1);
-        EXPECT_TRUE(Controller().SetMemConfig(&Config));
-        EXPECT_EQ(Read(Controller(), &Config).bSlowAccessMode, bSet);
     }
 }
 
@@ -513,20 +504,21 @@ TEST_P(MemoryFields, SlotsWithoutAFlagStayFalse) {
     const MemConfig Config = Read(Controller(), static_cast<MemConfig*>(nullptr));
     EXPECT_TRUE(Config.bBothChannels);
     EXPECT_EQ(Config.bPowerDownEnable, !Has(kK8));
-    for (const bool bUnused : Config.abUnused0) EXPECT_FALSE(bUnused);
-    for (const bool bUnused : Config.abUnused4) EXPECT_FALSE(bUnused);
+    for (const uint8_t ucUnused : Config.abUnused0) EXPECT_EQ(ucUnused, 0);
+    for (const uint8_t ucUnused : Config.abUnused4) EXPECT_EQ(ucUnused, 0);
 }
 
 TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
+    constexpr uint32_t kRoom = 1100;
     for (const auto& [pszName, pList, uLayouts, pRows, uRows, uSlot] : kLists) {
         SCOPED_TRACE(pszName);
-        std::vector<double> Values(300, kNan);
-        uint32_t uSize = 300;
+        std::vector<double> Values(kRoom, kNan);
+        uint32_t uSize = kRoom;
         const bool bListed = (Controller().*pList)(Values.data(), uSize);
         EXPECT_EQ(bListed, Has(uLayouts));
         EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
         if (!Has(uLayouts)) {
-            EXPECT_EQ(uSize, 300u);
+            EXPECT_EQ(uSize, kRoom);
             continue;
         }
         const CRow* const pRow = Find(pRows, uRows, uSlot);
@@ -538,7 +530,7 @@ TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
         EXPECT_TRUE((Controller().*pList)(Values.data(), uSize)) << "just enough room";
         EXPECT_EQ(uSize, Legal.size());
         if (Legal.empty()) continue;
-        Values.assign(300, kNan);
+        Values.assign(kRoom, kNan);
         EXPECT_FALSE((Controller().*pList)(Values.data(), --uSize)) << "one too few";
         EXPECT_EQ(uSize, Legal.size() - 1);
         EXPECT_TRUE(std::isnan(Values[0]));

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "devices/memctl/memory_controller.h"
+#include "devices/memctl/memctl_devices.h"
 #include "hw/driver_handler.h"
 #include "sim/models/additional_data.h"
 #include "support/devices.h"

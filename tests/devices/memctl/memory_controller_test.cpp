@@ -295,8 +295,11 @@ TEST_F(MemoryController, AConfigurationReadAsksBothChannelsThenTheirAdditionalDa
         {"family 11h, both",
          kFamily11h,
          {{0x94, 8}, {0x194, 8}},
-         g_Concatenate({Dct, A00, B00, {"pcird 0:18.2 110 4"}})},
-        {"family 11h, A", kFamily11h, {{0x94, 8}}, g_Concatenate({Dct, A00, {"pcird 0:18.2 110 4"}})},
+         g_Concatenate({Dct, {"pcird 0:18.2 78 4", "pcird 0:18.2 178 4"}, A00, B00, {"pcird 0:18.2 110 4"}})},
+        {"family 11h, A",
+         kFamily11h,
+         {{0x94, 8}},
+         g_Concatenate({Dct, {"pcird 0:18.2 78 4"}, A00, {"pcird 0:18.2 110 4"}})},
         {"revision F, both", kRevisionF, {{0x90, 0x800}, {0x94, 8}}, RevisionF},
         {"revision F, one", kRevisionF, {{0x94, 8}}, Lines(RevisionF.begin(), RevisionF.begin() + 2 + 5 * 4)},
         {"first generation", kFirstK8, {{0x94, 0x02000000}}, {"pcird 0:18.2 90 8"}},
@@ -417,7 +420,7 @@ TEST_F(MemoryController, EveryOperationNamesItselfWhenTheDriverDies) {
         {kFirstK8, 0x00010000, 0x02700000, {1, 2, 1, 2, 1}},
         {kRevisionF, 0x800, 0x8, {1, 2, 2 + 10 * 3, 4 + 10 * 4, 2 + 10 * 3}},
         {kFamily10h, 0, 0x10D, {5, 11, 6 + 2 * 3 + 1, 10 + 2 * 4 + 2, 6 + 2 * 3 + 1}},
-        {kFamily11h, 0, 0x8, {4, 6, 4 + 2 * 3 + 1, 6 + 2 * 4 + 2, 4 + 2 * 3 + 1}},
+        {kFamily11h, 0, 0x8, {4, 6, 6 + 2 * 3 + 1, 10 + 2 * 4 + 2, 6 + 2 * 3 + 1}},
     };
     for (const auto& [eFamily, u90, u94, aullRequests] : kCases) {
         BootAndInit(eFamily, {{0x90, u90}, {0x94, u94}, {0x190, u90}, {0x194, u94}});

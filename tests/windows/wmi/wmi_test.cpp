@@ -117,20 +117,20 @@ private:
 };
 
 struct CDescribe {
-    std::string operator()(const WmiEmpty&) const { return "empty"; }
-    std::string operator()(const WmiNull&) const { return "null"; }
+    std::string operator()(const CWmiEmpty&) const { return "empty"; }
+    std::string operator()(const CWmiNull&) const { return "null"; }
     std::string operator()(bool bValue) const { return bValue ? "yes" : "no"; }
     std::string operator()(int32_t nValue) const { return std::to_string(nValue); }
     std::string operator()(const std::wstring& rsText) const {
         return "'" + std::string(rsText.begin(), rsText.end()) + "'";
     }
     std::string operator()(const CWmiObject& rObject) const { return rObject ? "object" : "no object"; }
-    template <class TElement> std::string operator()(const WmiArray<TElement>& rArray) const {
+    template <class TElement> std::string operator()(const CWmiArray<TElement>& rArray) const {
         std::string sText = sizeof(TElement) == 1 ? "bytes" : "array";
         for (const TElement& rElement : rArray.Elements) sText += " " + Element(rElement);
         return sText + (rArray.bHasData ? "" : " without data");
     }
-    std::string operator()(const WmiOther& rOther) const { return "type " + std::to_string(rOther.usType); }
+    std::string operator()(const CWmiOther& rOther) const { return "type " + std::to_string(rOther.usType); }
 
     template <class TNumber> static std::string Element(TNumber Number) { return std::to_string(Number); }
     static std::string Element(const std::wstring& rsText) { return CDescribe()(rsText); }
@@ -203,17 +203,17 @@ TEST_F(CWmi, WhatIsPutIsReadBack) {
         {L"yes", [] { return WmiValue(false); }, "no"},
         {L"numbers",
          [] {
-             return WmiValue(WmiArray<int32_t>{{7, -8}});
+             return WmiValue(CWmiArray<int32_t>{{7, -8}});
          },
          "array 7 -8"},
-        {L"bytes", [] { return WmiValue(WmiArray<uint8_t>{std::vector<uint8_t>(3, 9)}); }, "bytes 9 9 9"},
+        {L"bytes", [] { return WmiValue(CWmiArray<uint8_t>{std::vector<uint8_t>(3, 9)}); }, "bytes 9 9 9"},
         {L"texts",
          [] {
-             return WmiValue(WmiArray<std::wstring>{{L"x", L""}});
+             return WmiValue(CWmiArray<std::wstring>{{L"x", L""}});
          },
          "array 'x' ''"},
         {L"null", [this] { return WmiValue(Class()); }, "object"},
-        {L"empty", [] { return WmiValue(WmiNull{}); }, "null"},
+        {L"empty", [] { return WmiValue(CWmiNull{}); }, "null"},
     };
     const CWmiObject Object = Instance(L"Kinds");
     for (const auto& [pszName, Value, pszAfter] : kCases) {
@@ -229,17 +229,17 @@ TEST_F(CWmi, WhatCannotBePutIsRefusedAndChangesNothing) {
         std::function<WmiValue()> Value;
     } kCases[] = {
         {"another type", L"number", [] { return WmiValue(std::wstring(L"5")); }},
-        {"another element type", L"bytes", [] { return WmiValue(WmiArray<int32_t>{{1}}); }},
+        {"another element type", L"bytes", [] { return WmiValue(CWmiArray<int32_t>{{1}}); }},
         {"an array without data", L"numbers",
          [] {
-             return WmiValue(WmiArray<int32_t>{{}, false});
+             return WmiValue(CWmiArray<int32_t>{{}, false});
          }},
         {"an array of texts without data", L"texts",
          [] {
-             return WmiValue(WmiArray<std::wstring>{{}, false});
+             return WmiValue(CWmiArray<std::wstring>{{}, false});
          }},
         {"no object", L"null", [] { return WmiValue(CWmiObject()); }},
-        {"a type nobody knows", L"null", [] { return WmiValue(WmiOther{VT_BYREF | VT_I4}); }},
+        {"a type nobody knows", L"null", [] { return WmiValue(CWmiOther{VT_BYREF | VT_I4}); }},
         {"a property that is not there", L"absent", [] { return WmiValue(int32_t{1}); }},
         {"no name", nullptr, [] { return WmiValue(int32_t{1}); }},
     };
@@ -422,7 +422,7 @@ TEST_F(CWmi, EveryFailedAllocationFailsOneCallAndLosesNothing) {
         return PutWmiProperty(Kinds, pszName, rValue);
     };
     const WmiValue Text = std::wstring(L"a text that is longer than any buffer inside a string object"),
-                   Texts = WmiArray<std::wstring>{{L"first", L"second"}}, Bytes = WmiArray<uint8_t>{{1, 2}};
+                   Texts = CWmiArray<std::wstring>{{L"first", L"second"}}, Bytes = CWmiArray<uint8_t>{{1, 2}};
     const struct {
         const char* pszCase;
         std::function<int32_t()> Call;
@@ -457,7 +457,7 @@ TEST_F(CWmi, EveryFailedAllocationFailsOneCallAndLosesNothing) {
          }},
         {"make an array",
          [] {
-             WmiArray<uint8_t> Array;
+             CWmiArray<uint8_t> Array;
              return CreateWmiArray(256, Array) ? S_OK : E_OUTOFMEMORY;
          }},
     };

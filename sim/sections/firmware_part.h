@@ -1,0 +1,26 @@
+// What the sections of the firmware's parts have in common.
+#pragma once
+
+#include "section.h"
+
+namespace vxtsim {
+
+/// The firmware that a part belongs to; null, with the reason told, before [firmware].
+inline CFirmwareDescription* g_FirmwareOf(CMachineReader& rReader) {
+    auto& roFirmware = rReader.Machine().Firmware;
+    if (!roFirmware) rReader.Fail("[firmware] before its parts", rReader.Heading());
+    return roFirmware ? &*roFirmware : nullptr;
+}
+
+/// Calls `Inherit(own firmware, base's)` where both have one.
+template <class TInherit>
+void g_InheritPart(CMachineDescription& rMachine, const CMachineDescription& rBase, TInherit Inherit) {
+    if (rMachine.Firmware && rBase.Firmware) Inherit(*rMachine.Firmware, *rBase.Firmware);
+}
+
+/// Forgets what `pMember` of the firmware holds: the entries for which `IsMeant` says so.
+template <auto pMember, class TIsMeant> bool g_ForgetPart(CMachineDescription& rMachine, TIsMeant IsMeant) {
+    return rMachine.Firmware && std::erase_if((*rMachine.Firmware).*pMember, IsMeant) != 0;
+}
+
+}  // namespace vxtsim

@@ -1,0 +1,87 @@
+// [machine]: what the PC is called, its cores and clocks, and what the file is based on.
+#include <cmath>
+#include <cstdio>
+
+#include "../machine_words.h"
+#include "keys.h"
+
+namespace vxtsim {
+
+namespace {
+
+using CMachineKey = CKey<CMachineDescription>;
+
+bool g_ReadCores(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    const auto oCores = g_Decimal(g_Trim(CMachineReader::WithoutComment(sValue)));
+    if (!oCores || *oCores < 1 || *oCores > kMaximumCores) return rReader.Fail("1 to 64 cores", sValue);
+    rMachine.uCores = static_cast<uint32_t>(*oCores);
+    return true;
+}
+
+bool g_ReadClock(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    const auto oClock = g_Millionths(g_Trim(CMachineReader::WithoutComment(sValue)));
+    rMachine.dReferenceMHz = static_cast<double>(oClock.value_or(0)) / kMillion;
+    return (rMachine.dReferenceMHz >= kMinimumReferenceMHz && rMachine.dReferenceMHz <= kMaximumReferenceMHz) ||
+           rReader.Fail("a clock of 1 to 1000 MHz", sValue);
+}
+
+std::string g_ClockText(const CMachineDescription& rMachine) {
+    char szText[32];
+    const auto ullClock = static_cast<uint64_t>(std::llround(rMachine.dReferenceMHz * kMillion));
+    std::snprintf(szText, sizeof(szText), "%u.%06u", static_cast<uint32_t>(ullClock / kMillion),
+                  static_cast<uint32_t>(ullClock % kMillion));
+    return szText;
+}
+
+bool g_ReadLoads(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    const bool bRetCode = rReader.List(
+        sValue, rMachine.Loads, kMaximumCores,
+        [&](std::string_view sWord, uint8_t& rucPercent) { return rReader.Number(sWord, rucPercent, 100); });
+    if (bRetCode && !rMachine.Loads.empty()) rReader.NameCore(static_cast<uint32_t>(rMachine.Loads.size() - 1));
+    return bRetCode;
+}
+
+bool g_ReadBase(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    if (!rReader.BaseOn(g_Trim(CMachineReader::WithoutComment(sValue)))) return false;
+    const CMachineDescription& rBase = *rReader.Base();
+    rMachine.sName = rBase.sName, rMachine.uCores = rBase.uCores, rMachine.dReferenceMHz = rBase.dReferenceMHz;
+    rMachine.Loads = rBase.Loads;
+    return true;
+}
+
+constexpr CMachineKey kKeys[] = {
+    {"based_on", g_ReadBase, nullptr},
+    {"without",
+     [](CMachineReader& rReader, std::string_view sValue, CMachineDescription&) { return rReader.Without(sValue); },
+     nullptr},
+    g_Key<&CMachineDescription::sName>("name", kAlways),
+    {"cores", g_ReadCores, [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uCores); },
+     kAlways},
+    {"reference_clock", g_ReadClock, g_ClockText, kAlways},
+    {"load", g_ReadLoads, [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.Loads); }},
+};
+
+std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgument) {
+    if (!sArgument.empty()) return nullptr;
+    return std::make_unique<CKeySection<CMachineDescription>>(kKeys, rReader.Machine());
+}
+
+void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
+    rWriter.Heading("machine");
+    g_WriteKeys(rWriter, kKeys, rMachine);
+}
+
+/// The base's values are there from the start; cores that the machine lacks have no load.
+void g_Inherit(CMachineDescription& rMachine, const CMachineDescription& rBase) {
+    if (rMachine.Loads == rBase.Loads && rMachine.Loads.size() > rMachine.uCores)
+        rMachine.Loads.resize(rMachine.uCores);
+}
+
+}  // namespace
+
+const CSectionKind kMachineSection = {
+    "machine", "[machine]", "The PC as a whole. Every file has this section.", g_KeyNames<kKeys>, g_Open, g_Write,
+    g_Inherit, nullptr,
+};
+
+}  // namespace vxtsim

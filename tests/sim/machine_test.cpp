@@ -1,0 +1,286 @@
+// The simulated PC: firmware tables, memory-mapped configuration space, timers, mappings.
+#include <algorithm>
+
+#include "sim/models/pm_timer.h"
+#include "sim/sim_client.h"
+
+namespace vxtsim {
+namespace {
+
+uint8_t g_Sum(std::span<const uint8_t> Bytes) {
+    uint8_t ucSum = 0;
+    for (const uint8_t ucByte : Bytes) ucSum = static_cast<uint8_t>(ucSum + ucByte);
+    return ucSum;
+}
+
+std::vector<uint8_t> g_Read(CSimMachine& rMachine, uint64_t ullAddress, size_t uSize) {
+    std::vector<uint8_t> Bytes(uSize);
+    rMachine.ReadMemory(ullAddress, Bytes);
+    return Bytes;
+}
+
+uint64_t g_Number(std::span<const uint8_t> Bytes, size_t uOffset, size_t uSize) {
+    uint64_t ullValue = 0;
+    for (size_t i = uSize; i-- > 0;) ullValue = ullValue << 8 | Bytes[uOffset + i];
+    return ullValue;
+}
+
+/// Walks from the BIOS area to the tables as an operating system does. Signatures by address.
+std::map<uint64_t, std::string> g_WalkTables(CSimMachine& rMachine) {
+    std::map<uint64_t, std::string> Found;
+    const std::vector<uint8_t> Area = g_Read(rMachine, 0xE0000, 0x20000);
+    size_t uRoot = 0;
+    while (uRoot < Area.size() && std::memcmp(&Area[uRoot], "RSD PTR ", 8) != 0) uRoot += 16;
+    if (uRoot == Area.size()) return Found;
+    const std::span<const uint8_t> Root = std::span(Area).subspan(uRoot);
+    EXPECT_EQ(g_Sum(Root.first(20)), 0);
+    const auto Walk = [&](auto& rSelf, uint64_t ullAddress) -> void {
+        const uint64_t ullSize = g_Number(g_Read(rMachine, ullAddress, 36), 4, 4);
+        ASSERT_LT(ullSize, 0x10000u) << std::hex << ullAddress;
+        const std::vector<uint8_t> Table = g_Read(rMachine, ullAddress, static_cast<size_t>(ullSize));
+        const std::string sSignature(Table.begin(), Table.begin() + 4);
+        Found[ullAddress] = sSignature;
+        // An FACS has no sum, and one maker's own table is wrong as dumped.
+        EXPECT_TRUE(sSignature == "FACS" || sSignature == "OEMB" || g_Sum(Table) == 0) << sSignature;
+        const size_t uEntry = sSignature == "RSDT" ? 4 : sSignature == "XSDT" ? 8 : 0;
+        for (size_t uOffset = 36; uEntry && uOffset < Table.size(); uOffset += uEntry)
+            rSelf(rSelf, g_Number(Table, uOffset, uEntry));
+        if (sSignature == "FACP") rSelf(rSelf, g_Number(Table, 36, 4)), rSelf(rSelf, g_Number(Table, 40, 4));
+        if (sSignature == "FACP" && Table.size() > 148) {
+            EXPECT_EQ(g_Number(Table, 36, 4), g_Number(Table, 132, 8));
+            EXPECT_EQ(g_Number(Table, 40, 4), g_Number(Table, 140, 8));
+        }
+    };
+    Walk(Walk, g_Number(Root, 16, 4));
+    if (Root[15] >= 2) {
+        EXPECT_EQ(g_Sum(Root.first(36)), 0);
+        Walk(Walk, g_Number(Root, 24, 8));
+    }
+    return Found;
+}
+
+TEST(Machine, EveryTableIsFoundFromTheBiosArea) {
+    for (const std::string& sName : g_MachineNames()) {
+        SCOPED_TRACE(sName);
+        CSimMachine Machine(g_Embedded(sName));
+        const auto Found = g_WalkTables(Machine);
+        for (const auto& [sSignature, Table] : Machine.Description().Acpi) {
+            ASSERT_TRUE(Found.contains(Machine.AcpiAddress(sSignature))) << sSignature;
+            EXPECT_EQ(Found.at(Machine.AcpiAddress(sSignature)), sSignature);
+        }
+        // Firmware of ACPI 2 gives 64-bit tables too.
+        EXPECT_EQ(Machine.AcpiAddress("XSDT") != 0, Machine.Memory(Machine.AcpiAddress("FACP"))[8] >= 3);
+    }
+}
+
+TEST(Machine, EveryBuiltInMachineHasWhatTheLibraryNeeds) {
+    for (const std::string& sName : g_MachineNames()) {
+        SCOPED_TRACE(sName);
+        CSimClient Client(sName.c_str());
+        CSimMachine& rMachine = Client.m_Machine;
+        const CCpuidResult Vendor = rMachine.Cpuid(0, 0);
+        const uint32_t auVendor[] = {Vendor.uEbx, Vendor.uEdx, Vendor.uEcx};
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(auVendor), 12), "AuthenticQOR");
+        const uint32_t uCores = rMachine.ProcessorCount();
+        EXPECT_EQ(uCores == 1 ? 1 : rMachine.Cpuid(0, 1).uEbx >> 16 & 0xFF, uCores == 1 ? 1 : uCores)
+            << "logical processors";
+        EXPECT_EQ(rMachine.Cpuid(0, 0x80000008).uEcx & 0xFF, uCores - 1);
+        EXPECT_EQ(rMachine.Cpuid(uCores - 1, 1).uEbx >> 24, uCores - 1) << "APIC ID";
+        EXPECT_EQ(rMachine.Cpuid(0, 1).uEax, rMachine.PciDword({0, 0x18, 3}, 0xFC))
+            << "the north bridge knows its processor";
+
+        const uint32_t uExtendedFamily = rMachine.Cpuid(0, 1).uEax >> 20 & 0xFF;
+        for (uint8_t ucFunction = 0; ucFunction < 4; ++ucFunction)
+            EXPECT_EQ(Client.ReadPci({0, 0x18, ucFunction}, 0),
+                      0x11001022u + ((uExtendedFamily << 8 | ucFunction) << 16));
+        EXPECT_NE(Client.ReadPci({0, 0x14, 0}, 0), 0xFFFFFFFFu);
+        EXPECT_GE(rMachine.Memory(rMachine.AcpiAddress("FACP")).size(), 80u);
+        EXPECT_GT(rMachine.Memory(rMachine.AcpiAddress("APIC")).size(), 40u);
+        EXPECT_NE(Client.MapApicTimer(), 0u);
+        EXPECT_NE(rMachine.Model<CPmTimer>(), nullptr);
+    }
+}
+
+TEST(Machine, ConfigurationSpaceIsSeenThroughMemoryWhereTheTableSaysSo) {
+    CSimClient Ddr3("family10h-ddr3");
+    EXPECT_EQ(Ddr3.ReadMemory(0xE00C0000), 0x12001022u);
+    EXPECT_EQ(Ddr3.ReadMemory(0xE0200000), 0x816810ECu) << "bus 2";
+    EXPECT_EQ(Ddr3.ReadMemory(0xE00C2194), 0x1F48090Bu) << "an extended register";
+    EXPECT_EQ(Ddr3.ReadMemory(0xE00A0100), 0xFFFFFFFFu) << "a function without extended registers";
+    EXPECT_EQ(Ddr3.ReadMemory(0xE00A0000), 0x43851002u);
+    Ddr3.m_Machine.SetPciDword({255, 31, 7}, 0, 0x00017777);
+    EXPECT_EQ(Ddr3.ReadMemory(0xEFFFF000), 0x00017777u) << "the last function";
+    Ddr3.m_Machine.SetPciDword({0, 0, 0}, 0, 0x00027777);
+    EXPECT_EQ(Ddr3.ReadMemory(0xF0000000), 0xFFFFFFFFu) << "past bus 255";
+
+    CSimClient Ddr2("family10h-ddr2");
+    EXPECT_EQ(Ddr2.m_Machine.AcpiAddress("MCFG"), 0u);
+    EXPECT_EQ(Ddr2.ReadMemory(0xE00C0000), 0xFFFFFFFFu);
+
+    CSimClient K8("k8-revf-dual");
+    EXPECT_NE(K8.m_Machine.AcpiAddress("MCFG"), 0u);
+    EXPECT_EQ(K8.ReadMemory(0xE00C0000), 0xFFFFFFFFu) << "this processor answers configuration cycles only";
+    EXPECT_EQ(K8.ReadMemory(0xE00A0000), 0x43851002u) << "the chipset answers both";
+    EXPECT_EQ(K8.ReadPci({0, 0x18, 0}, 0), 0x11001022u);
+}
+
+TEST(Machine, AWindowAtAddressZeroHidesNoMemory) {
+    CMachineDescription Description = g_Embedded("family10h-ddr3");
+    for (auto& [sSignature, Table] : Description.Acpi)
+        if (sSignature == "MCFG") std::fill_n(Table.begin() + 44, 8, uint8_t{0});
+    CSimMachine Machine(Description);
+    EXPECT_EQ(g_Read(Machine, Machine.AcpiAddress("RSD PTR "), 8),
+              (std::vector<uint8_t>{'R', 'S', 'D', ' ', 'P', 'T', 'R', ' '}));
+}
+
+TEST(Machine, CpuidKnowsSubleavesOnlyWhereTheyAreDescribed) {
+    CSimMachine Machine(g_Parsed("[machine]\n[cpuid]\n1 = 1 0 0 0\nB = 2 0 0 0\nB.1 = 3 0 0 0\n"));
+    EXPECT_EQ(Machine.Cpuid(0, 1, 7).uEax, 1u) << "ECX is ignored";
+    EXPECT_EQ(Machine.Cpuid(0, 0xB, 0).uEax, 2u);
+    EXPECT_EQ(Machine.Cpuid(0, 0xB, 1).uEax, 3u);
+    EXPECT_EQ(Machine.Cpuid(0, 0xB, 2), CCpuidResult{});
+    EXPECT_EQ(Machine.Cpuid(0, 0x80000000), CCpuidResult{});
+}
+
+TEST(Machine, AReadAcrossRegionsFillsGapsWithOnes) {
+    CSimMachine Machine(g_Parsed("[machine]\n[memory FFC]\n11 22 33 44 55 66\n[memory 1004]\n77\n"));
+    EXPECT_EQ(g_Read(Machine, 0xFFB, 12),
+              (std::vector<uint8_t>{0xFF, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0xFF, 0xFF, 0x77, 0xFF, 0xFF}));
+    const std::array<uint8_t, 4> Bytes{1, 2, 3, 4};
+    Machine.WriteMemory(0x1001, Bytes);
+    EXPECT_EQ(g_Read(Machine, 0x1000, 6), (std::vector<uint8_t>{0x55, 1, 0xFF, 0xFF, 4, 0xFF}));
+}
+
+/// The reference clock as a tool measures it: APIC counts against 20000 ticks of the power-management timer.
+double g_MeasureMHz(CSimClient& rClient, uint64_t ullTimer, uint16_t usPort) {
+    const auto Pm = [&] { return rClient.In(usPort, 4) & 0xFFFFFF; };
+    rClient.m_Machine.WriteMapped(ullTimer + 0x20, rClient.m_Machine.ReadMapped(ullTimer + 0x20) & ~(1u << 17));
+    rClient.m_Machine.WriteMapped(ullTimer + 0xE0, 2);  // by 8
+    rClient.m_Machine.WriteMapped(ullTimer + 0x80, 0xFFFFFFFF);
+    const uint32_t uFirst = rClient.m_Machine.ReadMapped(ullTimer + 0x90), uStart = Pm();
+    while (((Pm() - uStart) & 0xFFFFFF) < 20'000) {}
+    const uint32_t uSecond = rClient.m_Machine.ReadMapped(ullTimer + 0x90), uTicks = (Pm() - uStart) & 0xFFFFFF;
+    return (uFirst - uSecond) * 3.579545 / uTicks * 8;
+}
+
+TEST(Machine, TheReferenceClockCanBeMeasured) {
+    const struct {
+        const char* pszMachine;
+        uint16_t usPort;
+        double dMHz;
+    } Cases[] = {{"family10h-ddr3", 0x808, 200.0}, {"family10h-ddr2", 0x4008, 200.0}, {"k8-first", 0x808, 201.0}};
+    for (const auto& [pszMachine, usPort, dMHz] : Cases) {
+        CSimClient Client(pszMachine);
+        const uint64_t ullTimer = Client.MapApicTimer();
+        EXPECT_NEAR(g_MeasureMHz(Client, ullTimer, usPort), dMHz, 0.2) << pszMachine;
+        Client.m_Machine.Model<CPmTimer>()->WrapAfter(5'000);
+        EXPECT_NEAR(g_MeasureMHz(Client, ullTimer, usPort), dMHz, 0.2) << pszMachine << ", the 24 bits wrap";
+        EXPECT_LT(Client.In(usPort, 4), 20'000u) << "it did wrap";
+    }
+}
+
+TEST(Machine, AfterAPowerCycleItIsAsItWasAtFirst) {
+    CSimClient Client("family10h-ddr3"), Fresh("family10h-ddr3");
+    CSimMachine& rMachine = Client.m_Machine;
+    for (int nRun = 0; nRun < 2; ++nRun) {
+        EXPECT_TRUE(Client.WriteMsr(0xC0010062, 2) && Client.WriteMsr(0x10, 0));
+        EXPECT_TRUE(Client.WritePci({0, 0x18, 3}, 0x84, 0x01020304) && Client.WriteMemory(0xFFFF0, 7));
+        EXPECT_TRUE(Client.WritePci({0, 0x18, 2}, 0x9C, 5) && Client.WritePci({0, 0x18, 2}, 0x98, 0x40000000));
+        EXPECT_NE(Client.MapApicTimer(), 0u);
+        rMachine.SetReferenceClock(250);
+        rMachine.RemovePci({2, 0, 0});
+        rMachine.PowerCycle();
+        EXPECT_EQ(rMachine.Now(), 0u);
+        EXPECT_EQ(rMachine.MappingCount(), 0u);
+        EXPECT_EQ(rMachine.ReferenceMHz(), 200.0);
+        for (CSimClient* const pClient : {&Client, &Fresh}) pClient->m_Machine.Advance(1'000'000);
+        EXPECT_EQ(Client.ReadMsr(0xC0010063), Fresh.ReadMsr(0xC0010063));
+        EXPECT_EQ(Client.ReadMsr(0x10), Fresh.ReadMsr(0x10));
+        EXPECT_EQ(Client.ReadPci({0, 0x18, 3}, 0x84), 0x01E201A1u);
+        EXPECT_EQ(Client.ReadPci({2, 0, 0}, 0), 0x816810ECu);
+        EXPECT_EQ(Client.ReadMemory(0xFFFF0), 0x00E05BEAu);
+        Fresh.m_Machine.PowerCycle();
+    }
+}
+
+TEST(Machine, ThePmTimerCountsVirtualSecondsForEver) {
+    CSimClient Client("family10h-ddr3");
+    Client.m_Machine.Advance(10'000 * uint64_t{1'000'000'000});
+    const uint64_t ullTicks = static_cast<uint64_t>((10'000 + 5e-6) * 3'579'545);
+    EXPECT_EQ(Client.In(0x808, 4), ullTicks & 0xFFFFFF);
+    EXPECT_LE(Client.In(0x80B, 1), 0u) << "bits 31:24 do not exist";
+}
+
+TEST(Machine, TheApicTimerDividesStopsAndStartsAgain) {
+    CSimClient Client("family10h-ddr3");
+    const uint64_t ullTimer = Client.MapApicTimer();
+    CSimMachine& rMachine = Client.m_Machine;
+    constexpr struct {
+        uint32_t uCode, uDivider;
+    } kDividers[] = {{0, 2}, {1, 4}, {2, 8}, {3, 16}, {8, 32}, {9, 64}, {10, 128}, {11, 1}};
+    for (const auto& [uCode, uDivider] : kDividers) {
+        rMachine.WriteMapped(ullTimer + 0xE0, uCode);
+        rMachine.WriteMapped(ullTimer + 0x80, 1'000'000);
+        rMachine.Advance(640'000);  // 128000 bus clocks
+        EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 1'000'000 - 128'000 / uDivider) << uDivider;
+    }
+    rMachine.Advance(1'000'000'000);
+    EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 0u) << "one shot";
+    rMachine.WriteMapped(ullTimer + 0x90, 5);
+    EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 0u) << "read only";
+    rMachine.WriteMapped(ullTimer + 0x20, 1u << 17);
+    rMachine.WriteMapped(ullTimer + 0x80, 999);
+    rMachine.Advance(5'000);  // 1000 bus clocks at no division: once round
+    EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 999u) << "periodic";
+    EXPECT_EQ(Client.ReadMemory(0xFEE00380), 999u) << "the same registers as physical memory";
+}
+
+TEST(Machine, AnAccessToWhatIsNotMappedEndsTheProgram) {
+    CSimClient Client("family10h-ddr3");
+    const uint64_t ullTimer = Client.MapApicTimer();
+    const std::vector<uint8_t> Block = Client.m_Block;
+    EXPECT_DEATH(Client.m_Machine.ReadMapped(ullTimer + 0xFD), "access to address 200000FD, which is not mapped");
+    ASSERT_TRUE(Client.m_Server.Control(0x81112EF4, 0, Block, {}).bSuccess);
+    EXPECT_DEATH(Client.m_Machine.WriteMapped(ullTimer, 1), "access to address 20000000, which is not mapped");
+}
+
+/// Real memory in place of a driver's mapping.
+class CPlainMemory final : public CMappingProvider {
+public:
+    uint64_t Map(uint64_t, uint32_t uSize, uint32_t*& rpBacking, uint64_t& rullHandle) override {
+        m_Words.assign(uSize / 4, 0);
+        rpBacking = m_Words.data();
+        rullHandle = 77;
+        return m_bRefuse ? 0 : 0x12340000;
+    }
+    void Unmap(uint64_t ullHandle) override { m_bUnmapped = ullHandle == 77; }
+    uint32_t& operator[](size_t uOffset) { return m_Words[uOffset / 4]; }
+
+    std::vector<uint32_t> m_Words;
+    bool m_bRefuse = false, m_bUnmapped = false;
+};
+
+TEST(Machine, TheApicTimerRunsInMemoryThatAClientSharesWithTheDriver) {
+    CSimClient Client("family10h-ddr3");
+    CPlainMemory Page;
+    Client.m_Machine.SetMappingProvider(&Page);
+    ASSERT_EQ(Client.MapApicTimer(), 0x12340000u);
+    for (int nRun = 0; nRun < 2; ++nRun) {  // the second start writes the same count: it cannot be seen and need not
+        Page[0xE0] = 2, Page[0x80] = 0xFFFFFFFF;
+        Client.In(0x80);
+        const uint32_t uFirst = Page[0x90];
+        for (int i = 0; i < 200; ++i) Client.In(0x80);
+        EXPECT_EQ(uFirst - Page[0x90], 200u * 5 * 200 / 8) << nRun;
+        Client.m_Machine.Advance(200 * uint64_t{1'000'000'000});  // longer than the counter lasts
+    }
+    std::array<uint8_t, 32> Block{};
+    Block[24] = 77;  // the handle
+    EXPECT_TRUE(Client.m_Server.Control(0x81112EF4, 0, Block, {}).bSuccess);
+    EXPECT_TRUE(Page.m_bUnmapped);
+    Page.m_bRefuse = true;
+    EXPECT_EQ(Client.MapApicTimer(), 0u);
+    EXPECT_EQ(Client.m_Machine.MappingCount(), 0u);
+}
+
+}  // namespace
+}  // namespace vxtsim

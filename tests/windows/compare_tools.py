@@ -1,0 +1,114 @@
+#!/usr/bin/python3
+"""compare_tools.py BUILD32 BUILD64 NATIVE: what vxtctl and vxtdiag say on Windows is what they say natively.
+
+The same machine, once with everything simulated in one process and once through driver service, driver, management service
+and 32-bit library. One Windows for each machine; in it every command finds the machine as its file describes it. One line
+per command; the last line is "N passed, N failed".
+"""
+
+import concurrent.futures
+import json
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+import tempfile
+
+BUILD32, BUILD64, NATIVE = (pathlib.Path(word).resolve() for word in sys.argv[1:4])
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+
+READS = [f"vxtctl {command} --json".replace("  ", " ")
+         for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages")]
+READS += [f"vxtdiag {command} --json" for command in ("firmware", "cmos", "acpi", "pci")]
+WRITES = {
+    "family10h-ddr2": ["vxtctl links set frequency=6 --yes"],
+    "family10h-ddr3": ["vxtctl cpu set --core 1 --pstate 2 --yes",
+                       "vxtctl memory set tcl=8 slow_access=on --yes",
+                       "vxtctl clocks set external=205 pcie=101 --yes",
+                       "vxtctl voltages set memory_voltage=1.6 --yes",
+                       "vxtdiag cmos set 'Core Trim Boost=Disabled' --yes"],
+    "k8-revf-dual": ["vxtctl cpu set --multiplier 99 --yes"],
+}
+# A firmware whose answers have other types than they should have.
+ODD = """
+[firmware answer GetValue]
+value = text:200000
+[firmware answer GetInfo]
+x = null_numbers
+[firmware answer GetDValues]
+DValueBuffer = bytes:00 01
+[firmware answer RunCMD]
+Result = numbers:1 2 3
+"""
+
+USAGE = ("usage",)                             # of real time on Windows, of virtual time natively
+MEASURED = ("core_clock", "reference_clock")   # through mapped memory the timer is seen at requests only
+TOLERANCE = 0.005
+
+
+def differences(here, there, path="", key=""):
+    """Where two documents differ, except in what depends on the time."""
+    if isinstance(here, dict) and isinstance(there, dict):
+        name = str(here.get("id", "")).rsplit("/", 1)[-1]
+        if name in USAGE or (name in MEASURED and None in (here.get("value"), there.get("value"))):
+            return []  # a measurement may fail on a busy machine
+        found = [f"{path}: keys {sorted(here.keys() ^ there.keys())}"] if here.keys() != there.keys() else []
+        return found + [line for word in here.keys() & there.keys()
+                        for line in differences(here[word], there[word], f"{path}/{word}", name)]
+    if isinstance(here, list) and isinstance(there, list) and len(here) == len(there):
+        return [line for i, pair in enumerate(zip(here, there)) for line in differences(*pair, f"{path}/{i}", key)]
+    if key in MEASURED and path.endswith("/value") and abs(here - there) <= TOLERANCE * abs(here):
+        return []
+    return [] if here == there and type(here) is type(there) else [f"{path}: natively {here!r}, on Windows {there!r}"]
+
+
+def compare(native, windows, status_native, status_windows):
+    if status_native != status_windows:
+        return [f"status {status_windows}, natively {status_native}"]
+    try:
+        return differences(json.loads(native), json.loads(windows))
+    except ValueError:  # a change tells what it did as text; what is not there says nothing
+        return [] if native == windows else [f"natively:\n{native}\non Windows:\n{windows}"]
+
+
+def run_machine(machine, commands):
+    """Runs all commands on one machine, on both systems; yields (command, differences, status)."""
+    with tempfile.TemporaryDirectory() as folder:
+        work = pathlib.Path(folder)
+        # Windows has a BIOS of its own.
+        (work / "DeviceList.cfg").write_text("[off]\nBIOS\n", encoding="utf-8")
+        (work / "commands").write_text("".join(command + "\n" for command in commands), encoding="utf-8")
+        subprocess.run([SOURCE / "scripts/wine_host.sh", "--machine", machine, "--in", work, "--each", "commands", BUILD32,
+                        BUILD64, BUILD32 / "bin/vxtctl.exe", BUILD32 / "bin/vxtdiag.exe"],
+                       stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        for number, command in enumerate(commands):
+            words = shlex.split(command)
+            native = subprocess.run([NATIVE / "bin" / words[0], "--machine", machine, *words[1:]], cwd=work, text=True,
+                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
+            answer, status = work / f"{number}.out", work / f"{number}.status"
+            if not status.exists():
+                yield command, ["did not run on Windows"], native.returncode
+                continue
+            yield command, compare(native.stdout, answer.read_text(encoding="utf-8").replace("\r", ""),
+                                   native.returncode, int(status.read_text())), native.returncode
+
+
+def main():
+    passed = failed = 0
+    with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        odd = pathlib.Path(folder) / "odd-answers.machine"
+        odd.write_text((SOURCE / "machines/family10h-ddr3.machine").read_text(encoding="utf-8") + ODD, encoding="utf-8")
+        rows = [(path.stem, READS + WRITES.get(path.stem, [])) for path in sorted((SOURCE / "machines").glob("*.machine"))]
+        rows.append((str(odd), [line for line in READS if line.split()[1] in ("clocks", "voltages", "firmware", "cmos")]))
+        for (machine, _), results in zip(rows, pool.map(lambda row: list(run_machine(*row)), rows)):
+            for command, found, status in results:
+                print("FAIL" if found else "ok  ", f"{command} on {pathlib.Path(machine).name} is the same, status {status}")
+                for line in found[:20]:
+                    print("     " + line)
+                passed, failed = passed + (not found), failed + bool(found)
+    print(f"{passed} passed, {failed} failed")
+    return failed != 0
+
+
+sys.exit(main())

@@ -1,0 +1,36 @@
+// A tool's commands with their options, and the texts that are read off them.
+#pragma once
+
+#include "common/command_line.h"
+
+namespace vxttools {
+
+struct CTableEntry {
+    const CCommand* pRow;
+    std::unique_ptr<CCall> pCall;
+    std::vector<CBoundOption> Options;  ///< of the tool's own entry: those that every command understands, too
+
+    std::string Path() const { return pRow->pszPath; }
+    std::string Name() const { return Path().substr(Path().rfind(' ') + 1); }
+};
+
+/// The tool's own entry comes first.
+struct CCommandTable {
+    std::string sTool;
+    std::vector<CTableEntry> Entries;
+
+    const CTableEntry& Root() const { return Entries.front(); }
+    /// Those directly below the command.
+    std::vector<const CTableEntry*> Below(const CTableEntry& rEntry) const;
+    const CTableEntry& Parent(const CTableEntry& rEntry) const;
+};
+
+/// The words that the option's value may be; empty: anything.
+std::vector<std::string> g_Choices(const CBoundOption& rOption);
+
+/// A bash completion script.
+std::string g_BashCompletion(const CCommandTable& rTable);
+/// A manual page (section 1, man macros).
+std::string g_ManPage(const CCommandTable& rTable);
+
+}  // namespace vxttools

@@ -1,0 +1,16 @@
+// Tables about cores: what several of them share is told once.
+#pragma once
+
+#include "common/document.h"
+
+namespace vxttools {
+
+using CCells = std::vector<std::vector<std::string>>;
+
+/// The rows of each core, those of neighbours that are equal once: ("0-3", rows).
+std::vector<std::pair<std::string, CCells>> g_ShareRows(const CJson& rCores, CCells (*pRows)(const CJson& rCore));
+
+/// "core 1", "cores 0-3"
+std::string g_CoreTitle(const std::string& sCores);
+
+}  // namespace vxttools

@@ -1,0 +1,60 @@
+#include "common/json.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+namespace vxttools {
+namespace {
+
+using CRendered = nlohmann::ordered_json;
+
+struct CRenderer {
+    CRendered operator()(const auto& rScalar) const { return rScalar; }
+    CRendered operator()(const std::vector<CJson>& rItems) const {
+        CRendered Array = CRendered::array();
+        for (const CJson& rItem : rItems) Array.push_back(std::visit(*this, rItem.Value()));
+        return Array;
+    }
+    CRendered operator()(const std::vector<CJsonMember>& rMembers) const {
+        CRendered Object = CRendered::object();
+        for (const auto& [sKey, rMember] : rMembers) Object[sKey] = std::visit(*this, rMember.Value());
+        return Object;
+    }
+};
+
+}  // namespace
+
+CJson::CJson(std::initializer_list<CJsonMember> Members) : m_Value(std::vector<CJsonMember>(Members)) {}
+
+std::optional<double> CJson::Number() const {
+    if (const auto* pdValue = std::get_if<double>(&m_Value)) return *pdValue;
+    if (const auto* pnValue = std::get_if<int64_t>(&m_Value)) return static_cast<double>(*pnValue);
+    return std::nullopt;
+}
+
+bool CJson::Has(std::string_view sKey) const {
+    return IsObject() && std::ranges::count(Members(), sKey, &CJsonMember::sKey);
+}
+
+const CJson& CJson::operator[](std::string_view sKey) const {
+    const auto it = std::ranges::find(Members(), sKey, &CJsonMember::sKey);
+    if (it == Members().end()) throw std::out_of_range("no member '" + std::string(sKey) + "'");
+    return it->Value;
+}
+
+CJson& CJson::operator[](std::string_view sKey) {
+    if (IsNull()) m_Value = std::vector<CJsonMember>();
+    auto& rMembers = std::get<std::vector<CJsonMember>>(m_Value);
+    const auto it = std::ranges::find(rMembers, sKey, &CJsonMember::sKey);
+    return it == rMembers.end() ? rMembers.emplace_back(std::string(sKey), nullptr).Value : it->Value;
+}
+
+CJson& CJson::Push(CJson Item) { return Items().emplace_back(std::move(Item)); }
+
+std::string CJson::Dump(int nIndent) const {
+    constexpr auto kErrors = CRendered::error_handler_t::replace;  // file names need not be UTF-8
+    return std::visit(CRenderer(), m_Value).dump(nIndent, ' ', false, kErrors);
+}
+
+}  // namespace vxttools

@@ -1,0 +1,29 @@
+#include "common/own_commands.h"
+
+#include "common/command_table.h"
+
+namespace vxttools {
+namespace {
+
+struct CShell {
+    std::optional<std::string> oShell;
+};
+constexpr COption<CShell> kShell[] = {{"SHELL", "bash", "The shell", &CShell::oShell, true}};
+
+EExit g_PrintCompletion(CTool& rTool, const CShell&) {
+    rTool.Output().EmitRaw(g_BashCompletion(rTool.Table()));
+    return EExit::kDone;
+}
+
+EExit g_PrintManPage(CTool& rTool) {
+    rTool.Output().EmitRaw(g_ManPage(rTool.Table()));
+    return EExit::kDone;
+}
+
+}  // namespace
+
+const CCommand kCompletion{"completion", "Print a shell completion script", nullptr,
+                           g_NewCall<CShell, kShell, g_PrintCompletion>};
+const CCommand kManPage{"man", "Print the manual page (man -l FILE shows it)", nullptr, g_NewCall<g_PrintManPage>};
+
+}  // namespace vxttools

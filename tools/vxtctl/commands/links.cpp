@@ -1,0 +1,23 @@
+// vxtctl links: the processor's HyperTransport links.
+#include "common/command.h"
+#include "link_settings.h"
+
+namespace vxtctl {
+
+using namespace vxttools;
+
+namespace {
+
+EExit g_Links(CTool& rTool) {
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    g_AddLinks(Document, Library);
+    return rTool.Emit(Document);
+}
+
+}  // namespace
+
+extern constexpr CCommand kLinks{"links", "Show the processor's HyperTransport links",
+                                 "  vxtctl links\n  vxtctl links --json", g_NewCall<g_Links>};
+
+}  // namespace vxtctl

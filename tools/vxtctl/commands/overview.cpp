@@ -1,0 +1,41 @@
+// vxtctl without a command: the inventory and the cores.
+#include "common/command.h"
+#include "cpu_report.h"
+#include "device_report.h"
+
+namespace vxtctl {
+
+using namespace vxttools;
+
+namespace {
+
+constexpr const char* kExamples =
+    "  vxtctl                                  the inventory and the cores\n"
+    "  vxtctl devices --json                   every device, for a script\n"
+    "  vxtctl device board                     one kind of device\n"
+    "  vxtctl cpu 0                            everything about core 0\n"
+    "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
+    "  vxtctl cpu set --voltage 1.25 --yes     all cores, without asking\n"
+    "  vxtctl memory set tcl=9 trcd=9 --yes    timings; vxtctl memory lists the legal values\n"
+    "  vxtctl clocks set external=205 --yes    through the firmware, where the board offers it\n"
+    "  vxtctl --machine k8-revf-dual cpu       a simulated PC (simulated builds)";
+
+EExit g_Overview(CTool& rTool) {
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    g_AddDevices(Document, Library.Devices());
+    g_AddInventoryTable(Document);
+    Document["cores"] = CJson::Array();
+    if (const std::vector<CInventoryEntry> Cores = Library.Devices(vxtapi::kDeviceCpu); !Cores.empty()) {
+        g_AddCores(Document, Cores);
+        g_AddCoreOverview(Document);
+    }
+    return rTool.Emit(Document);
+}
+
+}  // namespace
+
+extern constexpr CCommand kOverview{"", "Show and tune the hardware that VXTAPI knows", kExamples,
+                                    g_NewCall<g_Overview>};
+
+}  // namespace vxtctl

@@ -1,0 +1,23 @@
+// vxtctl voltages: what the firmware tunes of the voltage controller.
+#include "common/command.h"
+#include "firmware_settings.h"
+
+namespace vxtctl {
+
+using namespace vxttools;
+
+namespace {
+
+EExit g_Voltages(CTool& rTool) {
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    g_AddVoltages(Document, Library);
+    return rTool.Emit(Document);
+}
+
+}  // namespace
+
+extern constexpr CCommand kVoltages{"voltages", "Show the voltage controller's voltages with their limits",
+                                    "  vxtctl voltages\n  vxtctl voltages --csv", g_NewCall<g_Voltages>};
+
+}  // namespace vxtctl

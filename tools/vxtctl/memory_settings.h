@@ -1,0 +1,16 @@
+// The memory controller: timings and configuration.
+#pragma once
+
+#include "host_library.h"
+#include "setting.h"
+
+namespace vxtctl {
+
+/// What "memory" shows. Ends the command when the machine has no memory controller that the library knows.
+void g_AddMemory(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary);
+
+/// One write for all timings asked for, one for all configuration values.
+vxttools::CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
+                                          bool bForce);
+
+}  // namespace vxtctl
