@@ -3,6 +3,7 @@
 
 #include <vxtapi/vxtapi.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "api/engine.h"
@@ -14,6 +15,7 @@
 #include "firmware/bios_handler.h"
 #include "firmware/cmos_items.h"
 #include "firmware/wmi_values.h"
+#include "platform/thread.h"
 #include "support/devices.h"
 
 namespace {
@@ -47,10 +49,11 @@ protected:
         UnInitVXTAPI();
         vxt::g_GetACPITable().Clear();
         System().m_Services.clear(), System().m_Semaphores.clear(), System().m_Mutexes.clear();
+        std::filesystem::remove_all("Logs");  // thousands of starts: no long file is read again and again
         vxt::g_GetLog().Init("VXTAPI", 65535, vxt::CLog::kToFile, 10000);
     }
-    template <class TDevice> TDevice& Device(eDeviceType eType) {
-        auto* const pDevice = GetDeviceManager()->GetDevice(eType, 0);
+    template <class TDevice> TDevice& Device(eDeviceType eType, uint32_t uIndex = 0) {
+        auto* const pDevice = GetDeviceManager()->GetDevice(eType, uIndex);
         EXPECT_NE(pDevice, nullptr) << eType;
         return *static_cast<TDevice*>(pDevice);
     }
@@ -79,14 +82,22 @@ INSTANTIATE_TEST_SUITE_P(Machines, CMachineSweep, ::testing::ValuesIn(kMachines)
 
 TEST_P(CMachineSweep, Processor) {
     const CMachine& rMachine = GetParam();
-    auto& rCpu = Device<vxtapi::CCPU>(vxtapi::kDeviceCpu);
+    const uint32_t uCore = GetDeviceManager()->GetDeviceCount(vxtapi::kDeviceCpu) - 1;
+    auto& rCpu = Device<vxtapi::CCPU>(vxtapi::kDeviceCpu, uCore);
     const double dMultiplier = rCpu.GetCurrentMultiplier(), dVolts = rCpu.GetCurrentVoltage();
-    const auto Add = [&](const char* pszName, std::function<bool()> Run) {
-        // Whatever runs on one core pins the thread there first.
-        Each(rMachine.pszCpu,
-             {{.sName = std::string("(") + pszName + "|_PinThread)", .Run = std::move(Run), .Arrange = [&] {
-                   rCpu.SetCurrentMultiplier(dMultiplier), rCpu.SetCurrentVoltage(dVolts);
-               }}});
+    const auto Add = [&](const char* pszName, const std::function<bool()>& Run) {
+        // Whatever runs on one core pins the thread there first and leaves it there.
+        vxt::platform::SetThreadAffinity(1);
+        TakeTrace();
+        EXPECT_TRUE(Run()) << pszName;
+        const vxttest::Lines Trace = TakeTrace();
+        EXPECT_EQ(Trace.front(), "SetThreadAffinity") << pszName;
+        for (const std::string& sLine : Trace)
+            EXPECT_TRUE(sLine.substr(2, 3) != "msr" || sLine.substr(6, 2) == std::to_string(uCore) + " ") << sLine;
+        EXPECT_EQ(vxt::platform::simulated::g_CurrentCore(), uCore) << pszName;
+        Each(rMachine.pszCpu, {{.sName = std::string("(") + pszName + "|_PinThread)", .Run = Run, .Arrange = [&] {
+                                    rCpu.SetCurrentMultiplier(dMultiplier), rCpu.SetCurrentVoltage(dVolts);
+                                }}});
     };
     Add("GetCurrentMultiplier", [&] { return rCpu.GetCurrentMultiplier() != 0.0; });
     Add("GetCurrentVoltage", [&] { return rCpu.GetCurrentVoltage() != 0.0; });
@@ -111,7 +122,8 @@ TEST_P(CMachineSweep, Processor) {
     Sweep(
         {.sName = std::string("CCPU::MeasureReferenceClock|") + rMachine.pszCpu + "::(GetCurrentMultiplier|_PinThread)",
          .Run = [&] { return rCpu.GetCurrentClock() > 0.0f; }});
-    Each(rMachine.pszCpu, {{.sName = "Init", .Run = [&] { return rCpu.Init(0); }, .Arrange = [&] { rCpu.UnInit(); }}});
+    Each(rMachine.pszCpu,
+         {{.sName = "Init", .Run = [&] { return rCpu.Init(uCore); }, .Arrange = [&] { rCpu.UnInit(); }}});
 }
 
 TEST_P(CMachineSweep, MemoryController) {

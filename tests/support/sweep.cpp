@@ -32,7 +32,10 @@ bool g_IsWrite(const std::string& sLine) {
 }  // namespace
 
 std::vector<size_t> CSweep::_Held() {
-    return {System().m_Handles.size(), Machine().MappingCount(), System().m_Server.AllocationCount()};
+    const auto Taken =
+        std::ranges::count_if(System().m_Mutexes, [](const auto& rMutex) { return rMutex.second.uTaken; });
+    return {System().m_Handles.size(), Machine().MappingCount(), System().m_Server.AllocationCount(),
+            static_cast<size_t>(Taken)};
 }
 
 CSweep::COutcome CSweep::_Run(const COperation& rOperation, EFault eFault, uint64_t ullGood) {

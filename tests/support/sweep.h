@@ -37,7 +37,7 @@ private:
     };
     COutcome _Run(const COperation& rOperation, EFault eFault, uint64_t ullGood);
     void _Check(const COperation& rOperation, EFault eFault, const COutcome& rOutcome);
-    /// Handles, mappings and allocations of the simulated system.
+    /// Handles, mappings, allocations and taken mutexes of the simulated system.
     std::vector<size_t> _Held();
 };
 
