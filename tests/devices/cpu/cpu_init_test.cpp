@@ -222,9 +222,10 @@ TEST_F(CpuInit, RefusesTimerTablesThatAreMissingOrShort) {
     }
 }
 
-TEST_F(CpuInit, AMappingThatCannotBeGivenBackIsReported) {
+TEST_F(CpuInit, ThereIsOneMappingAtATimeAndOneThatCannotBeGivenBackIsReported) {
     Create(2);
-    ASSERT_TRUE(m_pCpu->Init(0));
+    ASSERT_TRUE(m_pCpu->Init(0) && m_pCpu->Init(0)) << "again, over the first";
+    EXPECT_EQ(Machine().MappingCount(), 1u);
     System().FailAfter(0);
     EXPECT_FALSE(m_pCpu->UnInit());
     System().StopFailing();
