@@ -52,7 +52,9 @@ Lines CLogCapture::Take() {
     Lines Result;
     for (const fs::path& rPath : Files) {
         std::ifstream File(rPath, std::ios::binary);
-        const std::string sAll{std::istreambuf_iterator<char>(File), {}};
+        std::ostringstream Content;
+        Content << File.rdbuf();
+        const std::string sAll = Content.str();
         std::string& rsOld = m_Read[rPath.string()];
         // A log opened again within the second starts the same file anew.
         std::istringstream New(sAll.starts_with(rsOld) ? sAll.substr(rsOld.size()) : sAll);
