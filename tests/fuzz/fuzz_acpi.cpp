@@ -9,8 +9,8 @@ using namespace vxt::platform::simulated;
 
 namespace {
 
-constexpr uint32_t kBelieved = 4 << 20, kShort = 4096;  ///< bytes of a table
-constexpr uint64_t kHigh = 0x10000;                     ///< where 32-bit pointers of the input tend to lie once masked
+constexpr uint32_t kBelieved = 4 << 20, kShort = 256;  ///< bytes of a table
+constexpr uint64_t kHigh = 0x10000;                    ///< where 32-bit pointers of the input tend to lie once masked
 
 struct CNoTables final : vxt::CSystemTables {
     bool Init() override { return false; }
