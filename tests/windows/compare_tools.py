@@ -103,7 +103,7 @@ def main():
         rows.append((str(odd), [line for line in READS if line.split()[1] in ("clocks", "voltages", "firmware", "cmos")]))
         for (machine, _), results in zip(rows, pool.map(lambda row: list(run_machine(*row)), rows)):
             for command, found, status in results:
-                print("FAIL" if found else "ok  ", f"{command} on {pathlib.Path(machine).name} is the same, status {status}")
+                print("FAIL" if found else "ok  ", f"{command} on {pathlib.Path(machine).name} answers as natively, status {status}")
                 for line in found[:20]:
                     print("     " + line)
                 passed, failed = passed + (not found), failed + bool(found)

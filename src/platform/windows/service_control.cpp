@@ -46,14 +46,4 @@ bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState) {
     return true;
 }
 
-static_assert(kServiceStopped == SERVICE_STOPPED && kServiceStartPending == SERVICE_START_PENDING &&
-              kServiceStopPending == SERVICE_STOP_PENDING && kServiceRunning == SERVICE_RUNNING);
-
-bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState) {
-    SERVICE_STATUS Status{};
-    if (!::QueryServiceStatus(_Handle(rService), &Status)) return false;
-    ruState = Status.dwCurrentState;
-    return true;
-}
-
 }  // namespace vxt::platform
