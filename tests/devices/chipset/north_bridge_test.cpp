@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "support/devices.h"
+#include "support/simulated_pc.h"
 
 namespace {
 

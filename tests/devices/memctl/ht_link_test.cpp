@@ -5,6 +5,7 @@
 #include "devices/memctl/memctl_devices.h"
 #include "sim/models/link_phy.h"
 #include "support/devices.h"
+#include "support/simulated_pc.h"
 
 namespace {
 
