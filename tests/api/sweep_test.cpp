@@ -3,7 +3,6 @@
 
 #include <vxtapi/vxtapi.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "api/engine.h"
@@ -49,7 +48,7 @@ protected:
         UnInitVXTAPI();
         vxt::g_GetACPITable().Clear();
         System().m_Services.clear(), System().m_Semaphores.clear(), System().m_Mutexes.clear();
-        std::filesystem::remove_all("Logs");  // thousands of starts: no long file is read again and again
+        m_Log.Forget();  // hundreds of starts: no long file is read again and again
         vxt::g_GetLog().Init("VXTAPI", 65535, vxt::CLog::kToFile, 10000);
     }
     template <class TDevice> TDevice& Device(eDeviceType eType, uint32_t uIndex = 0) {
@@ -167,6 +166,7 @@ protected:
             rMachine.Firmware->Items.resize(1);
             rMachine.Firmware->Objects.resize(4);
         });
+        vxt::platform::SetThreadAffinity(1);
         Restart();
     }
     vxt::CDriverHandler& Driver() { return vxt::g_GetDriverHandler(); }

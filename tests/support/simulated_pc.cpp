@@ -71,6 +71,11 @@ Lines CLogCapture::TakeErrors() {
     return Result;
 }
 
+void CLogCapture::Forget() {
+    fs::remove_all("Logs");
+    m_Read.clear();
+}
+
 std::string g_ProcessError(const std::string& sExpression, const std::string& sFunction) {
     return "LOG_PROCESS_ERROR(" + sExpression + ") at line # in " + sFunction;
 }

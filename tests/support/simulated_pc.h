@@ -23,6 +23,8 @@ public:
     Lines Take();
     /// Level 1 lines only, without the level.
     Lines TakeErrors();
+    /// Removes the files, while the log is closed: what is taken next is read from new ones.
+    void Forget();
 
 private:
     std::string m_sOldFolder, m_sFolder;
