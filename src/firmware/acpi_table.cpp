@@ -4,10 +4,10 @@
 #include <array>
 #include <cstring>
 #include <span>
-#include <vector>
 
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
+#include "registers/no_throw.h"
 #include "registers/scope_exit.h"
 
 namespace vxt {
@@ -75,11 +75,13 @@ bool CACPITable::GetTable(uint32_t uKey, const uint8_t*& rpTable, uint32_t& ruSi
 
 bool CACPITable::Init() {
     CScopeExit ClearAll([this] { Clear(); });
-    std::vector<uint8_t> Area(ACPI_SEARCH_END - ACPI_SEARCH_BEGIN);
-    bool bRetCode = m_rDriverHandler.ReadMemory(ACPI_SEARCH_BEGIN, static_cast<uint32_t>(Area.size()), Area.data());
+    constexpr uint32_t kAreaSize = ACPI_SEARCH_END - ACPI_SEARCH_BEGIN;
+    const std::unique_ptr<uint8_t[]> pArea(new (std::nothrow) uint8_t[kAreaSize]);
+    LOG_PROCESS_ERROR(pArea);
+    bool bRetCode = m_rDriverHandler.ReadMemory(ACPI_SEARCH_BEGIN, kAreaSize, pArea.get());
     LOG_PROCESS_ERROR(bRetCode);
-    const auto IsRoot = [&Area](uint32_t uAddress) {
-        return std::memcmp(&Area[uAddress - ACPI_SEARCH_BEGIN], kRootSignature.data(), kRootSignature.size()) == 0;
+    const auto IsRoot = [&pArea](uint32_t uAddress) {
+        return std::memcmp(&pArea[uAddress - ACPI_SEARCH_BEGIN], kRootSignature.data(), kRootSignature.size()) == 0;
     };
     // The last position searched is 0xFFFF0, whose signature still lies inside the copy.
     m_uRSDPAddress = ACPI_SEARCH_BEGIN;
@@ -121,8 +123,10 @@ bool CACPITable::Parse(uint64_t ullAddress) {
     const uint32_t uKey = g_SignatureKey(pBuffer.get());
     const std::span<const uint8_t> Table(pBuffer.get(), uLength);
     // Filed before it is followed: a table that points back at itself meets its own entry here and the walk ends.
-    const auto InsRet = m_TableList.try_emplace(uKey, CTable{std::move(pBuffer), uLength});
-    LOG_PROCESS_ERROR(InsRet.second);
+    bool bNew = false;
+    bRetCode = g_NoThrow([&] { bNew = m_TableList.try_emplace(uKey, CTable{std::move(pBuffer), uLength}).second; });
+    LOG_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(bNew, "InsRet.second");
 
     if (uKey == g_TableKey("RSDT") || uKey == g_TableKey("XSDT")) {
         // Kept: the steps of both are counted in 32-bit entries; an XSDT's surplus steps find zeros beyond its end.

@@ -4,6 +4,7 @@
 
 #include "api/log/log_checks.h"
 #include "firmware/wmi_values.h"
+#include "registers/no_throw.h"
 
 namespace vxt {
 
@@ -35,7 +36,8 @@ bool CQORBIOS::Init() {
     LOG_PROCESS_ERROR(pList, "varCommandList.parray");
     const int32_t nCount = *pnCount;
     LOG_PROCESS_ERROR(nCount >= 0 && static_cast<size_t>(nCount) <= pList->Elements.size());
-    m_CommandList.insert(pList->Elements.begin(), pList->Elements.begin() + nCount);
+    bRetCode = g_NoThrow([&] { m_CommandList.insert(pList->Elements.begin(), pList->Elements.begin() + nCount); });
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 

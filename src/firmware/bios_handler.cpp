@@ -5,6 +5,7 @@
 #include "api/log/log_checks.h"
 #include "firmware/wmi_values.h"
 #include "hw/processor_family.h"
+#include "registers/no_throw.h"
 
 namespace vxt {
 
@@ -42,7 +43,9 @@ bool CQORBIOSHandler::GetObjectID(CCapabilityPack& pack) {
     bRetCode = ReadInteger(varOut, L"length", nLength);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(nLength >= 0 && nLength <= kMostObjects);
-    std::vector<CFunctionRecord> Records(static_cast<size_t>(nLength));
+    std::vector<CFunctionRecord> Records;
+    bRetCode = g_NoThrow([&] { Records.resize(static_cast<size_t>(nLength)); });
+    LOG_PROCESS_ERROR(bRetCode);
 
     WmiValue varOutID, varOutProp, varOutDesc;
     if (GetPropertyValue(g_ObjectIn(varOut), L"ID", &varOutID)) {
@@ -112,7 +115,8 @@ bool CQORBIOSHandler::GetInfo(uint32_t uID, std::vector<uint32_t>& rInfo) {
     const auto* const psa = g_ArrayIn<int32_t>(varX);
     LOG_PROCESS_ERROR(psa);
     LOG_PROCESS_ERROR(psa->bHasData, "psa->pvData");
-    rInfo.assign(psa->Elements.begin(), psa->Elements.end());
+    bRetCode = g_NoThrow([&] { rInfo.assign(psa->Elements.begin(), psa->Elements.end()); });
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 

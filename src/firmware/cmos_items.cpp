@@ -5,6 +5,7 @@
 #include <span>
 
 #include "api/log/log_checks.h"
+#include "registers/no_throw.h"
 
 namespace vxt {
 
@@ -53,7 +54,8 @@ bool CCMOSItemList::Init() {
     LOG_PROCESS_ERROR(uRetCode == briSuccess);
     const uint32_t uItemCount = g_DataWord(Count.Result);
     LOG_PROCESS_ERROR(uItemCount <= kMostItems);
-    m_ItemList.resize(uItemCount);
+    const bool bRetCode = g_NoThrow([&] { m_ItemList.resize(uItemCount); });
+    LOG_PROCESS_ERROR(bRetCode);
     for (uint32_t uIndex = 0; uIndex < uItemCount; ++uIndex) {
         CCommandRun Description(kItemDescription, uIndex + 1);
         uRetCode = Description.Run(m_rBios, kWithArgument, kWholeResult);

@@ -7,6 +7,7 @@
 
 #include "api/log/log_checks.h"
 #include "hw/request_buffer.h"
+#include "registers/no_throw.h"
 #include "registers/scope_exit.h"
 
 namespace vxt {
@@ -19,6 +20,14 @@ using MemoryParam = protocol::CMemoryHeader;
 
 namespace {
 constexpr uint32_t kGiveBackSize = 12;  ///< of a mapping that could not be filed
+
+/// What files a block once the driver has answered; none when there is no memory for it. Made before the request: nothing
+/// of the driver's gets lost for want of memory.
+template <class TBlock> typename std::map<uint32_t, TBlock>::node_type g_NewNode(const TBlock& rBlock) {
+    std::map<uint32_t, TBlock> One;
+    if (!g_NoThrow([&] { One.try_emplace(0, rBlock); })) return {};
+    return One.extract(One.begin());
+}
 }  // namespace
 
 CDriverHandler& g_GetDriverHandler() {
@@ -78,10 +87,9 @@ bool CDriverHandler::WRMSR(uint32_t uIndex, uint32_t uLow, uint32_t uHigh) {
 }
 
 uint32_t CDriverHandler::AllocatePhysicalMemory(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e) {
-    const std::unique_ptr<AllocateMemoryParam> pOwned(new (std::nothrow)
-                                                          AllocateMemoryParam{{a, b, c, d}, 0, e, 0, 0, 0});
-    AllocateMemoryParam* const pParam = pOwned.get();
-    LOG_PROCESS_ERROR(pParam);
+    auto Node = g_NewNode(AllocateMemoryParam{{a, b, c, d}, 0, e, 0, 0, 0});
+    LOG_PROCESS_ERROR(Node, "pParam");
+    AllocateMemoryParam* const pParam = &Node.mapped();
     uint32_t dwBytesReturned = 0;
     const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kAllocateMemory, pParam, sizeof(*pParam), pParam,
                                                   sizeof(*pParam), dwBytesReturned);
@@ -93,8 +101,9 @@ uint32_t CDriverHandler::AllocatePhysicalMemory(uint32_t a, uint32_t b, uint32_t
     });
     LOG_PROCESS_ERROR(dwBytesReturned == sizeof(AllocateMemoryParam));
     const uint32_t uAddress = static_cast<uint32_t>(pParam->ullAddress);
-    const auto InsRet = m_AllocateAddrList.try_emplace(uAddress, std::make_unique<AllocateMemoryParam>(*pParam));
-    LOG_PROCESS_ERROR(InsRet.second);
+    LOG_PROCESS_ERROR(!m_AllocateAddrList.contains(uAddress), "InsRet.second");
+    Node.key() = uAddress;
+    m_AllocateAddrList.insert(std::move(Node));
     GiveBack.Dismiss();
     return uAddress;
 }
@@ -103,7 +112,7 @@ bool CDriverHandler::FreePhysicalMemory(uint32_t uAddress) {
     const auto it = m_AllocateAddrList.find(uAddress);
     LOG_PROCESS_ERROR(it != m_AllocateAddrList.end());
     uint32_t dwBytesReturned = 0;
-    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kFreeMemory, it->second.get(),
+    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kFreeMemory, &it->second,
                                                   sizeof(AllocateMemoryParam), nullptr, 0, dwBytesReturned);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(dwBytesReturned == 0);
@@ -112,10 +121,9 @@ bool CDriverHandler::FreePhysicalMemory(uint32_t uAddress) {
 }
 
 uint32_t CDriverHandler::MapPhysicalMemory(uint32_t uPhysicalLow, uint32_t uPhysicalHigh, uint32_t uSize) {
-    std::unique_ptr<MapMemoryParam> pOwned(new (std::nothrow)
-                                               MapMemoryParam{uPhysicalLow, uPhysicalHigh, 0, uSize, 0, 0});
-    MapMemoryParam* const pParam = pOwned.get();
-    LOG_PROCESS_ERROR(pParam);
+    auto Node = g_NewNode(MapMemoryParam{uPhysicalLow, uPhysicalHigh, 0, uSize, 0, 0});
+    LOG_PROCESS_ERROR(Node, "pParam");
+    MapMemoryParam* const pParam = &Node.mapped();
     uint32_t dwBytesReturned = 0;
     const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kMapMemory, pParam, sizeof(*pParam), pParam,
                                                   sizeof(*pParam), dwBytesReturned);
@@ -128,8 +136,9 @@ uint32_t CDriverHandler::MapPhysicalMemory(uint32_t uPhysicalLow, uint32_t uPhys
     });
     LOG_PROCESS_ERROR(dwBytesReturned == sizeof(MapMemoryParam));
     const uint32_t uAddress = static_cast<uint32_t>(pParam->ullAddress);
-    const auto InsRet = m_MapAddrList.try_emplace(uAddress, std::make_unique<MapMemoryParam>(*pParam));
-    LOG_PROCESS_ERROR(InsRet.second);
+    LOG_PROCESS_ERROR(!m_MapAddrList.contains(uAddress), "InsRet.second");
+    Node.key() = uAddress;
+    m_MapAddrList.insert(std::move(Node));
     GiveBack.Dismiss();
     return uAddress;
 }
@@ -138,7 +147,7 @@ bool CDriverHandler::UnmapPhysicalMemory(uint32_t uAddress) {
     const auto it = m_MapAddrList.find(uAddress);
     LOG_PROCESS_ERROR(it != m_MapAddrList.end());
     uint32_t dwBytesReturned = 0;
-    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, it->second.get(),
+    const bool bRetCode = platform::ControlDriver(m_hDriver, protocol::kUnmapMemory, &it->second,
                                                   sizeof(MapMemoryParam), nullptr, 0, dwBytesReturned);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR(dwBytesReturned == 0);
@@ -148,7 +157,7 @@ bool CDriverHandler::UnmapPhysicalMemory(uint32_t uAddress) {
 
 uint64_t CDriverHandler::GetMappedAddress(uint32_t uAddress) const {
     const auto it = m_MapAddrList.find(uAddress);
-    return it == m_MapAddrList.end() ? 0 : it->second->ullAddress;
+    return it == m_MapAddrList.end() ? 0 : it->second.ullAddress;
 }
 
 bool CDriverHandler::ReadMemory(uint64_t ullPhysical, uint32_t uSize, void* pData) {

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <map>
-#include <memory>
 
 #include "hw/driver_protocol.h"
 #include "hw/service_turn.h"
@@ -89,8 +88,9 @@ private:
     void _InstallAndOpenDriver();
     bool _ProbePciBase();
     uint16_t _ListedSMBusBase() const;
-    void _ScanPci();
-    void _FilePciFunction(const protocol::CPciRecord& rRecord);
+    /// False when there is no memory for what was found.
+    bool _ScanPci();
+    bool _FilePciFunction(const protocol::CPciRecord& rRecord);
     uint64_t _EcamAddress(uint32_t uBus, uint32_t uDevice, uint32_t uFunction, uint32_t uOffset) const;
     bool _Port(uint32_t uCode, protocol::CPortBlock& rParam, uint32_t uOutSize, uint32_t& ruReturned);
 
@@ -100,8 +100,8 @@ private:
     platform::CSemaphoreHandle m_hSemaphore;
     CPatience m_Patience;              ///< with the service manager
     uint64_t m_ullPCIBaseAddress = 0;  ///< ECAM base; 0: unknown or unusable
-    std::map<uint32_t, std::unique_ptr<protocol::CMapBlock>> m_MapAddrList;
-    std::map<uint32_t, std::unique_ptr<protocol::CAllocateBlock>> m_AllocateAddrList;
+    std::map<uint32_t, protocol::CMapBlock> m_MapAddrList;
+    std::map<uint32_t, protocol::CAllocateBlock> m_AllocateAddrList;
     std::multimap<uint32_t, protocol::CPciRecord> m_PciFunctions;
 };
 

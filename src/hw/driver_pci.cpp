@@ -4,6 +4,7 @@
 
 #include "api/log/log_checks.h"
 #include "hw/driver_handler.h"
+#include "registers/no_throw.h"
 
 namespace vxt {
 
@@ -79,7 +80,8 @@ uint64_t CDriverHandler::_EcamAddress(uint32_t uBus, uint32_t uDevice, uint32_t 
 bool CDriverHandler::InitPCIHeader() {
     m_PciFunctions.clear();
     if (m_ullPCIBaseAddress == 0) {
-        _ScanPci();
+        const bool bRetCode = _ScanPci();
+        LOG_PROCESS_ERROR(bRetCode);
         return true;
     }
     protocol::CEnumerateBlock Param{};
@@ -93,18 +95,21 @@ bool CDriverHandler::InitPCIHeader() {
         const uint64_t ullBefore = Position();
         Param.uCount = Param.uCapacity;
         uint32_t dwBytesReturned = 0;
-        const bool bRetCode =
+        bool bRetCode =
             platform::ControlDriver(m_hDriver, protocol::kEnumeratePci, &Param, uSize, &Param, uSize, dwBytesReturned);
         LOG_PROCESS_ERROR(bRetCode);
         LOG_PROCESS_ERROR(dwBytesReturned == uSize);
         LOG_PROCESS_ERROR(Param.uCount <= std::size(Param.aRecords));
         LOG_PROCESS_ERROR(Position() > ullBefore);  // a driver that stands still would hold us for ever
-        for (uint32_t i = 0; i < Param.uCount; ++i) _FilePciFunction(Param.aRecords[i]);
+        for (uint32_t i = 0; i < Param.uCount; ++i) {
+            bRetCode = _FilePciFunction(Param.aRecords[i]);
+            LOG_PROCESS_ERROR(bRetCode);
+        }
     }
     return true;
 }
 
-void CDriverHandler::_ScanPci() {
+bool CDriverHandler::_ScanPci() {
     for (uint32_t uBus = 0; uBus < kBuses; ++uBus)
         for (uint32_t uDevice = 0; uDevice < kDevices; ++uDevice)
             for (uint32_t uFunction = 0; uFunction < kFunctions; ++uFunction) {
@@ -112,13 +117,14 @@ void CDriverHandler::_ScanPci() {
                 Record.uBus = uBus, Record.uDevice = uDevice, Record.uFunction = uFunction;
                 uint8_t* const pHeader = reinterpret_cast<uint8_t*>(&Record) + kHeaderInRecord;
                 // Kept: the first failed read ends the scan with what was found so far.
-                if (!GetPCIConfig(uBus, uDevice, uFunction, 0, pHeader, kHeaderBytes)) return;
-                if (Record.usVendor != kNoFunction) _FilePciFunction(Record);
+                if (!GetPCIConfig(uBus, uDevice, uFunction, 0, pHeader, kHeaderBytes)) return true;
+                if (Record.usVendor != kNoFunction && !_FilePciFunction(Record)) return false;
             }
+    return true;
 }
 
-void CDriverHandler::_FilePciFunction(const CPciRecord& rRecord) {
-    m_PciFunctions.emplace(g_PciKey(rRecord.usVendor, rRecord.usDevice), rRecord);
+bool CDriverHandler::_FilePciFunction(const CPciRecord& rRecord) {
+    return g_NoThrow([&] { m_PciFunctions.emplace(g_PciKey(rRecord.usVendor, rRecord.usDevice), rRecord); });
 }
 
 const CPciRecord* CDriverHandler::FindPciFunction(uint16_t usVendor, uint16_t usDevice) const {

@@ -1,6 +1,6 @@
 // The VXTDriver service: installed with the first user, removed with the last, counted across processes.
 #include <algorithm>
-#include <string>
+#include <string_view>
 
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
@@ -34,10 +34,9 @@ bool CDriverHandler::GetDriverPath(wchar_t* pszDriverPath) {
     const std::wstring_view sExecutable(szExecutable.data(), dwRet);
     const size_t uSlash = sExecutable.rfind(L'\\');
     LOG_PROCESS_ERROR(uSlash != std::wstring_view::npos, "pszSlash");
-    const std::wstring sPath =
-        std::wstring(sExecutable.substr(0, uSlash)) + (m_bIsWow64 ? kDriverFile64 : kDriverFile32);
-    LOG_PROCESS_ERROR(sPath.size() < kMaxPath);
-    *std::copy(sPath.begin(), sPath.end(), pszDriverPath) = 0;
+    const std::wstring_view sFolder = sExecutable.substr(0, uSlash), sFile = m_bIsWow64 ? kDriverFile64 : kDriverFile32;
+    LOG_PROCESS_ERROR(sFolder.size() + sFile.size() < kMaxPath, "sPath.size() < kMaxPath");
+    *std::ranges::copy(sFile, std::ranges::copy(sFolder, pszDriverPath).out).out = 0;
     return true;
 }
 

@@ -101,8 +101,8 @@ bool CDriverHandler::UnInit() {
                                                       nullptr, 0, dwBytesReturned);
         LOG_CHECK_ERROR(bRetCode);
     };
-    for (auto& [uAddress, pBlock] : m_MapAddrList) Unmap(*pBlock);
-    for (auto& [uAddress, pBlock] : m_AllocateAddrList) Unmap(*pBlock);
+    for (auto& [uAddress, rBlock] : m_MapAddrList) Unmap(rBlock);
+    for (auto& [uAddress, rBlock] : m_AllocateAddrList) Unmap(rBlock);
     m_MapAddrList.clear();
     m_AllocateAddrList.clear();
     m_hDriver.Reset();

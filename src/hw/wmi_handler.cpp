@@ -6,6 +6,7 @@
 #include "api/log/log_checks.h"
 #include "hw/named_object_security.h"
 #include "platform/named_objects.h"
+#include "registers/no_throw.h"
 #include "registers/scope_exit.h"
 
 namespace vxt {
@@ -34,17 +35,19 @@ public:
         const std::lock_guard Guard(m_Lock);
         if (--m_uConnections == 0) m_pHandle.reset();
     }
-    void Set(platform::CMutexHandle hMutex) {
+    /// False when there is no memory for it: the handle that was there stays.
+    bool Set(platform::CMutexHandle& rhMutex) {
         const std::lock_guard Guard(m_Lock);
-        m_pHandle = std::make_shared<const platform::CMutexHandle>(std::move(hMutex));
+        return g_NoThrow([&] { m_pHandle = std::make_shared<const platform::CMutexHandle>(std::move(rhMutex)); });
     }
     /// Never null; the handle is none before the first connection.
     CHandle Get() {
         const std::lock_guard Guard(m_Lock);
-        return m_pHandle ? m_pHandle : std::make_shared<const platform::CMutexHandle>();
+        return m_pHandle ? m_pHandle : CHandle(CHandle(), &m_None);
     }
 
 private:
+    const platform::CMutexHandle m_None;
     std::mutex m_Lock;
     CHandle m_pHandle;
     uint32_t m_uConnections = 0;
@@ -69,7 +72,8 @@ bool CWmiHandler::Connect(const wchar_t* pszNamespace) {
     platform::CMutexHandle hWMIMutex = platform::OpenMutex(kMutexName);
     if (!hWMIMutex) hWMIMutex = platform::CreateMutex(kMutexName, kNamedObjectSecurity);
     LOG_PROCESS_ERROR(hWMIMutex);
-    s_MethodMutex.Set(std::move(hWMIMutex));
+    const bool bRetCode = s_MethodMutex.Set(hWMIMutex);
+    LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 

@@ -132,32 +132,6 @@ TEST_F(CApiTest, WithoutADriverTheStartFailsWithAChainOfLines) {
     EXPECT_THAT(TakeTrace(), Not(Contains("CreateWmiLocator"))) << "nothing after it is tried";
 }
 
-TEST_F(CApiTest, EachFailingCallOfAStartLeavesALibraryThatStopsAndStartsAgain) {
-    Start(kDefaultMachine, [](auto& rMachine) {  // one of each: the sweep runs a start for every call of a start
-        rMachine.Firmware->Items.resize(1);
-        rMachine.Firmware->Objects.resize(4);
-    });
-    const uint64_t ullCalls = FailEach(
-        [&] {
-            vxt::g_GetACPITable().Clear();
-            return InitVXTAPI(true);
-        },
-        [&](bool bStarted) {
-            const Lines Errors = m_Log.TakeErrors();
-            if (!bStarted) {
-                EXPECT_FALSE(Errors.empty());
-                EXPECT_EQ(Errors.back(), g_ProcessError("bRetCode", "InitVXTAPI"));
-            }
-            EXPECT_TRUE(UnInitVXTAPI());
-            EXPECT_THAT(System().m_Handles, IsEmpty());
-            EXPECT_EQ(Machine().MappingCount(), 0u);
-            EXPECT_EQ(GetDeviceManager()->GetDeviceTypeCount(), 0u);
-            System().m_Services.clear();
-            System().m_Semaphores.clear();
-        });
-    EXPECT_GT(ullCalls, 60u);
-}
-
 TEST_F(CApiTest, TheOverclockWarningIsReadFromTheUsersRegistry) {
     const std::string sValue = "HKCU\\Software\\QOR\\QOR Velomar!UserAccepted";
     const struct {

@@ -233,19 +233,4 @@ TEST_F(CACPITableTest, UnknownTablesAreKeptAndMentioned) {
     EXPECT_THAT(m_Tables.GetTables(), IsEmpty());
 }
 
-TEST_F(CACPITableTest, EachFailingReadIsReportedAndAFailedStartKeepsNothing) {
-    Start(kDefaultMachine);
-    ASSERT_TRUE(vxt::g_GetDriverHandler().Init(m_None));
-    FailEach(
-        [&] {
-            m_Tables.Clear();
-            return m_Tables.Init();
-        },
-        [&](bool bRead) {
-            EXPECT_FALSE(m_Log.TakeErrors().empty());
-            EXPECT_EQ(bRead, !m_Tables.GetTables().empty());
-        });
-    EXPECT_GE(m_Tables.GetTables().size(), 4u);
-}
-
 }  // namespace

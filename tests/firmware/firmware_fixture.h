@@ -49,6 +49,15 @@ value = 0
 options = Disabled|Enabled
 )";
 
+/// What the system says about the firmware; goes behind kFirmware or a [machine] section.
+inline constexpr const char* kBios = R"([wmi root\cimv2 Win32_BIOS]
+SerialNumber = null
+Manufacturer = text:QOR Boards
+Description = text:Board firmware
+SMBIOSBIOSVersion = text:1.07
+ReleaseDate = text:20091204000000.000000+000
+)";
+
 struct CFirmwarePc : CSimulatedPc {
     CFirmwarePc() { Boot(); }
 

@@ -9,8 +9,8 @@ using namespace vxt::platform::simulated;
 
 namespace {
 
-constexpr uint32_t kBelieved = 4 << 20, kShort = 4096;  ///< bytes of a table
-constexpr uint64_t kHigh = 0x10000;                     ///< where 32-bit pointers of the input tend to lie once masked
+constexpr uint32_t kBelieved = 4 << 20, kShort = 256;  ///< bytes of a table
+constexpr uint64_t kHigh = 0x10000;                    ///< where 32-bit pointers of the input tend to lie once masked
 
 struct CNoTables final : vxt::CSystemTables {
     bool Init() override { return false; }
@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
     }();
     if (!s_bStarted) __builtin_trap();
 
-    constexpr size_t kEnough = 1024;  // a dozen tables; more only take time
+    constexpr size_t kEnough = 768;  // a dozen tables; more only take time
     uSize = std::min(uSize, kEnough);
     // The first 36 bytes are the root pointer, the rest is memory at kHigh in which tables may start every 64 bytes.
     std::vector<uint8_t>& rArea = g_GetMachine().Memory(0xE0000);

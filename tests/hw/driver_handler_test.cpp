@@ -190,45 +190,6 @@ TEST_F(CDriverHandlerTest, RemovalIsPolledForAWhile) {
     EXPECT_FALSE(m_Handler.RemoveDriver()) << "nothing to remove";
 }
 
-TEST_F(CDriverHandlerTest, EachFailingCallOfAStartIsReportedAndLeavesNothingBehind) {
-    const uint64_t ullCalls = FailEach(
-        [&] {
-            m_Tables.Clear();
-            return Init();
-        },
-        [&](bool bStarted) {
-            if (!bStarted) { EXPECT_FALSE(m_Log.TakeErrors().empty()); }
-            m_Handler.UnInit();
-            EXPECT_THAT(System().m_Handles, IsEmpty());
-            m_Log.Take();
-            System().m_Services.clear();
-            System().m_Semaphores.clear();
-        });
-    EXPECT_GT(ullCalls, 30u);
-    m_Handler.UnInit();
-}
-
-TEST_F(CDriverHandlerTest, EachFailingCallOfAShutDownIsReportedAndStillForgetsEverything) {
-    const auto Cycle = [&] {
-        m_Tables.Clear();
-        System().StopFailing();
-        EXPECT_TRUE(Init());
-        EXPECT_NE(m_Handler.MapPhysicalMemory(0xFEE00300, 0, 256), 0u);
-        EXPECT_NE(m_Handler.AllocatePhysicalMemory(1, 2, 3, 4, 5), 0u);
-    };
-    for (uint64_t ullGood = 0;; ++ullGood) {
-        Cycle();
-        System().FailAfter(ullGood);
-        EXPECT_TRUE(m_Handler.UnInit());
-        System().StopFailing();
-        EXPECT_THAT(System().m_Handles, IsEmpty());
-        if (!System().HasFailed()) break;
-        System().m_Services.clear();
-        System().m_Semaphores.clear();
-    }
-    EXPECT_THAT(System().m_Services, IsEmpty());
-}
-
 TEST_F(CDriverHandlerTest, LeftOverMappingsAndAllocationsAreReportedAndGivenBackWithTheUnmapRequest) {
     ASSERT_TRUE(Init());
     ASSERT_NE(m_Handler.MapPhysicalMemory(0xFEE00300, 0, 256), 0u);

@@ -115,19 +115,4 @@ TEST_F(CSMBusTest, AnUndrivenBusIsNoController) {
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Failed("ucData != 0xFF")));
 }
 
-TEST_F(CSMBusTest, EachFailingAccessIsReportedAndKeepsTheCallersByte) {
-    const uint64_t ullCalls = FailEach(
-        [&] {
-            m_ucData = 0x77;
-            return Read(0x50, 2);
-        },
-        [&](bool bRead) {
-            EXPECT_FALSE(bRead);
-            EXPECT_EQ(m_ucData, 0x77);
-            EXPECT_EQ(m_Log.TakeErrors().back(), Failed("bRetCode"));
-            Machine().Advance(1'000'000);  // let a started transfer end
-        });
-    EXPECT_GT(ullCalls, 11u);
-}
-
 }  // namespace

@@ -223,43 +223,6 @@ TEST_F(CWmiHandlerTest, AMutexWhoseOwnerDiedFailsOneCallAndServesTheNext) {
                 ElementsAre(g_ProcessError("ulWaitResult == WAIT_OBJECT_0", "CWmiHandler::CallMethod")));
 }
 
-TEST_F(CWmiHandlerTest, EveryFailingCallUnderAMethodIsTheEndOfItAndNothingIsForgotten) {
-    // What each refused system call leaves in the log; a row a call, in the order of a good run.
-    const std::string sGetProperty = g_ComError("hRetCode", "CWmiHandler::GetPropertyValue");
-    const auto Method = [](const char* pszText) { return g_ProcessError(pszText, "CWmiHandler::CallMethod"); };
-    const auto Com = [] { return g_ComError("hr", "CWmiHandler::CallMethod"); };
-    const std::vector<std::pair<std::string, Lines>> Rows = {
-        {"WaitMutex", {Method("ulWaitResult == WAIT_OBJECT_0")}},
-        {"GetWmiObject", {}},
-        {"GetWmiMethodQualifier", {Com()}},
-        {"CreateWmiInstanceEnum", {g_ComError("hRetCode", "CWmiHandler::GetInstance"), Method("pInstance")}},
-        {"NextWmiInstance", {Method("pInstance")}},
-        {"GetWmiProperty", {sGetProperty, Method("bRetCode")}},
-        {"SpawnWmiMethodInput", {Com()}},
-        {"PutWmiProperty", {Com()}},
-        {"ExecuteWmiMethod", {}},
-        {"GetWmiProperty", {Com()}},
-    };
-    size_t uRow = 0;
-    FailEach(
-        [&] {
-            const WmiValue Id = 0x01010000;
-            WmiValue Value;
-            TakeTrace();
-            return m_Wmi.CallMethod(kClass, L"GetValue", L"id", &Id, L"pack", &Value);
-        },
-        [&](bool bResult) {
-            ASSERT_LT(uRow, Rows.size());
-            EXPECT_FALSE(bResult);
-            EXPECT_EQ(TakeTrace().back(), Rows[uRow].first);
-            EXPECT_EQ(m_Log.TakeErrors(), Rows[uRow].second);
-            EXPECT_EQ(Forgotten(), 0u);
-            EXPECT_TRUE(IsMutexFree());
-            ++uRow;
-        });
-    EXPECT_EQ(uRow, Rows.size());
-}
-
 TEST_F(CWmiHandlerTest, WrongNamesAndTypesOfACallAreReportedAndOptionalOnesMayBeMissing) {
     const WmiValue Id = 0x01010000, Wrong = std::wstring(L"text");
     WmiValue Value;

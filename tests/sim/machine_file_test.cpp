@@ -9,17 +9,12 @@
 #include "sim/sections/section.h"
 #include "sim/sections/wmi_values.h"
 #include "sim/sim_client.h"
+#include "support/text_cases.h"
 
 namespace vxtsim {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string g_FileText(const fs::path& Path) {
-    std::ifstream File(Path, std::ios::binary);
-    EXPECT_TRUE(File) << Path;
-    return {std::istreambuf_iterator<char>(File), {}};
-}
 
 std::string g_Replaced(std::string sText, char c, const std::string& sBy) {
     for (size_t u = 0; (u = sText.find(c, u)) != std::string::npos; u += sBy.size()) sText.replace(u, 1, sBy);
@@ -45,13 +40,11 @@ std::string g_Sections(const CMachineDescription& rMachine) {
 }
 
 TEST(MachineFile, SaysWhatItWasToldAndNamesTheLineThatIsWrong) {
-    std::istringstream Rows(g_FileText(fs::path(VXT_SOURCE_DIR) / "tests/cases/machine_files.txt"));
-    int nRows = 0;
-    for (std::string sRow; std::getline(Rows, sRow);) {
+    const std::vector<std::string> Rows = vxttest::g_CaseLines("machine_files.txt");
+    EXPECT_GT(Rows.size(), 150u);
+    for (const std::string& sRow : Rows) {
         const size_t uError = sRow.find(" -> "), uForm = sRow.find(" => ");
-        if (sRow.starts_with('#') || std::min(uError, uForm) == std::string::npos) continue;
         SCOPED_TRACE(sRow);
-        ++nRows;
         CMachineDescription Machine;
         std::string sError;
         if (uError == std::string::npos) {
@@ -64,7 +57,6 @@ TEST(MachineFile, SaysWhatItWasToldAndNamesTheLineThatIsWrong) {
             EXPECT_EQ(sError, sRow.substr(uError + 4));
         }
     }
-    EXPECT_GT(nRows, 150);
 }
 
 TEST(MachineFile, EveryBuiltInMachineSurvivesTheWayThroughText) {
@@ -160,7 +152,7 @@ TEST(MachineFile, KeysOverrideAndWholeSectionsReplaceWhatTheBaseSays) {
 // --- the page
 
 TEST(MachineFilePage, DescribesEverySectionAndKeyAndItsExamplesAreAccepted) {
-    const std::string sPage = g_FileText(fs::path(VXT_SOURCE_DIR) / "docs/machine_files.md");
+    const std::string sPage = vxttest::g_SourceText("docs/machine_files.md");
     std::set<std::string> Headings;
     for (size_t u = 0; (u = sPage.find("\n### ", u)) != std::string::npos; u += 5)
         Headings.insert(sPage.substr(u + 5, sPage.find('\n', u + 5) - u - 5));

@@ -124,15 +124,6 @@ TEST(Machine, ConfigurationSpaceIsSeenThroughMemoryWhereTheTableSaysSo) {
     EXPECT_EQ(K8.ReadPci({0, 0x18, 0}, 0), 0x11001022u);
 }
 
-TEST(Machine, AWindowAtAddressZeroHidesNoMemory) {
-    CMachineDescription Description = g_Embedded("family10h-ddr3");
-    for (auto& [sSignature, Table] : Description.Acpi)
-        if (sSignature == "MCFG") std::fill_n(Table.begin() + 44, 8, uint8_t{0});
-    CSimMachine Machine(Description);
-    EXPECT_EQ(g_Read(Machine, Machine.AcpiAddress("RSD PTR "), 8),
-              (std::vector<uint8_t>{'R', 'S', 'D', ' ', 'P', 'T', 'R', ' '}));
-}
-
 TEST(Machine, CpuidKnowsSubleavesOnlyWhereTheyAreDescribed) {
     CSimMachine Machine(g_Parsed("[machine]\n[cpuid]\n1 = 1 0 0 0\nB = 2 0 0 0\nB.1 = 3 0 0 0\n"));
     EXPECT_EQ(Machine.Cpuid(0, 1, 7).uEax, 1u) << "ECX is ignored";
@@ -149,34 +140,6 @@ TEST(Machine, AReadAcrossRegionsFillsGapsWithOnes) {
     const std::array<uint8_t, 4> Bytes{1, 2, 3, 4};
     Machine.WriteMemory(0x1001, Bytes);
     EXPECT_EQ(g_Read(Machine, 0x1000, 6), (std::vector<uint8_t>{0x55, 1, 0xFF, 0xFF, 4, 0xFF}));
-}
-
-/// The reference clock as a tool measures it: APIC counts against 20000 ticks of the power-management timer.
-double g_MeasureMHz(CSimClient& rClient, uint64_t ullTimer, uint16_t usPort) {
-    const auto Pm = [&] { return rClient.In(usPort, 4) & 0xFFFFFF; };
-    rClient.m_Machine.WriteMapped(ullTimer + 0x20, rClient.m_Machine.ReadMapped(ullTimer + 0x20) & ~(1u << 17));
-    rClient.m_Machine.WriteMapped(ullTimer + 0xE0, 2);  // by 8
-    rClient.m_Machine.WriteMapped(ullTimer + 0x80, 0xFFFFFFFF);
-    const uint32_t uFirst = rClient.m_Machine.ReadMapped(ullTimer + 0x90), uStart = Pm();
-    while (((Pm() - uStart) & 0xFFFFFF) < 20'000) {}
-    const uint32_t uSecond = rClient.m_Machine.ReadMapped(ullTimer + 0x90), uTicks = (Pm() - uStart) & 0xFFFFFF;
-    return (uFirst - uSecond) * 3.579545 / uTicks * 8;
-}
-
-TEST(Machine, TheReferenceClockCanBeMeasured) {
-    const struct {
-        const char* pszMachine;
-        uint16_t usPort;
-        double dMHz;
-    } Cases[] = {{"family10h-ddr3", 0x808, 200.0}, {"family10h-ddr2", 0x4008, 200.0}, {"k8-first", 0x808, 201.0}};
-    for (const auto& [pszMachine, usPort, dMHz] : Cases) {
-        CSimClient Client(pszMachine);
-        const uint64_t ullTimer = Client.MapApicTimer();
-        EXPECT_NEAR(g_MeasureMHz(Client, ullTimer, usPort), dMHz, 0.2) << pszMachine;
-        Client.m_Machine.Model<CPmTimer>()->WrapAfter(5'000);
-        EXPECT_NEAR(g_MeasureMHz(Client, ullTimer, usPort), dMHz, 0.2) << pszMachine << ", the 24 bits wrap";
-        EXPECT_LT(Client.In(usPort, 4), 20'000u) << "it did wrap";
-    }
 }
 
 TEST(Machine, AfterAPowerCycleItIsAsItWasAtFirst) {

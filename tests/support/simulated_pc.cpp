@@ -52,7 +52,9 @@ Lines CLogCapture::Take() {
     Lines Result;
     for (const fs::path& rPath : Files) {
         std::ifstream File(rPath, std::ios::binary);
-        const std::string sAll{std::istreambuf_iterator<char>(File), {}};
+        std::ostringstream Content;
+        Content << File.rdbuf();
+        const std::string sAll = Content.str();
         std::string& rsOld = m_Read[rPath.string()];
         // A log opened again within the second starts the same file anew.
         std::istringstream New(sAll.starts_with(rsOld) ? sAll.substr(rsOld.size()) : sAll);
@@ -67,6 +69,11 @@ Lines CLogCapture::TakeErrors() {
     for (const std::string& sLine : Take())
         if (sLine.starts_with("1 ")) Result.push_back(sLine.substr(2));
     return Result;
+}
+
+void CLogCapture::Forget() {
+    fs::remove_all("Logs");
+    m_Read.clear();
 }
 
 std::string g_ProcessError(const std::string& sExpression, const std::string& sFunction) {

@@ -23,6 +23,8 @@ public:
     Lines Take();
     /// Level 1 lines only, without the level.
     Lines TakeErrors();
+    /// Removes the files, while the log is closed: what is taken next is read from new ones.
+    void Forget();
 
 private:
     std::string m_sOldFolder, m_sFolder;
@@ -56,25 +58,7 @@ public:
 
     /// Requests and system calls since the last call.
     Lines TakeTrace();
-
-    /// Runs `Operation` with its 1st, 2nd, 3rd ... system call or driver request failing until it succeeds untouched;
-    /// `Check` runs after each failed call. Returns the number of calls of a good run.
-    template <class TOperation, class TCheck> uint64_t FailEach(TOperation Operation, TCheck Check) {
-        for (uint64_t ullGood = 0; ullGood < 100'000; ++ullGood) {
-            SCOPED_TRACE("failing after " + std::to_string(ullGood) + " good calls");
-            System().FailAfter(ullGood);
-            const bool bResult = Operation();
-            System().StopFailing();
-            if (!System().HasFailed()) {
-                EXPECT_TRUE(bResult);
-                return ullGood;
-            }
-            Check(bResult);
-            if (::testing::Test::HasFatalFailure()) return ullGood;
-        }
-        ADD_FAILURE() << "the operation never succeeds";
-        return 0;
-    }
+    size_t TraceSize() const { return m_Trace.size(); }
 
     CLogCapture m_Log;
 

@@ -183,6 +183,7 @@ def test_the_present_value_of_a_setting_is_among_its_legal_values():
         assert any(row["value"] for row in links[0]["settings"]), f"{machine}: nothing is known of link 0"
         for row in [*settings(machine).values(), *(row for link in links for row in link["settings"])]:
             assert row["value"] is None or row["legal"] is None or row["value"] in row["legal"], (machine, row)
+    assert [settings(machine)["trfc0"]["unit"] for machine in ("k8-first", "family10h-ddr3")] == ["clocks", "ns"]  # DDR's counts clocks
 
 
 def test_no_stand_in_for_a_missing_reading_leaves_the_tools():
@@ -221,7 +222,7 @@ def test_the_overview_shows_inventory_cores_and_pstates():
     ("family10h-ddr3", {"multiplier": 15, "core_voltage": 1.35, "current_pstate": 0, "max_pstate": 3, "nb_voltage": 1.175, "temperature": 35, "max_ramp_voltage": None, "thermal_trip_offset": None}, 4),
     ("family11h-mobile", {"multiplier": 10.5, "core_voltage": 1.2, "current_pstate": 0, "max_pstate": 2, "temperature": 49, "thermal_trip_offset": None}, 3),
     ("k8-revf-dual", {"multiplier": 10.5, "core_voltage": 1.25, "start_voltage": 1.1, "max_ramp_voltage": 1.3, "current_pstate": None, "max_pstate": None}, 0),
-    ("k8-first", {"multiplier": 10, "core_voltage": 1.35, "temperature": None, "nb_multiplier": None}, 0),
+    ("k8-first", {"multiplier": 10, "core_voltage": 1.35, "temperature": None, "thermal_trip_offset": 12, "nb_multiplier": None}, 0),
 ])
 def test_a_core_shows_what_its_registers_say_in_json_and_text(machine, expected, pstates):
     core = answer(f"vxtctl cpu 0 --machine {machine}")["cores"][0]

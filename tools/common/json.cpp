@@ -16,7 +16,7 @@ struct CRenderer {
         for (const CJson& rItem : rItems) Array.push_back(std::visit(*this, rItem.Value()));
         return Array;
     }
-    CRendered operator()(const std::vector<CJsonMember>& rMembers) const {
+    CRendered operator()(const std::list<CJsonMember>& rMembers) const {
         CRendered Object = CRendered::object();
         for (const auto& [sKey, rMember] : rMembers) Object[sKey] = std::visit(*this, rMember.Value());
         return Object;
@@ -25,7 +25,7 @@ struct CRenderer {
 
 }  // namespace
 
-CJson::CJson(std::initializer_list<CJsonMember> Members) : m_Value(std::vector<CJsonMember>(Members)) {}
+CJson::CJson(std::initializer_list<CJsonMember> Members) : m_Value(std::list<CJsonMember>(Members)) {}
 
 std::optional<double> CJson::Number() const {
     if (const auto* pdValue = std::get_if<double>(&m_Value)) return *pdValue;
@@ -44,10 +44,12 @@ const CJson& CJson::operator[](std::string_view sKey) const {
 }
 
 CJson& CJson::operator[](std::string_view sKey) {
-    if (IsNull()) m_Value = std::vector<CJsonMember>();
-    auto& rMembers = std::get<std::vector<CJsonMember>>(m_Value);
+    if (IsNull()) m_Value = std::list<CJsonMember>();
+    auto& rMembers = std::get<std::list<CJsonMember>>(m_Value);
     const auto it = std::ranges::find(rMembers, sKey, &CJsonMember::sKey);
-    return it == rMembers.end() ? rMembers.emplace_back(std::string(sKey), nullptr).Value : it->Value;
+    if (it != rMembers.end()) return it->Value;
+    rMembers.push_back({std::string(sKey), nullptr});
+    return rMembers.back().Value;
 }
 
 CJson& CJson::Push(CJson Item) { return Items().emplace_back(std::move(Item)); }

@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstdint>
 #include <initializer_list>
+#include <list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,7 +16,7 @@ namespace vxttools {
 
 struct CJsonMember;
 
-/// Members of an object keep the order in which they came.
+/// Members of an object keep the order in which they came, and their places when others are added.
 class CJson {
 public:
     CJson(std::nullptr_t = nullptr) {}
@@ -35,7 +36,7 @@ public:
     static CJson Array() { return std::vector<CJson>(); }
 
     bool IsNull() const { return std::holds_alternative<std::nullptr_t>(m_Value); }
-    bool IsObject() const { return std::holds_alternative<std::vector<CJsonMember>>(m_Value); }
+    bool IsObject() const { return std::holds_alternative<std::list<CJsonMember>>(m_Value); }
     bool IsFlag() const { return std::holds_alternative<bool>(m_Value); }
     bool IsText() const { return std::holds_alternative<std::string>(m_Value); }
     bool IsArray() const { return std::holds_alternative<std::vector<CJson>>(m_Value); }
@@ -44,7 +45,7 @@ public:
     bool Flag() const { return std::get<bool>(m_Value); }
     const std::vector<CJson>& Items() const { return std::get<std::vector<CJson>>(m_Value); }
     std::vector<CJson>& Items() { return std::get<std::vector<CJson>>(m_Value); }
-    const std::vector<CJsonMember>& Members() const { return std::get<std::vector<CJsonMember>>(m_Value); }
+    const std::list<CJsonMember>& Members() const { return std::get<std::list<CJsonMember>>(m_Value); }
     /// Nothing for whatever is no number.
     std::optional<double> Number() const;
 
@@ -59,7 +60,7 @@ public:
     std::string Dump(int nIndent = -1) const;
 
     using CValue =
-        std::variant<std::nullptr_t, bool, double, int64_t, std::string, std::vector<CJson>, std::vector<CJsonMember>>;
+        std::variant<std::nullptr_t, bool, double, int64_t, std::string, std::vector<CJson>, std::list<CJsonMember>>;
     const CValue& Value() const { return m_Value; }
 
 private:

@@ -136,6 +136,7 @@ constexpr CNumberRow<MemConfig> kNumbers[] = {
 constexpr uint32_t kLongestList = 1024;
 constexpr double kReservedCode = -1.0;  ///< in-band: the register holds a code that means nothing
 
+constexpr uint32_t kFamily11h = 0x1302;  ///< PCI device of the family's controller
 constexpr uint32_t kDdr = 7;
 constexpr struct {
     uint32_t uNumber;
@@ -173,6 +174,9 @@ CSetting g_Setting(CMemoryController& rController, const CNumberRow<TRecord>& rR
     CSetting Setting{rRow.pszKey, rRow.pszLabel, rRow.pszUnit};
     // DDR controllers count the refresh cycle in clocks, later ones in ns.
     if (rController.GetMemoryType() == kDdr && rRow.IsOfPair()) Setting.sUnit = "clocks";
+    // Family 11h keeps the whole read latency there, in clocks of the north bridge.
+    if (rController.GetPciDevice() == kFamily11h && rRow.pList == &CMemoryController::GetMaxAsyncLatList)
+        Setting.sUnit = "clocks";
     Setting.Legal = g_Legal(rController, rRow.pList);
     if (!oRecord) {
         Setting.sReason = "the register could not be read";

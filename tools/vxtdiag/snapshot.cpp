@@ -53,7 +53,9 @@ struct CDramDataIndex {
     uint32_t uPairs;    ///< one for each channel, 100h apart; or one for both
     uint32_t uIndex;
 };
-constexpr uint16_t kMaker = 0x1022, kRevisionF = 0x1102, kFamily10h = 0x1202, kFamily11h = 0x1302;
+constexpr uint16_t kRevisionF = vxt::kRevisionF.PciDevice(vxt::kDramFunction),
+                   kFamily10h = vxt::kFamily10h.PciDevice(vxt::kDramFunction),
+                   kFamily11h = vxt::kFamily11h.PciDevice(vxt::kDramFunction);
 constexpr CDramDataIndex kDramData[] = {
     {kRevisionF, 1, 0x00}, {kRevisionF, 1, 0x10}, {kRevisionF, 1, 0x13}, {kRevisionF, 1, 0x16},
     {kRevisionF, 1, 0x19}, {kRevisionF, 1, 0x20}, {kRevisionF, 1, 0x30}, {kRevisionF, 1, 0x33},
@@ -158,7 +160,7 @@ void g_ReadDramData(CSnapshot& rSnapshot) {
     if (bFirstK8) return;  // its function has revision F's identity
     for (const auto& [usDevice, uPairs, uIndex] : kDramData) {
         vxt::CPciFunction Function(vxt::g_GetDriverHandler());
-        if (!Function.Find(kMaker, usDevice)) continue;
+        if (!Function.Find(vxt::kMakerPciVendor, usDevice)) continue;
         for (uint32_t uPair = 0; uPair < uPairs; ++uPair) {
             const vxt::CIndexDataPair Pair(Function, kIndexOffset + uPair * kPairDistance, kIndexMask, kPollLimit);
             uint32_t uValue = 0;

@@ -3,6 +3,8 @@
 
 #include <vxtapi/firmware_limits.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -24,8 +26,10 @@ inline double g_ToFirmware(double dValue) {
 inline bool g_ReadFirmwareLimits(CQORBIOSHandler& rHandler, uint32_t uID, vxtapi::FirmwareLimits& rLimits) {
     std::vector<uint32_t> Info;
     if (!rHandler.GetInfo(uID, Info)) return false;
-    Info.resize(4);
-    rLimits = {Info[0] / kFirmwareUnits, Info[1] / kFirmwareUnits, Info[2] / kFirmwareUnits, Info[3] / kFirmwareUnits};
+    std::array<uint32_t, 4> auWords{};  // what the firmware leaves out is 0
+    std::copy_n(Info.begin(), std::min(Info.size(), auWords.size()), auWords.begin());
+    rLimits = {auWords[0] / kFirmwareUnits, auWords[1] / kFirmwareUnits, auWords[2] / kFirmwareUnits,
+               auWords[3] / kFirmwareUnits};
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "api/log/log_checks.h"
 #include "devices/chipset/firmware_units.h"
 #include "firmware/wmi_values.h"
+#include "registers/no_throw.h"
 
 namespace vxt {
 
@@ -76,6 +77,8 @@ bool CPWMController::_InitFunctionTable() {
     bool bRetCode = m_rQorBiosHandler.GetObjectID(pack);
     LOG_PROCESS_ERROR(bRetCode);
     m_Functions.clear();
+    bRetCode = g_NoThrow([&] { m_Functions.reserve(pack.Records.size()); });
+    LOG_PROCESS_ERROR(bRetCode);
     for (const CFunctionRecord& rRecord : pack.Records) {
         const auto oName = m_rRules.NameOf(rRecord);
         if (!oName) continue;

@@ -2,6 +2,8 @@
 
 #include <map>
 
+#include "registers/no_throw.h"
+
 namespace vxt {
 
 namespace {
@@ -76,11 +78,13 @@ const wchar_t* g_Find(const CTexts& rTexts, uint32_t uSignature) {
 }  // namespace
 
 bool g_InitProcessorTables() {
-    for (const CProcessorRow& rRow : kProcessors) {
-        s_Revisions.emplace(rRow.uSignature, rRow.pszRevision);
-        s_Sockets.emplace(rRow.uSignature, rRow.pszSocket);
-    }
-    return s_Revisions.size() == std::size(kProcessors);  // a signature twice would hide one of its rows
+    const bool bFilled = g_NoThrow([] {
+        for (const CProcessorRow& rRow : kProcessors) {
+            s_Revisions.emplace(rRow.uSignature, rRow.pszRevision);
+            s_Sockets.emplace(rRow.uSignature, rRow.pszSocket);
+        }
+    });
+    return bFilled && s_Revisions.size() == std::size(kProcessors);  // a signature twice would hide one of its rows
 }
 
 const wchar_t* g_GetProcessorRevision(uint32_t uSignature) { return g_Find(s_Revisions, uSignature); }

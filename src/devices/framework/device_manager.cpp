@@ -5,6 +5,7 @@
 #include "devices/framework/controller.h"
 #include "devices/framework/device_list_file.h"
 #include "platform/text.h"
+#include "registers/no_throw.h"
 
 namespace vxt {
 
@@ -20,7 +21,9 @@ constexpr eDeviceType kRefreshedTypes[] = {vxtapi::kDeviceHardDisk, vxtapi::kDev
                                            vxtapi::kDeviceMouse};
 
 void g_LogDevice(const char* pszFormat, CDevice& rDevice) {
-    const std::string sName = platform::NarrowText(rDevice.GetName()).substr(0, kLoggedName);
+    std::string sName;  // without memory for it the line goes without
+    if (!g_NoThrow([&] { sName = platform::NarrowText(rDevice.GetName()); })) sName.clear();
+    if (sName.size() > kLoggedName) sName.resize(kLoggedName);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     g_GetLog().WriteLog(kLogInformation, pszFormat, sName.c_str());
@@ -69,13 +72,14 @@ bool CDeviceManager::_IsListed(const wchar_t* pszTypeName) const {
 void CDeviceManager::_File(CDevicePointer pDevice, uint32_t uPosition, uint32_t uIndex) {
     const eDeviceType eType = pDevice->GetType();
     g_LogDevice("Added device %s.", *pDevice);
-    m_DeviceList[eType].insert_or_assign(uIndex, std::move(pDevice));
     m_ModuleList[eType][uIndex] = nullptr;  // built in
     m_CreateList[eType] = {&CDeviceManager::_CreateDevice, uPosition};
     ++m_ModuleRefCount[nullptr];
+    m_DeviceList[eType].insert_or_assign(uIndex, std::move(pDevice));  // last: what is listed is known in full
 }
 
-bool CDeviceManager::Init(void* /*pUnused*/) {
+// Init and Refresh fill containers at every turn: memory that runs out anywhere ends the whole operation.
+bool CDeviceManager::Init(void* /*pUnused*/) try {
     const bool bFilterActive = _ReadDeviceListConfig();
     for (uint32_t uPosition = 0; uPosition < m_CreateFunctions.size(); ++uPosition) {
         for (uint32_t i = 0; i < kMaximumInstances; ++i) {
@@ -110,6 +114,10 @@ bool CDeviceManager::Init(void* /*pUnused*/) {
         }
     }
     return true;
+} catch (const std::bad_alloc&) {
+    constexpr bool bEnoughMemory = false;
+    LOG_PROCESS_ERROR(bEnoughMemory);
+    return false;
 }
 
 bool CDeviceManager::UnInit() {
@@ -184,7 +192,7 @@ bool CDeviceManager::_RefreshDevice(eDeviceType eType) {
     }
 }
 
-bool CDeviceManager::Refresh() {
+bool CDeviceManager::Refresh() try {
     for (const eDeviceType eType : kRefreshedTypes) {
         const bool bRetCode = _RefreshDevice(eType);
         LOG_CHECK_ERROR(bRetCode);
@@ -201,6 +209,10 @@ bool CDeviceManager::Refresh() {
         LOG_PROCESS_ERROR(bRetCode);
     }
     return true;
+} catch (const std::bad_alloc&) {
+    constexpr bool bEnoughMemory = false;
+    LOG_PROCESS_ERROR(bEnoughMemory);
+    return false;
 }
 
 }  // namespace vxt

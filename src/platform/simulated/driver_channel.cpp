@@ -9,6 +9,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -27,6 +28,7 @@ void g_ReportFault(uint64_t ullRequest, uint32_t uCode, std::span<const uint8_t>
 void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CDriverChannel OpenDriver(const wchar_t* pszDevice) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenDriver", kErrorFileNotFound)) return {};
@@ -39,6 +41,7 @@ CDriverChannel OpenDriver(const wchar_t* pszDevice) {
 
 bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* pIn, uint32_t uInSize, void* pOut,
                    uint32_t uOutSize, uint32_t& ruReturned) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     ruReturned = 0;
     if (rSystem.Refuses(nullptr) || !rSystem.Find(rChannel.Get(), EHandle::kDriver)) return false;

@@ -8,6 +8,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -28,6 +29,7 @@ CSimulatedSystem::CMutex* g_FindMutex(uintptr_t uHandle) {
 void CloseNamedObject(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenSemaphore", kErrorFileNotFound)) return {};
@@ -36,6 +38,7 @@ CSemaphoreHandle OpenSemaphore(const wchar_t* pszName) {
 }
 
 CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32_t nMaximum, const wchar_t* pszSddl) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateSemaphore")) return {};
@@ -44,6 +47,7 @@ CSemaphoreHandle CreateSemaphore(const wchar_t* pszName, int32_t nInitial, int32
 }
 
 uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseconds*/) {
+    const CSystemSide SystemSide;
     const std::lock_guard Guard(g_GetSystem().m_Lock);
     if (g_GetSystem().Refuses("WaitSemaphore")) return kWaitFailed;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
@@ -54,6 +58,7 @@ uint32_t WaitSemaphore(const CSemaphoreHandle& rSemaphore, uint32_t /*uMilliseco
 }
 
 bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
+    const CSystemSide SystemSide;
     const std::lock_guard Guard(g_GetSystem().m_Lock);
     if (g_GetSystem().Refuses("ReleaseSemaphore")) return false;
     CSimulatedSystem::CSemaphore* const pSemaphore = g_FindSemaphore(rSemaphore.Get());
@@ -63,6 +68,7 @@ bool ReleaseSemaphore(const CSemaphoreHandle& rSemaphore, int32_t& rnPrevious) {
 }
 
 CMutexHandle OpenMutex(const wchar_t* pszName) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenMutex", kErrorFileNotFound)) return {};
@@ -71,6 +77,7 @@ CMutexHandle OpenMutex(const wchar_t* pszName) {
 }
 
 CMutexHandle CreateMutex(const wchar_t* pszName, const wchar_t* pszSddl) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateMutex")) return {};
@@ -80,6 +87,7 @@ CMutexHandle CreateMutex(const wchar_t* pszName, const wchar_t* pszSddl) {
 
 /// Waits for another process in virtual time, for another thread of this one in real time.
 uint32_t WaitMutex(const CMutexHandle& rMutex, uint32_t uMilliseconds) {
+    const CSystemSide SystemSide;
     constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
     CSimulatedSystem& rSystem = g_GetSystem();
     std::unique_lock Guard(rSystem.m_Lock);

@@ -9,6 +9,7 @@ void UnmapPhysicalSection(uintptr_t uAddress) {
 }
 
 CPhysicalView MapPhysicalSection(uint64_t ullPhysical, uint32_t uSize) {
+    const simulated::CSystemSide SystemSide;
     constexpr uint64_t kPageSize = 4096;
     simulated::CSimulatedSystem& rSystem = simulated::g_GetSystem();
     if (rSystem.Refuses("MapPhysicalSection") || !rSystem.m_bShowsPhysicalMemory || ullPhysical % kPageSize) return {};

@@ -10,6 +10,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -36,6 +37,7 @@ std::vector<uint8_t> g_ValueBytes(std::string_view sText) {
 void CloseRegistryKey(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 CRegistryKey OpenUserKey(const wchar_t* pszPath) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenUserKey", kErrorFileNotFound)) return {};
     const std::string sPrefix = std::string(kUserHive) + NarrowText(pszPath) + '!';
@@ -46,6 +48,7 @@ CRegistryKey OpenUserKey(const wchar_t* pszPath) {
 }
 
 bool QueryRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue, std::span<std::byte> Data) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::wstring* const pPath = rSystem.Find(rKey.Get(), EHandle::kRegistryKey);
     if (rSystem.Refuses("QueryRegistryValue", kErrorFileNotFound) || !pPath) return false;

@@ -5,6 +5,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 
@@ -28,6 +29,7 @@ uint32_t g_StateOf(CSimulatedSystem& rSystem, CSimulatedSystem::CService& rServi
 }  // namespace
 
 void CloseServiceHandle(uintptr_t uHandle) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (CSimulatedSystem::CService* const pService = rSystem.FindService(uHandle)) --pService->uHandles;
@@ -36,6 +38,7 @@ void CloseServiceHandle(uintptr_t uHandle) {
 }
 
 CServiceHandle OpenServiceManager() {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenServiceManager")) return {};
@@ -44,6 +47,7 @@ CServiceHandle OpenServiceManager() {
 }
 
 CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszName) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("OpenService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
@@ -56,6 +60,7 @@ CServiceHandle OpenService(const CServiceHandle& rManager, const wchar_t* pszNam
 }
 
 CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t* pszName, const wchar_t* pszPath) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("CreateDriverService") || !rSystem.Find(rManager.Get(), EHandle::kManager)) return {};
@@ -68,6 +73,7 @@ CServiceHandle CreateDriverService(const CServiceHandle& rManager, const wchar_t
 }
 
 bool StartService(const CServiceHandle& rService) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("StartService")) return false;
@@ -81,6 +87,7 @@ bool StartService(const CServiceHandle& rService) {
 }
 
 bool StopService(const CServiceHandle& rService) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("StopService")) return false;
@@ -97,6 +104,7 @@ bool StopService(const CServiceHandle& rService) {
 }
 
 bool DeleteService(const CServiceHandle& rService) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("DeleteService")) return false;
@@ -107,6 +115,7 @@ bool DeleteService(const CServiceHandle& rService) {
 }
 
 bool QueryServiceStatus(const CServiceHandle& rService, uint32_t& ruState) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::lock_guard Guard(rSystem.m_Lock);
     if (rSystem.Refuses("QueryServiceStatus")) return false;

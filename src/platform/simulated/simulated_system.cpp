@@ -53,6 +53,7 @@ void CSimulatedSystem::OtherProcessTakesMutex(const wchar_t* pszMutex, uint32_t 
 void CSimulatedSystem::AbandonMutex(const wchar_t* pszMutex) { m_Mutexes[pszMutex].bAbandoned = true; }
 
 bool CSimulatedSystem::Refuses(const char* pszCall, uint32_t uError) {
+    const CSystemSide SystemSide;
     const std::lock_guard Guard(m_Lock);
     if (m_pTrace && pszCall) m_pTrace->emplace_back(pszCall);
     if (!m_bSweeping || m_bFailed || m_ullGoodCalls-- > 0) return false;

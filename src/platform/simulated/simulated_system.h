@@ -18,6 +18,18 @@
 
 namespace vxt::platform::simulated {
 
+/// While one lives, its thread is on the system's side of the seam: memory that it takes is not the library's.
+class CSystemSide {
+public:
+    CSystemSide() { ++t_uEntered; }
+    CSystemSide(const CSystemSide&) = delete;
+    ~CSystemSide() { --t_uEntered; }
+    static bool Entered() { return t_uEntered != 0; }
+
+private:
+    static inline thread_local uint32_t t_uEntered = 0;
+};
+
 /// Everything a test or tool may arrange, and what the capabilities keep. One per process. Handles may be opened, used
 /// and closed on any thread; arrangements are made while only one runs.
 class CSimulatedSystem {

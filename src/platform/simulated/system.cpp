@@ -49,7 +49,10 @@ uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
     return uCount;
 }
 
-void Sleep(uint32_t uMilliseconds) { g_GetMachine().Advance(uMilliseconds * kNanosecondsPerMillisecond); }
+void Sleep(uint32_t uMilliseconds) {
+    const simulated::CSystemSide SystemSide;
+    g_GetMachine().Advance(uMilliseconds * kNanosecondsPerMillisecond);
+}
 
 uint32_t TickCount() { return static_cast<uint32_t>(g_GetMachine().Now() / kNanosecondsPerMillisecond); }
 
@@ -63,8 +66,14 @@ bool SetThreadAffinity(uint32_t uMask) {
 
 uint32_t simulated::g_CurrentCore() { return t_uCore; }
 
-uint32_t ReadMapped(uint64_t ullAddress) { return g_GetMachine().ReadMapped(ullAddress); }
+uint32_t ReadMapped(uint64_t ullAddress) {
+    const simulated::CSystemSide SystemSide;
+    return g_GetMachine().ReadMapped(ullAddress);
+}
 
-void WriteMapped(uint64_t ullAddress, uint32_t uValue) { g_GetMachine().WriteMapped(ullAddress, uValue); }
+void WriteMapped(uint64_t ullAddress, uint32_t uValue) {
+    const simulated::CSystemSide SystemSide;
+    g_GetMachine().WriteMapped(ullAddress, uValue);
+}
 
 }  // namespace vxt::platform

@@ -8,6 +8,7 @@
 namespace vxt::platform {
 
 using simulated::CSimulatedSystem;
+using simulated::CSystemSide;
 using simulated::g_GetSystem;
 using EHandle = CSimulatedSystem::EHandle;
 using vxtsim::CWmiValue;
@@ -116,12 +117,14 @@ void ReleaseWmiEnumerator(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 void ReleaseWmiObject(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
 int32_t CreateWmiLocator(CWmiLocator& rLocator) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("CreateWmiLocator")) return kFailed;
     rLocator = CWmiLocator(g_GetSystem().Open(EHandle::kWmiLocator, L""));
     return kOk;
 }
 
 int32_t ConnectWmiServer(const CWmiLocator& rLocator, const wchar_t* pszNamespace, CWmiServices& rServices) {
+    const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("ConnectWmiServer")) return kFailed;
     if (!rSystem.Find(rLocator.Get(), EHandle::kWmiLocator)) return kInvalidHandle;
@@ -134,11 +137,13 @@ int32_t ConnectWmiServer(const CWmiLocator& rLocator, const wchar_t* pszNamespac
 }
 
 int32_t SetWmiProxyBlanket(const CWmiServices& rServices) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("SetWmiProxyBlanket")) return kFailed;
     return g_State(rServices) ? kOk : kInvalidHandle;
 }
 
 int32_t GetWmiObject(const CWmiServices& rServices, const wchar_t* pszPath, CWmiObject& rObject) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("GetWmiObject")) return kFailed;
     const auto pNamespace = g_State(rServices);
     if (!pNamespace) return kInvalidHandle;
@@ -150,6 +155,7 @@ int32_t GetWmiObject(const CWmiServices& rServices, const wchar_t* pszPath, CWmi
 
 int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszClass, uint32_t uFlags,
                               CWmiEnumerator& rEnumerator) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("CreateWmiInstanceEnum")) return kFailed;
     const auto pNamespace = g_State(rServices);
     if (!pNamespace) return kInvalidHandle;
@@ -163,6 +169,7 @@ int32_t CreateWmiInstanceEnum(const CWmiServices& rServices, const wchar_t* pszC
 }
 
 CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t uMilliseconds) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("NextWmiInstance")) return {};
     const auto pState = g_GetSystem().State<CEnumeratorState>(rEnumerator.Get(), EHandle::kWmiEnumerator);
     if (!pState) return {};
@@ -172,6 +179,7 @@ CWmiObject NextWmiInstance(const CWmiEnumerator& rEnumerator, uint32_t uMillisec
 }
 
 int32_t GetWmiProperty(const CWmiObject& rObject, const wchar_t* pszName, WmiValue& rValue) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("GetWmiProperty")) return kFailed;
     const auto pState = g_State(rObject);
     if (!pState) return kInvalidHandle;
@@ -182,6 +190,7 @@ int32_t GetWmiProperty(const CWmiObject& rObject, const wchar_t* pszName, WmiVal
 }
 
 int32_t PutWmiProperty(const CWmiObject& rObject, const wchar_t* pszName, const WmiValue& rValue) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("PutWmiProperty")) return kFailed;
     const auto pState = g_State(rObject);
     if (!pState) return kInvalidHandle;
@@ -195,6 +204,7 @@ int32_t PutWmiProperty(const CWmiObject& rObject, const wchar_t* pszName, const 
 
 int32_t GetWmiMethodQualifier(const CWmiObject& rClass, const wchar_t* pszMethod, const wchar_t* pszQualifier,
                               WmiValue& rValue) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("GetWmiMethodQualifier")) return kFailed;
     const auto pState = g_State(rClass);
     if (!pState) return kInvalidHandle;
@@ -206,6 +216,7 @@ int32_t GetWmiMethodQualifier(const CWmiObject& rClass, const wchar_t* pszMethod
 }
 
 int32_t SpawnWmiMethodInput(const CWmiObject& rClass, const wchar_t* pszMethod, CWmiObject& rInput) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("SpawnWmiMethodInput")) return kFailed;
     const auto pState = g_State(rClass);
     if (!pState) return kInvalidHandle;
@@ -217,6 +228,7 @@ int32_t SpawnWmiMethodInput(const CWmiObject& rClass, const wchar_t* pszMethod, 
 
 int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, const wchar_t* pszMethod,
                          const CWmiObject& rInput, CWmiObject& rOutput) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("ExecuteWmiMethod")) return kFailed;
     const auto pNamespace = g_State(rServices);
     const auto pInput = rInput ? g_State(rInput) : nullptr;
@@ -231,6 +243,7 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
 
 namespace {
 template <class TElement> bool g_CreateArray(uint32_t uElements, CWmiArray<TElement>& rArray) {
+    const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("CreateWmiArray")) return false;
     rArray.Elements.assign(uElements, TElement{});
     return true;

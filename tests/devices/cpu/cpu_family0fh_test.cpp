@@ -231,37 +231,4 @@ TEST_F(RevisionFCpu, LaterModelsReadNoTemperature) {
     EXPECT_EQ(*pdCelsius, 0.0);
 }
 
-template <class TCpu> struct COperation {
-    const char* pszName;
-    bool (*pRun)(TCpu& rCpu);
-};
-template <class TCpu>
-constexpr COperation<TCpu> kOperations[] = {
-    {"GetCurrentMultiplier", [](TCpu& rCpu) { return rCpu.GetCurrentMultiplier() != 0.0; }},
-    {"GetCurrentVoltage", [](TCpu& rCpu) { return rCpu.GetCurrentVoltage() != 0.0; }},
-    {"SetCurrentMultiplier", [](TCpu& rCpu) { return rCpu.SetCurrentMultiplier(6.0); }},
-    {"SetCurrentVoltage", [](TCpu& rCpu) { return rCpu.SetCurrentVoltage(1.2); }},
-};
-
-TEST_F(FirstK8Cpu, EveryRegisterAccessHappensOnTheThreadsOwnCore) {
-    ASSERT_TRUE(m_Cpu.Init(1));
-    for (const auto& [pszName, pRun] : kOperations<vxt::CCorvel64CPU>) {
-        vxt::platform::SetThreadAffinity(1);
-        TakeTrace();
-        EXPECT_TRUE(pRun(m_Cpu)) << pszName;
-        const Lines Trace = TakeTrace();
-        EXPECT_EQ(Trace.front(), "SetThreadAffinity") << pszName;
-        EXPECT_EQ(Trace.back().substr(5, 3), " 1 ") << pszName << ": " << Trace.back();
-        EXPECT_EQ(vxt::platform::simulated::g_CurrentCore(), 1u) << "left pinned";
-    }
-}
-
-TEST_F(FirstK8Cpu, EveryOperationReportsTheFailureOfEachOfItsCalls) {
-    for (const auto& [pszName, pRun] : kOperations<vxt::CCorvel64CPU>) SweepFaults("CCorvel64CPU", pszName, pRun);
-}
-
-TEST_F(RevisionFCpu, EveryOperationReportsTheFailureOfEachOfItsCalls) {
-    for (const auto& [pszName, pRun] : kOperations<vxt::CCorvel64X2CPU>) SweepFaults("CCorvel64X2CPU", pszName, pRun);
-}
-
 }  // namespace

@@ -192,18 +192,4 @@ TEST_F(Family11hCpu, TheTimeStampCounterIsSteadyWhenTheFrequencySelectSaysSo) {
     EXPECT_EQ(m_Log.TakeErrors().back(), g_ProcessError("bRetCode", "CTalvorCPU::_CheckTscFreqSel"));
 }
 
-TEST_F(Family11hCpu, EveryOperationReportsTheFailureOfEachOfItsCalls) {
-    const struct {
-        const char* pszName;
-        bool (*pRun)(CTalvorPeek& rCpu);
-    } kOperations[] = {
-        {"GetCurrentMultiplier", [](auto& rCpu) { return rCpu.GetCurrentMultiplier() != 0.0; }},
-        {"GetCurrentVoltage", [](auto& rCpu) { return rCpu.GetCurrentVoltage() != 0.0; }},
-        {"SetCurrentMultiplier", [](auto& rCpu) { return rCpu.SetCurrentMultiplier(9.0); }},
-        {"SetCurrentVoltage", [](auto& rCpu) { return rCpu.SetCurrentVoltage(1.0); }},
-        {"SetCurPstate", [](auto& rCpu) { return rCpu.SetCurPstate(1); }},
-    };
-    for (const auto& [pszName, pRun] : kOperations) SweepFaults("CTalvorCPU", pszName, pRun);
-}
-
 }  // namespace

@@ -48,30 +48,6 @@ protected:
         });
         return Trace;
     }
-    /// Fails each call of an operation in turn: it must answer false and its last line must name it, or the pinning.
-    /// Where the configuration window fails, the driver's own request answers instead: then it may succeed.
-    template <class TOperation>
-    void SweepFaults(
-        const std::string& sClass, const std::string& sName, TOperation Operation,
-        const std::function<void()>& Arrange = [] {}) {
-        SCOPED_TRACE(sName);
-        FailEach(
-            [&] {
-                Arrange();
-                return Operation(m_Cpu);
-            },
-            [&](bool bResult) {
-                const Lines Errors = m_Log.TakeErrors();
-                ASSERT_FALSE(Errors.empty());
-                if (bResult) {
-                    EXPECT_THAT(Errors.front(), ::testing::ContainsRegex("CDriverHandler::(Read|Write)Memory"));
-                } else {
-                    EXPECT_THAT(Errors.back(), ::testing::AnyOf(g_ProcessError("bRetCode", sClass + "::" + sName),
-                                                                g_ProcessError("bRetCode", sClass + "::_PinThread")));
-                }
-            });
-    }
-
     TCpu m_Cpu = g_Make<TCpu>();
 };
 

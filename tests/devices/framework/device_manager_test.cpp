@@ -7,7 +7,9 @@
 
 #include "devices/device_list.h"
 #include "devices/framework/controller.h"
+#include "platform/text.h"
 #include "support/simulated_pc.h"
+#include "support/text_cases.h"
 
 namespace {
 
@@ -265,52 +267,14 @@ TEST_F(CDeviceManagerTest, ADeviceThatCannotLetGoStopsTheRefreshOfItsType) {
 // ---- the library's own list ------------------------------------------------------------------------------------------------
 
 TEST(CDeviceList, HoldsAllClassesInTheOrderInWhichTheyAreTried) {
-    const struct {
-        uint32_t uType;
-        const wchar_t* pszType;
-        const wchar_t* pszName;
-        uint32_t uVersion;
-    } kExpected[] = {
-        {0, L"CPU", L"QOR64 Family Processor", 20070322},
-        {0, L"CPU", L"QOR KDF Family Processor", 20070403},
-        {0, L"CPU", L"QOR Family 10h Processor", 20070518},
-        {0, L"CPU", L"QOR Family 11h Processor", 0},
-        {2, L"Memory Controller", L"Internal DDR Memory Controller", 20070322},
-        {2, L"Memory Controller", L"Internal DDR2 Memory Controller", 20070403},
-        {2, L"Memory Controller", L"Internal DDR2 DDR3 Memory Controller", 20070518},
-        {2, L"Memory Controller", L"QOR Family 11h Processor Internal Memory Controller", 20071108},
-        {1, L"HyperTransport(TM) Link", L"Internal HyperTransport(TM) Link Controller", 20070322},
-        {1, L"HyperTransport(TM) Link", L"Internal HyperTransport(TM) 3 Link Controller", 20070601},
-        {1, L"HyperTransport(TM) Link", L"QOR Family 11h Processor HyperTransport(TM) 3 Link Controller", 20071112},
-        {3, L"GPU", L"NYX(TM) GPU", 20070322},
-        {17, L"EnvironmentController", L"Fintek SIO Chip", 0},
-        {17, L"EnvironmentController", L"ITE SIO Chip", 0},
-        {15, L"Northbridge", L"QOR Northbridge Chipset", 0},
-        {16, L"Southbridge", L"SQ3 Series Chipset", 0},
-        {16, L"Southbridge", L"SQ4 Series Chipset", 0},
-        {21, L"CDRom", L"Default CDRom", 0},
-        {6, L"HardDisk", L"Default HardDisk", 0},
-        {19, L"IDE Controller", L"IDE Controller", 20080109},
-        {18, L"SATA Controller", L"SATA Controller", 20080109},
-        {24, L"Keyboard", L"Default Keyboard", 0},
-        {23, L"Mouse", L"Default Mouse", 0},
-        {20, L"USB Controller", L"USB Controller", 20080111},
-        {7, L"BIOS", L"Default BIOS", 0},
-        {5, L"Board", L"Board", 20071101},
-        {10, L"ClockGen", L"QOR Default Clock Generator", 0},
-        {4, L"Memory", L"Default Memory", 0},
-        {8, L"Monitor", L"Default Monitor", 0},
-        {11, L"PWMController", L"QOR Default PWM Controller", 0},
-        {12, L"PWMController", L"Customer PWM Controller", 1},
-    };
-    ASSERT_EQ(vxt::g_GetDeviceListCount(), std::size(kExpected));
-    for (uint32_t i = 0; i < std::size(kExpected); ++i) {
-        SCOPED_TRACE(i);
+    const auto Rows = vxttest::g_CaseRows("device_classes.txt");
+    ASSERT_EQ(vxt::g_GetDeviceListCount(), Rows.size());
+    for (uint32_t i = 0; i < Rows.size(); ++i) {
         const vxt::CDevicePointer pDevice = vxt::g_GetDeviceList()[i]();
-        EXPECT_EQ(pDevice->GetType(), kExpected[i].uType);
-        EXPECT_STREQ(pDevice->GetTypeName(), kExpected[i].pszType);
-        EXPECT_STREQ(pDevice->GetName(), kExpected[i].pszName);
-        EXPECT_EQ(pDevice->GetVersion(), kExpected[i].uVersion);
+        using vxt::platform::NarrowText;
+        EXPECT_EQ(std::vector({std::to_string(pDevice->GetType()), NarrowText(pDevice->GetTypeName()),
+                               NarrowText(pDevice->GetName()), std::to_string(pDevice->GetVersion())}),
+                  Rows[i]);
         EXPECT_NE(pDevice->GetModel(), nullptr);
         EXPECT_NE(pDevice->GetDescription(), nullptr);
         EXPECT_NE(pDevice->GetVendor(), nullptr);

@@ -1,10 +1,11 @@
-// Every field of every memory controller in every layout, against the data sheets' tables spelled here once more:
+// Every field of every memory controller in every layout, against the data sheets' tables in tests/cases/memory_fields.txt:
 // decoding, encoding and lists, each through the device's own operations on a simulated PC.
 #include <cmath>
 #include <limits>
 #include <sstream>
 
 #include "devices/memctl/memory_controller_fixture.h"
+#include "support/text_cases.h"
 
 namespace {
 
@@ -66,127 +67,49 @@ constexpr CLayout kLayouts[] = {
 
 // --- the data sheets' tables ---
 
-/// Slot: position in its record. Field: register[bits], a part for the higher bits after it; A.00 is register 0 of the
-/// additional data at 98h, B.00 of that at 198h. Values by code: a number, first..last, r for reserved; *n repeats.
 struct CRow {
     uint32_t uLayouts;
     uint32_t uSlot;
-    const char* pszField;
-    const char* pszValues;
+    std::string sField, sValues;
 };
+std::vector<CRow> g_Rows(const std::string& sRecord) {
+    const std::map<std::string, uint32_t> Names = {
+        {"K8", kK8},
+        {"RevF", kRevF},
+        {"10hSlowDdr2", k10hSlowDdr2},
+        {"10hDdr2", k10hDdr2},
+        {"10hDdr2Burst64", k10hDdr2Burst64},
+        {"10hDdr2Burst32", k10hDdr2Burst32},
+        {"10hFastDdr2Burst64", k10hFastDdr2Burst64},
+        {"10hFastDdr2Burst32", k10hFastDdr2Burst32},
+        {"10hDdr3", k10hDdr3},
+        {"10hWide", k10hWide},
+        {"11h", k11h},
+        {"11hBurst64", k11hBurst64},
+        {"11hBurst32", k11hBurst32},
+        {"11hTurnaround", k11hTurnaround},
+        {"Dct", kDct},
+        {"Ddr2", kDdr2},
+    };
+    std::vector<CRow> Rows;
+    for (const auto& rRow : vxttest::g_CaseRows("memory_fields.txt")) {
+        if (rRow[0] != sRecord) continue;
+        CRow& rResult = Rows.emplace_back(CRow{0, static_cast<uint32_t>(std::stoul(rRow[2])), rRow.at(3), rRow.at(4)});
+        std::istringstream Layouts(rRow[1]);
+        for (std::string sName; Layouts >> sName;) rResult.uLayouts |= Names.at(sName);
+    }
+    EXPECT_GT(Rows.size(), 20u);
+    return Rows;
+}
+const std::vector<CRow>& g_Timings() {
+    static const std::vector<CRow> s_Rows = g_Rows("timing");
+    return s_Rows;
+}
+const std::vector<CRow>& g_Configs() {
+    static const std::vector<CRow> s_Rows = g_Rows("configuration");
+    return s_Rows;
+}
 // clang-format off
-const CRow kTimings[] = {
-    {kK8, 0, "88[2:0]", "1 2 3 4 1.5 2.5 3.5 4.5"},  // Tcl
-    {kRevF, 0, "88[2:0]", "r r 3..6 r r"},
-    {k10hDdr2, 0, "88[3:0]", "1..7 r*9"},
-    {k10hDdr3, 0, "88[3:0]", "4..12 r*7"},
-    {k11h, 0, "88[3:0]", "r r 3..6 r*10"},
-    {kK8, 1, "88[7:4]", "7..22"},  // Trc
-    {kRevF | k10hSlowDdr2 | k11h, 1, "88[19:16]", "11..26"},
-    {k10hWide, 1, "88[20:16]", "11..42"},
-    {kK8, 2, "88[11:8]", "9..24"},  // Trfc
-    {kDdr2, 2, "8C[22:20]", "75 105 127.5 195 327.5 r*3"},
-    {kDdr2, 3, "8C[25:23]", "75 105 127.5 195 327.5 r*3"},
-    {kRevF | k10hDdr2, 4, "8C[28:26]", "75 105 127.5 195 327.5 r*3"},
-    {kRevF | k10hDdr2, 5, "8C[31:29]", "75 105 127.5 195 327.5 r*3"},
-    {k10hDdr3, 2, "8C[22:20]", "r 90 110 160 300 r r r"},
-    {k10hDdr3, 3, "8C[25:23]", "r 90 110 160 300 r r r"},
-    {k10hDdr3, 4, "8C[28:26]", "r 90 110 160 300 r r r"},
-    {k10hDdr3, 5, "8C[31:29]", "r 90 110 160 300 r r r"},
-    {kK8, 6, "88[14:12]", "r 1..7"},  // Trcd
-    {kRevF | k10hSlowDdr2 | k11h, 6, "88[5:4]", "3..6"},
-    {k10hWide, 6, "88[6:4]", "5..12"},
-    {kK8, 7, "88[18:16]", "r 1..6 r"},  // Trrd
-    {kRevF | k10hSlowDdr2 | k11h, 7, "88[23:22]", "2..5"},
-    {k10hWide, 7, "88[23:22]", "4..7"},
-    {kK8, 8, "88[23:20]", "r*5 5..15"},  // Tras
-    {kRevF | k11h, 8, "88[15:12]", "r r 5..18"},
-    {k10hSlowDdr2, 8, "88[15:12]", "3..18"},
-    {k10hWide, 8, "88[15:12]", "15..30"},
-    {kK8, 9, "88[26:24]", "r r 2..6 r"},  // Trp
-    {kRevF | k10hSlowDdr2 | k11h, 9, "88[9:8]", "3..6"},
-    {k10hWide, 9, "88[9:7]", "5..12"},
-    {kK8, 10, "88[28:28]", "2 3"},  // Twr
-    {kRevF | k10hSlowDdr2 | k11h, 10, "88[21:20]", "3..6"},
-    {k10hWide, 10, "84[6:4]", "r 5 6 7 8 10 12 r"},
-    {kK8, 11, "8C[0:0]", "1 2"},  // Twtr
-    {kRevF | k10hSlowDdr2 | k11h, 11, "8C[9:8]", "r 1 2 3"},
-    {k10hWide, 11, "8C[9:8]", "4..7"},
-    {kK8, 12, "8C[6:4]", "1..6 r r"},                                     // Trwt
-    {kK8, 13, "8C[12:8]", "15.6*4 r*4 7.8*4 r*4 3.9*4 r*12"},             // Tref
-    {kRevF | kDct, 13, "8C[17:16]", "r r 7.8 3.9"},
-    {kK8, 14, "8C[22:20]", "1 2"},  // Twcl: the table ends there
-    {kRevF | k10hDdr2Burst32 | k10hFastDdr2Burst32 | k11hBurst32, 15, "88[11:11]", "2 3"},  // Trtp
-    {k10hDdr2Burst64 | k10hFastDdr2Burst64 | k11hBurst64 | k11hTurnaround, 15, "88[11:11]", "4 5"},
-    {k10hDdr3, 15, "88[11:10]", "4..7"},
-    {kRevF, 16, "8C[6:4]", "2..9"},  // TrwtTO
-    {k10hDdr2 | k11hBurst64 | k11hBurst32, 16, "8C[7:4]", "r 3..9 r*8"},
-    {k11hTurnaround, 16, "8C[7:4]", "r 6..12 r*8"},
-    {k10hDdr3, 16, "8C[7:4]", "r 3..17"},
-    {kRevF, 17, "8C[11:10]", "0..3"},  // Twrrd
-    {k10hDdr2 | k11h, 17, "8C[11:10]", "1..4"},
-    {k10hDdr3, 17, "8C[11:10] 78[9:8]", "r r 2..10 r*5"},
-    {kRevF, 18, "8C[13:12]", "1 2 3 r"},  // Twrwr
-    {k10hDdr2 | k11h, 18, "8C[13:12]", "1..4"},
-    {k10hDdr3, 18, "8C[13:12] 78[11:10]", "r r 3..10 r*6"},
-    {kDdr2, 19, "8C[15:14]", "2..5"},  // Trdrd
-    {k10hDdr3, 19, "8C[15:14] 78[13:12]", "2..10 r*7"},
-    {k10hDdr2, 20, "8C[3:0]", "r 3..9 r*8"},  // TrwtWB
-    {k10hDdr3, 20, "8C[3:0]", "r 3..17"},
-    {k11h, 20, "8C[3:0]", "r 1..15"},
-};
-const CRow kConfigs[] = {
-    {kK8, 1, "94[22:20]", "100 r 133 r r 166 r 200"},  // Memory Clock
-    {kRevF | k11h, 1, "94[2:0]", "200 266 333 400 r*4"},
-    {k10hDdr2, 1, "94[2:0]", "200 266 333 400 533 r*3"},
-    {k10hDdr3, 1, "94[2:0]", "r r r 400 533 667 800 r"},
-    {kK8, 2, "94[3:0]", "0..15"},  // MaxAsyncLat
-    {kRevF, 2, "94[7:4]", "0..15"},
-    {k11h, 2, "78[31:22]", "0..1023"},  // the whole read latency, north-bridge clocks
-    {kDdr2, 3, "90[5:4]", "0 75 150 50"},  // DRAM Termination
-    {k10hDdr3, 3, "84[9:7]", "0 60 120 40 20 30 r r"},
-    {kRevF | k10hSlowDdr2 | k11h, 5, "94[31:28]", "0 8..20 r r"},  // Four Bank Act Window
-    {k10hWide, 5, "94[31:28]", "0 16..30"},
-    {kK8, 6, "90[27:25]", "0..7"},  // DcqBypassMax
-    {kRevF | kDct, 6, "94[27:24]", "0..15"},
-    {kK8, 7, "94[18:16]", "0 4 8 16 32 64 128 256"},  // Idle Cycle Limit
-    {kRevF, 7, "A0[8:6]", "0 4 8 16 32 64 128 256"},
-    {kDct, 7, "90[22:21]", "16 32 64 96"},
-    {kK8, 8, "94[11:8]", "2 2.5 3 3.5 4 4.5 5 5.5 6 6.5 7 7.5 8 8.5 9 9.5"},  // Read Preamble
-    // Drive strengths: channel A, channel B
-    {kRevF | kDct, 9, "A.00[1:0]", "1 1.25 1.5 2"},
-    {kRevF, 10, "A.20[1:0]", "1 1.25 1.5 2"},
-    {kDct, 10, "B.00[1:0]", "1 1.25 1.5 2"},
-    {kRevF | kDct, 11, "A.00[5:4]", "1 1.25 1.5 2"},
-    {kRevF, 12, "A.20[5:4]", "1 1.25 1.5 2"},
-    {kDct, 12, "B.00[5:4]", "1 1.25 1.5 2"},
-    {kRevF | kDct, 13, "A.00[9:8]", "1 1.25 1.5 2"},
-    {kRevF, 14, "A.20[9:8]", "1 1.25 1.5 2"},
-    {kDct, 14, "B.00[9:8]", "1 1.25 1.5 2"},
-    {kRevF | kDct, 15, "A.00[13:12]", "0.75 1 1.25 1.5"},
-    {kRevF, 16, "A.20[13:12]", "0.75 1 1.25 1.5"},
-    {kDct, 16, "B.00[13:12]", "0.75 1 1.25 1.5"},
-    {kRevF | kDct, 17, "A.00[17:16]", "0.75 1 1.25 1.5"},
-    {kRevF, 18, "A.20[17:16]", "0.75 1 1.25 1.5"},
-    {kDct, 18, "B.00[17:16]", "0.75 1 1.25 1.5"},
-    {kRevF | kDct, 19, "A.00[21:20]", "0.75 1 1.25 1.5"},
-    {kRevF, 20, "A.20[21:20]", "0.75 1 1.25 1.5"},
-    {kDct, 20, "B.00[21:20]", "0.75 1 1.25 1.5"},
-    {kDdr2, 21, "A.00[29:28]", "300 150 75 r"},
-    {kRevF, 22, "A.20[29:28]", "300 150 75 r"},
-    {k10hDdr2 | k11h, 22, "B.00[29:28]", "300 150 75 r"},
-    {k10hDdr3, 21, "A.00[29:28]", "240 120 60 r"},
-    {k10hDdr3, 22, "B.00[29:28]", "240 120 60 r"},
-    // DQS Receiver Enable Delay
-    {kRevF, 23, "A.10[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 24, "A.13[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 25, "A.16[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 26, "A.19[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 27, "A.30[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 28, "A.33[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 29, "A.36[7:0]", "0..8.7/0.05 r*81"},
-    {kRevF, 30, "A.39[7:0]", "0..8.7/0.05 r*81"},
-};
 const struct {
     uint32_t uLayouts;
     uint8_t MemConfig::*pFlag;
@@ -211,43 +134,42 @@ const struct {
     const char* pszName;
     bool (CMemoryController::*pList)(double*, uint32_t&);
     uint32_t uLayouts;
-    const CRow* pRows;
-    size_t uRows;
+    const std::vector<CRow>& (*pRows)();
     uint32_t uSlot;
 } kLists[] = {
-#define LIST(name, layouts, rows, slot) {#name, &CMemoryController::name, layouts, rows, std::size(rows), slot}
-    LIST(GetTclList, ~0u, kTimings, 0),
-    LIST(GetTrcList, ~0u, kTimings, 1),
-    LIST(GetTrfcList, ~0u, kTimings, 2),
-    LIST(GetTrcdList, ~0u, kTimings, 6),
-    LIST(GetTrrdList, ~0u, kTimings, 7),
-    LIST(GetTrasList, ~0u, kTimings, 8),
-    LIST(GetTrpList, ~0u, kTimings, 9),
-    LIST(GetTwrList, ~0u, kTimings, 10),
-    LIST(GetTwtrList, ~0u, kTimings, 11),
-    LIST(GetTrwtList, kK8, kTimings, 12),
-    LIST(GetTrefList, ~0u, kTimings, 13),
-    LIST(GetTwclList, kK8 | kDct, kTimings, 14),
-    LIST(GetMaxAsyncLatList, kK8 | kRevF | k11h, kConfigs, 2),
-    LIST(GetRdPreambleList, kK8, kConfigs, 8),
-    LIST(GetILD_lmtList, ~0u, kConfigs, 7),
-    LIST(GetMemClkList, ~0u, kConfigs, 1),
-    LIST(GetTrtpList, kRevF | kDct, kTimings, 15),
-    LIST(GetTrwtTOList, kRevF | kDct, kTimings, 16),
-    LIST(GetTwrrdList, kRevF | kDct, kTimings, 17),
-    LIST(GetTwrwrList, kRevF | kDct, kTimings, 18),
-    LIST(GetTrdrdList, kRevF | kDct, kTimings, 19),
-    LIST(GetDramTermList, kRevF | kDct, kConfigs, 3),
-    LIST(GetFourActWindowList, kRevF | kDct, kConfigs, 5),
-    LIST(GetUnnamedList, 0, kConfigs, 4),
-    LIST(GetCkeDrvStrengthList, kRevF | kDct, kConfigs, 9),
-    LIST(GetCsOdtDrvStrengthList, kRevF | kDct, kConfigs, 11),
-    LIST(GetAddrCmdDrvStrenList, kRevF | kDct, kConfigs, 13),
-    LIST(GetClkDrvStrenList, kRevF | kDct, kConfigs, 15),
-    LIST(GetDataDrvStrenList, kRevF | kDct, kConfigs, 17),
-    LIST(GetDqsDrvStrenList, kRevF | kDct, kConfigs, 19),
-    LIST(GetProcOdtList, kRevF | kDct, kConfigs, 21),
-    LIST(GetDqsRcvEnDelayList, kRevF, kConfigs, 23),
+#define LIST(name, layouts, rows, slot) {#name, &CMemoryController::name, layouts, rows, slot}
+    LIST(GetTclList, ~0u, g_Timings, 0),
+    LIST(GetTrcList, ~0u, g_Timings, 1),
+    LIST(GetTrfcList, ~0u, g_Timings, 2),
+    LIST(GetTrcdList, ~0u, g_Timings, 6),
+    LIST(GetTrrdList, ~0u, g_Timings, 7),
+    LIST(GetTrasList, ~0u, g_Timings, 8),
+    LIST(GetTrpList, ~0u, g_Timings, 9),
+    LIST(GetTwrList, ~0u, g_Timings, 10),
+    LIST(GetTwtrList, ~0u, g_Timings, 11),
+    LIST(GetTrwtList, kK8, g_Timings, 12),
+    LIST(GetTrefList, ~0u, g_Timings, 13),
+    LIST(GetTwclList, kK8 | kDct, g_Timings, 14),
+    LIST(GetMaxAsyncLatList, kK8 | kRevF | k11h, g_Configs, 2),
+    LIST(GetRdPreambleList, kK8, g_Configs, 8),
+    LIST(GetILD_lmtList, ~0u, g_Configs, 7),
+    LIST(GetMemClkList, ~0u, g_Configs, 1),
+    LIST(GetTrtpList, kRevF | kDct, g_Timings, 15),
+    LIST(GetTrwtTOList, kRevF | kDct, g_Timings, 16),
+    LIST(GetTwrrdList, kRevF | kDct, g_Timings, 17),
+    LIST(GetTwrwrList, kRevF | kDct, g_Timings, 18),
+    LIST(GetTrdrdList, kRevF | kDct, g_Timings, 19),
+    LIST(GetDramTermList, kRevF | kDct, g_Configs, 3),
+    LIST(GetFourActWindowList, kRevF | kDct, g_Configs, 5),
+    LIST(GetUnnamedList, 0, g_Configs, 4),
+    LIST(GetCkeDrvStrengthList, kRevF | kDct, g_Configs, 9),
+    LIST(GetCsOdtDrvStrengthList, kRevF | kDct, g_Configs, 11),
+    LIST(GetAddrCmdDrvStrenList, kRevF | kDct, g_Configs, 13),
+    LIST(GetClkDrvStrenList, kRevF | kDct, g_Configs, 15),
+    LIST(GetDataDrvStrenList, kRevF | kDct, g_Configs, 17),
+    LIST(GetDqsDrvStrenList, kRevF | kDct, g_Configs, 19),
+    LIST(GetProcOdtList, kRevF | kDct, g_Configs, 21),
+    LIST(GetDqsRcvEnDelayList, kRevF, g_Configs, 23),
 #undef LIST
 };
 // clang-format on
@@ -261,9 +183,9 @@ struct CPart {
     uint32_t Mask() const { return ((uint64_t{1} << (uHigh - uLow + 1)) - 1) & ~0u; }
 };
 
-std::vector<CPart> g_Parts(const char* pszField) {
+std::vector<CPart> g_Parts(const std::string& sField) {
     std::vector<CPart> Parts;
-    std::istringstream Words(pszField);
+    std::istringstream Words(sField);
     for (std::string sWord; Words >> sWord;) {
         CPart Part;
         if (sWord[1] == '.') Part.cPair = sWord[0], sWord.erase(0, 2);
@@ -273,16 +195,16 @@ std::vector<CPart> g_Parts(const char* pszField) {
     return Parts;
 }
 
-uint32_t g_Codes(const char* pszField) {
+uint32_t g_Codes(const std::string& sField) {
     uint32_t uWidth = 0;
-    for (const CPart& rPart : g_Parts(pszField)) uWidth += rPart.uHigh - rPart.uLow + 1;
+    for (const CPart& rPart : g_Parts(sField)) uWidth += rPart.uHigh - rPart.uLow + 1;
     return 1u << uWidth;
 }
 
 /// By code; -1 for reserved ones.
 std::vector<double> g_Values(const CRow& rRow) {
     std::vector<double> Values;
-    std::istringstream Words(rRow.pszValues);
+    std::istringstream Words(rRow.sValues);
     for (std::string sWord; Words >> sWord;) {
         size_t uTimes = 1;
         if (const size_t uStar = sWord.find('*'); uStar != std::string::npos)
@@ -298,7 +220,7 @@ std::vector<double> g_Values(const CRow& rRow) {
         for (; uTimes; --uTimes)
             for (int i = 0; i <= nSteps; ++i) Values.push_back(dFirst + i * dStep);
     }
-    EXPECT_LE(Values.size(), g_Codes(rRow.pszField)) << rRow.pszField;
+    EXPECT_LE(Values.size(), g_Codes(rRow.sField)) << rRow.sField;
     return Values;
 }
 
@@ -321,10 +243,10 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
         if (!Has(kK8)) Additional().m_uReadsUntilDone = 1;
     }
     bool Has(uint32_t uLayouts) const { return uLayouts & GetParam().eLayout; }
-    const CRow* Find(const CRow* pRows, size_t uRows, uint32_t uSlot) const {
-        const auto it = std::find_if(pRows, pRows + uRows,
-                                     [&](const CRow& rRow) { return rRow.uSlot == uSlot && Has(rRow.uLayouts); });
-        return it == pRows + uRows ? nullptr : it;
+    const CRow* Find(const std::vector<CRow>& rRows, uint32_t uSlot) const {
+        const auto it =
+            std::ranges::find_if(rRows, [&](const CRow& rRow) { return rRow.uSlot == uSlot && Has(rRow.uLayouts); });
+        return it == rRows.end() ? nullptr : &*it;
     }
     bool HasTwoSets() const { return Has(kDct); }
     uint32_t Pairs() const { return Has(kK8) ? 0 : HasTwoSets() ? 2 : 1; }
@@ -343,8 +265,8 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
             for (uint32_t uPair = 0; uPair < Pairs(); ++uPair) Additional().Register(uPair, uIndex) = uBits;
     }
     /// Puts a code into a field, in both channels' registers where both are written.
-    void Put(const char* pszField, uint32_t uCode) {
-        for (const CPart& rPart : g_Parts(pszField)) {
+    void Put(const std::string& sField, uint32_t uCode) {
+        for (const CPart& rPart : g_Parts(sField)) {
             const auto Replace = [&](uint32_t uOld) {
                 return (uOld & ~(rPart.Mask() << rPart.uLow)) | (uCode & rPart.Mask()) << rPart.uLow;
             };
@@ -417,11 +339,11 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
         return Record;
     }
 
-    template <class TRecord, size_t N> void DecodesEveryCode(const CRow (&aRows)[N]) {
+    template <class TRecord> void DecodesEveryCode(const std::vector<CRow>& rRows) {
         for (uint32_t uSlot = 0; uSlot < sizeof(TRecord) / 8; ++uSlot) {
             if (IsFlags(static_cast<TRecord*>(nullptr), uSlot)) continue;
             SCOPED_TRACE("slot " + std::to_string(uSlot));
-            const CRow* const pRow = Find(aRows, N, uSlot);
+            const CRow* const pRow = Find(rRows, uSlot);
             for (const uint32_t uBits : {0u, ~0u}) {
                 Fill(uBits);
                 if (!pRow) {
@@ -429,21 +351,21 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
                     continue;
                 }
                 const std::vector<double> Values = g_Values(*pRow);
-                for (uint32_t uCode = 0; uCode < g_Codes(pRow->pszField); ++uCode) {
-                    Put(pRow->pszField, uCode);
+                for (uint32_t uCode = 0; uCode < g_Codes(pRow->sField); ++uCode) {
+                    Put(pRow->sField, uCode);
                     const double dExpected = uCode < Values.size() ? Values[uCode] : -1.0;  // past the table's end
                     EXPECT_DOUBLE_EQ(Number(Read(Controller(), static_cast<TRecord*>(nullptr)), uSlot), dExpected)
-                        << pRow->pszField << " code " << uCode;
+                        << pRow->sField << " code " << uCode;
                 }
             }
         }
     }
 
     /// Requests for one slot alone: legal ones, nearly legal ones, illegal ones. Nothing but the field may change.
-    template <class TRecord, size_t N> void EncodesEveryValue(const CRow (&aRows)[N]) {
-        for (const CRow& rRow : aRows) {
+    template <class TRecord> void EncodesEveryValue(const std::vector<CRow>& rRows) {
+        for (const CRow& rRow : rRows) {
             if (!Has(rRow.uLayouts)) continue;
-            SCOPED_TRACE("slot " + std::to_string(rRow.uSlot) + " " + rRow.pszField);
+            SCOPED_TRACE("slot " + std::to_string(rRow.uSlot) + " " + rRow.sField);
             const std::vector<double> Values = g_Values(rRow);
             std::map<double, uint32_t> Requests;  // and the code that they give
             for (uint32_t uCode = 0; uCode < Values.size(); ++uCode) Requests.try_emplace(Values[uCode], uCode);
@@ -452,7 +374,7 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
                     Fill(uBits);
                     TRecord Record = Untouched<TRecord>();
                     SetNumber(Record, rRow.uSlot, dValue);
-                    if (Code) Put(rRow.pszField, *Code);
+                    if (Code) Put(rRow.sField, *Code);
                     const auto Expected = Snapshot();
                     Fill(uBits);
                     EXPECT_TRUE(Write(Controller(), Record)) << dValue;
@@ -470,13 +392,15 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
 };
 
 TEST_P(MemoryFields, EveryTimingCodeReadsAsTheDataSheetSaysAndOtherSlotsStayZero) {
-    DecodesEveryCode<MemTiming>(kTimings);
+    DecodesEveryCode<MemTiming>(g_Timings());
 }
 TEST_P(MemoryFields, EveryConfigurationCodeReadsAsTheDataSheetSaysAndOtherSlotsStayZero) {
-    DecodesEveryCode<MemConfig>(kConfigs);
+    DecodesEveryCode<MemConfig>(g_Configs());
 }
-TEST_P(MemoryFields, ALegalTimingChangesItsFieldAndNothingElse) { EncodesEveryValue<MemTiming>(kTimings); }
-TEST_P(MemoryFields, ALegalConfigurationValueChangesItsFieldAndNothingElse) { EncodesEveryValue<MemConfig>(kConfigs); }
+TEST_P(MemoryFields, ALegalTimingChangesItsFieldAndNothingElse) { EncodesEveryValue<MemTiming>(g_Timings()); }
+TEST_P(MemoryFields, ALegalConfigurationValueChangesItsFieldAndNothingElse) {
+    EncodesEveryValue<MemConfig>(g_Configs());
+}
 
 TEST_P(MemoryFields, EachFlagIsItsBit) {
     for (const auto& [uLayouts, pFlag, pszField, bWritten] : kFlags) {
@@ -510,7 +434,7 @@ TEST_P(MemoryFields, SlotsWithoutAFlagStayFalse) {
 
 TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
     constexpr uint32_t kRoom = 1100;
-    for (const auto& [pszName, pList, uLayouts, pRows, uRows, uSlot] : kLists) {
+    for (const auto& [pszName, pList, uLayouts, pRows, uSlot] : kLists) {
         SCOPED_TRACE(pszName);
         std::vector<double> Values(kRoom, kNan);
         uint32_t uSize = kRoom;
@@ -521,7 +445,7 @@ TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
             EXPECT_EQ(uSize, kRoom);
             continue;
         }
-        const CRow* const pRow = Find(pRows, uRows, uSlot);
+        const CRow* const pRow = Find(pRows(), uSlot);
         const std::vector<double> Legal = pRow ? g_Legal(*pRow) : std::vector<double>{};
         ASSERT_EQ(uSize, Legal.size());
         for (size_t i = 0; i < Legal.size(); ++i) EXPECT_DOUBLE_EQ(Values[i], Legal[i]);

@@ -28,6 +28,13 @@ inline constexpr CMemoryFamily kMemoryFamilies[] = {
     {"CTalvorMemoryController", 0x00200F31, 0x1302},
 };
 
+/// By the word that the text cases have for it.
+inline EFamily g_Family(const std::string& sName) {
+    static const std::map<std::string, EFamily> s_Names = {
+        {"first K8", kFirstK8}, {"revision F", kRevisionF}, {"10h", kFamily10h}, {"11h", kFamily11h}};
+    return s_Names.at(sName);
+}
+
 using Registers = std::map<uint32_t, uint32_t>;  ///< of the DRAM controller, by offset
 
 class CMemoryTest : public CSimulatedPc {

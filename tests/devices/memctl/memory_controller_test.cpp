@@ -1,7 +1,8 @@
-// The memory controllers' operations: which machine they accept, which registers they touch in which order, and what is
-// left behind when the driver dies on the way.
+// The memory controllers' operations: which machine they accept, which registers they touch in which order.
+#include <sstream>
+
 #include "devices/memctl/memory_controller_fixture.h"
-#include "hw/dying_driver.h"
+#include "support/text_cases.h"
 
 namespace {
 
@@ -21,19 +22,25 @@ const Registers kChannelB = {{0x178, 0x0B000006}, {0x184, 0x00240004}, {0x188, 0
 
 const std::string kSwitchRead = "rdmsr 0 C001001F", kSwitchWrite = "wrmsr 0 C001001F 00000000 00404000";
 
-Lines g_Concatenate(std::initializer_list<Lines> Parts) {
-    Lines Result;
-    for (const Lines& rPart : Parts) Result.insert(Result.end(), rPart.begin(), rPart.end());
+/// "94=8 194=8"; A and B are the channels above, in use.
+Registers g_Registers(const std::string& sText) {
+    Registers Result;
+    std::istringstream Words(sText);
+    for (std::string sWord; Words >> sWord;) {
+        if (sWord == "A") {
+            Result.insert(kChannelA.begin(), kChannelA.end()), Result[0x94] = kUsed10h;
+        } else if (sWord == "B") {
+            Result.insert(kChannelB.begin(), kChannelB.end()), Result[0x194] = kUsed10h;
+        } else {
+            const size_t uEqual = sWord.find('=');
+            Result[static_cast<uint32_t>(std::stoul(sWord.substr(0, uEqual), nullptr, 16))] =
+                static_cast<uint32_t>(std::stoul(sWord.substr(uEqual + 1), nullptr, 16));
+        }
+    }
     return Result;
 }
 
 struct MemoryController : CMemoryTest {
-    void BootChannels(bool bA, bool bB, EFamily eFamily = kFamily10h) {
-        Registers All = kChannelA;
-        All.insert(kChannelB.begin(), kChannelB.end());
-        All[0x94] = bA ? kUsed10h : 0, All[0x194] = bB ? kUsed10h : 0;
-        BootAndInit(eFamily, All);
-    }
     /// Requests since the last call.
     Lines Requests() {
         Lines Trace = TakeTrace();
@@ -92,29 +99,16 @@ TEST_F(MemoryController, EachClassAcceptsItsProcessorsAndNamesTheCheckThatAnothe
 TEST_F(MemoryController, TellsWhatItIs) {
     const struct {
         EFamily eFamily;
-        Registers Memory;
-        uint32_t uMemoryType;
-        const wchar_t* pszName;
-        uint32_t uVersion;
-    } kCases[] = {
-        {kFirstK8, {{0x94, 0x02000000}}, 7, L"Internal DDR Memory Controller", 20070322},
-        {kRevisionF, {{0x94, 8}}, 8, L"Internal DDR2 Memory Controller", 20070403},
-        {kFamily10h, {{0x94, 8}}, 8, L"Internal DDR2 DDR3 Memory Controller", 20070518},
-        {kFamily10h, {{0x94, 0x10C}}, 11, L"Internal DDR2 DDR3 Memory Controller", 20070518},
-        {kFamily10h, {{0x94, 0x00C}}, 8, L"Internal DDR2 DDR3 Memory Controller", 20070518},
-        {kFamily11h, {{0x94, 0x108}}, 8, L"QOR Family 11h Processor Internal Memory Controller", 20071108},
-    };
-    for (const auto& [eFamily, Memory, uMemoryType, pszName, uVersion] : kCases) {
-        BootAndInit(eFamily, Memory);
+        uint32_t u94, uMemoryType;
+    } kCases[] = {{kFirstK8, 0x02000000, 7}, {kRevisionF, 8, 8},     {kFamily10h, 8, 8},
+                  {kFamily10h, 0x10C, 11},   {kFamily10h, 0x00C, 8}, {kFamily11h, 0x108, 8}};
+    for (const auto& [eFamily, u94, uMemoryType] : kCases) {
+        BootAndInit(eFamily, {{0x94, u94}});
         SCOPED_TRACE(Family().pszClass);
         EXPECT_EQ(Controller().GetMemoryType(), uMemoryType);
         EXPECT_EQ(Controller().GetPciVendor(), 0x1022u);
         EXPECT_EQ(Controller().GetPciDevice(), Family().usPciDevice);
-        EXPECT_EQ(Controller().GetType(), vxtapi::kDeviceMemoryController);
-        EXPECT_STREQ(Controller().GetTypeName(), L"Memory Controller");
-        EXPECT_STREQ(Controller().GetModel(), pszName);
-        EXPECT_STREQ(Controller().GetName(), pszName);
-        EXPECT_EQ(Controller().GetVersion(), uVersion);
+        EXPECT_STREQ(Controller().GetModel(), Controller().GetName());
         EXPECT_EQ(Controller().GetIndex(), 0u);
         EXPECT_FALSE(Controller().Init(1));
         EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("uIndex == 0", "Init")));
@@ -162,155 +156,41 @@ TEST_F(MemoryController, TheBothChannelsFlagFollowsTheRegistersAtEveryReading) {
 
 // --- traffic ---
 
-TEST_F(MemoryController, ATimingReadTakesChannelAOrElseChannelB) {
-    const struct {
-        bool bA, bB;
-        Lines Reads;
-        double dTcl, dTrc;
-    } kCases[] = {
-        {true, true, {"pcird 0:18.2 88 8", "pcird 0:18.2 78 4", "pcird 0:18.2 84 4"}, 8, 33},
-        {true, false, {"pcird 0:18.2 88 8", "pcird 0:18.2 78 4", "pcird 0:18.2 84 4"}, 8, 33},
-        {false, true, {"pcird 0:18.2 188 8", "pcird 0:18.2 178 4", "pcird 0:18.2 184 4"}, 6, 11},
-        {false, false, {}, 0, 0},
-    };
-    for (const auto& [bA, bB, Reads, dTcl, dTrc] : kCases) {
-        SCOPED_TRACE(::testing::Message() << bA << bB);
-        BootChannels(bA || !bB, bB);  // a controller without any channel starts with one and loses it
-        SetRegisters({{0x94, bA ? kUsed10h : 0}});
-        MemConfig Config;
-        EXPECT_EQ(Controller().GetMemConfig(&Config), bA || bB);
-        Requests();
-        MemTiming Timing;
-        std::memset(&Timing, 0xEE, sizeof(Timing));
-        EXPECT_TRUE(Controller().GetMemTiming(&Timing));
-        EXPECT_EQ(Requests(), g_Concatenate({{kSwitchRead, kSwitchWrite}, Reads}));
-        EXPECT_EQ(Timing.dTcl, dTcl);
-        EXPECT_EQ(Timing.dTrc, dTrc);
-        EXPECT_EQ(Timing.dTwcl, 0.0);
-    }
-}
-
-TEST_F(MemoryController, ATimingWriteMakesChannelBAsChannelA) {
-    // 88h with Tcl 9, Trcd 9 (bits 6:4), the other fields as channel A has them.
-    const std::string sWords = "C55516C044090200", s78 = "000000A0", s84 = "D400005A";
-    const Lines ReadA = {"pcird 0:18.2 88 8", "pcird 0:18.2 78 4", "pcird 0:18.2 84 4"};
-    const struct {
-        bool bA, bB;
-        Lines Traffic;
-    } kCases[] = {
-        {true, true,
-         g_Concatenate({ReadA,
-                        {"pciwr 0:18.2 88 8 " + sWords, "pciwr 0:18.2 78 4 " + s78, "pciwr 0:18.2 84 4 " + s84,
-                         "pciwr 0:18.2 188 8 " + sWords, "pciwr 0:18.2 178 4 " + s78, "pciwr 0:18.2 184 4 " + s84}})},
-        {true, false,
-         g_Concatenate(
-             {ReadA, {"pciwr 0:18.2 88 8 " + sWords, "pciwr 0:18.2 78 4 " + s78, "pciwr 0:18.2 84 4 " + s84}})},
-        {false,
-         true,
-         {"pcird 0:18.2 188 8", "pcird 0:18.2 178 4", "pcird 0:18.2 184 4", "pciwr 0:18.2 188 8 C50000EB33683201",
-          "pciwr 0:18.2 178 4 0600000B", "pciwr 0:18.2 184 4 04002400"}},
-        {false, false, {}},
-    };
-    for (const auto& [bA, bB, Traffic] : kCases) {
-        SCOPED_TRACE(::testing::Message() << bA << bB);
-        BootChannels(bA || !bB, bB);
-        MemTiming Timing;
-        EXPECT_TRUE(Controller().GetMemTiming(&Timing));
-        Timing.dTcl = 9, Timing.dTrcd = 9;
-        SetRegisters({{0x94, bA ? kUsed10h : 0}});
-        MemConfig Config;
-        EXPECT_EQ(Controller().GetMemConfig(&Config), bA || bB);
-        Requests();
-        EXPECT_TRUE(Controller().SetMemTiming(&Timing));
-        EXPECT_EQ(Requests(), g_Concatenate({{kSwitchRead, kSwitchWrite}, Traffic}));
-    }
-}
-
-TEST_F(MemoryController, Family11hReadsAndWritesOneChannelAndTheK8ItsOneSet) {
-    const struct {
-        const char* pszCase;
-        EFamily eFamily;
-        Registers Memory;
-        Lines Read, Write;
-    } kCases[] = {
-        {"family 11h, both channels",
-         kFamily11h,
-         {{0x94, 8}, {0x194, 8}, {0x88, 0x1}, {0x78, 0x12345678}},
-         {kSwitchRead, kSwitchWrite, "pcird 0:18.2 88 8", "pcird 0:18.2 78 4"},
-         {"pciwr 0:18.2 88 8 0300000000000000", "pciwr 0:18.2 78 4 78563412"}},
-        {"family 11h, channel B",
-         kFamily11h,
-         {{0x194, 8}, {0x188, 0xC0000001}},
-         {kSwitchRead, kSwitchWrite, "pcird 0:18.2 188 8", "pcird 0:18.2 178 4"},
-         {"pciwr 0:18.2 188 8 030000C000000000", "pciwr 0:18.2 178 4 00000000"}},
-        {"revision F, both channels",
-         kRevisionF,
-         {{0x94, 8}, {0x90, 0x800}},
-         {"pcird 0:18.2 88 8"},
-         {"pciwr 0:18.2 88 8 0300000000000000"}},
-        {"first generation",
-         kFirstK8,
-         {{0x94, 0x02000000}, {0x90, 0x00010000}},
-         {"pcird 0:18.2 88 8"},
-         {"pciwr 0:18.2 88 8 0300000000000000"}},
-    };
-    for (const auto& [pszCase, eFamily, Memory, Read, Write] : kCases) {
-        SCOPED_TRACE(pszCase);
-        BootAndInit(eFamily, Memory);
-        MemTiming Timing;
-        EXPECT_TRUE(Controller().GetMemTiming(&Timing));
-        EXPECT_EQ(Requests(), Read);
-        std::fill_n(reinterpret_cast<unsigned char*>(&Timing), sizeof(Timing), 0xFF);  // no number at all
-        Timing.dTcl = 4;
-        EXPECT_TRUE(Controller().SetMemTiming(&Timing));
-        EXPECT_EQ(Requests(), g_Concatenate({Read, Write}));
-    }
-}
-
-TEST_F(MemoryController, AConfigurationReadAsksBothChannelsThenTheirAdditionalDataThenTheSelectRegister) {
-    const auto AdditionalRead = [](const char* pszIndex, const char* pszData, const char* pszCommand) {
-        const std::string sFunction = "0:18.2 ";
-        return Lines{"pciwr " + sFunction + pszIndex + " 4 " + pszCommand, "pcird " + sFunction + pszIndex + " 4",
-                     "pcird " + sFunction + pszIndex + " 4", "pcird " + sFunction + pszData + " 4"};
-    };
-    const Lines A00 = AdditionalRead("98", "9C", "00000000"), B00 = AdditionalRead("198", "19C", "00000000");
-    const Lines Dct = {kSwitchRead, kSwitchWrite, "pcird 0:18.2 90 8", "pcird 0:18.2 190 8"};
-    Lines RevisionF = {"pcird 0:18.2 90 8", "pcird 0:18.2 A0 4"};
-    for (const char* const pszIndex : {"00", "10", "13", "16", "19", "20", "30", "33", "36", "39"})
-        RevisionF = g_Concatenate({RevisionF, AdditionalRead("98", "9C", (std::string(pszIndex) + "000000").c_str())});
-    const struct {
-        const char* pszCase;
-        EFamily eFamily;
-        Registers Memory;
-        Lines Traffic;
-    } kCases[] = {
-        {"family 10h, both",
-         kFamily10h,
-         {{0x94, 8}, {0x194, 8}},
-         g_Concatenate({Dct, {"pcird 0:18.2 84 4", "pcird 0:18.2 184 4"}, A00, B00, {"pcird 0:18.2 110 4"}})},
-        {"family 10h, B",
-         kFamily10h,
-         {{0x194, 8}},
-         g_Concatenate({Dct, {"pcird 0:18.2 184 4"}, B00, {"pcird 0:18.2 110 4"}})},
-        {"family 11h, both",
-         kFamily11h,
-         {{0x94, 8}, {0x194, 8}},
-         g_Concatenate({Dct, {"pcird 0:18.2 78 4", "pcird 0:18.2 178 4"}, A00, B00, {"pcird 0:18.2 110 4"}})},
-        {"family 11h, A",
-         kFamily11h,
-         {{0x94, 8}},
-         g_Concatenate({Dct, {"pcird 0:18.2 78 4"}, A00, {"pcird 0:18.2 110 4"}})},
-        {"revision F, both", kRevisionF, {{0x90, 0x800}, {0x94, 8}}, RevisionF},
-        {"revision F, one", kRevisionF, {{0x94, 8}}, Lines(RevisionF.begin(), RevisionF.begin() + 2 + 5 * 4)},
-        {"first generation", kFirstK8, {{0x94, 0x02000000}}, {"pcird 0:18.2 90 8"}},
-    };
-    for (const auto& [pszCase, eFamily, Memory, Traffic] : kCases) {
-        SCOPED_TRACE(pszCase);
-        BootAndInit(eFamily, Memory);
+TEST_F(MemoryController, AsksTheHardwareInThisOrder) {
+    for (const auto& rRow : g_CaseRows("memory_traffic.txt")) {
+        ASSERT_EQ(rRow.size(), 6u) << rRow[0];
+        const auto& [sCase, sFamily, sRegisters, sChanged, sOperation, sRequests] =
+            std::tie(rRow[0], rRow[1], rRow[2], rRow[3], rRow[4], rRow[5]);
+        SCOPED_TRACE(sFamily + ", " + sCase + ", " + sOperation);
+        const EFamily eFamily = g_Family(sFamily);
+        BootAndInit(eFamily, g_Registers(sRegisters));
         if (eFamily != kFirstK8) Additional().m_uReadsUntilDone = 2;
+        MemTiming Timing;
         MemConfig Config;
-        EXPECT_TRUE(Controller().GetMemConfig(&Config));
-        EXPECT_EQ(Requests(), Traffic);
+        EXPECT_TRUE(Controller().GetMemTiming(&Timing));
+        if (sChanged != "-") {
+            SetRegisters(g_Registers(sChanged));
+            EXPECT_FALSE(Controller().GetMemConfig(&Config)) << "the last channel is lost";
+        }
+        Requests();
+        std::string sResult;
+        if (sOperation == "read timings") {
+            std::memset(&Timing, 0xEE, sizeof(Timing));
+            EXPECT_TRUE(Controller().GetMemTiming(&Timing));
+            std::ostringstream Numbers;
+            Numbers << "; = " << Timing.dTcl << ' ' << Timing.dTrc << ' ' << Timing.dTwcl;
+            sResult = Numbers.str();
+        } else if (sOperation == "read configuration") {
+            EXPECT_TRUE(Controller().GetMemConfig(&Config));
+        } else {
+            if (sOperation == "write Tcl 4 alone") std::memset(static_cast<void*>(&Timing), 0xFF, sizeof(Timing));
+            Timing.dTcl = sOperation == "write Tcl 4 alone" ? 4 : 9;
+            if (sOperation == "write Tcl and Trcd 9") Timing.dTrcd = 9;
+            EXPECT_TRUE(Controller().SetMemTiming(&Timing));
+        }
+        std::string sTraffic;
+        for (const std::string& sRequest : Requests()) sTraffic += (sTraffic.empty() ? "" : "; ") + sRequest;
+        EXPECT_EQ(sTraffic + sResult, sRequests);
     }
 }
 
@@ -347,7 +227,7 @@ TEST_F(MemoryController, AConfigurationWriteChangesEachChannelFromItsOwnRegister
 }
 
 TEST_F(MemoryController, NothingIsWrittenWithoutAChannelOrARecord) {
-    BootChannels(true, true);
+    BootAndInit(kFamily10h, g_Registers("A B"));
     MemConfig Config;
     MemTiming Timing{};
     EXPECT_FALSE(Controller().GetMemTiming(nullptr) || Controller().SetMemTiming(nullptr));
@@ -366,7 +246,7 @@ TEST_F(MemoryController, NothingIsWrittenWithoutAChannelOrARecord) {
 // --- failures ---
 
 TEST_F(MemoryController, AMissingExtendedConfigurationSwitchIsLoggedOnceAndIgnored) {
-    BootChannels(true, true);
+    BootAndInit(kFamily10h, g_Registers("A B"));
     Machine().RemoveMsr(0, 0xC001001F);
     MemTiming Timing;
     MemConfig Config;
@@ -379,91 +259,6 @@ TEST_F(MemoryController, AMissingExtendedConfigurationSwitchIsLoggedOnceAndIgnor
                                                     Error("bRetCode", "EnableCf8ExtCfg")));
     }
     EXPECT_FALSE(m_10h.EnableCf8ExtCfg());
-}
-
-TEST_F(MemoryController, WhatWasWrittenBeforeAFailureStaysWritten) {
-    BootChannels(true, true);
-    MemTiming Timing;
-    ASSERT_TRUE(Controller().GetMemTiming(&Timing));
-    Timing.dTcl = 9;     // 88h
-    Timing.dTwr = 12;    // 84h
-    Timing.dTrdrd = 10;  // 8Ch and 78h
-    const Registers kWritten = {{0x78, 0xA0002000}, {0x84, 0x5A0000E4}, {0x88, 0xC01655B5}, {0x8C, 0x00020944}};
-    const uint32_t auOrder[] = {0x88, 0x78, 0x84};
-    constexpr uint64_t kBefore = 5;  // the switch and the reads
-    const uint64_t ullRequests = g_WithDyingDriver(
-        *this,
-        [&] {
-            SetRegisters(kChannelA), SetRegisters(kChannelB);
-            return Controller().SetMemTiming(&Timing);
-        },
-        [&](uint64_t ullGood) {
-            EXPECT_EQ(m_Log.TakeErrors().back(), Error("bRetCode", "SetMemTiming"));
-            Registers Expected = kChannelA;
-            Expected.insert(kChannelB.begin(), kChannelB.end());
-            for (uint64_t i = 0; i + kBefore < ullGood; ++i) {
-                const uint32_t uFrom = auOrder[i % 3], uTo = uFrom + (i < 3 ? 0 : 0x100);
-                Expected[uTo] = kWritten.at(uFrom);
-                if (uFrom == 0x88) Expected[uTo + 4] = kWritten.at(0x8C);
-            }
-            for (const auto& [uOffset, uValue] : Expected) EXPECT_EQ(Register(uOffset), uValue) << std::hex << uOffset;
-        });
-    EXPECT_EQ(ullRequests, kBefore + 6);
-}
-
-TEST_F(MemoryController, EveryOperationNamesItselfWhenTheDriverDies) {
-    const struct {
-        EFamily eFamily;
-        uint32_t u90, u94;
-        uint64_t aullRequests[5];  ///< of a good run: both ways for timings and configuration, the clock
-    } kCases[] = {
-        {kFirstK8, 0x00010000, 0x02700000, {1, 2, 1, 2, 1}},
-        {kRevisionF, 0x800, 0x8, {1, 2, 2 + 10 * 3, 4 + 10 * 4, 2 + 10 * 3}},
-        {kFamily10h, 0, 0x10D, {5, 11, 6 + 2 * 3 + 1, 10 + 2 * 4 + 2, 6 + 2 * 3 + 1}},
-        {kFamily11h, 0, 0x8, {4, 6, 6 + 2 * 3 + 1, 10 + 2 * 4 + 2, 6 + 2 * 3 + 1}},
-    };
-    for (const auto& [eFamily, u90, u94, aullRequests] : kCases) {
-        BootAndInit(eFamily, {{0x90, u90}, {0x94, u94}, {0x190, u90}, {0x194, u94}});
-        if (eFamily != kFirstK8) Additional().m_uReadsUntilDone = 1;
-        MemTiming Timing;
-        MemConfig Config;
-        ASSERT_TRUE(Controller().GetMemTiming(&Timing) && Controller().GetMemConfig(&Config));
-        const struct {
-            const char* pszName;
-            std::function<bool()> Run;
-        } Operations[] = {
-            {"GetMemTiming", [&] { return Controller().GetMemTiming(&Timing); }},
-            {"SetMemTiming", [&] { return Controller().SetMemTiming(&Timing); }},
-            {"GetMemConfig", [&] { return Controller().GetMemConfig(&Config); }},
-            {"SetMemConfig", [&] { return Controller().SetMemConfig(&Config); }},
-            {"GetMemClock", [&] { return Controller().GetMemClock(200.0, 1.0) != 0.0; }},
-        };
-        for (size_t i = 0; i < std::size(Operations); ++i) {
-            SCOPED_TRACE(std::string(Family().pszClass) + " " + Operations[i].pszName);
-            EXPECT_EQ(g_WithDyingDriver(*this, Operations[i].Run,
-                                        [&](uint64_t) {
-                                            EXPECT_EQ(m_Log.TakeErrors().back(),
-                                                      Error("bRetCode", Operations[i].pszName));
-                                            // What a failed reading left of the record must not reach the hardware.
-                                            ASSERT_TRUE(Controller().GetMemTiming(&Timing));
-                                            ASSERT_TRUE(Controller().GetMemConfig(&Config));
-                                        }),
-                      aullRequests[i]);
-        }
-    }
-}
-
-TEST_F(MemoryController, OneFailedRequestStopsNothing) {
-    // The switch is best effort, and configuration space has a second way.
-    BootChannels(true, true);
-    MemTiming Timing;
-    MemConfig Config;
-    FailEach(
-        [&] {
-            return Controller().GetMemConfig(&Config) && Controller().GetMemTiming(&Timing) &&
-                   Controller().SetMemTiming(&Timing) && Controller().SetMemConfig(&Config);
-        },
-        [](bool bResult) { EXPECT_TRUE(bResult); });
 }
 
 // --- additional data ---
@@ -502,7 +297,7 @@ TEST_F(MemoryController, AdditionalDataIsReachedThroughThePairOfItsChannel) {
 }
 
 TEST_F(MemoryController, AValueThatTheDataRegisterHoldsIsNotWrittenWhateverItIsOf) {
-    BootChannels(true, true);
+    BootAndInit(kFamily10h, g_Registers("A B"));
     Additional().Register(0, 4) = 0x55;
     uint32_t uValue = 0;
     ASSERT_TRUE(m_10h.GetAdditionalData(0, 4, uValue));
@@ -513,7 +308,7 @@ TEST_F(MemoryController, AValueThatTheDataRegisterHoldsIsNotWrittenWhateverItIsO
 }
 
 TEST_F(MemoryController, AnAccessIsGivenUpAfterAThousandLooks) {
-    BootChannels(true, true);
+    BootAndInit(kFamily10h, g_Registers("A B"));
     for (const uint32_t uReads : {1000u, 1001u}) {
         const bool bInTime = uReads == 1000;
         Additional().m_uReadsUntilDone = uReads;
@@ -541,7 +336,7 @@ TEST_F(MemoryController, AnAccessIsGivenUpAfterAThousandLooks) {
 }
 
 TEST_F(MemoryController, ThereAreTwoChannels) {
-    BootChannels(true, true);
+    BootAndInit(kFamily10h, g_Registers("A B"));
     uint32_t uValue = 0;
     EXPECT_FALSE(m_10h.GetAdditionalData(2, 0, uValue) || m_10h.SetAdditionalData(2, 0, 1));
     EXPECT_THAT(m_Log.TakeErrors(),
@@ -552,7 +347,7 @@ TEST_F(MemoryController, ThereAreTwoChannels) {
 // --- clock ---
 
 TEST_F(MemoryController, TheClockScalesWithTheReference) {
-    BootChannels(true, false);
+    BootAndInit(kFamily10h, g_Registers("A"));
     EXPECT_DOUBLE_EQ(Controller().GetMemClock(200.0, 1.0), 667.0);
     EXPECT_DOUBLE_EQ(Controller().GetMemClock(250.0, 1.0), 833.75);
     EXPECT_DOUBLE_EQ(Controller().GetMemClock(201.0, 2.0), 667.0 * 2.01);

@@ -37,7 +37,7 @@ struct CFeatureRow {
     uint32_t uBit;
 };
 constexpr auto kEcx = &CCpuidRegisters::uEcx, kEdx = &CCpuidRegisters::uEdx;
-constexpr uint32_t kStandard = vxt::cpu::kCpuidSignature, kExtended = vxt::cpu::kCpuidExtendedSignature,
+constexpr uint32_t kStandard = vxt::cpuid::kSignature, kExtended = vxt::cpu::kCpuidExtendedSignature,
                    kPower = vxt::cpu::kCpuidPower;
 constexpr CFeatureRow kFeatures[] = {
     {"fpu", "FPU", kExtended, kEdx, 0},

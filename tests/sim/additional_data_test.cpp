@@ -1,5 +1,6 @@
 // The DRAM controller's additional data as the simulated PC has it.
 #include "sim/models/additional_data.h"
+
 #include "sim/sim_client.h"
 
 namespace vxtsim {

@@ -1,0 +1,307 @@
+// Every operation of the library with each of its requests, system calls and allocations failing in turn.
+#include "support/sweep.h"
+
+#include <vxtapi/vxtapi.h>
+
+#include <fstream>
+
+#include "api/engine.h"
+#include "api/log/log.h"
+#include "devices/cpu/cpu.h"
+#include "devices/device_list.h"
+#include "firmware/acpi_table.h"
+#include "firmware/bios_device.h"
+#include "firmware/bios_handler.h"
+#include "firmware/cmos_items.h"
+#include "firmware/wmi_values.h"
+#include "platform/thread.h"
+#include "support/devices.h"
+
+namespace {
+
+using vxtapi::eDeviceType;
+using vxttest::COperation;
+
+/// A machine, the classes that drive it, and values that its processor takes.
+struct CMachine {
+    const char *pszName, *pszCpu, *pszMemory, *pszLink;
+    double dMultiplier, dVolts;
+    bool bHardwarePstates, bFamily10h, bConfigurationWindow;
+};
+constexpr CMachine kMachines[] = {
+    {"k8-first", "CCorvel64CPU", "CMoldanMemoryController", "CHTLink", 6.0, 1.2, false, false, false},
+    {"k8-revf-dual", "CCorvel64X2CPU", "CKDFMemoryController", "CHTLink", 6.0, 1.2, false, false, false},
+    {"family10h-ddr2", "CBrevikCPU", "CBrevikMemoryController", "CBrevikHTLink", 9.0, 1.2, true, true, false},
+    {"family10h-ddr3", "CBrevikCPU", "CBrevikMemoryController", "CBrevikHTLink", 9.0, 1.2, true, true, true},
+    {"family11h-mobile", "CTalvorCPU", "CTalvorMemoryController", "CTalvorHTLink", 9.0, 1.0, true, false, true},
+};
+
+class CSweepTest : public vxttest::CSweep, public ::testing::WithParamInterface<CMachine> {
+protected:
+    ~CSweepTest() override {
+        System().StopFailing();
+        UnInitVXTAPI();
+    }
+
+    /// As a new process would find it.
+    void Restart() {
+        UnInitVXTAPI();
+        vxt::g_GetACPITable().Clear();
+        System().m_Services.clear(), System().m_Semaphores.clear(), System().m_Mutexes.clear();
+        m_Log.Forget();  // hundreds of starts: no long file is read again and again
+        vxt::g_GetLog().Init("VXTAPI", 65535, vxt::CLog::kToFile, 10000);
+    }
+    template <class TDevice> TDevice& Device(eDeviceType eType, uint32_t uIndex = 0) {
+        auto* const pDevice = GetDeviceManager()->GetDevice(eType, uIndex);
+        EXPECT_NE(pDevice, nullptr) << eType;
+        return *static_cast<TDevice*>(pDevice);
+    }
+    void Each(const std::string& sClass, const std::vector<COperation>& rOperations) {
+        for (COperation Operation : rOperations) {
+            Operation.sName = sClass + "::" + Operation.sName;
+            Sweep(Operation);
+        }
+    }
+};
+
+class CMachineSweep : public CSweepTest {
+protected:
+    void SetUp() override {
+        Start(GetParam().pszName);
+        if (!GetParam().bConfigurationWindow) m_sSecondWay = "^$";
+        Restart();
+        ASSERT_TRUE(InitVXTAPI(true));
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Machines, CMachineSweep, ::testing::ValuesIn(kMachines), [](const auto& rInfo) {
+    std::string sName = rInfo.param.pszName;
+    std::erase(sName, '-');
+    return sName;
+});
+
+TEST_P(CMachineSweep, Processor) {
+    const CMachine& rMachine = GetParam();
+    const uint32_t uCore = GetDeviceManager()->GetDeviceCount(vxtapi::kDeviceCpu) - 1;
+    auto& rCpu = Device<vxtapi::CCPU>(vxtapi::kDeviceCpu, uCore);
+    const double dMultiplier = rCpu.GetCurrentMultiplier(), dVolts = rCpu.GetCurrentVoltage();
+    const auto Add = [&](const char* pszName, const std::function<bool()>& Run) {
+        // Whatever runs on one core pins the thread there first and leaves it there.
+        vxt::platform::SetThreadAffinity(1);
+        TakeTrace();
+        EXPECT_TRUE(Run()) << pszName;
+        const vxttest::Lines Trace = TakeTrace();
+        EXPECT_EQ(Trace.front(), "SetThreadAffinity") << pszName;
+        for (const std::string& sLine : Trace)
+            EXPECT_TRUE(sLine.substr(2, 3) != "msr" || sLine.substr(6, 2) == std::to_string(uCore) + " ") << sLine;
+        EXPECT_EQ(vxt::platform::simulated::g_CurrentCore(), uCore) << pszName;
+        Each(rMachine.pszCpu, {{.sName = std::string("(") + pszName + "|_PinThread)", .Run = Run, .Arrange = [&] {
+                                    rCpu.SetCurrentMultiplier(dMultiplier), rCpu.SetCurrentVoltage(dVolts);
+                                }}});
+    };
+    Add("GetCurrentMultiplier", [&] { return rCpu.GetCurrentMultiplier() != 0.0; });
+    Add("GetCurrentVoltage", [&] { return rCpu.GetCurrentVoltage() != 0.0; });
+    Add("SetCurrentMultiplier", [&] { return rCpu.SetCurrentMultiplier(rMachine.dMultiplier); });
+    Add("SetCurrentVoltage", [&] { return rCpu.SetCurrentVoltage(rMachine.dVolts); });
+    if (rMachine.bHardwarePstates) Add("SetCurPstate", [&] { return rCpu.SetCurPstate(1); });
+    if (rMachine.bFamily10h) {
+        vxtapi::CPstate Pstate{};
+        ASSERT_TRUE(rCpu.GetPstate(1, &Pstate));
+        bool bSupported = false, bEnabled = false;
+        Add("GetCurrentNBVoltage", [&] { return rCpu.GetCurrentNBVoltage() != 0.0; });
+        Add("GetCurPstate", [&] { return rCpu.GetCurPstate() != 0xFFFFFFFF; });
+        Add("GetMaxPstate", [&] { return rCpu.GetMaxPstate() != 0; });
+        Add("SetPstate", [&] { return rCpu.SetPstate(1, &Pstate); });
+        Add("SetBoostState", [&] { return rCpu.SetBoostState(true, true); });
+        Add("GetBoostState", [&] { return rCpu.GetBoostState(&bSupported, &bEnabled); });
+        Add("GetThermTrip", [&] { return rCpu.GetThermTrip() != nullptr; });
+    }
+    Each("CCPU", {{.sName = "GetCurrentUsage",
+                   .Run = [&] { return rCpu.GetCurrentUsage() != 0.0; },
+                   .Arrange = [&] { Machine().Advance(1'000'000'000); }}});
+    Sweep(
+        {.sName = std::string("CCPU::MeasureReferenceClock|") + rMachine.pszCpu + "::(GetCurrentMultiplier|_PinThread)",
+         .Run = [&] { return rCpu.GetCurrentClock() > 0.0f; }});
+    Each(rMachine.pszCpu,
+         {{.sName = "Init", .Run = [&] { return rCpu.Init(uCore); }, .Arrange = [&] { rCpu.UnInit(); }}});
+}
+
+TEST_P(CMachineSweep, MemoryController) {
+    auto& rController = Device<vxtapi::CMemoryController>(vxtapi::kDeviceMemoryController);
+    vxtapi::MemTiming Timing, TimingAsIs;
+    vxtapi::MemConfig Config, ConfigAsIs;
+    ASSERT_TRUE(rController.GetMemTiming(&TimingAsIs) && rController.GetMemConfig(&ConfigAsIs));
+    // The switch for extended configuration space is best effort.
+    const std::string sSurvives = "::EnableCf8ExtCfg$";
+    const auto Add = [&](const char* pszName, std::function<bool()> Run) {
+        // What a failed reading left of the channels must not decide what the next operation does.
+        Each(GetParam().pszMemory, {{.sName = pszName,
+                                     .Run = std::move(Run),
+                                     .Arrange = [&] { rController.GetMemConfig(&Config); },
+                                     .sSurvives = sSurvives}});
+    };
+    Add("GetMemTiming", [&] { return rController.GetMemTiming(&Timing); });
+    Add("SetMemTiming", [&] { return rController.SetMemTiming(&TimingAsIs); });
+    Add("GetMemConfig", [&] { return rController.GetMemConfig(&Config); });
+    Add("SetMemConfig", [&] { return rController.SetMemConfig(&ConfigAsIs); });
+    Add("GetMemClock", [&] { return rController.GetMemClock(200.0, 1.0) != 0.0; });
+}
+
+TEST_P(CMachineSweep, Link) {
+    auto& rLink = Device<vxtapi::CHTLink>(vxtapi::kDeviceHtLink);
+    vxtapi::HTConfig Config, Fast;
+    ASSERT_TRUE(rLink.GetHTConfig(0, &Fast));
+    Fast.dFrequency = 9.0;  // above 1000 MHz: with all steps to a fast link
+    Each(GetParam().pszLink, {{.sName = "GetHTConfig", .Run = [&] { return rLink.GetHTConfig(0, &Config); }},
+                              {.sName = "SetHTConfig", .Run = [&] { return rLink.SetHTConfig(0, &Fast); }}});
+}
+
+// --- below the devices ---
+
+/// A machine with one of each thing that the firmware has: a start is run for every call of a start.
+class CLibrarySweep : public CSweepTest {
+protected:
+    void SetUp() override {
+        Start(kDefaultMachine, [](auto& rMachine) {
+            rMachine.uCores = 1;
+            rMachine.Firmware->Items.resize(1);
+            rMachine.Firmware->Objects.resize(4);
+        });
+        vxt::platform::SetThreadAffinity(1);
+        Restart();
+    }
+    vxt::CDriverHandler& Driver() { return vxt::g_GetDriverHandler(); }
+};
+
+TEST_F(CLibrarySweep, DriverHandler) {
+    uint8_t ucByte = 0;
+    uint32_t uLow = 0, uHigh = 0, uMapped = 0, uAllocated = 0;
+    std::vector<uint8_t> Large(4096);  // beyond what a request keeps on the stack
+    ASSERT_TRUE(StartDriver());
+    const auto Map = [&] { return (uMapped = Driver().MapPhysicalMemory(0xFEE00300, 0, 256)) != 0; };
+    const auto Unmap = [&] { return Driver().UnmapPhysicalMemory(uMapped); };
+    const auto Allocate = [&] { return (uAllocated = Driver().AllocatePhysicalMemory(1, 2, 3, 4, 5)) != 0; };
+    const auto Free = [&] { return Driver().FreePhysicalMemory(uAllocated); };
+    Each("CDriverHandler",
+         {{.sName = "WritePort", .Run = [&] { return Driver().WritePort(0x80, ucByte); }},
+          {.sName = "ReadPort", .Run = [&] { return Driver().ReadPort(0x80, ucByte); }},
+          {.sName = "RDMSR", .Run = [&] { return Driver().RDMSR(0xC0010070, uLow, uHigh); }},
+          {.sName = "WRMSR", .Run = [&] { return Driver().WRMSR(0xC0010070, uLow, uHigh); }},
+          {.sName = "ReadMemory", .Run = [&] { return Driver().ReadMemory(0xE0000, 4096, Large.data()); }},
+          {.sName = "WriteMemory", .Run = [&] { return Driver().WriteMemory(0x1000, 4096, Large.data()); }},
+          {.sName = "GetPCIConfig", .Run = [&] { return Driver().GetPCIConfig(0, 24, 3, 0, Large.data(), 256); }},
+          {.sName = "SetPCIConfig", .Run = [&] { return Driver().SetPCIConfig(0, 24, 3, 0, Large.data(), 4); }},
+          {.sName = "MapPhysicalMemory", .Run = Map, .Arrange = [&] { uMapped&& Unmap(); }},
+          {.sName = "AllocatePhysicalMemory", .Run = Allocate, .Arrange = [&] { uAllocated&& Free(); }},
+          {.sName = "InitPCIHeader", .Run = [&] { return Driver().InitPCIHeader(); }},
+          {.sName = "AccessSMBus",
+           .Run = [&] { return Driver().AccessSMBus(0xA1, 2, ucByte); },
+           .Arrange = [&] { Machine().Advance(1'000'000); }},  // lets a started transfer end
+          {.sName = "(Init|ReleaseReference)",                 // giving back what was not taken yet is reported, too
+           .Run = [&] { return Driver().Init(vxt::g_GetACPITable()); },
+           .Arrange = [&] { Restart(); },
+           .sSurvives = ".*"}});  // tables, configuration window and a stale service are looked for, not needed
+    Sweep({.sName = "CDriverHandler::UnInit",
+           .Run = [&] { return Driver().UnInit() && System().m_Handles.empty(); },
+           .Arrange =
+               [&] { SetUp(), StartDriver() && Map() && Allocate(); },  // a mapping may stay with a driver that refuses
+           .sSurvives = ".*"});
+    SetUp();
+    ASSERT_TRUE(StartDriver());
+    Sweep({.sName = "CACPITable::Init",
+           .Run = [&] { return vxt::g_GetACPITable().Init(); },
+           .Arrange = [&] { vxt::g_GetACPITable().Clear(); },
+           .sSurvives = "in CACPITable::Parse$"});  // one table less
+}
+
+TEST_F(CLibrarySweep, FirmwareConnections) {
+    ASSERT_TRUE(vxt::g_InitEngine());
+    vxt::CQORBIOSHandler Handler;
+    const auto Connect = [&] { return Handler.Connect(vxt::kFirmwareNamespace); };
+    Sweep({.sName = "CWmiHandler::Connect",
+           .Run = Connect,
+           .Arrange = [&] { Handler.Disconnect(); },
+           .sSurvives = "^$",  // a mutex that cannot be opened is made
+           .bKeeps = true,
+           .bMayBeSilent = true});
+    ASSERT_TRUE(Connect());
+    vxt::CCapabilityPack Pack;
+    std::vector<uint32_t> Info;
+    double adValues[64];
+    Sweep({.sName = "CWmiHandler::CallMethod",
+           .Run = [&] { return Handler.CallMethod(vxt::kFirmwareClass, L"Init", nullptr, nullptr, nullptr, nullptr); },
+           .bMayBeSilent = true});  // no such firmware; a method that fails
+    Each("CQORBIOSHandler",
+         {{.sName = "Init", .Run = [&] { return Handler.Init(); }},
+          {.sName = "GetObjectID",
+           .Run = [&] { return Handler.GetObjectID(Pack); },
+           .Arrange = [&] { Pack = {}; },
+           .sSurvives = "in CWmiHandler::GetPropertyValue$"},  // objects without numbers
+          {.sName = "GetValue", .Run = [&] { return Handler.GetValue(0x01010000) != 0.0; }},
+          {.sName = "SetValue", .Run = [&] { return Handler.SetValue(0x01010000, 200000.0); }},
+          {.sName = "GetInfo", .Run = [&] { return Handler.GetInfo(0x01010000, Info); }, .Arrange = [&] { Info = {}; }},
+          {.sName = "GetDValues", .Run = [&] {
+               int32_t nCount = 64;
+               return Handler.GetDValues(0x01010000, adValues, nCount);
+           }}});
+    vxt::QOR_BIOS_COMMAND Command{.uCode = 0x00030001, .aucArguments = {}};
+    vxt::QOR_BIOS_RESULT Result{};
+    vxt::CQORBIOS Bios(Handler);
+    vxt::CCMOSItemList Items(Bios);
+    vxt::CBIOSMiscInfo Board(Bios);
+    Each("CQORBIOS", {{.sName = "Init", .Run = [&] { return Bios.Init(); }},
+                      {.sName = "RunCommand", .Run = [&] {
+                           Result.uRetCode = 0x99;  // what a failed call returns
+                           return Bios.RunCommand(&Command, sizeof(Command), &Result, sizeof(Result)) != 0x99;
+                       }}});
+    const uint32_t nItem = static_cast<uint32_t>(Items.GetItemValue(0));
+    ASSERT_TRUE(Items.Init());
+    Each("CCMOSItemList", {{.sName = "GetItemValue", .Run = [&] { return Items.GetItemValue(0) != -1; }},
+                           {.sName = "SetItemValue", .Run = [&] { return Items.SetItemValue(0, nItem); }},
+                           {.sName = "Init", .Run = [&] { return Items.Init(); }, .Arrange = [&] { Items.UnInit(); }}});
+    Each("CBIOSMiscInfo", {{.sName = "Init", .Run = [&] { return Board.Init(); }}});
+    Handler.Disconnect();
+}
+
+TEST_F(CLibrarySweep, DevicesOfTheBoard) {
+    ASSERT_TRUE(InitVXTAPI(true));
+    auto& rBridge = Device<vxtapi::CNorthBridge>(vxtapi::kDeviceNorthBridge);
+    const double dMultiplier = rBridge.GetHTMultiplier();
+    Each("CNBQ7", {{.sName = "GetHTMultiplier", .Run = [&] { return rBridge.GetHTMultiplier() != 0.0; }},
+                   {.sName = "GetMaxHTMultiplier", .Run = [&] { return rBridge.GetMaxHTMultiplier() != 0.0; }},
+                   {.sName = "SetHTMultiplier", .Run = [&] { return rBridge.SetHTMultiplier(dMultiplier); }}});
+    auto& rClocks = Device<vxtapi::CClockGenerator>(vxtapi::kDeviceClockGen);
+    auto& rVoltages = Device<vxtapi::CVoltageController>(vxtapi::kDeviceDefaultPwm);
+    vxtapi::FirmwareLimits Limits;
+    // What only hands a number on leaves the report to the handler.
+    Each("CQORBIOSHandler", {{.sName = "GetValue", .Run = [&] { return rClocks.GetPCIeClock() != 0.0; }},
+                             {.sName = "SetValue", .Run = [&] { return rClocks.SetExternalClock(200.0); }},
+                             {.sName = "GetValue", .Run = [&] { return rVoltages.GetVoltage(0) != 0.0; }},
+                             {.sName = "SetValue", .Run = [&] { return rVoltages.SetVoltage(0, 1.5); }}});
+    Each("CDefaultClockGen",
+         {{.sName = "Init", .Run = [&] { return rClocks.Init(0); }, .sSurvives = "in CWmiHandler::GetPropertyValue$"},
+          {.sName = "GetClockLimits",
+           .Run = [&] { return rClocks.GetClockLimits(vxtapi::CClockGenerator::kExternalClock, &Limits); }}});
+    Each("CDefaultPWMController",
+         {{.sName = "Init",
+           .Run = [&] { return rVoltages.Init(0); },
+           .sSurvives = "::_InitFunctionTable$|in CQORBIOSHandler::GetValue$"}});  // a limit less
+    Sweep({.sName = "CDefaultBIOS::Init|CWmiHandler::GetInstance",
+           .Run = [&] { return Device<vxtapi::CBIOS>(vxtapi::kDeviceBios).Init(0); },
+           .sSurvives = "^$",  // not every system shows the area with the date
+           .bMayBeSilent = true});
+}
+
+TEST_F(CLibrarySweep, StartAndRefresh) {
+    std::ofstream("DeviceList.cfg") << "[off]\nMonitor\nKeyboard\n";
+    // Devices, tables and firmware are looked for: a start goes on without them.
+    Sweep({.sName = "InitVXTAPI",
+           .Run = [] { return InitVXTAPI(true); },
+           .Arrange = [&] { Restart(); },
+           .sSurvives = ".*",
+           .bKeeps = true});  // the host shuts down
+    Restart();
+    ASSERT_TRUE(InitVXTAPI(true));
+    Sweep({.sName = "CDeviceManager::Refresh", .Run = [] { return GetDeviceManager()->Refresh(); }, .sSurvives = ".*"});
+}
+
+}  // namespace
