@@ -10,7 +10,7 @@ namespace {
 
 // One process here, so two users of one system stand for two processes: each has its own handles and counts as one.
 TEST(CServiceTurns, UsersThatStartAndStopAllTheTimeDoNotDisturbEachOther) {
-    constexpr int kRounds = 500;
+    constexpr int kRounds = 50;  // a long run: --gtest_repeat=10
     vxt::platform::simulated::g_Restart(vxttest::CSimulatedPc::Describe(vxttest::CSimulatedPc::kDefaultMachine));
     auto& rSystem = vxt::platform::simulated::g_GetSystem();
     rSystem.m_uStopQueries = 2;
