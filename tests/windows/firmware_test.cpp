@@ -13,12 +13,14 @@ namespace {
 constexpr const char* kFirmware = R"(
 [machine]
 name = a board with tuning
+[firmware]
 [firmware object 01010000]
 name = HTRefClock
 value = 200000
 values = 190000 200000
 [firmware object 01020000]
 name = PCIeClock
+property = 1
 value = 100000
 [firmware object 01030000]
 name = Third

@@ -94,7 +94,7 @@ private:
 /// starts on stderr.
 int g_StartAndStop(int nRounds);
 /// Of the test in which two processes do so; more for a long run.
-inline int g_nStartRounds = 25;
+inline int g_nStartRounds = 15;
 
 /// A property of the first Win32_BIOS as the system tells it; empty for null.
 std::wstring g_QueryBios(const wchar_t* pszProperty);
