@@ -224,7 +224,11 @@ TEST_F(CpuInit, RefusesTimerTablesThatAreMissingOrShort) {
 
 TEST_F(CpuInit, ThereIsOneMappingAtATimeAndOneThatCannotBeGivenBackIsReported) {
     Create(2);
-    ASSERT_TRUE(m_pCpu->Init(0) && m_pCpu->Init(0)) << "again, over the first";
+    ASSERT_TRUE(m_pCpu->Init(0));
+    TakeTrace();
+    ASSERT_TRUE(m_pCpu->Init(0)) << "again, over the first";
+    const Lines Trace = TakeTrace();
+    EXPECT_LT(std::ranges::find(Trace, "unmap 20"), std::ranges::find(Trace, "map FEE00300 100"));
     EXPECT_EQ(Machine().MappingCount(), 1u);
     System().FailAfter(0);
     EXPECT_FALSE(m_pCpu->UnInit());

@@ -8,7 +8,7 @@
 #include "devices/device_list.h"
 #include "devices/framework/controller.h"
 #include "platform/text.h"
-#include "support/simulated_pc.h"
+#include "support/sweep.h"
 #include "support/text_cases.h"
 
 namespace {
@@ -262,6 +262,27 @@ TEST_F(CDeviceManagerTest, ADeviceThatCannotLetGoStopsTheRefreshOfItsType) {
     Manager.Refresh();
     EXPECT_THAT(m_Log.TakeErrors(), Contains(g_ProcessError("pDevice", "CDeviceManager::_RefreshDevice")));
     EXPECT_EQ(Manager.GetDeviceCountByName(L"Disk"), 1u);
+}
+
+using CDeviceManagerSweep = vxttest::CSweep;
+
+TEST_F(CDeviceManagerSweep, WithoutMemoryNothingIsThrown) {
+    s_Disk = s_Keyboard = s_Usb = {.uInstances = 2};
+    constexpr vxt::CCreateFunction kList[] = {vxt::g_CreateDevice<CDisk>, vxt::g_CreateDevice<CUsb>};
+    std::ofstream("DeviceList.cfg") << "[off]\nMonitor\n";
+    vxt::CDeviceManager Manager(kList);
+    // A device that there is no memory for is left out.
+    Sweep({.sName = "CDeviceManager::Init",
+           .Run = [&] { return Manager.Init(nullptr); },
+           .Arrange = [&] { Manager.UnInit(); },
+           .sSurvives = ".*"});
+    Sweep({.sName = "CDeviceManager::Refresh",
+           .Run = [&] { return Manager.Refresh(); },
+           .Arrange = [&] { Manager.UnInit() && Manager.Init(nullptr); },
+           .sSurvives = ".*"});
+    EXPECT_EQ(s_Disk.nAlive + s_Usb.nAlive, 4);
+    Manager.UnInit();
+    EXPECT_EQ(s_Disk.nAlive + s_Usb.nAlive, 0);
 }
 
 // ---- the library's own list ------------------------------------------------------------------------------------------------
