@@ -136,4 +136,10 @@ bool CSimulatedPc::StartDriver() {
 
 Lines CSimulatedPc::TakeTrace() { return std::exchange(m_Trace, {}); }
 
+Lines CSimulatedPc::TakeRequests() {
+    Lines Trace = TakeTrace();
+    std::erase_if(Trace, [](const std::string& sLine) { return sLine[0] >= 'A' && sLine[0] <= 'Z'; });
+    return Trace;
+}
+
 }  // namespace vxttest

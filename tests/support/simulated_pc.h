@@ -58,6 +58,8 @@ public:
 
     /// Requests and system calls since the last call.
     Lines TakeTrace();
+    /// The requests among them.
+    Lines TakeRequests();
     size_t TraceSize() const { return m_Trace.size(); }
 
     CLogCapture m_Log;

@@ -35,4 +35,22 @@ std::vector<std::vector<std::string>> g_CaseRows(const std::string& sFile) {
     return Rows;
 }
 
+std::map<uint32_t, uint64_t> g_HexPairs(const std::string& sText) {
+    std::map<uint32_t, uint64_t> Result;
+    std::istringstream Words(sText);
+    for (std::string sWord; Words >> sWord && sWord != "-";) {
+        size_t uEqual = 0;
+        const uint32_t uRegister = static_cast<uint32_t>(std::stoul(sWord, &uEqual, 16));
+        Result[uRegister] = std::stoull(sWord.substr(uEqual + 1), nullptr, 16);
+    }
+    return Result;
+}
+
+std::string g_JoinNumbers(std::initializer_list<double> Numbers) {
+    std::ostringstream Text;
+    Text.precision(10);  // what a table has, without the noise of a calculation
+    for (const double& rNumber : Numbers) Text << (&rNumber == Numbers.begin() ? "" : " ") << rNumber;
+    return Text.str();
+}
+
 }  // namespace vxttest

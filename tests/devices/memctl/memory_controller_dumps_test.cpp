@@ -74,47 +74,25 @@ TEST_F(MemoryDumps, ReadAsTheTimingsThatTheRegisterViewerPrinted) {
     const struct {
         const char* pszSource;
         EFamily eFamily;
-        Registers Memory;
-        double dTcl, dTrcd, dTrp, dTras, dTrc;
-        bool bTwoT, bDual;
+        const char *pszRegisters, *pszRead;  ///< Tcl, Trcd, Trp, Tras, Trc; 2T, both channels
     } kCases[] = {
         // Printed: CAS latency 5, 5-5-18, row cycle 23, 2T, dual channel DDR2 at 371.5 MHz (the processor's clock
         // divided; the register asks for 400).
-        {"00040F33, register viewer",
-         kRevisionF,
-         {{0x88, 0x0C7CFA24}, {0x8C, 0x01221320}, {0x90, 0x00010C30}, {0x94, 0x7710006B}, {0xA0, 0x0C0002EF}},
-         5,
-         5,
-         5,
-         18,
-         23,
-         true,
-         true},
+        {"00040F33, register viewer", kRevisionF, "88=0C7CFA24 8C=01221320 90=00010C30 94=7710006B A0=0C0002EF",
+         "5 5 5 18 23 1 1"},
         // Nothing printed; the codes looked up by hand in the guide.
-        {"first generation, 2.5-3-3-7",
-         kFirstK8,
-         {{0x88, 0x13723335}, {0x8C, 0x00000B31}, {0x90, 0x38058E80}, {0x94, 0x3E7B0707}},
-         2.5,
-         3,
-         3,
-         7,
-         10,
-         true,
-         true},
+        {"first generation, 2.5-3-3-7", kFirstK8, "88=13723335 8C=00000B31 90=38058E80 94=3E7B0707",
+         "2.5 3 3 7 10 1 1"},
     };
-    for (const auto& [pszSource, eFamily, Memory, dTcl, dTrcd, dTrp, dTras, dTrc, bTwoT, bDual] : kCases) {
-        SCOPED_TRACE(pszSource);
-        BootAndInit(eFamily, Memory);
+    for (const auto& [pszSource, eFamily, pszRegisters, pszRead] : kCases) {
+        BootAndInit(eFamily, g_Registers(pszRegisters));
         MemTiming Timing;
         MemConfig Config;
         ASSERT_TRUE(Controller().GetMemConfig(&Config) && Controller().GetMemTiming(&Timing));
-        EXPECT_EQ(Timing.dTcl, dTcl);
-        EXPECT_EQ(Timing.dTrcd, dTrcd);
-        EXPECT_EQ(Timing.dTrp, dTrp);
-        EXPECT_EQ(Timing.dTras, dTras);
-        EXPECT_EQ(Timing.dTrc, dTrc);
-        EXPECT_EQ(Config.bSlowAccessMode, bTwoT);
-        EXPECT_EQ(Config.bBothChannels, bDual);
+        EXPECT_EQ(g_Text(Timing.dTcl, Timing.dTrcd, Timing.dTrp, Timing.dTras, Timing.dTrc, Config.bSlowAccessMode,
+                         Config.bBothChannels),
+                  pszRead)
+            << pszSource;
     }
 }
 
@@ -122,39 +100,21 @@ TEST_F(MemoryDumps, EachEmbeddedMachineHasOneControllerThatReadsItsMemory) {
     const struct {
         const char* pszMachine;
         EFamily eFamily;
-        double dClock, dTcl, dTrcd, dTrp, dTras;
-        bool bBoth;
-        double dDataDriveA, dProcOdtA;
-        Registers Changed;  ///< by writing back what was read
+        const char* pszRead;     ///< clock, Tcl, Trcd, Trp, Tras; both channels, data drive of A, ODT of A and B
+        const char* pszChanged;  ///< by writing back what was read
     } kMachines[] = {
-        {"k8-first",
-         kFirstK8,
-         200,
-         2.5,
-         3,
-         3,
-         7,
-         true,
-         0,
-         0,
-         {{0x8C, 0x00000831}}},  // several codes mean 7.8 us: the first is taken
-        {"k8-revf-dual", kRevisionF, 400, 6, 6, 6, 18, true, 1.0, 75, {}},
-        {"family10h-ddr2",
-         kFamily10h,
-         266,
-         4,
-         4,
-         4,
-         12,
-         true,
-         1.0,
-         75,
-         {{0x94, 0x3F588009}}},  // channel B's 2T timing was read
-        {"family10h-ddr3", kFamily10h, 400, 6, 6, 6, 15, true, 1.0, 120, {}},
-        {"family11h-mobile", kFamily11h, 333, 5, 5, 5, 18, false, 1.0, 75, {}},
+        {"k8-first", kFirstK8, "200 2.5 3 3 7 1 0 0 0", "8C=00000831"},  // of several codes for 7.8 us the first
+        {"k8-revf-dual", kRevisionF, "400 6 6 6 18 1 1 75 75", "-"},
+        {"family10h-ddr2", kFamily10h, "266 4 4 4 12 1 1 75 75", "94=3F588009"},  // channel B's 2T timing was read
+        {"family10h-ddr3", kFamily10h, "400 6 6 6 15 1 1 120 120", "-"},
+        {"family11h-mobile", kFamily11h, "333 5 5 5 18 0 1 75 0", "-"},
     };
-    for (const auto& [pszMachine, eRight, dClock, dTcl, dTrcd, dTrp, dTras, bBoth, dDataDriveA, dProcOdtA, Changed] :
-         kMachines) {
+    const auto Dwords = [this] {
+        Registers Result;
+        for (uint32_t uOffset = 0; uOffset < 0x200; uOffset += 4) Result[uOffset] = Register(uOffset);
+        return Result;
+    };
+    for (const auto& [pszMachine, eRight, pszRead, pszChanged] : kMachines) {
         SCOPED_TRACE(pszMachine);
         Start(pszMachine);
         ASSERT_TRUE(StartDriver());
@@ -166,24 +126,13 @@ TEST_F(MemoryDumps, EachEmbeddedMachineHasOneControllerThatReadsItsMemory) {
         MemTiming Timing;
         MemConfig Config;
         ASSERT_TRUE(Controller().GetMemConfig(&Config) && Controller().GetMemTiming(&Timing));
-        EXPECT_EQ(Config.dMemoryClock, dClock);
-        EXPECT_EQ(Timing.dTcl, dTcl);
-        EXPECT_EQ(Timing.dTrcd, dTrcd);
-        EXPECT_EQ(Timing.dTrp, dTrp);
-        EXPECT_EQ(Timing.dTras, dTras);
-        EXPECT_EQ(Config.bBothChannels, bBoth);
-        EXPECT_EQ(Config.adDataDrive[0], dDataDriveA);
-        EXPECT_EQ(Config.adProcOdt[0], dProcOdtA);
-        EXPECT_EQ(Config.adProcOdt[1], bBoth ? dProcOdtA : 0.0);
-        const auto Dwords = [this] {
-            Registers Result;
-            for (uint32_t uOffset = 0; uOffset < 0x200; uOffset += 4) Result[uOffset] = Register(uOffset);
-            return Result;
-        };
-        Registers Expected = Dwords();
+        EXPECT_EQ(g_Text(Config.dMemoryClock, Timing.dTcl, Timing.dTrcd, Timing.dTrp, Timing.dTras,
+                         Config.bBothChannels, Config.adDataDrive[0], Config.adProcOdt[0], Config.adProcOdt[1]),
+                  pszRead);
+        Registers Expected = g_Registers(pszChanged);
+        Expected.merge(Dwords());
         EXPECT_TRUE(Controller().SetMemConfig(&Config));
         EXPECT_TRUE(eRight == kFamily10h || Controller().SetMemTiming(&Timing)) << "there channel B becomes as A";
-        for (const auto& [uOffset, uValue] : Changed) Expected[uOffset] = uValue;
         EXPECT_EQ(Dwords(), Expected);
     }
 }

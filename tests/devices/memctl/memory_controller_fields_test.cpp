@@ -2,6 +2,7 @@
 // decoding, encoding and lists, each through the device's own operations on a simulated PC.
 #include <cmath>
 #include <limits>
+#include <set>
 #include <sstream>
 
 #include "devices/memctl/memory_controller_fixture.h"
@@ -15,161 +16,81 @@ using vxtapi::CMemoryController;
 using vxtapi::MemConfig;
 using vxtapi::MemTiming;
 using vxttest::EFamily;
+using vxttest::g_Registers;
 using vxttest::Registers;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-// --- layouts ---
-
-enum ELayouts : uint32_t {
-    kK8 = 1u << 0,
-    kRevF = 1u << 1,
-    k10hDdr2Burst64 = 1u << 2,
-    k10hDdr2Burst32 = 1u << 3,
-    k10hFastDdr2Burst64 = 1u << 4,  // 533 MHz: DDR3's field sizes
-    k10hFastDdr2Burst32 = 1u << 5,
-    k10hDdr3 = 1u << 6,
-    k11hBurst64 = 1u << 7,
-    k11hBurst32 = 1u << 8,
-    k11hTurnaround = 1u << 9,
-
-    k10hSlowDdr2 = k10hDdr2Burst64 | k10hDdr2Burst32,
-    k10hFastDdr2 = k10hFastDdr2Burst64 | k10hFastDdr2Burst32,
-    k10hDdr2 = k10hSlowDdr2 | k10hFastDdr2,
-    k10hWide = k10hFastDdr2 | k10hDdr3,
-    k10h = k10hDdr2 | k10hDdr3,
-    k11h = k11hBurst64 | k11hBurst32 | k11hTurnaround,
-    kDct = k10h | k11h,
-    kDdr2 = kRevF | k10hDdr2 | k11h,
-};
-struct CLayout {
-    ELayouts eLayout;
-    const char* pszName;
-    EFamily eFamily;
-    uint32_t u90, u94;          ///< what makes it
-    uint32_t u90Keep, u94Keep;  ///< bits that would make another one, or no channel at all
-};
-// Both channels are in use in all of them.
-// clang-format off
-constexpr CLayout kLayouts[] = {
-    {kK8, "K8", vxttest::kFirstK8, 0x00010000, 0x02000000, 0x00010000, 0x02000000},
-    {kRevF, "RevisionF", vxttest::kRevisionF, 0x00000800, 0x00000008, 0x00000800, 0x00000008},
-    {k10hDdr2Burst64, "Family10hDdr2Burst64", vxttest::kFamily10h, 0x000, 0x00A, 0x400, 0x10F},
-    {k10hDdr2Burst32, "Family10hDdr2Burst32", vxttest::kFamily10h, 0x400, 0x00A, 0x400, 0x10F},
-    {k10hFastDdr2Burst64, "Family10hFastDdr2Burst64", vxttest::kFamily10h, 0x000, 0x00C, 0x400, 0x10F},
-    {k10hFastDdr2Burst32, "Family10hFastDdr2Burst32", vxttest::kFamily10h, 0x400, 0x00C, 0x400, 0x10F},
-    {k10hDdr3, "Family10hDdr3", vxttest::kFamily10h, 0x000, 0x10D, 0x400, 0x10F},
-    {k11hBurst64, "Family11hBurst64", vxttest::kFamily11h, 0x000, 0x0000A, 0x400, 0x20008},
-    {k11hBurst32, "Family11hBurst32", vxttest::kFamily11h, 0x400, 0x0000A, 0x400, 0x20008},
-    {k11hTurnaround, "Family11hTurnaround", vxttest::kFamily11h, 0x000, 0x2000A, 0x400, 0x20008},
-};
-// clang-format on
-
 // --- the data sheets' tables ---
 
+using Row = std::vector<std::string>;
+
+/// The rows of one kind; `uColumns` of them are needed.
+std::vector<Row> g_Rows(const std::string& sKind, size_t uColumns = 5) {
+    std::vector<Row> Rows;
+    for (const Row& rRow : vxttest::g_CaseRows("memory_fields.txt"))
+        if (rRow[0] == sKind) {
+            EXPECT_EQ(rRow.size(), uColumns) << sKind << " " << rRow.at(1);
+            Rows.push_back(rRow);
+        }
+    EXPECT_GT(Rows.size(), 8u) << sKind;
+    return Rows;
+}
+
+/// How a family's registers are laid out under certain conditions. Both channels are in use in all of them.
+struct CLayout {
+    std::string sName;
+    EFamily eFamily;
+    Registers Makes;    ///< the values that make it
+    Registers Keep;     ///< bits that would make another one, or no channel at all
+    std::string sRows;  ///< words of the rows that hold for it
+    bool Has(const std::string& sLayouts) const {
+        std::istringstream Words(sLayouts);
+        for (std::string sWord; Words >> sWord;)
+            if ((" " + sName + " " + sRows + " ").find(" " + sWord + " ") != std::string::npos) return true;
+        return false;
+    }
+};
+std::vector<CLayout> g_Layouts() {
+    std::vector<CLayout> Layouts;
+    for (const Row& rRow : g_Rows("layout", 6))
+        Layouts.push_back({rRow[1], vxttest::g_Family(rRow[2]), g_Registers(rRow[3]), g_Registers(rRow[4]), rRow[5]});
+    return Layouts;
+}
+
+/// A number of a record in some layouts.
 struct CRow {
-    uint32_t uLayouts;
+    std::string sLayouts;
     uint32_t uSlot;
     std::string sField, sValues;
 };
-std::vector<CRow> g_Rows(const std::string& sRecord) {
-    const std::map<std::string, uint32_t> Names = {
-        {"K8", kK8},
-        {"RevF", kRevF},
-        {"10hSlowDdr2", k10hSlowDdr2},
-        {"10hDdr2", k10hDdr2},
-        {"10hDdr2Burst64", k10hDdr2Burst64},
-        {"10hDdr2Burst32", k10hDdr2Burst32},
-        {"10hFastDdr2Burst64", k10hFastDdr2Burst64},
-        {"10hFastDdr2Burst32", k10hFastDdr2Burst32},
-        {"10hDdr3", k10hDdr3},
-        {"10hWide", k10hWide},
-        {"11h", k11h},
-        {"11hBurst64", k11hBurst64},
-        {"11hBurst32", k11hBurst32},
-        {"11hTurnaround", k11hTurnaround},
-        {"Dct", kDct},
-        {"Ddr2", kDdr2},
-    };
-    std::vector<CRow> Rows;
-    for (const auto& rRow : vxttest::g_CaseRows("memory_fields.txt")) {
-        if (rRow[0] != sRecord) continue;
-        CRow& rResult = Rows.emplace_back(CRow{0, static_cast<uint32_t>(std::stoul(rRow[2])), rRow.at(3), rRow.at(4)});
-        std::istringstream Layouts(rRow[1]);
-        for (std::string sName; Layouts >> sName;) rResult.uLayouts |= Names.at(sName);
-    }
-    EXPECT_GT(Rows.size(), 20u);
-    return Rows;
+const std::vector<CRow>& g_Numbers(const std::string& sRecord) {
+    static std::map<std::string, std::vector<CRow>> s_Records;
+    std::vector<CRow>& rNumbers = s_Records[sRecord];
+    if (rNumbers.empty())
+        for (const Row& rRow : g_Rows(sRecord))
+            rNumbers.push_back({rRow[1], static_cast<uint32_t>(std::stoul(rRow[2])), rRow[3], rRow[4]});
+    return rNumbers;
 }
-const std::vector<CRow>& g_Timings() {
-    static const std::vector<CRow> s_Rows = g_Rows("timing");
-    return s_Rows;
-}
-const std::vector<CRow>& g_Configs() {
-    static const std::vector<CRow> s_Rows = g_Rows("configuration");
-    return s_Rows;
-}
-// clang-format off
-const struct {
-    uint32_t uLayouts;
-    uint8_t MemConfig::*pFlag;
-    const char* pszField;
-    bool bWritten;
-} kFlags[] = {
-    {kK8, &MemConfig::bGanged, "90[16:16]", false},
-    {kRevF, &MemConfig::bGanged, "90[11:11]", false},
-    {kDct, &MemConfig::bGanged, "110[4:4]", true},
-    {kK8, &MemConfig::bSlowAccessMode, "90[28:28]", true},
-    {kRevF | kDct, &MemConfig::bSlowAccessMode, "94[20:20]", true},
-    {kK8, &MemConfig::bWeakDrivers, "90[1:1]", true},
-    {kRevF | kDct, &MemConfig::bWeakDrivers, "90[7:7]", true},
-    {kK8, &MemConfig::bDccEnable, "94[19:19]", true},
-    {kRevF, &MemConfig::bDccEnable, "A0[5:5]", true},
-    {kDct, &MemConfig::bDccEnable, "94[22:22]", true},
-    {kRevF | kDct, &MemConfig::bPowerDownEnable, "94[15:15]", true},
-};
 
-// The lists that each family has. That of Twcl is empty on two of them.
-const struct {
-    const char* pszName;
-    bool (CMemoryController::*pList)(double*, uint32_t&);
-    uint32_t uLayouts;
-    const std::vector<CRow>& (*pRows)();
-    uint32_t uSlot;
-} kLists[] = {
-#define LIST(name, layouts, rows, slot) {#name, &CMemoryController::name, layouts, rows, slot}
-    LIST(GetTclList, ~0u, g_Timings, 0),
-    LIST(GetTrcList, ~0u, g_Timings, 1),
-    LIST(GetTrfcList, ~0u, g_Timings, 2),
-    LIST(GetTrcdList, ~0u, g_Timings, 6),
-    LIST(GetTrrdList, ~0u, g_Timings, 7),
-    LIST(GetTrasList, ~0u, g_Timings, 8),
-    LIST(GetTrpList, ~0u, g_Timings, 9),
-    LIST(GetTwrList, ~0u, g_Timings, 10),
-    LIST(GetTwtrList, ~0u, g_Timings, 11),
-    LIST(GetTrwtList, kK8, g_Timings, 12),
-    LIST(GetTrefList, ~0u, g_Timings, 13),
-    LIST(GetTwclList, kK8 | kDct, g_Timings, 14),
-    LIST(GetMaxAsyncLatList, kK8 | kRevF | k11h, g_Configs, 2),
-    LIST(GetRdPreambleList, kK8, g_Configs, 8),
-    LIST(GetILD_lmtList, ~0u, g_Configs, 7),
-    LIST(GetMemClkList, ~0u, g_Configs, 1),
-    LIST(GetTrtpList, kRevF | kDct, g_Timings, 15),
-    LIST(GetTrwtTOList, kRevF | kDct, g_Timings, 16),
-    LIST(GetTwrrdList, kRevF | kDct, g_Timings, 17),
-    LIST(GetTwrwrList, kRevF | kDct, g_Timings, 18),
-    LIST(GetTrdrdList, kRevF | kDct, g_Timings, 19),
-    LIST(GetDramTermList, kRevF | kDct, g_Configs, 3),
-    LIST(GetFourActWindowList, kRevF | kDct, g_Configs, 5),
-    LIST(GetUnnamedList, 0, g_Configs, 4),
-    LIST(GetCkeDrvStrengthList, kRevF | kDct, g_Configs, 9),
-    LIST(GetCsOdtDrvStrengthList, kRevF | kDct, g_Configs, 11),
-    LIST(GetAddrCmdDrvStrenList, kRevF | kDct, g_Configs, 13),
-    LIST(GetClkDrvStrenList, kRevF | kDct, g_Configs, 15),
-    LIST(GetDataDrvStrenList, kRevF | kDct, g_Configs, 17),
-    LIST(GetDqsDrvStrenList, kRevF | kDct, g_Configs, 19),
-    LIST(GetProcOdtList, kRevF | kDct, g_Configs, 21),
-    LIST(GetDqsRcvEnDelayList, kRevF, g_Configs, 23),
+const std::map<std::string, uint8_t MemConfig::*> kFlags = {{"ganged", &MemConfig::bGanged},
+                                                            {"slow access mode", &MemConfig::bSlowAccessMode},
+                                                            {"weak drivers", &MemConfig::bWeakDrivers},
+                                                            {"idle control", &MemConfig::bDccEnable},
+                                                            {"power down", &MemConfig::bPowerDownEnable}};
+
+// clang-format off
+const std::map<std::string, bool (CMemoryController::*)(double*, uint32_t&)> kLists = {
+#define LIST(name) {#name, &CMemoryController::name}
+    LIST(GetTclList), LIST(GetTrcList), LIST(GetTrfcList), LIST(GetTrcdList), LIST(GetTrrdList),
+    LIST(GetTrasList), LIST(GetTrpList), LIST(GetTwrList), LIST(GetTwtrList), LIST(GetTrwtList),
+    LIST(GetTrefList), LIST(GetTwclList), LIST(GetMaxAsyncLatList), LIST(GetRdPreambleList),
+    LIST(GetILD_lmtList), LIST(GetMemClkList), LIST(GetTrtpList), LIST(GetTrwtTOList),
+    LIST(GetTwrrdList), LIST(GetTwrwrList), LIST(GetTrdrdList), LIST(GetDramTermList),
+    LIST(GetFourActWindowList), LIST(GetUnnamedList), LIST(GetCkeDrvStrengthList),
+    LIST(GetCsOdtDrvStrengthList), LIST(GetAddrCmdDrvStrenList), LIST(GetClkDrvStrenList),
+    LIST(GetDataDrvStrenList), LIST(GetDqsDrvStrenList), LIST(GetProcOdtList),
+    LIST(GetDqsRcvEnDelayList),
 #undef LIST
 };
 // clang-format on
@@ -237,29 +158,28 @@ constexpr uint32_t kSpace = 0x200;
 
 struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayout> {
     MemoryFields() {
-        const auto& [eLayout, pszName, eFamily, u90, u94, u90Keep, u94Keep] = GetParam();
-        BootAndInit(eFamily, {{0x90, u90}, {0x94, u94}, {0x190, u90}, {0x194, u94}});
+        const Registers& rMakes = GetParam().Makes;
+        Registers Both = rMakes;
+        for (const auto& [uOffset, uValue] : rMakes) Both[uOffset + 0x100] = uValue;
+        BootAndInit(GetParam().eFamily, Both);
         System().m_Server.Record(nullptr);
-        if (!Has(kK8)) Additional().m_uReadsUntilDone = 1;
+        if (!Has("K8")) Additional().m_uReadsUntilDone = 1;
     }
-    bool Has(uint32_t uLayouts) const { return uLayouts & GetParam().eLayout; }
+    bool Has(const std::string& sLayouts) const { return GetParam().Has(sLayouts); }
     const CRow* Find(const std::vector<CRow>& rRows, uint32_t uSlot) const {
         const auto it =
-            std::ranges::find_if(rRows, [&](const CRow& rRow) { return rRow.uSlot == uSlot && Has(rRow.uLayouts); });
+            std::ranges::find_if(rRows, [&](const CRow& rRow) { return rRow.uSlot == uSlot && Has(rRow.sLayouts); });
         return it == rRows.end() ? nullptr : &*it;
     }
-    bool HasTwoSets() const { return Has(kDct); }
-    uint32_t Pairs() const { return Has(kK8) ? 0 : HasTwoSets() ? 2 : 1; }
+    bool HasTwoSets() const { return Has("Dct"); }
+    uint32_t Pairs() const { return Has("K8") ? 0 : HasTwoSets() ? 2 : 1; }
 
     /// Fills everything with zeros or ones, as far as the layout allows.
     void Fill(uint32_t uBits) {
-        const CLayout& rLayout = GetParam();
+        Registers Makes = GetParam().Makes, Keep = GetParam().Keep;
         for (const uint32_t uOffset : kOffsets)
-            for (const uint32_t uSet : {0u, 0x100u}) {
-                const uint32_t uKeep = uOffset == 0x90 ? rLayout.u90Keep : uOffset == 0x94 ? rLayout.u94Keep : 0;
-                const uint32_t uValue = uOffset == 0x90 ? rLayout.u90 : uOffset == 0x94 ? rLayout.u94 : 0;
-                SetRegisters({{uOffset + uSet, (uBits & ~uKeep) | uValue}});
-            }
+            for (const uint32_t uSet : {0u, 0x100u})
+                SetRegisters({{uOffset + uSet, (uBits & ~Keep[uOffset]) | Makes[uOffset]}});
         SetRegisters({{0x110, uBits}});
         for (const uint32_t uIndex : {0x00u, 0x10u, 0x13u, 0x16u, 0x19u, 0x20u, 0x30u, 0x33u, 0x36u, 0x39u})
             for (uint32_t uPair = 0; uPair < Pairs(); ++uPair) Additional().Register(uPair, uIndex) = uBits;
@@ -275,7 +195,7 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
                 ruRegister = Replace(ruRegister);
             } else {
                 SetRegisters({{rPart.uPlace, Replace(Register(rPart.uPlace))}});
-                const bool bTiming11h = Has(k11h) && rPart.uPlace >= 0x88 && rPart.uPlace < 0x90;
+                const bool bTiming11h = Has("11h") && rPart.uPlace >= 0x88 && rPart.uPlace < 0x90;
                 const bool bChannelAOnly = !HasTwoSets() || rPart.uPlace >= 0x100 || bTiming11h;
                 if (!bChannelAOnly) SetRegisters({{rPart.uPlace + 0x100, Replace(Register(rPart.uPlace + 0x100))}});
             }
@@ -364,7 +284,7 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
     /// Requests for one slot alone: legal ones, nearly legal ones, illegal ones. Nothing but the field may change.
     template <class TRecord> void EncodesEveryValue(const std::vector<CRow>& rRows) {
         for (const CRow& rRow : rRows) {
-            if (!Has(rRow.uLayouts)) continue;
+            if (!Has(rRow.sLayouts)) continue;
             SCOPED_TRACE("slot " + std::to_string(rRow.uSlot) + " " + rRow.sField);
             const std::vector<double> Values = g_Values(rRow);
             std::map<double, uint32_t> Requests;  // and the code that they give
@@ -392,27 +312,29 @@ struct MemoryFields : vxttest::CMemoryTest, ::testing::WithParamInterface<CLayou
 };
 
 TEST_P(MemoryFields, EveryTimingCodeReadsAsTheDataSheetSaysAndOtherSlotsStayZero) {
-    DecodesEveryCode<MemTiming>(g_Timings());
+    DecodesEveryCode<MemTiming>(g_Numbers("timing"));
 }
 TEST_P(MemoryFields, EveryConfigurationCodeReadsAsTheDataSheetSaysAndOtherSlotsStayZero) {
-    DecodesEveryCode<MemConfig>(g_Configs());
+    DecodesEveryCode<MemConfig>(g_Numbers("configuration"));
 }
-TEST_P(MemoryFields, ALegalTimingChangesItsFieldAndNothingElse) { EncodesEveryValue<MemTiming>(g_Timings()); }
+TEST_P(MemoryFields, ALegalTimingChangesItsFieldAndNothingElse) { EncodesEveryValue<MemTiming>(g_Numbers("timing")); }
 TEST_P(MemoryFields, ALegalConfigurationValueChangesItsFieldAndNothingElse) {
-    EncodesEveryValue<MemConfig>(g_Configs());
+    EncodesEveryValue<MemConfig>(g_Numbers("configuration"));
 }
 
 TEST_P(MemoryFields, EachFlagIsItsBit) {
-    for (const auto& [uLayouts, pFlag, pszField, bWritten] : kFlags) {
-        if (!Has(uLayouts)) continue;
-        SCOPED_TRACE(pszField);
+    for (const Row& rRow : g_Rows("flag")) {
+        if (!Has(rRow[1])) continue;
+        SCOPED_TRACE(rRow[2]);
+        uint8_t MemConfig::*const pFlag = kFlags.at(rRow[2]);
+        const bool bWritten = rRow[4] == "yes";
         for (const uint32_t uBits : {0u, ~0u})
             for (const uint8_t ucByte :
                  std::initializer_list<uint8_t>{0, 1, 2, 0xFF}) {  // a host may put any number into a byte
                 Fill(uBits);
                 MemConfig Config = Untouched<MemConfig>();
                 Config.*pFlag = ucByte;
-                if (bWritten) Put(pszField, ucByte != 0);
+                if (bWritten) Put(rRow[3], ucByte != 0);
                 const auto Expected = Snapshot();
                 const uint8_t ucRead = Read(Controller(), &Config).*pFlag;
                 EXPECT_TRUE(!bWritten || ucRead == (ucByte != 0));
@@ -427,25 +349,29 @@ TEST_P(MemoryFields, SlotsWithoutAFlagStayFalse) {
     Fill(~0u);
     const MemConfig Config = Read(Controller(), static_cast<MemConfig*>(nullptr));
     EXPECT_TRUE(Config.bBothChannels);
-    EXPECT_EQ(Config.bPowerDownEnable, !Has(kK8));
+    EXPECT_EQ(Config.bPowerDownEnable, !Has("K8"));
     for (const uint8_t ucUnused : Config.abUnused0) EXPECT_EQ(ucUnused, 0);
     for (const uint8_t ucUnused : Config.abUnused4) EXPECT_EQ(ucUnused, 0);
 }
 
 TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
     constexpr uint32_t kRoom = 1100;
-    for (const auto& [pszName, pList, uLayouts, pRows, uSlot] : kLists) {
-        SCOPED_TRACE(pszName);
+    std::set<std::string> Listed;
+    for (const Row& rRow : g_Rows("list")) {
+        const auto& [sName, pList] = *kLists.find(rRow[2]);
+        const bool bExists = Has(rRow[1]);
+        SCOPED_TRACE(sName);
+        Listed.insert(sName);
         std::vector<double> Values(kRoom, kNan);
         uint32_t uSize = kRoom;
         const bool bListed = (Controller().*pList)(Values.data(), uSize);
-        EXPECT_EQ(bListed, Has(uLayouts));
+        EXPECT_EQ(bListed, bExists);
         EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
-        if (!Has(uLayouts)) {
+        if (!bExists) {
             EXPECT_EQ(uSize, kRoom);
             continue;
         }
-        const CRow* const pRow = Find(pRows(), uSlot);
+        const CRow* const pRow = Find(g_Numbers(rRow[3]), static_cast<uint32_t>(std::stoul(rRow[4])));
         const std::vector<double> Legal = pRow ? g_Legal(*pRow) : std::vector<double>{};
         ASSERT_EQ(uSize, Legal.size());
         for (size_t i = 0; i < Legal.size(); ++i) EXPECT_DOUBLE_EQ(Values[i], Legal[i]);
@@ -458,13 +384,14 @@ TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
         EXPECT_FALSE((Controller().*pList)(Values.data(), --uSize)) << "one too few";
         EXPECT_EQ(uSize, Legal.size() - 1);
         EXPECT_TRUE(std::isnan(Values[0]));
-        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("uSize <= ruSize", pszName)));
+        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("uSize <= ruSize", sName.c_str())));
         EXPECT_FALSE((Controller().*pList)(nullptr, uSize));
-        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("pdValues", pszName)));
+        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("pdValues", sName.c_str())));
     }
+    EXPECT_EQ(Listed.size(), kLists.size());
 }
 
-INSTANTIATE_TEST_SUITE_P(Layouts, MemoryFields, ::testing::ValuesIn(kLayouts),
-                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+INSTANTIATE_TEST_SUITE_P(Layouts, MemoryFields, ::testing::ValuesIn(g_Layouts()),
+                         [](const auto& rInfo) { return rInfo.param.sName; });
 
 }  // namespace

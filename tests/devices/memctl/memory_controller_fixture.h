@@ -10,6 +10,7 @@
 #include "sim/models/additional_data.h"
 #include "support/devices.h"
 #include "support/simulated_pc.h"
+#include "support/text_cases.h"
 
 namespace vxttest {
 
@@ -36,6 +37,13 @@ inline EFamily g_Family(const std::string& sName) {
 }
 
 using Registers = std::map<uint32_t, uint32_t>;  ///< of the DRAM controller, by offset
+
+/// "94=8 194=8"; "-": none.
+inline Registers g_Registers(const std::string& sText) {
+    Registers Result;
+    for (const auto& [uOffset, ullValue] : g_HexPairs(sText)) Result[uOffset] = static_cast<uint32_t>(ullValue);
+    return Result;
+}
 
 class CMemoryTest : public CSimulatedPc {
 protected:

@@ -2,7 +2,6 @@
 #include <sstream>
 
 #include "devices/memctl/memory_controller_fixture.h"
-#include "support/text_cases.h"
 
 namespace {
 
@@ -14,40 +13,21 @@ using vxtapi::MemConfig;
 using vxtapi::MemTiming;
 using namespace vxttest;
 
-// A family 10h board: a channel of DDR3-1333 that is in use has these.
-constexpr uint32_t kUsed10h = 0x3F48090D;
-// The rest of its registers, with bits around all fields.
-const Registers kChannelA = {{0x78, 0xA0000000}, {0x84, 0x5A0000D4}, {0x88, 0xC01655B4}, {0x8C, 0x00020944}};
-const Registers kChannelB = {{0x178, 0x0B000006}, {0x184, 0x00240004}, {0x188, 0xEB000092}, {0x18C, 0x01326833}};
-
 const std::string kSwitchRead = "rdmsr 0 C001001F", kSwitchWrite = "wrmsr 0 C001001F 00000000 00404000";
 
-/// "94=8 194=8"; A and B are the channels above, in use.
-Registers g_Registers(const std::string& sText) {
-    Registers Result;
-    std::istringstream Words(sText);
-    for (std::string sWord; Words >> sWord;) {
-        if (sWord == "A") {
-            Result.insert(kChannelA.begin(), kChannelA.end()), Result[0x94] = kUsed10h;
-        } else if (sWord == "B") {
-            Result.insert(kChannelB.begin(), kChannelB.end()), Result[0x194] = kUsed10h;
-        } else {
-            const size_t uEqual = sWord.find('=');
-            Result[static_cast<uint32_t>(std::stoul(sWord.substr(0, uEqual), nullptr, 16))] =
-                static_cast<uint32_t>(std::stoul(sWord.substr(uEqual + 1), nullptr, 16));
-        }
-    }
-    return Result;
+// A family 10h board: a channel of DDR3-1333 that is in use, with bits around all fields.
+const std::string kA = "94=3F48090D 78=A0000000 84=5A0000D4 88=C01655B4 8C=00020944",
+                  kB = "194=3F48090D 178=0B000006 184=00240004 188=EB000092 18C=01326833";
+
+/// As in memory_traffic.txt, where A and B are the channels above.
+Registers g_Channels(std::string sText) {
+    for (const auto& [cChannel, psRegisters] : {std::pair{'A', &kA}, {'B', &kB}})
+        if (const size_t uPlace = (" " + sText + " ").find({' ', cChannel, ' '}); uPlace != std::string::npos)
+            sText.replace(uPlace, 1, *psRegisters);
+    return g_Registers(sText);
 }
 
-struct MemoryController : CMemoryTest {
-    /// Requests since the last call.
-    Lines Requests() {
-        Lines Trace = TakeTrace();
-        std::erase_if(Trace, [](const std::string& sLine) { return sLine[0] >= 'A' && sLine[0] <= 'Z'; });
-        return Trace;
-    }
-};
+using MemoryController = CMemoryTest;
 
 // --- finding the controller ---
 
@@ -163,7 +143,7 @@ TEST_F(MemoryController, AsksTheHardwareInThisOrder) {
             std::tie(rRow[0], rRow[1], rRow[2], rRow[3], rRow[4], rRow[5]);
         SCOPED_TRACE(sFamily + ", " + sCase + ", " + sOperation);
         const EFamily eFamily = g_Family(sFamily);
-        BootAndInit(eFamily, g_Registers(sRegisters));
+        BootAndInit(eFamily, g_Channels(sRegisters));
         if (eFamily != kFirstK8) Additional().m_uReadsUntilDone = 2;
         MemTiming Timing;
         MemConfig Config;
@@ -172,7 +152,7 @@ TEST_F(MemoryController, AsksTheHardwareInThisOrder) {
             SetRegisters(g_Registers(sChanged));
             EXPECT_FALSE(Controller().GetMemConfig(&Config)) << "the last channel is lost";
         }
-        Requests();
+        TakeRequests();
         std::string sResult;
         if (sOperation == "read timings") {
             std::memset(&Timing, 0xEE, sizeof(Timing));
@@ -189,7 +169,7 @@ TEST_F(MemoryController, AsksTheHardwareInThisOrder) {
             EXPECT_TRUE(Controller().SetMemTiming(&Timing));
         }
         std::string sTraffic;
-        for (const std::string& sRequest : Requests()) sTraffic += (sTraffic.empty() ? "" : "; ") + sRequest;
+        for (const std::string& sRequest : TakeRequests()) sTraffic += (sTraffic.empty() ? "" : "; ") + sRequest;
         EXPECT_EQ(sTraffic + sResult, sRequests);
     }
 }
@@ -208,13 +188,13 @@ TEST_F(MemoryController, AConfigurationWriteChangesEachChannelFromItsOwnRegister
     MemConfig Config;
     ASSERT_TRUE(Controller().GetMemConfig(&Config));
     EXPECT_EQ(Config.dFourBankActWindow, 22) << "channel B's";
-    Requests();
+    TakeRequests();
     Config.bSlowAccessMode = true, Config.bGanged = true;
     Config.dDramTermination = 40;
     for (double* const pdDrive : {Config.adCkeDrive, Config.adCsOdtDrive, Config.adAddrCmdDrive}) pdDrive[0] = 1.5;
     for (double* const pdDrive : {Config.adClockDrive, Config.adDataDrive, Config.adDqsDrive}) pdDrive[0] = 1.0;
     EXPECT_TRUE(Controller().SetMemConfig(&Config));
-    EXPECT_THAT(Requests(),
+    EXPECT_THAT(TakeRequests(),
                 ElementsAre(kSwitchRead, kSwitchWrite, "pcird 0:18.2 90 8", "pcird 0:18.2 84 4",
                             "pciwr 0:18.2 90 8 000001000D09587F", "pciwr 0:18.2 84 4 80011111", "pcird 0:18.2 190 8",
                             "pcird 0:18.2 184 4", "pciwr 0:18.2 190 8 000002000D09587F", "pciwr 0:18.2 184 4 80012222",
@@ -227,26 +207,26 @@ TEST_F(MemoryController, AConfigurationWriteChangesEachChannelFromItsOwnRegister
 }
 
 TEST_F(MemoryController, NothingIsWrittenWithoutAChannelOrARecord) {
-    BootAndInit(kFamily10h, g_Registers("A B"));
+    BootAndInit(kFamily10h, g_Channels("A B"));
     MemConfig Config;
     MemTiming Timing{};
     EXPECT_FALSE(Controller().GetMemTiming(nullptr) || Controller().SetMemTiming(nullptr));
     EXPECT_FALSE(Controller().GetMemConfig(nullptr) || Controller().SetMemConfig(nullptr));
     EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("pTiming", "GetMemTiming"), Error("pTiming", "SetMemTiming"),
                                                 Error("pConfig", "GetMemConfig"), Error("pConfig", "SetMemConfig")));
-    EXPECT_THAT(Requests(), IsEmpty());
+    EXPECT_THAT(TakeRequests(), IsEmpty());
     SetRegisters({{0x94, 0}, {0x194, 0}});
     EXPECT_FALSE(Controller().GetMemConfig(&Config));
-    m_Log.Take(), Requests();
+    m_Log.Take(), TakeRequests();
     EXPECT_TRUE(Controller().SetMemTiming(&Timing) && Controller().SetMemConfig(&Config));
-    EXPECT_THAT(Requests(), ElementsAre(kSwitchRead, kSwitchWrite, kSwitchRead, kSwitchWrite));
+    EXPECT_THAT(TakeRequests(), ElementsAre(kSwitchRead, kSwitchWrite, kSwitchRead, kSwitchWrite));
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
 }
 
 // --- failures ---
 
 TEST_F(MemoryController, AMissingExtendedConfigurationSwitchIsLoggedOnceAndIgnored) {
-    BootAndInit(kFamily10h, g_Registers("A B"));
+    BootAndInit(kFamily10h, g_Channels("A B"));
     Machine().RemoveMsr(0, 0xC001001F);
     MemTiming Timing;
     MemConfig Config;
@@ -290,39 +270,40 @@ TEST_F(MemoryController, AdditionalDataIsReachedThroughThePairOfItsChannel) {
         EXPECT_EQ(Additional().Register(uPair, uRegister), 0x87654321u);
         const std::string sIndex = std::string("0:18.2 ") + pszIndex + " 4",
                           sData = std::string("0:18.2 ") + pszData + " 4";
-        EXPECT_THAT(Requests(), ElementsAre("pciwr " + sIndex + " " + pszRead, "pcird " + sIndex, "pcird " + sIndex,
-                                            "pcird " + sData, "pcird " + sData, "pciwr " + sData + " 21436587",
-                                            "pciwr " + sIndex + " " + pszWrite, "pcird " + sIndex, "pcird " + sIndex));
+        EXPECT_THAT(TakeRequests(),
+                    ElementsAre("pciwr " + sIndex + " " + pszRead, "pcird " + sIndex, "pcird " + sIndex,
+                                "pcird " + sData, "pcird " + sData, "pciwr " + sData + " 21436587",
+                                "pciwr " + sIndex + " " + pszWrite, "pcird " + sIndex, "pcird " + sIndex));
     }
 }
 
 TEST_F(MemoryController, AValueThatTheDataRegisterHoldsIsNotWrittenWhateverItIsOf) {
-    BootAndInit(kFamily10h, g_Registers("A B"));
+    BootAndInit(kFamily10h, g_Channels("A B"));
     Additional().Register(0, 4) = 0x55;
     uint32_t uValue = 0;
     ASSERT_TRUE(m_10h.GetAdditionalData(0, 4, uValue));
-    Requests();
+    TakeRequests();
     EXPECT_TRUE(m_10h.SetAdditionalData(0, 5, 0x55));
-    EXPECT_THAT(Requests(), ElementsAre("pcird 0:18.2 9C 4"));
+    EXPECT_THAT(TakeRequests(), ElementsAre("pcird 0:18.2 9C 4"));
     EXPECT_EQ(Additional().Register(0, 5), 0u);
 }
 
 TEST_F(MemoryController, AnAccessIsGivenUpAfterAThousandLooks) {
-    BootAndInit(kFamily10h, g_Registers("A B"));
+    BootAndInit(kFamily10h, g_Channels("A B"));
     for (const uint32_t uReads : {1000u, 1001u}) {
         const bool bInTime = uReads == 1000;
         Additional().m_uReadsUntilDone = uReads;
         Additional().Register(1, 0) = 0xCAFE;
-        Requests();
+        TakeRequests();
         uint32_t uValue = 7;
         EXPECT_EQ(m_10h.GetAdditionalData(1, 0, uValue), bInTime);
         EXPECT_EQ(uValue, bInTime ? 0xCAFE : 7u);
-        const Lines Trace = Requests();
+        const Lines Trace = TakeRequests();
         EXPECT_EQ(std::ranges::count(Trace, "pcird 0:18.2 198 4"), 1000);
         EXPECT_EQ(Trace.back(), bInTime ? "pcird 0:18.2 19C 4" : "pcird 0:18.2 198 4");
         EXPECT_EQ(m_Log.TakeErrors(), bInTime ? Lines{} : Lines{Error("nCounter < 1000", "GetAdditionalData")});
         EXPECT_EQ(m_10h.SetAdditionalData(1, 0, uReads), bInTime);
-        EXPECT_EQ(std::ranges::count(Requests(), "pcird 0:18.2 198 4"), 1000);
+        EXPECT_EQ(std::ranges::count(TakeRequests(), "pcird 0:18.2 198 4"), 1000);
         EXPECT_EQ(m_Log.TakeErrors(), bInTime ? Lines{} : Lines{Error("nCounter < 1000", "SetAdditionalData")});
     }
     Additional().m_bNeverDone = true;
@@ -336,18 +317,18 @@ TEST_F(MemoryController, AnAccessIsGivenUpAfterAThousandLooks) {
 }
 
 TEST_F(MemoryController, ThereAreTwoChannels) {
-    BootAndInit(kFamily10h, g_Registers("A B"));
+    BootAndInit(kFamily10h, g_Channels("A B"));
     uint32_t uValue = 0;
     EXPECT_FALSE(m_10h.GetAdditionalData(2, 0, uValue) || m_10h.SetAdditionalData(2, 0, 1));
     EXPECT_THAT(m_Log.TakeErrors(),
                 ElementsAre(Error("uChannel < 2", "GetAdditionalData"), Error("uChannel < 2", "SetAdditionalData")));
-    EXPECT_THAT(Requests(), IsEmpty());
+    EXPECT_THAT(TakeRequests(), IsEmpty());
 }
 
 // --- clock ---
 
 TEST_F(MemoryController, TheClockScalesWithTheReference) {
-    BootAndInit(kFamily10h, g_Registers("A"));
+    BootAndInit(kFamily10h, g_Channels("A"));
     EXPECT_DOUBLE_EQ(Controller().GetMemClock(200.0, 1.0), 667.0);
     EXPECT_DOUBLE_EQ(Controller().GetMemClock(250.0, 1.0), 833.75);
     EXPECT_DOUBLE_EQ(Controller().GetMemClock(201.0, 2.0), 667.0 * 2.01);
