@@ -140,7 +140,7 @@ TEST_F(CBiosCommandTest, SettingChecksIndexAndValueFirstAndReadingDoesNot) {
 
 TEST_F(CBiosCommandTest, AListThatCannotBeReadSaysHowFarItCame) {
     const std::string sFailed = g_Line("uRetCode == briSuccess", "CCMOSItemList::Init");
-    Boot("", std::string(kFirmware).substr(0, std::string(kFirmware).find("[firmware item]")));
+    Boot("", kFirmware.substr(0, kFirmware.find("[firmware item]")));
     EXPECT_TRUE(m_List.Init()) << "no items are no failure";
     EXPECT_THAT(m_List.GetItemList(), IsEmpty());
 

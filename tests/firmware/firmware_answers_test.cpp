@@ -68,7 +68,7 @@ TEST_F(CFirmwareAnswers, ThatAreWrongAreNamed) {
         ASSERT_EQ(rRow.size(), 3u) << rRow[0];
         const auto& [sOperation, sAnswers, sLines] = std::tie(rRow[0], rRow[1], rRow[2]);
         SCOPED_TRACE(sOperation + " | " + sAnswers);
-        std::string sMore, sText = std::string(kFirmware) + kBios;
+        std::string sMore, sText = kFirmware + kBios;
         for (const std::string& sAnswer : g_Split(sAnswers, " // ")) {
             const size_t uColon = sAnswer.find(": "), uArrow = sAnswer.find(" =>");
             if (sAnswer.starts_with("-: ")) {

@@ -5,49 +5,12 @@
 
 #include "firmware/bios_handler.h"
 #include "support/simulated_pc.h"
+#include "support/text_cases.h"
 
 namespace vxttest {
 
 /// Three clocks (the third without a list), two voltages, two setup items.
-inline constexpr const char* kFirmware = R"([machine]
-name = firmware
-[cpuid]
-00000001 = 00100F42 00000000 00000000 00000000
-[firmware]
-version = 3
-commands = 00030001 00030002 00040001
-vendor = QOR Boards
-graphics = 5A 1
-[firmware object 01010000]
-name = HTRefClock
-value = 200000
-values = 190000 200000 210000
-info = 150000 400000 200000 1000
-[firmware object 01020000]
-name = PCIeClock
-value = 100000
-values = 100000 101000
-[firmware object 01030000]
-name = ThirdClock
-property = 1
-value = 48000
-[firmware object 02010000]
-name = Memory voltage
-value = 1500
-info = 1300 1900 1500 25
-[firmware object 02070000]
-name = Board voltage
-value = 1200
-info = 1000 1400 0 10
-[firmware item]
-name = Core Trim Boost
-value = 1
-options = Disabled|Auto
-[firmware item]
-name = Quiet Boot
-value = 0
-options = Disabled|Enabled
-)";
+inline const std::string kFirmware = g_SourceText("tests/cases/firmware.machine");
 
 /// What the system says about the firmware; goes behind kFirmware or a [machine] section.
 inline constexpr const char* kBios = R"([wmi root\cimv2 Win32_BIOS]

@@ -1,8 +1,11 @@
 // The simulated firmware and the management data around it, asked as a WMI client asks.
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "sim/sim_client.h"
 #include "sim/wmi.h"
+#include "support/text_cases.h"
 
 namespace vxtsim {
 namespace {
@@ -11,51 +14,29 @@ using ::testing::ElementsAre;
 
 constexpr const char* kWmi = "root\\wmi";
 constexpr const char* kInstance = "QOR_ACPI.InstanceName=\"ACPI\\PNP0C14\\0_0\"";
-constexpr const char* kText = R"([machine]
-reference_clock = 201.5
-[wmi root\cimv2 Win32_BIOS]
-Manufacturer = text:Maker
-SerialNumber = null
-[wmi root\wmi Kinds]
-first = number:1
-[wmi root\wmi Kinds]
-second = number:2
-[firmware]
-version = 7
-vendor = QOR Boards
-graphics = 5A 1
-[firmware object 01010000]
-name = Clock
-value = 200000
-values = 190000 200000 210000
-[firmware object 02010000]
-name = Limited
-property = 1
-value = 1500
-info = 1300 1900 1500 4294967295
-[firmware object 02020000]
-name = Free
-value = -5
-[firmware object 02030000]
-name = Refusing
-value = 1
-status = 3
-[firmware object 02040000]
-name = Stuck
-value = 1
-values = 1 2
-stuck = 1
-[firmware object 02050000]
-name = At most
-info = 0 10
-[firmware item]
-name = Core Trim Boost
-value = 1
-options = Disabled|Auto
-[firmware item]
-name = Timeout
-value = 300
-)";
+/// The rows of one kind in tests/cases/sim_firmware.txt, without the kind.
+template <size_t uColumns> std::vector<std::array<std::string, uColumns>> g_Rows(const std::string& sKind) {
+    std::vector<std::array<std::string, uColumns>> Rows;
+    for (const std::vector<std::string>& rColumns : vxttest::g_CaseRows("sim_firmware.txt")) {
+        if (rColumns[0] != sKind) continue;
+        EXPECT_EQ(rColumns.size(), uColumns + 1) << rColumns[1];
+        std::ranges::copy(rColumns.begin() + 1, rColumns.end(), Rows.emplace_back().begin());
+    }
+    EXPECT_FALSE(Rows.empty()) << sKind;
+    return Rows;
+}
+
+/// A value as a machine file writes it, or CLASS{PROPERTY=VALUE;...} for an object.
+CWmiValue g_Value(const std::string& sText) {
+    const size_t uBrace = sText.find('{');
+    if (uBrace == std::string::npos)
+        return g_Parsed("[machine]\n[wmi root\\wmi X]\nvalue = " + g_Written(sText)).Wmi[0].Properties.at("value");
+    CWmiObject Object{sText.substr(0, uBrace), {}};
+    std::istringstream Properties(sText.substr(uBrace + 1, sText.size() - uBrace - 2));
+    for (std::string sName, sValue; std::getline(Properties, sName, '=') && std::getline(Properties, sValue, ';');)
+        Object.Properties[sName] = g_Value(sValue);
+    return CWmiValue::Object(std::move(Object));
+}
 
 CWmiObject g_Parameters(const std::string& sName, CWmiValue Value) {
     return {"__PARAMETERS", {{sName, std::move(Value)}}};
@@ -65,7 +46,8 @@ CWmiObject g_Parameters(const std::string& sName, CWmiValue Value) {
 struct CSimFirmwareTest : ::testing::Test {
     void Use(const std::string& sMore) {
         m_pWmi.reset();
-        m_pClient = std::make_unique<CSimClient>(g_Parsed(kText + sMore));
+        m_pClient =
+            std::make_unique<CSimClient>(g_Parsed(vxttest::g_SourceText("tests/cases/sim_firmware.machine") + sMore));
         m_pWmi = std::make_unique<CSimWmi>(m_pClient->m_Machine);
     }
     CSimFirmwareTest() { Use(""); }
@@ -112,68 +94,26 @@ struct CSimFirmwareTest : ::testing::Test {
 // --- what the methods answer
 
 TEST_F(CSimFirmwareTest, TakesLegalValuesAndRefusesOthers) {
-    const struct {
-        const char* pszCase;
-        uint32_t uId;
-        int32_t nValue, nStatus;
-        bool bTaken;
-    } Cases[] = {
-        {"listed", 0x01010000, 210000, 0, true},
-        {"not listed", 0x01010000, 205000, 1, false},
-        {"at the minimum", 0x02010000, 1300, 0, true},
-        {"at the maximum", 0x02010000, 1900, 0, true},
-        {"below", 0x02010000, 1299, 1, false},
-        {"above", 0x02010000, 1901, 1, false},
-        {"anything", 0x02020000, INT32_MIN, 0, true},
-        {"refusing", 0x02030000, 2, 3, false},
-        {"stuck", 0x02040000, 2, 0, false},
-        {"only a maximum: 0", 0x02050000, 0, 0, true},
-        {"only a maximum: 11", 0x02050000, 11, 1, false},
-        {"only a maximum: -1", 0x02050000, -1, 1, false},
-        {"unknown", 0x02990000, 0, 1, false},
-    };
-    for (const auto& [pszCase, uId, nValue, nStatus, bTaken] : Cases) {
-        SCOPED_TRACE(pszCase);
+    for (const auto& [sCase, sId, sValue, sStatus, sTaken] : g_Rows<5>("value")) {
+        SCOPED_TRACE(sCase);
+        const auto uId = static_cast<uint32_t>(std::stoul(sId, nullptr, 16));
+        const auto nValue = static_cast<int32_t>(std::stol(sValue));
         const auto Before = Firmware().Value(uId);
-        EXPECT_EQ(Set(uId, nValue), nStatus);
-        EXPECT_EQ(Firmware().Value(uId), bTaken ? nValue : Before);
+        EXPECT_EQ(Set(uId, nValue), std::stoi(sStatus));
+        EXPECT_EQ(Firmware().Value(uId), sTaken == "taken" ? nValue : Before);
     }
 }
 
 TEST_F(CSimFirmwareTest, RunsCommandsOnItsSetupItems) {
-    const auto Dword = [](const std::vector<uint8_t>& rBlock, size_t uOffset) {
-        uint32_t uValue = 0;
-        std::memcpy(&uValue, &rBlock.at(uOffset), sizeof(uValue));
-        return uValue;
-    };
-    const struct {
-        const char* pszCase;
-        uint32_t uCode;
-        uint16_t usFirst, usSecond;
-        uint32_t uReturnCode, uData;
-    } Cases[] = {
-        {"count", 0x00030001, 0, 0, 0, 2},
-        {"value", 0x00030003, 1, 0, 0, 1},
-        {"value of 16 bits", 0x00030003, 2, 0, 0, 300},
-        {"value of item 0", 0x00030003, 0, 0, 2, 0},
-        {"value past the last", 0x00030003, 3, 0, 2, 0},
-        {"value of an item beyond 16 bits", 0x00030003, 1, 1, 2, 0},
-        {"describe item 0", 0x00030002, 0, 0, 2, 0},
-        {"describe past the last", 0x00030002, 3, 0, 2, 0},
-        {"set", 0x00030004, 1, 0, 0, 0},
-        {"it is set", 0x00030003, 1, 0, 0, 0},
-        {"set beyond the options", 0x00030004, 1, 2, 2, 0},
-        {"set without options", 0x00030004, 2, 255, 0, 0},
-        {"it is set, too", 0x00030003, 2, 0, 0, 255},
-        {"set item 0", 0x00030004, 0, 0, 2, 0},
-        {"set past the last", 0x00030004, 3, 0, 2, 0},
-        {"unknown", 0x00030005, 1, 0, 1, 0},
-    };
-    for (const auto& [pszCase, uCode, usFirst, usSecond, uReturnCode, uData] : Cases) {
-        const std::vector<uint8_t> Result = Command(uCode, usFirst, usSecond);
-        ASSERT_EQ(Result.size(), 512u) << pszCase;
-        EXPECT_EQ(Dword(Result, 0), uReturnCode) << pszCase;
-        EXPECT_EQ(Dword(Result, 4), uData) << pszCase;
+    const auto Number = [](const std::string& sText) { return static_cast<uint32_t>(std::stoul(sText, nullptr, 16)); };
+    for (const auto& [sCase, sCode, sFirst, sSecond, sReturnCode, sData] : g_Rows<6>("command")) {
+        std::vector<uint8_t> Result =
+            Command(Number(sCode), static_cast<uint16_t>(Number(sFirst)), static_cast<uint16_t>(Number(sSecond)));
+        ASSERT_EQ(Result.size(), 512u) << sCase;
+        uint32_t auWords[2];
+        std::memcpy(auWords, Result.data(), sizeof(auWords));
+        EXPECT_EQ(auWords[0], Number(sReturnCode)) << sCase;
+        EXPECT_EQ(auWords[1], Number(sData)) << sCase;
     }
     EXPECT_EQ(Firmware().ItemValue(1), 0u);
     EXPECT_EQ(Firmware().ItemValue(2), 255u);
@@ -196,57 +136,12 @@ TEST_F(CSimFirmwareTest, DescribesAnItemInOneBlock) {
 // --- strictness
 
 TEST_F(CSimFirmwareTest, RefusesInputThatIsNotWhatTheMethodTakes) {
-    const auto Id = CWmiValue::Integer(0x01010000);
-    const auto Changed = [](CWmiValue Value, const std::function<void(CWmiValue&)>& Change) {
-        return Change(Value), Value;
-    };
-    const auto Packed = [&](const std::function<void(CWmiObject&)>& Change) {
-        CWmiObject Object = Package(0x01010000, 200000);
-        Change(Object);
-        return CWmiValue::Object(Object);
-    };
-    const auto Requested = [&](CWmiValue Words) {
-        CWmiObject Object = m_pWmi->GetObject(kWmi, "BiosRequestPackage").value();
-        Object.Properties["x"] = std::move(Words);
-        return CWmiValue::Object(Object);
-    };
-    const auto Bytes = CWmiValue::ByteArray(std::vector<uint8_t>(256));
-    const struct {
-        const char *pszCase, *pszMethod, *pszName;
-        CWmiValue Value;
-        bool bTaken = false;
-    } Cases[] = {
-        {"ID", "GetValue", "id", Id, true},
-        {"ID under another name", "GetValue", "ID", Id},
-        {"ID as text", "GetValue", "id", CWmiValue::Text("01010000")},
-        {"null ID", "GetInfo", "id", CWmiValue::Typed(CWmiValue::kNull)},
-        {"list of IDs", "GetDValues", "id", CWmiValue::IntegerArray({1})},
-        {"package", "SetValue", "pack", Packed([](CWmiObject&) {}), true},
-        {"package under another name", "SetValue", "Pack", Packed([](CWmiObject&) {})},
-        {"package of another class", "SetValue", "pack", Packed([](CWmiObject& r) { r.sClass = "Package"; })},
-        {"package without ID", "SetValue", "pack", Packed([](CWmiObject& r) { r.Properties.erase("id"); })},
-        {"package without value", "SetValue", "pack", Packed([](CWmiObject& r) { r.Properties.erase("value"); })},
-        {"package with a text", "SetValue", "pack",
-         Packed([](CWmiObject& r) { r.Properties["value"] = CWmiValue::Text("1"); })},
-        {"request in place of a package", "SetValue", "pack",
-         Requested(CWmiValue::IntegerArray(std::vector<int32_t>(9)))},
-        {"no object in it", "SetValue", "pack", CWmiValue::Typed(CWmiValue::kObject)},
-        {"no package at all", "SetValue", "pack", Id},
-        {"nine words", "BiosRequest", "pack", Requested(CWmiValue::IntegerArray(std::vector<int32_t>(9))), true},
-        {"eight words", "BiosRequest", "pack", Requested(CWmiValue::IntegerArray(std::vector<int32_t>(8)))},
-        {"ten words", "BiosRequest", "pack", Requested(CWmiValue::IntegerArray(std::vector<int32_t>(10)))},
-        {"nine bytes", "BiosRequest", "pack", Requested(CWmiValue::ByteArray(std::vector<uint8_t>(9)))},
-        {"command", "RunCMD", "Inbuf", Bytes, true},
-        {"255 bytes", "RunCMD", "Inbuf", CWmiValue::ByteArray(std::vector<uint8_t>(255))},
-        {"257 bytes", "RunCMD", "Inbuf", CWmiValue::ByteArray(std::vector<uint8_t>(257))},
-        {"256 words", "RunCMD", "Inbuf", CWmiValue::IntegerArray(std::vector<int32_t>(256))},
-        {"null array", "RunCMD", "Inbuf", Changed(Bytes, [](CWmiValue& r) { r.bNullArray = true; })},
-        {"array without data", "RunCMD", "Inbuf", Changed(Bytes, [](CWmiValue& r) { r.bNoData = true; })},
-        {"command under another name", "RunCMD", "InBuf", Bytes},
-        {"input for a method without", "Init", "id", Id},
-    };
-    for (const auto& [pszCase, pszMethod, pszName, Value, bTaken] : Cases)
-        EXPECT_EQ(ExecuteOn(pszMethod, pszName, Value).has_value(), bTaken) << pszCase;
+    for (const auto& [sCase, sMethod, sName, sValue, sTaken] : g_Rows<5>("input"))
+        EXPECT_EQ(ExecuteOn(sMethod, sName, g_Value(sValue)).has_value(), sTaken == "taken") << sCase;
+    CWmiValue NullArray = CWmiValue::ByteArray(std::vector<uint8_t>(256)), NoData = NullArray;
+    NullArray.bNullArray = NoData.bNoData = true;
+    EXPECT_EQ(ExecuteOn("RunCMD", "Inbuf", NullArray), std::nullopt);
+    EXPECT_EQ(ExecuteOn("RunCMD", "Inbuf", NoData), std::nullopt);
     for (const char* const pszMethod : {"GetValue", "SetValue", "GetInfo", "GetDValues", "BiosRequest", "RunCMD"})
         EXPECT_EQ(Execute(pszMethod), std::nullopt) << pszMethod << " without input";
     EXPECT_EQ(Execute("GetVolume"), std::nullopt);
@@ -344,35 +239,14 @@ TEST(ReferenceClock, ACoreMayKeepItsMultiplierWhenTheClockRises) {
 // --- classes, instances, paths
 
 TEST_F(CSimFirmwareTest, ClassesAndInstancesAreFoundAtTheirPaths) {
-    const struct {
-        const char *pszNamespace, *pszPath, *pszClass;  // null: not there
-    } Cases[] = {
-        {"root\\wmi", "QOR_ACPI", "QOR_ACPI"},
-        {"ROOT\\Wmi", "QOR_ACPI", "QOR_ACPI"},
-        {"root\\wmi", kInstance, "QOR_ACPI"},
-        {"root\\wmi", "SetValuePackage", "SetValuePackage"},
-        {"root\\wmi", "BiosRequestPackage", "BiosRequestPackage"},
-        {"root\\wmi", "Kinds", "Kinds"},
-        {"root\\wmi", "Kinds.Number=0", "Kinds"},
-        {"root\\wmi", "Kinds.Number=1", "Kinds"},
-        {"root\\cimv2", "Win32_BIOS.Number=0", "Win32_BIOS"},
-        {"root\\wmi", "Kinds.Number=2", nullptr},
-        {"root\\wmi", "kinds", nullptr},
-        {"root\\wmi", "Win32_BIOS", nullptr},
-        {"root\\cimv2", "QOR_ACPI", nullptr},
-        {"root\\wmi", "QOR_ACPI.InstanceName=\"other\"", nullptr},
-        {"root\\wmi", "QOR_ACPI.", nullptr},
-        {"root\\wmi", "", nullptr},
-        {"root\\default", "Kinds", nullptr},
-    };
-    for (const auto& [pszNamespace, pszPath, pszClass] : Cases) {
-        SCOPED_TRACE(std::string(pszNamespace) + ":" + pszPath);
-        const auto Object = m_pWmi->GetObject(pszNamespace, pszPath);
-        ASSERT_EQ(Object.has_value(), pszClass != nullptr);
+    for (const auto& [sNamespace, sPath, sClass] : g_Rows<3>("path")) {
+        SCOPED_TRACE(sNamespace + ":" + sPath);
+        const auto Object = m_pWmi->GetObject(sNamespace, sPath);
+        ASSERT_EQ(Object.has_value(), sClass != "-");
         if (!Object) continue;
-        EXPECT_EQ(Object->sClass, pszClass);
-        EXPECT_EQ(Object->Properties.at("__CLASS"), CWmiValue::Text(pszClass));
-        EXPECT_EQ(Object->Properties.at("__PATH"), CWmiValue::Text(pszPath));
+        EXPECT_EQ(Object->sClass, sClass);
+        EXPECT_EQ(Object->Properties.at("__CLASS"), CWmiValue::Text(sClass));
+        EXPECT_EQ(Object->Properties.at("__PATH"), CWmiValue::Text(sPath));
     }
     const auto Class = m_pWmi->GetObject(kWmi, "Kinds")->Properties;
     EXPECT_EQ(Class.at("first"), CWmiValue::Typed(CWmiValue::kNull)) << "a definition has no values";

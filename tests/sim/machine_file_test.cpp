@@ -16,23 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string g_Replaced(std::string sText, char c, const std::string& sBy) {
-    for (size_t u = 0; (u = sText.find(c, u)) != std::string::npos; u += sBy.size()) sText.replace(u, 1, sBy);
-    return sText;
-}
-
-/// The text of a row: "<3*a@ >" is "a0 a1 a2 ", innermost first, and ~ the end of a line.
-std::string g_Written(std::string sRow) {
-    for (size_t uBegin; (uBegin = sRow.rfind('<')) != std::string::npos;) {
-        const size_t uStar = sRow.find('*', uBegin), uEnd = sRow.find('>', uBegin);
-        std::string sMany;
-        for (int i = 0; i < std::stoi(sRow.substr(uBegin + 1)); ++i)
-            sMany += g_Replaced(sRow.substr(uStar + 1, uEnd - uStar - 1), '@', std::to_string(i));
-        sRow.replace(uBegin, uEnd + 1 - uBegin, sMany);
-    }
-    return g_Replaced(sRow, '~', "\n");
-}
-
 /// What a machine's text says beyond [machine], in one line.
 std::string g_Sections(const CMachineDescription& rMachine) {
     const std::string sText = g_FormatMachine(rMachine);

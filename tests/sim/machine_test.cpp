@@ -1,4 +1,4 @@
-// The simulated PC: firmware tables, memory-mapped configuration space, timers, mappings.
+// The simulated PC as a whole: firmware tables, power cycles, mappings.
 #include <algorithm>
 
 #include "sim/models/pm_timer.h"
@@ -101,47 +101,6 @@ TEST(Machine, EveryBuiltInMachineHasWhatTheLibraryNeeds) {
     }
 }
 
-TEST(Machine, ConfigurationSpaceIsSeenThroughMemoryWhereTheTableSaysSo) {
-    CSimClient Ddr3("family10h-ddr3");
-    EXPECT_EQ(Ddr3.ReadMemory(0xE00C0000), 0x12001022u);
-    EXPECT_EQ(Ddr3.ReadMemory(0xE0200000), 0x816810ECu) << "bus 2";
-    EXPECT_EQ(Ddr3.ReadMemory(0xE00C2194), 0x1F48090Bu) << "an extended register";
-    EXPECT_EQ(Ddr3.ReadMemory(0xE00A0100), 0xFFFFFFFFu) << "a function without extended registers";
-    EXPECT_EQ(Ddr3.ReadMemory(0xE00A0000), 0x43851002u);
-    Ddr3.m_Machine.SetPciDword({255, 31, 7}, 0, 0x00017777);
-    EXPECT_EQ(Ddr3.ReadMemory(0xEFFFF000), 0x00017777u) << "the last function";
-    Ddr3.m_Machine.SetPciDword({0, 0, 0}, 0, 0x00027777);
-    EXPECT_EQ(Ddr3.ReadMemory(0xF0000000), 0xFFFFFFFFu) << "past bus 255";
-
-    CSimClient Ddr2("family10h-ddr2");
-    EXPECT_EQ(Ddr2.m_Machine.AcpiAddress("MCFG"), 0u);
-    EXPECT_EQ(Ddr2.ReadMemory(0xE00C0000), 0xFFFFFFFFu);
-
-    CSimClient K8("k8-revf-dual");
-    EXPECT_NE(K8.m_Machine.AcpiAddress("MCFG"), 0u);
-    EXPECT_EQ(K8.ReadMemory(0xE00C0000), 0xFFFFFFFFu) << "this processor answers configuration cycles only";
-    EXPECT_EQ(K8.ReadMemory(0xE00A0000), 0x43851002u) << "the chipset answers both";
-    EXPECT_EQ(K8.ReadPci({0, 0x18, 0}, 0), 0x11001022u);
-}
-
-TEST(Machine, CpuidKnowsSubleavesOnlyWhereTheyAreDescribed) {
-    CSimMachine Machine(g_Parsed("[machine]\n[cpuid]\n1 = 1 0 0 0\nB = 2 0 0 0\nB.1 = 3 0 0 0\n"));
-    EXPECT_EQ(Machine.Cpuid(0, 1, 7).uEax, 1u) << "ECX is ignored";
-    EXPECT_EQ(Machine.Cpuid(0, 0xB, 0).uEax, 2u);
-    EXPECT_EQ(Machine.Cpuid(0, 0xB, 1).uEax, 3u);
-    EXPECT_EQ(Machine.Cpuid(0, 0xB, 2), CCpuidResult{});
-    EXPECT_EQ(Machine.Cpuid(0, 0x80000000), CCpuidResult{});
-}
-
-TEST(Machine, AReadAcrossRegionsFillsGapsWithOnes) {
-    CSimMachine Machine(g_Parsed("[machine]\n[memory FFC]\n11 22 33 44 55 66\n[memory 1004]\n77\n"));
-    EXPECT_EQ(g_Read(Machine, 0xFFB, 12),
-              (std::vector<uint8_t>{0xFF, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0xFF, 0xFF, 0x77, 0xFF, 0xFF}));
-    const std::array<uint8_t, 4> Bytes{1, 2, 3, 4};
-    Machine.WriteMemory(0x1001, Bytes);
-    EXPECT_EQ(g_Read(Machine, 0x1000, 6), (std::vector<uint8_t>{0x55, 1, 0xFF, 0xFF, 4, 0xFF}));
-}
-
 TEST(Machine, AfterAPowerCycleItIsAsItWasAtFirst) {
     CSimClient Client("family10h-ddr3"), Fresh("family10h-ddr3");
     CSimMachine& rMachine = Client.m_Machine;
@@ -164,38 +123,6 @@ TEST(Machine, AfterAPowerCycleItIsAsItWasAtFirst) {
         EXPECT_EQ(Client.ReadMemory(0xFFFF0), 0x00E05BEAu);
         Fresh.m_Machine.PowerCycle();
     }
-}
-
-TEST(Machine, ThePmTimerCountsVirtualSecondsForEver) {
-    CSimClient Client("family10h-ddr3");
-    Client.m_Machine.Advance(10'000 * uint64_t{1'000'000'000});
-    const uint64_t ullTicks = static_cast<uint64_t>((10'000 + 5e-6) * 3'579'545);
-    EXPECT_EQ(Client.In(0x808, 4), ullTicks & 0xFFFFFF);
-    EXPECT_LE(Client.In(0x80B, 1), 0u) << "bits 31:24 do not exist";
-}
-
-TEST(Machine, TheApicTimerDividesStopsAndStartsAgain) {
-    CSimClient Client("family10h-ddr3");
-    const uint64_t ullTimer = Client.MapApicTimer();
-    CSimMachine& rMachine = Client.m_Machine;
-    constexpr struct {
-        uint32_t uCode, uDivider;
-    } kDividers[] = {{0, 2}, {1, 4}, {2, 8}, {3, 16}, {8, 32}, {9, 64}, {10, 128}, {11, 1}};
-    for (const auto& [uCode, uDivider] : kDividers) {
-        rMachine.WriteMapped(ullTimer + 0xE0, uCode);
-        rMachine.WriteMapped(ullTimer + 0x80, 1'000'000);
-        rMachine.Advance(640'000);  // 128000 bus clocks
-        EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 1'000'000 - 128'000 / uDivider) << uDivider;
-    }
-    rMachine.Advance(1'000'000'000);
-    EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 0u) << "one shot";
-    rMachine.WriteMapped(ullTimer + 0x90, 5);
-    EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 0u) << "read only";
-    rMachine.WriteMapped(ullTimer + 0x20, 1u << 17);
-    rMachine.WriteMapped(ullTimer + 0x80, 999);
-    rMachine.Advance(5'000);  // 1000 bus clocks at no division: once round
-    EXPECT_EQ(rMachine.ReadMapped(ullTimer + 0x90), 999u) << "periodic";
-    EXPECT_EQ(Client.ReadMemory(0xFEE00380), 999u) << "the same registers as physical memory";
 }
 
 TEST(Machine, AnAccessToWhatIsNotMappedEndsTheProgram) {
