@@ -177,7 +177,7 @@ protected:
 
 TEST_P(SimSessions, AnswersAsWritten) {
     // Verb, the rest, mask and answer. The equals sign of a machine's text is none of ours.
-    static const std::regex s_Step("(\\w+) ?(.*?)(?: & ([0-9A-F]+))?(?: = (refused|[0-9A-F]+))?(?:  # .*)?"),
+    static const std::regex s_Step("(\\w+)(?:| (.*?))(?: & ([0-9A-F]+))?(?: = (refused|[0-9A-F]+))?(?:  # .*)?"),
         s_Text("(text) (.*?)()()(?:  # .*)?");
     for (const std::string& sLine : GetParam().second) {
         SCOPED_TRACE(sLine);

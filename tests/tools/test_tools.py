@@ -25,8 +25,7 @@ SOURCE = pathlib.Path(__file__).resolve().parents[2]
 SCHEMA = jsonschema.Draft202012Validator(json.loads((SOURCE / "docs/schema/vxt-output-1.schema.json").read_text(encoding="utf-8")))
 TOOLS = ("vxtctl", "vxtdiag")
 MACHINES = sorted(path.stem for path in (SOURCE / "machines").glob("*.machine"))
-DDR2 = (SOURCE / "machines/family10h-ddr2.machine").read_text(encoding="utf-8")
-FIRMWARE = DDR2 + "\n" + (SOURCE / "tests/tools/firmware_sections.txt").read_text(encoding="utf-8")
+FIRMWARE = "[machine]\nbased_on = family10h-ddr2\n" + (SOURCE / "tests/tools/firmware_sections.txt").read_text(encoding="utf-8")
 
 Answer = namedtuple("Answer", "code out err")
 table = pytest.mark.parametrize
@@ -397,8 +396,7 @@ def test_on_a_terminal_the_plan_is_shown_and_asked_about(typed, code, fragment):
 
 def bios_machine(*instances):
     """A machine with these BIOS identities alone."""
-    text = re.sub(r"(?ms)^\[wmi .*?(?=^\[|\Z)", "", DDR2)
-    write("bios.machine", text + "\n" + "".join("[wmi root\\cimv2 Win32_BIOS]\n" + rows for rows in instances))
+    write("bios.machine", "[machine]\nbased_on = family10h-ddr2\nwithout = wmi\n" + "".join("[wmi root\\cimv2 Win32_BIOS]\n" + rows for rows in instances))
     return "--machine bios.machine"
 
 
@@ -525,9 +523,23 @@ def sections(text):
     return found
 
 
+def machine_sections(name):
+    """A built-in machine as its file says it, with what it takes over from its base."""
+    own = sections(read(SOURCE / f"machines/{name}.machine"))
+    head = dict(row.split(" = ", 1) for row in own["[machine]"])
+    if "based_on" not in head:
+        return own
+    gone = tuple(f"[{part}{end}" for part in head.get("without", "-").split(", ") for end in ("]", " "))
+    whole = {section: rows for section, rows in machine_sections(head["based_on"]).items() if not section.startswith(gone)}
+    for section, rows in own.items():
+        keys = {row.split(" = ")[0] for row in rows if " = " in row}  # dumps have none: they replace the base's
+        whole[section] = [row for row in whole.get(section, []) if keys and row.split(" = ")[0] not in keys] + rows
+    return whole
+
+
 @table("machine", MACHINES)
 def test_a_snapshot_has_the_contents_of_the_machine_it_was_taken_of(machine):
-    original = sections(read(SOURCE / f"machines/{machine}.machine"))
+    original = machine_sections(machine)
     copied = sections(run(f"vxtdiag snapshot --machine {machine}").out)
     for name, rows in original.items():
         if name == "[cpuid]":

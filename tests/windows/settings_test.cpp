@@ -24,12 +24,6 @@ TEST_F(CSettings, TheLogLiesInAFolderOfTheDayAndNamesItsStart) {
     EXPECT_EQ(g_ReadLog().find('\r'), std::string::npos) << "text mode";
 }
 
-TEST_F(CSettings, WithoutALogNothingIsWritten) {
-    ASSERT_TRUE(m_Library->Init(false));
-    EXPECT_TRUE(m_Library->UnInit());
-    EXPECT_FALSE(std::filesystem::exists("Logs"));
-}
-
 TEST_F(CSettings, TheWarningCountsAsAcceptedOnlyWhenTheUserStoredOne) {
     const DWORD dwOne = 1, dwTwo = 2;
     const uint64_t ullOne = 1;
