@@ -155,7 +155,7 @@ TEST_F(CpuInit, KeepsTheFeatureBitsItAsksForAndNoOthers) {
 TEST_F(CpuInit, DescribesTheCachesAsTheProcessorEncodesThem) {
     Create(2, [](auto& rMachine) {
         rMachine.Cpuid[{0x80000005, 0}] = {0xFF30FF10, 0x11111111, 0x40020140, 0x22222222};
-        rMachine.Cpuid[{0x80000006, 0}] = {0, 0, 0x02008140, 0};
+        rMachine.Cpuid[{0x80000006, 0}] = {0, 0, 0x02008940, 0};
     });
     ASSERT_TRUE(m_pCpu->Init(0));
     const vxt::CCacheInfo& rCaches = m_pCpu->GetCaches();
@@ -163,7 +163,7 @@ TEST_F(CpuInit, DescribesTheCachesAsTheProcessorEncodesThem) {
     EXPECT_THAT(rCaches.adL1Data, ElementsAre(64, 2, 1, 64));
     EXPECT_EQ(rCaches.dL2Size, 512);
     EXPECT_EQ(rCaches.dL2Associativity, 8);
-    EXPECT_EQ(rCaches.dL2LinesPerTag, 1);
+    EXPECT_EQ(rCaches.dL2LinesPerTag, 9);
     EXPECT_EQ(rCaches.dL2LineSize, 64);
 }
 

@@ -188,6 +188,10 @@ TEST_F(CDeviceManagerTest, OfTwoClassesForOneDeviceTheOlderIsDroppedAndANewerOne
     const Lines StoppedLog = m_Log.Take();
     EXPECT_THAT(StoppedLog, Contains("4 Delete old device Old and add new device."));
     EXPECT_THAT(StoppedLog, Contains("1 " + g_ProcessError("hTempModule", "CDeviceManager::Init")));
+
+    constexpr vxt::CCreateFunction kTwice[] = {vxt::g_CreateDevice<CNewBios>, vxt::g_CreateDevice<CNewBios>};
+    vxt::CDeviceManager Equal(kTwice);
+    EXPECT_TRUE(Equal.Init(nullptr)) << "of two equals the first stays";
 }
 
 TEST_F(CDeviceManagerTest, RefreshRecreatesWhatComesAndGoes) {
