@@ -50,6 +50,7 @@ struct CLayout {
             if ((" " + sName + " " + sRows + " ").find(" " + sWord + " ") != std::string::npos) return true;
         return false;
     }
+    friend void PrintTo(const CLayout& rLayout, std::ostream* pStream) { *pStream << rLayout.sName; }
 };
 std::vector<CLayout> g_Layouts() {
     std::vector<CLayout> Layouts;
