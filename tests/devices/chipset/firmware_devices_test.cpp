@@ -96,6 +96,7 @@ TEST_F(CClockGenTest, AFlaggedClockIsNotAskedForAList) {
     Use(g_Answer("GetObjectID", "ID = missing"));
     ASSERT_TRUE(m_ClockGen.Init(0)) << "without IDs every flag counts as set";
     EXPECT_EQ(System().m_Wmi.Firmware()->Executions("GetDValues"), 0u);
+    EXPECT_THAT(List(&vxt::CDefaultClockGen::GetPCIeClockList), IsEmpty()) << "nor does a list of last time stay";
     EXPECT_EQ(m_ClockGen.GetExternalClock(), 200.0);
 }
 

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "devices/cpu/cpu_fixture.h"
+#include "devices/processor_signatures.h"
 #include "firmware/acpi_table.h"
 #include "support/devices.h"
 
@@ -29,14 +30,6 @@ constexpr CClass kClasses[] = {g_Class<vxt::CCorvel64CPU>("CCorvel64CPU"),
                                g_Class<vxt::CTalvorCPU>("CTalvorCPU")};
 constexpr const char* kMachines[] = {"k8-first", "k8-revf-dual", "family10h-ddr3", "family11h-mobile"};  // one for each
 
-const std::string kBase = "Fn0000_0001_Eax.BaseFamily == 0x0F";
-const std::string k0Fh = "Fn0000_0001_Eax.ExtendedFamily == 0", k10h = "Fn0000_0001_Eax.ExtendedFamily == 0x01",
-                  k11h = "Fn0000_0001_Eax.ExtendedFamily == 0x02";
-const std::string kFirst =
-    "Fn0000_0001_Eax.ExtendedModel == 0 || Fn0000_0001_Eax.ExtendedModel == 1 || Fn0000_0001_Eax.ExtendedModel == 2";
-const std::string kLater =
-    "Fn0000_0001_Eax.ExtendedModel != 0 && Fn0000_0001_Eax.ExtendedModel != 1 && Fn0000_0001_Eax.ExtendedModel != 2";
-
 struct CpuInit : vxttest::CSimulatedPc {
     std::unique_ptr<vxt::CFamilyCPU> m_pCpu;
 
@@ -54,17 +47,8 @@ struct CpuInit : vxttest::CSimulatedPc {
 };
 
 TEST_F(CpuInit, EveryProcessorIsTakenByOneClassAndTheOthersTellWhy) {
-    const struct {
-        uint32_t uSignature;
-        std::array<std::string, 4> Texts;  ///< by class; empty: taken
-    } kCases[] = {
-        {0x00000F4A, {"", kLater, k10h, k11h}}, {0x00010FF0, {"", kLater, k10h, k11h}},
-        {0x00020FB1, {"", kLater, k10h, k11h}}, {0x00030F00, {kFirst, "", k10h, k11h}},
-        {0x00060FB2, {kFirst, "", k10h, k11h}}, {0x000F0FB2, {kFirst, "", k10h, k11h}},
-        {0x00100F42, {k0Fh, k0Fh, "", k11h}},   {0x00200F31, {k0Fh, k0Fh, k10h, ""}},
-        {0x00300F10, {k0Fh, k0Fh, k10h, k11h}}, {0x00000681, {kBase, kBase, kBase, kBase}},
-    };
-    for (const auto& [uSignature, Texts] : kCases)
+    for (const auto& [uSignature, Texts] :
+         vxttest::g_Signatures("Fn0000_0001_Eax.ExtendedFamily == 0x01", "Fn0000_0001_Eax.ExtendedFamily == 0x02"))
         for (size_t i = 0; i < std::size(kClasses); ++i) {
             SCOPED_TRACE(kClasses[i].pszName + std::string(" on ") + std::to_string(uSignature));
             Create(i, [uSignature = uSignature](auto& rMachine) { rMachine.Cpuid[{1, 0}].uEax = uSignature; });
@@ -171,7 +155,7 @@ TEST_F(CpuInit, KeepsTheFeatureBitsItAsksForAndNoOthers) {
 TEST_F(CpuInit, DescribesTheCachesAsTheProcessorEncodesThem) {
     Create(2, [](auto& rMachine) {
         rMachine.Cpuid[{0x80000005, 0}] = {0xFF30FF10, 0x11111111, 0x40020140, 0x22222222};
-        rMachine.Cpuid[{0x80000006, 0}] = {0, 0, 0x02008140, 0};
+        rMachine.Cpuid[{0x80000006, 0}] = {0, 0, 0x02008940, 0};
     });
     ASSERT_TRUE(m_pCpu->Init(0));
     const vxt::CCacheInfo& rCaches = m_pCpu->GetCaches();
@@ -179,7 +163,7 @@ TEST_F(CpuInit, DescribesTheCachesAsTheProcessorEncodesThem) {
     EXPECT_THAT(rCaches.adL1Data, ElementsAre(64, 2, 1, 64));
     EXPECT_EQ(rCaches.dL2Size, 512);
     EXPECT_EQ(rCaches.dL2Associativity, 8);
-    EXPECT_EQ(rCaches.dL2LinesPerTag, 1);
+    EXPECT_EQ(rCaches.dL2LinesPerTag, 9);
     EXPECT_EQ(rCaches.dL2LineSize, 64);
 }
 

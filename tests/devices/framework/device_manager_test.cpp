@@ -119,48 +119,23 @@ TEST_F(CDeviceManagerTest, EveryClassGivesInstancesUntilOneRefusesOrSixteenExist
 TEST_F(CDeviceManagerTest, TheDeviceListAllowsOrDeniesTypes) {
     constexpr vxt::CCreateFunction kList[] = {vxt::g_CreateDevice<CDisk>, vxt::g_CreateDevice<CKeyboard>,
                                               vxt::g_CreateDevice<CUsb>};
-    const std::string sLong = "[on]\n" + std::string(63, 'x') + "HardDisk\n";
+    auto Rows = vxttest::g_CaseRows("device_lists.txt");
     std::string sUtf16 = "\xFF\xFE";
     for (const char c : std::string_view("[on]\nUSB Controller")) sUtf16.append({c, '\0'});
-    const struct {
-        const char* pszCase;
-        std::string sFile;
-        uint32_t uTypes;
-        bool bDisk;
-    } kCases[] = {
-        {"allow", "[on]\nHardDisk\nKeyboard\n", 2, true},
-        {"allow, Windows line ends, other case", "[ON] comment\r\nharddisk\r\n", 1, true},
-        {"deny", "[off]\nHardDisk\n", 2, false},
-        {"three characters of the mode are not enough", "[ofXYZ\nHardDisk", 3, true},
-        {"deny with anything after", "[OFF whatever\nHardDisk", 2, false},
-        {"a bracket too early is no mode", "[of]\nHardDisk\n", 3, true},
-        {"no mode line", "HardDisk\n", 3, true},
-        {"empty: nothing is allowed", "", 0, false},
-        {"mode alone", "[on]", 0, false},
-        {"entry longer than the type text", "[on]\nHardDisk and more", 1, true},
-        {"entry shorter than the type text", "[on]\nHard\n", 0, false},
-        {"leading blank is not skipped", "[on]\n HardDisk\n", 0, false},
-        {"a long line goes on as the next entry", sLong, 1, true},
-        {"UTF-8 mark", "\xEF\xBB\xBF[on]\nHardDisk\n", 1, true},
-        {"UTF-16", sUtf16, 1, false},
-        {"zero bytes", std::string("[on]\n\0\0\0\0HardDisk\n", 18), 0, false},
-    };
-    for (const auto& rCase : kCases) {
-        SCOPED_TRACE(rCase.pszCase);
-        WriteList(rCase.sFile);
+    Rows.push_back({"Windows line ends, other case", "[ON] comment\r\nharddisk\r\n", "1", "yes", "right"});
+    Rows.push_back({"empty: nothing is allowed", "", "0", "no", "right"});
+    Rows.push_back({"UTF-8 mark", "\xEF\xBB\xBF[on]\nHardDisk\n", "1", "yes", "right"});
+    Rows.push_back({"UTF-16", sUtf16, "1", "no", "right"});
+    Rows.push_back({"zero bytes", std::string("[on]\n\0\0\0\0HardDisk\n", 18), "0", "no", "right"});
+    for (const auto& rRow : Rows) {
+        SCOPED_TRACE(rRow.at(0));
+        WriteList(rRow[1]);
         vxt::CDeviceManager Manager(kList);
         EXPECT_TRUE(Manager.Init(nullptr));
-        const bool bModeWrong = rCase.pszCase == std::string_view("a bracket too early is no mode") ||
-                                rCase.pszCase == std::string_view("no mode line") ||
-                                rCase.pszCase == std::string_view("three characters of the mode are not enough");
-        EXPECT_EQ(Manager.GetDeviceTypeCount(), rCase.uTypes);
-        EXPECT_EQ(Manager.GetDevice(vxtapi::kDeviceHardDisk, 0) != nullptr, rCase.bDisk);
-        const Lines Errors = m_Log.TakeErrors();
-        if (bModeWrong) {
-            EXPECT_THAT(Errors, ElementsAre(g_ProcessError("false", "CDeviceManager::_ReadDeviceListConfig")));
-        } else {
-            EXPECT_THAT(Errors, IsEmpty());
-        }
+        EXPECT_EQ(std::to_string(Manager.GetDeviceTypeCount()), rRow[2]);
+        EXPECT_EQ(Manager.GetDevice(vxtapi::kDeviceHardDisk, 0) != nullptr, rRow[3] == "yes");
+        const std::string sWrongMode = g_ProcessError("false", "CDeviceManager::_ReadDeviceListConfig");
+        EXPECT_EQ(m_Log.TakeErrors(), rRow.at(4) == "wrong" ? Lines{sWrongMode} : Lines{});
     }
 }
 
@@ -213,6 +188,10 @@ TEST_F(CDeviceManagerTest, OfTwoClassesForOneDeviceTheOlderIsDroppedAndANewerOne
     const Lines StoppedLog = m_Log.Take();
     EXPECT_THAT(StoppedLog, Contains("4 Delete old device Old and add new device."));
     EXPECT_THAT(StoppedLog, Contains("1 " + g_ProcessError("hTempModule", "CDeviceManager::Init")));
+
+    constexpr vxt::CCreateFunction kTwice[] = {vxt::g_CreateDevice<CNewBios>, vxt::g_CreateDevice<CNewBios>};
+    vxt::CDeviceManager Equal(kTwice);
+    EXPECT_TRUE(Equal.Init(nullptr)) << "of two equals the first stays";
 }
 
 TEST_F(CDeviceManagerTest, RefreshRecreatesWhatComesAndGoes) {

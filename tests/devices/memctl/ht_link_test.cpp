@@ -6,6 +6,7 @@
 #include "sim/models/link_phy.h"
 #include "support/devices.h"
 #include "support/simulated_pc.h"
+#include "support/text_cases.h"
 
 namespace {
 
@@ -31,6 +32,12 @@ std::vector<uint8_t*> g_Flags(HTConfig& rConfig) {
     Flags.insert(Flags.end(), {&rConfig.bMaxInFlowControl, &rConfig.bMaxOutFlowControl, &rConfig.bInFlowControl,
                                &rConfig.bOutFlowControl});
     return Flags;
+}
+
+/// Widths in and out, frequency and its maximum, revision.
+std::string g_Numbers(const HTConfig& rConfig) {
+    return vxttest::g_Text(rConfig.dInWidth, rConfig.dOutWidth, rConfig.dFrequency, rConfig.dMaxFrequency,
+                           rConfig.uRevisionMajor, rConfig.uRevisionMinor);
 }
 
 // The numbers of the record: register of link 0, low bit, and the value of each code.
@@ -89,14 +96,13 @@ TEST_F(HtLink, EachMachineHasTheLinksOfItsProcessorAndNoOther) {
     const struct {
         const char* pszMachine;
         size_t uFamily;
-        double dWidth, dFrequency, dMaxFrequency;
-        uint32_t uMajor, uMinor;
+        const char* pszRead;
     } kMachines[] = {
-        {"k8-first", 0, 16, 4, 5, 1, 2},         {"k8-revf-dual", 0, 16, 5, 5, 1, 2},
-        {"family10h-ddr2", 1, 16, 5, 5, 1, 2},   {"family10h-ddr3", 1, 16, 10, 10, 3, 0},
-        {"family11h-mobile", 2, 16, 8, 8, 3, 0},
+        {"k8-first", 0, "16 16 4 5 1 2"},         {"k8-revf-dual", 0, "16 16 5 5 1 2"},
+        {"family10h-ddr2", 1, "16 16 5 5 1 2"},   {"family10h-ddr3", 1, "16 16 10 10 3 0"},
+        {"family11h-mobile", 2, "16 16 8 8 3 0"},
     };
-    for (const auto& [pszMachine, uFamily, dWidth, dFrequency, dMaxFrequency, uMajor, uMinor] : kMachines) {
+    for (const auto& [pszMachine, uFamily, pszRead] : kMachines) {
         SCOPED_TRACE(pszMachine);
         Start(pszMachine);
         ASSERT_TRUE(StartDriver());
@@ -113,12 +119,7 @@ TEST_F(HtLink, EachMachineHasTheLinksOfItsProcessorAndNoOther) {
         EXPECT_STREQ(rLink.GetModel(), m_aFamilies[uFamily].pszModel);
         HTConfig Config;
         ASSERT_TRUE(rLink.GetHTConfig(0, &Config));
-        EXPECT_EQ(Config.dInWidth, dWidth);
-        EXPECT_EQ(Config.dOutWidth, dWidth);
-        EXPECT_EQ(Config.dFrequency, dFrequency);
-        EXPECT_EQ(Config.dMaxFrequency, dMaxFrequency);
-        EXPECT_EQ(Config.uRevisionMajor, uMajor);
-        EXPECT_EQ(Config.uRevisionMinor, uMinor);
+        EXPECT_EQ(g_Numbers(Config), pszRead);
     }
 }
 
@@ -162,29 +163,23 @@ TEST_F(HtLink, DecodesTheLinksOfRealMachines) {
     const struct {
         const char* pszCase;
         uint32_t uLink, uControl, uFrequency;
-        double dWidth, dFrequency;
+        const char* pszRead;
         bool bOff;  ///< the end of the chain: its transmitter is off
     } kDumps[] = {
-        {"84 and 88 of a 00060FB2", 0, 0x11110020, 0x80750622, 16, 5, false},
-        {"84 and 88", 0, 0x11110020, 0x80750522, 16, 4, false},
-        {"A4 and A8, not connected", 1, 0x771100D0, 0x80750022, -1, 1, true},
-        {"C4 and C8", 2, 0x11110020, 0x80750522, 16, 4, false},
-        {"C4 and C8, not connected", 2, 0x771100D0, 0x80750022, -1, 1, true},
+        {"84 and 88 of a 00060FB2", 0, 0x11110020, 0x80750622, "16 16 5 5 1 2", false},
+        {"84 and 88", 0, 0x11110020, 0x80750522, "16 16 4 5 1 2", false},
+        {"A4 and A8, not connected", 1, 0x771100D0, 0x80750022, "-1 -1 1 5 1 2", true},
+        {"C4 and C8", 2, 0x11110020, 0x80750522, "16 16 4 5 1 2", false},
+        {"C4 and C8, not connected", 2, 0x771100D0, 0x80750022, "-1 -1 1 5 1 2", true},
     };
     Boot(m_aFamilies[0]);
-    for (const auto& [pszCase, uLink, uControl, uFrequency, dWidth, dFrequency, bOff] : kDumps) {
+    for (const auto& [pszCase, uLink, uControl, uFrequency, pszRead, bOff] : kDumps) {
         SCOPED_TRACE(pszCase);
         SetLink(uLink, uControl, uFrequency);
         HTConfig Config;
         ASSERT_TRUE(m_K8.GetHTConfig(uLink, &Config));
-        EXPECT_EQ(Config.dInWidth, dWidth);
-        EXPECT_EQ(Config.dOutWidth, dWidth);
-        EXPECT_EQ(Config.dMaxInWidth, 16);
-        EXPECT_EQ(Config.dMaxOutWidth, 16);
-        EXPECT_EQ(Config.dFrequency, dFrequency);
-        EXPECT_EQ(Config.dMaxFrequency, 5);
-        EXPECT_EQ(Config.uRevisionMajor, 1u);
-        EXPECT_EQ(Config.uRevisionMinor, 2u);
+        EXPECT_EQ(g_Numbers(Config), pszRead);
+        EXPECT_EQ(Config.dMaxInWidth + Config.dMaxOutWidth, 32);
         const std::vector<uint8_t*> Flags = g_Flags(Config);
         for (size_t i = 0; i < Flags.size(); ++i) EXPECT_EQ(*Flags[i], bOff && (i == 3 || i == 4)) << "flag " << i;
     }

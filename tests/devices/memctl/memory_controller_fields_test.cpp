@@ -50,6 +50,7 @@ struct CLayout {
             if ((" " + sName + " " + sRows + " ").find(" " + sWord + " ") != std::string::npos) return true;
         return false;
     }
+    friend void PrintTo(const CLayout& rLayout, std::ostream* pStream) { *pStream << rLayout.sName; }
 };
 std::vector<CLayout> g_Layouts() {
     std::vector<CLayout> Layouts;
@@ -384,9 +385,9 @@ TEST_P(MemoryFields, EachListOffersTheLegalValuesOfItsFieldOrDoesNotExist) {
         EXPECT_FALSE((Controller().*pList)(Values.data(), --uSize)) << "one too few";
         EXPECT_EQ(uSize, Legal.size() - 1);
         EXPECT_TRUE(std::isnan(Values[0]));
-        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("uSize <= ruSize", sName.c_str())));
+        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("uSize <= ruSize", sName)));
         EXPECT_FALSE((Controller().*pList)(nullptr, uSize));
-        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("pdValues", sName.c_str())));
+        EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(Error("pdValues", sName)));
     }
     EXPECT_EQ(Listed.size(), kLists.size());
 }

@@ -71,8 +71,8 @@ protected:
         vxtapi::CMemoryController* const apControllers[] = {&m_FirstK8, &m_RevisionF, &m_10h, &m_11h};
         return *apControllers[m_eFamily];
     }
-    std::string Error(const char* pszExpression, const char* pszOperation) const {
-        return g_ProcessError(pszExpression, Family().pszClass + std::string("::") + pszOperation);
+    std::string Error(const std::string& sExpression, const std::string& sOperation) const {
+        return g_ProcessError(sExpression, Family().pszClass + std::string("::") + sOperation);
     }
 
     uint32_t Register(uint32_t uOffset) { return Machine().PciDword(kDram, uOffset); }
