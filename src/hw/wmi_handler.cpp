@@ -47,7 +47,7 @@ public:
     }
 
 private:
-    const platform::CMutexHandle m_None;
+    const platform::CMutexHandle m_None{};
     std::mutex m_Lock;
     CHandle m_pHandle;
     uint32_t m_uConnections = 0;

@@ -12,6 +12,7 @@ namespace {
 constexpr uint16_t kIndex = 0x2E;
 
 struct CIndexedChip final : vxtsim::CSimModel {
+    explicit CIndexedChip(vxtsim::CSimMachine&) {}
     bool ReadPort(uint16_t usPort, uint32_t, uint32_t& ruValue) override {
         if (usPort != kIndex + 1) return false;
         ruValue = m_Registers[m_ucSelected];
