@@ -108,7 +108,7 @@ const CSimFirmware::CMethod CSimFirmware::s_aMethods[10] = {
 };
 
 CSimFirmware::CSimFirmware(CSimMachine& rMachine)
-    : m_rMachine(rMachine), m_State(rMachine.Description().Firmware.value()) {}
+    : m_rMachine(rMachine), m_State(rMachine.Description().oFirmware.value()) {}
 
 const CSimFirmware::CMethod* CSimFirmware::_Find(std::string_view sMethod) {
     const auto pMethod = std::ranges::find(s_aMethods, sMethod, &CMethod::sName);
@@ -150,7 +150,7 @@ std::optional<CWmiMethod> CSimFirmware::Method(std::string_view sMethod) const {
     if (!pMethod) return std::nullopt;
     CWmiMethod Method{m_State.bStaticMethods, std::nullopt};
     if (!pMethod->Input.sName.empty())
-        Method.Input =
+        Method.oInput =
             CWmiObject{kParameters, {{std::string(pMethod->Input.sName), CWmiValue::Typed(pMethod->Input.usType)}}};
     return Method;
 }

@@ -88,7 +88,7 @@ struct CMachineDescription {
     std::map<uint8_t, std::vector<uint8_t>> Smbus;                   ///< by 7-bit address: up to 256 registers
     std::map<std::string, std::string> Registry;                     ///< "key\\path!value" -> text of the line
     std::vector<CWmiInstance> Wmi;                                   ///< in file order
-    std::optional<CFirmwareDescription> Firmware;
+    std::optional<CFirmwareDescription> oFirmware;
     bool operator==(const CMachineDescription&) const = default;
 };
 inline constexpr uint32_t kAllCores = 0xFFFFFFFF;

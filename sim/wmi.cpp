@@ -64,7 +64,7 @@ bool CWmiValue::operator==(const CWmiValue& rOther) const {
 // --- queries
 
 CSimWmi::CSimWmi(CSimMachine& rMachine) : m_rDescription(rMachine.Description()) {
-    if (m_rDescription.Firmware) m_pFirmware = std::make_unique<CSimFirmware>(rMachine);
+    if (m_rDescription.oFirmware) m_pFirmware = std::make_unique<CSimFirmware>(rMachine);
 }
 
 CSimWmi::~CSimWmi() = default;

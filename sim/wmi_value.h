@@ -48,7 +48,7 @@ struct CWmiObject {
 /// A method as its class declares it.
 struct CWmiMethod {
     bool bStatic = false;
-    std::optional<CWmiObject> Input;  ///< its parameters with values of their types; nothing: it takes none
+    std::optional<CWmiObject> oInput;  ///< its parameters with values of their types; nothing: it takes none
 };
 
 }  // namespace vxtsim

@@ -17,7 +17,7 @@ constexpr IID kOwnObject = {0x5E3C0F52, 0x0B0B, 0x4B6E, {0x9C, 0x57, 0x6A, 0x1D,
 
 /// Elements one by one, so that the array copies and counts for itself.
 template <class TElements, class TPut>
-HRESULT _ToArray(const CWmiValue& rValue, const TElements& rElements, VARIANT& rVariant, TPut Put) {
+HRESULT g_ToArray(const CWmiValue& rValue, const TElements& rElements, VARIANT& rVariant, TPut Put) {
     const auto usElement = static_cast<VARTYPE>(rValue.usType & VT_TYPEMASK);
     SAFEARRAY* pEmpty = nullptr;
     if (rValue.bNoData && SUCCEEDED(SafeArrayAllocDescriptorEx(usElement, 1, &pEmpty)))
@@ -35,7 +35,7 @@ HRESULT _ToArray(const CWmiValue& rValue, const TElements& rElements, VARIANT& r
 }
 
 template <class TStored, class TElements, class TConvert>
-HRESULT _FromArray(SAFEARRAY* pArray, TElements& rElements, TConvert Convert) {
+HRESULT g_FromArray(SAFEARRAY* pArray, TElements& rElements, TConvert Convert) {
     LONG lFirst = 0, lLast = -1;
     if (SafeArrayGetDim(pArray) != 1 || FAILED(SafeArrayGetLBound(pArray, 1, &lFirst)) ||
         FAILED(SafeArrayGetUBound(pArray, 1, &lLast)))
@@ -125,7 +125,7 @@ public:
         if (ppOut) *ppOut = nullptr;  // nobody asks what a method answers before it does
         if (lFlags) return kInvalidParameter;
         return _WithMethod(pszName, [&](CWmiMethod& rMethod) {
-            if (ppIn && rMethod.Input) *ppIn = new CClassObject(std::move(*rMethod.Input));
+            if (ppIn && rMethod.oInput) *ppIn = new CClassObject(std::move(*rMethod.oInput));
         });
     }
     STDMETHODIMP GetMethodQualifierSet(LPCWSTR pszMethod, IWbemQualifierSet** ppSet) override {
@@ -207,15 +207,15 @@ HRESULT g_ToVariant(const CWmiValue& rValue, VARIANT& rVariant) {
             rVariant.punkVal = rValue.pObject ? g_NewClassObject(*rValue.pObject) : nullptr;
             break;
         case CWmiValue::kIntegers:
-            return _ToArray(rValue, rValue.Integers, rVariant, [](SAFEARRAY* pArray, LONG lIndex, int32_t nValue) {
+            return g_ToArray(rValue, rValue.Integers, rVariant, [](SAFEARRAY* pArray, LONG lIndex, int32_t nValue) {
                 return SafeArrayPutElement(pArray, &lIndex, &nValue);
             });
         case CWmiValue::kBytes:
-            return _ToArray(rValue, rValue.Bytes, rVariant, [](SAFEARRAY* pArray, LONG lIndex, uint8_t ucValue) {
+            return g_ToArray(rValue, rValue.Bytes, rVariant, [](SAFEARRAY* pArray, LONG lIndex, uint8_t ucValue) {
                 return SafeArrayPutElement(pArray, &lIndex, &ucValue);
             });
         case CWmiValue::kTexts:
-            return _ToArray(rValue, rValue.Texts, rVariant, [](SAFEARRAY* pArray, LONG lIndex, const std::string& rs) {
+            return g_ToArray(rValue, rValue.Texts, rVariant, [](SAFEARRAY* pArray, LONG lIndex, const std::string& rs) {
                 return SafeArrayPutElement(pArray, &lIndex, CBstr(g_Widen(rs)));
             });
         default:
@@ -251,11 +251,11 @@ HRESULT g_FromVariant(const VARIANT& rVariant, CWmiValue& rValue) {
             return S_OK;
         }
         case CWmiValue::kIntegers:
-            return _FromArray<LONG>(rVariant.parray, rValue.Integers, [](LONG l) { return l; });
+            return g_FromArray<LONG>(rVariant.parray, rValue.Integers, [](LONG l) { return l; });
         case CWmiValue::kBytes:
-            return _FromArray<BYTE>(rVariant.parray, rValue.Bytes, [](BYTE uc) { return uc; });
+            return g_FromArray<BYTE>(rVariant.parray, rValue.Bytes, [](BYTE uc) { return uc; });
         case CWmiValue::kTexts:
-            return _FromArray<BSTR>(rVariant.parray, rValue.Texts, [](BSTR pszCopy) {
+            return g_FromArray<BSTR>(rVariant.parray, rValue.Texts, [](BSTR pszCopy) {
                 const std::string sText = g_Narrow(pszCopy ? pszCopy : L"").value_or("?");
                 SysFreeString(pszCopy);
                 return sText;

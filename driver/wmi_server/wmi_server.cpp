@@ -18,7 +18,7 @@ constexpr const wchar_t* kSystemLocator = L"%SystemRoot%\\system32\\wbem\\wbempr
 
 std::unique_ptr<CSimWmi> g_pWmi;
 
-HRESULT _CreateSystemLocator(IWbemLocator** ppLocator) {
+HRESULT g_CreateSystemLocator(IWbemLocator** ppLocator) {
     wchar_t szPath[MAX_PATH]{};
     ExpandEnvironmentStringsW(kSystemLocator, szPath, MAX_PATH);
     static const HMODULE s_hModule = LoadLibraryW(szPath);  // objects may live on: never unloaded
@@ -147,7 +147,7 @@ public:
         return g_Guarded([&]() -> HRESULT {
             CReference<IWbemLocator> pLocator;
             CReference<IWbemServices> pSystem;
-            HRESULT lResult = _CreateSystemLocator(pLocator.Receive());
+            HRESULT lResult = g_CreateSystemLocator(pLocator.Receive());
             if (SUCCEEDED(lResult))
                 lResult = pLocator->ConnectServer(pszNamespace, pszUser, pszPassword, pszLocale, lFlags, pszAuthority,
                                                   pContext, pSystem.Receive());

@@ -37,12 +37,12 @@ constexpr CKey<CFirmwareDescription> kKeys[] = {
 };
 
 std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgument) {
-    auto& roFirmware = rReader.Machine().Firmware;
+    auto& roFirmware = rReader.Machine().oFirmware;
     if (!sArgument.empty()) return nullptr;
     if (roFirmware) return rReader.Fail("one firmware", "another"), nullptr;
     roFirmware.emplace();
-    if (rReader.Base() && rReader.Base()->Firmware) {
-        roFirmware = rReader.Base()->Firmware;
+    if (rReader.Base() && rReader.Base()->oFirmware) {
+        roFirmware = rReader.Base()->oFirmware;
         roFirmware->Objects.clear(), roFirmware->Items.clear(), roFirmware->Results.clear(),
             roFirmware->Answers.clear();
     }
@@ -50,19 +50,19 @@ std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgu
 }
 
 void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
-    if (!rMachine.Firmware) return;
+    if (!rMachine.oFirmware) return;
     rWriter.Heading("firmware");
-    g_WriteKeys(rWriter, kKeys, *rMachine.Firmware);
+    g_WriteKeys(rWriter, kKeys, *rMachine.oFirmware);
 }
 
 /// With its parts where the machine says nothing of a firmware; else the parts pass themselves on.
 void g_Inherit(CMachineDescription& rMachine, const CMachineDescription& rBase) {
-    if (!rMachine.Firmware) rMachine.Firmware = rBase.Firmware;
+    if (!rMachine.oFirmware) rMachine.oFirmware = rBase.oFirmware;
 }
 
 bool g_Forget(CMachineDescription& rMachine, std::string_view sArgument) {
-    const bool bHad = sArgument.empty() && rMachine.Firmware;
-    if (bHad) rMachine.Firmware.reset();
+    const bool bHad = sArgument.empty() && rMachine.oFirmware;
+    if (bHad) rMachine.oFirmware.reset();
     return bHad;
 }
 

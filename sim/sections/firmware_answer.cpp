@@ -43,14 +43,14 @@ std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgu
     if (!CSimFirmware::HasMethod(sMethod)) return rReader.Fail("a method of the firmware", sMethod), nullptr;
     const auto [it, bNew] = pFirmware->Answers.try_emplace(sMethod);
     if (!bNew) return rReader.FailTwice("method", sMethod), nullptr;
-    if (rReader.Base() && rReader.Base()->Firmware && rReader.Base()->Firmware->Answers.contains(sMethod))
-        it->second = rReader.Base()->Firmware->Answers.at(sMethod);
+    if (rReader.Base() && rReader.Base()->oFirmware && rReader.Base()->oFirmware->Answers.contains(sMethod))
+        it->second = rReader.Base()->oFirmware->Answers.at(sMethod);
     return std::make_unique<CAnswerSection>(sMethod, it->second);
 }
 
 void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
-    if (!rMachine.Firmware) return;
-    for (const auto& [sMethod, rAnswer] : rMachine.Firmware->Answers) {
+    if (!rMachine.oFirmware) return;
+    for (const auto& [sMethod, rAnswer] : rMachine.oFirmware->Answers) {
         rWriter.Heading("firmware answer " + sMethod);
         for (const auto& [sName, rValue] : rAnswer.Properties) rWriter.Line(sName, g_WmiValueText(rValue));
         g_WriteKeys(rWriter, kKeys, rAnswer);

@@ -28,8 +28,8 @@ std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgu
 }
 
 void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
-    if (!rMachine.Firmware) return;
-    for (const auto& [uCode, Result] : rMachine.Firmware->Results) {
+    if (!rMachine.oFirmware) return;
+    for (const auto& [uCode, Result] : rMachine.oFirmware->Results) {
         rWriter.Heading("firmware command " + g_HexText<8>(uCode));
         g_WriteKeys(rWriter, kKeys, Result);
     }

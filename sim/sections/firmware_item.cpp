@@ -24,8 +24,8 @@ std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgu
 }
 
 void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
-    if (!rMachine.Firmware) return;
-    for (const CFirmwareItem& rItem : rMachine.Firmware->Items) {
+    if (!rMachine.oFirmware) return;
+    for (const CFirmwareItem& rItem : rMachine.oFirmware->Items) {
         rWriter.Heading("firmware item");
         g_WriteKeys(rWriter, kKeys, rItem);
     }

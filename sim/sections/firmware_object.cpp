@@ -29,15 +29,15 @@ std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgu
     if (Find(pFirmware->Objects)) return rReader.FailTwice("object", sArgument), nullptr;
     if (!rReader.MayAdd(pFirmware->Objects.size())) return nullptr;
     const auto* const pBase =
-        rReader.Base() && rReader.Base()->Firmware ? Find(rReader.Base()->Firmware->Objects) : nullptr;
+        rReader.Base() && rReader.Base()->oFirmware ? Find(rReader.Base()->oFirmware->Objects) : nullptr;
     CFirmwareObject& rObject = pFirmware->Objects.emplace_back(pBase ? *pBase : CFirmwareObject());
     rObject.uId = static_cast<uint32_t>(*oId);
     return std::make_unique<CKeySection<CFirmwareObject>>(kKeys, rObject);
 }
 
 void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
-    if (!rMachine.Firmware) return;
-    for (const CFirmwareObject& rObject : rMachine.Firmware->Objects) {
+    if (!rMachine.oFirmware) return;
+    for (const CFirmwareObject& rObject : rMachine.oFirmware->Objects) {
         rWriter.Heading("firmware object " + g_HexText<8>(rObject.uId));
         g_WriteKeys(rWriter, kKeys, rObject);
     }

@@ -76,9 +76,9 @@ constexpr double g_DecodeField(const CRegisterField& rField, const CValueTable& 
 /// Puts a value into its field. A value the table lacks leaves the field as it was (and gives false).
 constexpr bool g_EncodeField(const CRegisterField& rField, const CValueTable& rTable, std::span<uint32_t> Words,
                              double dValue, double dTolerance) {
-    const std::optional<uint32_t> uCode = rTable.Encode(dValue, dTolerance);
-    if (uCode) rField.Set(Words, *uCode);
-    return uCode.has_value();
+    const std::optional<uint32_t> oCode = rTable.Encode(dValue, dTolerance);
+    if (oCode) rField.Set(Words, *oCode);
+    return oCode.has_value();
 }
 
 }  // namespace vxt

@@ -74,8 +74,8 @@ TEST_F(CApiTest, OverclockingIsSupportedWhereTheFirmwareOffersAClockGenerator) {
         bool bSupported;
     } kCases[] = {
         {"family10h-ddr3", {}, true},
-        {"family10h-ddr3", [](auto& rMachine) { rMachine.Firmware.reset(); }, false},
-        {"family10h-ddr3", [](auto& rMachine) { rMachine.Firmware->Answers["Init"].bFails = true; }, false},
+        {"family10h-ddr3", [](auto& rMachine) { rMachine.oFirmware.reset(); }, false},
+        {"family10h-ddr3", [](auto& rMachine) { rMachine.oFirmware->Answers["Init"].bFails = true; }, false},
         {"k8-revf-dual", {}, false},
     };
     for (const auto& [pszMachine, Change, bExpected] : kCases) {
@@ -91,7 +91,7 @@ TEST_F(CApiTest, OverclockingIsSupportedWhereTheFirmwareOffersAClockGenerator) {
 }
 
 TEST_F(CApiTest, AStartWithoutFirmwareSaysSoAndGoesOn) {
-    Start(kDefaultMachine, [](auto& rMachine) { rMachine.Firmware.reset(); });
+    Start(kDefaultMachine, [](auto& rMachine) { rMachine.oFirmware.reset(); });
     ASSERT_TRUE(vxt::g_InitEngine());
     const Lines Errors = m_Log.TakeErrors();
     const std::string sCheck = g_CheckError("bRetCode", "g_InitEngine");

@@ -32,7 +32,7 @@ TEST_F(CSecondStartTest, AfterASecondStartThatFailsACoreReadsNoClockAndTouchesNo
 }
 
 TEST_F(CSecondStartTest, EachStepOfAStartReportsFromALineOfItsOwn) {
-    Start(kDefaultMachine, [](auto& rMachine) { rMachine.Firmware.reset(); });
+    Start(kDefaultMachine, [](auto& rMachine) { rMachine.oFirmware.reset(); });
     ASSERT_TRUE(InitVXTAPI(true));
     std::ostringstream Log;
     for (const auto& rEntry : std::filesystem::recursive_directory_iterator("Logs"))

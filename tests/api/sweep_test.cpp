@@ -163,8 +163,8 @@ protected:
     void SetUp() override {
         Start(kDefaultMachine, [](auto& rMachine) {
             rMachine.uCores = 1;
-            rMachine.Firmware->Items.resize(1);
-            rMachine.Firmware->Objects.resize(4);
+            rMachine.oFirmware->Items.resize(1);
+            rMachine.oFirmware->Objects.resize(4);
         });
         vxt::platform::SetThreadAffinity(1);
         Restart();

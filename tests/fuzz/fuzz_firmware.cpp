@@ -122,7 +122,7 @@ constexpr const char* kBiosTexts[] = {"SerialNumber", "Manufacturer", "Descripti
 
 vxtsim::CMachineDescription Describe(CInput& rInput) {
     vxtsim::CMachineDescription Machine;
-    vxtsim::CFirmwareDescription& rFirmware = Machine.Firmware.emplace();
+    vxtsim::CFirmwareDescription& rFirmware = Machine.oFirmware.emplace();
     for (const uint32_t uId : {0x01010000u, 0x01020000u, 0x01030000u, 0x02010000u, 0x02070000u}) {
         vxtsim::CFirmwareObject& rObject = rFirmware.Objects.emplace_back();
         rObject.uId = uId;

@@ -21,7 +21,7 @@ void g_Ask(CSimMachine& rMachine) {
         if (Instances->size() > kFew) break;
     }
     if (!Wmi.Firmware()) return;
-    const CFirmwareDescription& rFirmware = *rMachine.Description().Firmware;
+    const CFirmwareDescription& rFirmware = *rMachine.Description().oFirmware;
     const CWmiObject Target = rFirmware.bStaticMethods ? Wmi.GetObject(kNamespace, CSimFirmware::kClass).value()
                                                        : Wmi.GetInstances(kNamespace, CSimFirmware::kClass)->front();
     const std::string& rsPath = Target.Properties.at("__PATH").sText;

@@ -304,7 +304,7 @@ TEST(Wmi, TheBuiltInFirmwareTunesWhatItLists) {
     CSimMachine Machine(g_Embedded("family10h-ddr3"));
     CSimWmi Wmi(Machine);
     ASSERT_TRUE(Wmi.Firmware());
-    const CFirmwareDescription& rFirmware = *Machine.Description().Firmware;
+    const CFirmwareDescription& rFirmware = *Machine.Description().oFirmware;
     EXPECT_EQ(Wmi.Firmware()->Value(0x01010000).value(), Machine.ReferenceMHz() * 1000) << "it knows its hardware";
     std::set<uint32_t> Ids;
     for (const CFirmwareObject& rObject : rFirmware.Objects) {

@@ -122,13 +122,13 @@ TEST(MachineFile, KeysOverrideAndWholeSectionsReplaceWhatTheBaseSays) {
     Expected.Acpi.insert(Expected.Acpi.begin() + 1, {"APIC", {3}});
     Expected.Acpi.push_back({"SSDT", {1}});
     Expected.Wmi[0].Properties = {{"Other", CWmiValue::Typed(CWmiValue::kNull)}};
-    Expected.Firmware->nVersion = 9;
-    Expected.Firmware->Objects[0].nValue = 195000;
-    std::erase_if(Expected.Firmware->Objects, [](const auto& rObject) { return rObject.uId == 0x02010000; });
-    Expected.Firmware->Objects.emplace_back().uId = 7;
-    Expected.Firmware->Items = {CFirmwareItem()};
+    Expected.oFirmware->nVersion = 9;
+    Expected.oFirmware->Objects[0].nValue = 195000;
+    std::erase_if(Expected.oFirmware->Objects, [](const auto& rObject) { return rObject.uId == 0x02010000; });
+    Expected.oFirmware->Objects.emplace_back().uId = 7;
+    Expected.oFirmware->Items = {CFirmwareItem()};
     EXPECT_EQ(g_FormatMachine(Machine), g_FormatMachine(Expected));
-    EXPECT_FALSE(g_Parsed("[machine]\nbased_on = family10h-ddr3\nwithout = firmware\n").Firmware);
+    EXPECT_FALSE(g_Parsed("[machine]\nbased_on = family10h-ddr3\nwithout = firmware\n").oFirmware);
     EXPECT_EQ(g_Parsed("[machine]\nbased_on = family10h-ddr3\n"), Base);
 }
 

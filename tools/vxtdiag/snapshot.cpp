@@ -259,7 +259,7 @@ void g_CopyWords(const std::optional<std::vector<TNumber>>& rFrom, std::vector<T
 }
 
 void g_CopyObjects(const CFirmwareSession& rSession, CSnapshot& rSnapshot) {
-    std::vector<vxtsim::CFirmwareObject>& rObjects = rSnapshot.Machine.Firmware->Objects;
+    std::vector<vxtsim::CFirmwareObject>& rObjects = rSnapshot.Machine.oFirmware->Objects;
     for (const CFirmwareObject& rObject : g_ReadFirmwareObjects(rSession, rSnapshot.Findings)) {
         const uint32_t uId = rObject.Record.uID;
         if (std::ranges::count(rObjects, uId, &vxtsim::CFirmwareObject::uId)) {
@@ -281,7 +281,7 @@ void g_CopyItems(CSnapshot& rSnapshot) {
     for (const CSetupItem& rItem : g_ReadSetupItems(rSnapshot.Findings)) {
         if (rItem.uNumber > kMostEntries)
             return rSnapshot.Findings.push_back("too many setup items for a machine file");
-        vxtsim::CFirmwareItem& rCopy = rSnapshot.Machine.Firmware->Items.emplace_back();
+        vxtsim::CFirmwareItem& rCopy = rSnapshot.Machine.oFirmware->Items.emplace_back();
         rCopy.sName = g_Line(rItem.sName);
         rCopy.usValue = rItem.oValue.value_or(0);
         for (const std::string& rsOption : rItem.Options) {
@@ -296,7 +296,7 @@ void g_CopyItems(CSnapshot& rSnapshot) {
 void g_ReadFirmware(CSnapshot& rSnapshot) {
     const CFirmwareSession Session;
     if (!Session.IsThere()) return;
-    vxtsim::CFirmwareDescription& rFirmware = rSnapshot.Machine.Firmware.emplace();
+    vxtsim::CFirmwareDescription& rFirmware = rSnapshot.Machine.oFirmware.emplace();
     const vxt::CQORBIOS& rCommands = vxt::g_GetQORBIOS();
     if (Session.HasCommands()) {
         rFirmware.nVersion = static_cast<int32_t>(rCommands.GetVersion());

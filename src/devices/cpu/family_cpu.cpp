@@ -69,10 +69,10 @@ bool CFamilyCPU::SetCurrentVoltage(double dVoltage) {
     const bool bRetCode = _ReadMsr(m_rRules.rVid.uControlMsr, Control);
     LOG_PROCESS_ERROR(bRetCode);
     CMsrWords Wanted = Control;
-    const std::optional<uint32_t> uVid = m_rRules.rVid.Volts.Encode(dVoltage, m_rRules.rVid.dTolerance);
+    const std::optional<uint32_t> oVid = m_rRules.rVid.Volts.Encode(dVoltage, m_rRules.rVid.dTolerance);
     // Kept: a value that is not in the table changes nothing, and is written all the same. 0 V, the code that switches
     // the core off, is never asked for.
-    if (uVid && m_rRules.rVid.Volts.Decode(*uVid) > 0.0) m_rRules.ControlVid.Set(Wanted, *uVid);
+    if (oVid && m_rRules.rVid.Volts.Decode(*oVid) > 0.0) m_rRules.ControlVid.Set(Wanted, *oVid);
     const char* const pszFailed = _StartTransition(Control, Wanted);
     LOG_PROCESS_ERROR(!pszFailed, pszFailed);
     return true;

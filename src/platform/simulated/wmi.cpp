@@ -221,8 +221,8 @@ int32_t SpawnWmiMethodInput(const CWmiObject& rClass, const wchar_t* pszMethod, 
     const auto pState = g_State(rClass);
     if (!pState) return kInvalidHandle;
     auto Method = g_GetSystem().m_Wmi.GetMethod(pState->sNamespace, pState->Object.sClass, NarrowText(pszMethod));
-    if (!Method || !Method->Input) return kMethodNotThere;
-    rInput = g_OpenObject(pState->sNamespace, std::move(*Method->Input));
+    if (!Method || !Method->oInput) return kMethodNotThere;
+    rInput = g_OpenObject(pState->sNamespace, std::move(*Method->oInput));
     return kOk;
 }
 
@@ -233,11 +233,11 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
     const auto pNamespace = g_State(rServices);
     const auto pInput = rInput ? g_State(rInput) : nullptr;
     if (!pNamespace || (rInput && !pInput)) return kInvalidHandle;
-    std::optional<vxtsim::CWmiObject> Output;
+    std::optional<vxtsim::CWmiObject> oOutput;
     if (!g_GetSystem().m_Wmi.Execute(*pNamespace, NarrowText(pszPath), NarrowText(pszMethod),
-                                     pInput ? &pInput->Object : nullptr, Output))
+                                     pInput ? &pInput->Object : nullptr, oOutput))
         return kFailed;
-    rOutput = Output ? g_OpenObject(*pNamespace, std::move(*Output)) : CWmiObject();
+    rOutput = oOutput ? g_OpenObject(*pNamespace, std::move(*oOutput)) : CWmiObject();
     return kOk;
 }
 

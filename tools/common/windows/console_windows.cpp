@@ -16,21 +16,21 @@ std::atomic<bool> g_bInterrupted = false;
 
 /// Runs on a thread of its own (HandlerRoutine callback). FALSE passes on to the default handler, which ends the
 /// process.
-BOOL WINAPI _OnControl(DWORD dwEvent) {
+BOOL WINAPI g_OnControl(DWORD dwEvent) {
     return (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
 }
 
-bool _IsConsole(DWORD dwHandle) {
+bool g_IsConsole(DWORD dwHandle) {
     DWORD dwMode = 0;
     return GetConsoleMode(GetStdHandle(dwHandle), &dwMode) != 0;
 }
 
-std::wstring _Wide(const std::string& sUtf8) { return g_Path(sUtf8).wstring(); }
+std::wstring g_Wide(const std::string& sUtf8) { return g_Path(sUtf8).wstring(); }
 
 }  // namespace
 
 std::vector<std::string> g_StartConsole(int, char**) {
-    SetConsoleCtrlHandler(_OnControl, TRUE);
+    SetConsoleCtrlHandler(g_OnControl, TRUE);
     SetConsoleOutputCP(CP_UTF8);
     DWORD dwMode = 0;
     const HANDLE hOutput = GetStdHandle(STD_OUTPUT_HANDLE);
@@ -51,13 +51,13 @@ std::vector<std::string> g_StartConsole(int, char**) {
     return Arguments;
 }
 
-bool g_IsStdinTerminal() { return _IsConsole(STD_INPUT_HANDLE); }
-bool g_IsStdoutTerminal() { return _IsConsole(STD_OUTPUT_HANDLE); }
+bool g_IsStdinTerminal() { return g_IsConsole(STD_INPUT_HANDLE); }
+bool g_IsStdoutTerminal() { return g_IsConsole(STD_OUTPUT_HANDLE); }
 bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
 bool g_WasInterrupted() { return g_bInterrupted; }
 
 void g_SetEnvironment(const char* pszName, const std::string& sValue) {
-    _wputenv((_Wide(pszName) + L"=" + _Wide(sValue)).c_str());  // the C runtime's copy and the process's block
+    _wputenv((g_Wide(pszName) + L"=" + g_Wide(sValue)).c_str());  // the C runtime's copy and the process's block
 }
 
 std::filesystem::path g_ExecutableFolder() {

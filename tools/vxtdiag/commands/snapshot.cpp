@@ -43,8 +43,8 @@ EExit g_Snapshot(CTool& rTool, const CWanted& rWanted) {
     Document["acpi_tables"] = rMachine.Acpi.size();
     Document["memory_modules"] = rMachine.Smbus.size();
     Document["bios_identities"] = rMachine.Wmi.size();
-    Document["firmware_objects"] = rMachine.Firmware ? rMachine.Firmware->Objects.size() : 0;
-    Document["setup_items"] = rMachine.Firmware ? rMachine.Firmware->Items.size() : 0;
+    Document["firmware_objects"] = rMachine.oFirmware ? rMachine.oFirmware->Objects.size() : 0;
+    Document["setup_items"] = rMachine.oFirmware ? rMachine.oFirmware->Items.size() : 0;
     Document["text"] = rWanted.oFile ? nullptr : CJson(sText);
     CTextTable Table{rWanted.oFile.value_or(""), {"", ""}};
     for (const char* pszKey : {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions",
