@@ -5,6 +5,8 @@ import pathlib
 
 import pytest
 
+from tools import FIRMWARE, write
+
 CASES = pathlib.Path(__file__).resolve().parents[1] / "cases"
 
 
@@ -26,3 +28,10 @@ def pytest_unconfigure(config):
     stats = config.pluginmanager.get_plugin("terminalreporter").stats
     count = lambda *kinds: sum(len(stats.get(kind, [])) for kind in kinds)
     print(f"{count('passed')} passed, {count('failed', 'error')} failed")
+
+
+@pytest.fixture(autouse=True)
+def folder(tmp_path, monkeypatch):
+    """Each test has a folder of its own, with a machine whose firmware can be tuned."""
+    monkeypatch.chdir(tmp_path)
+    write("fw.machine", FIRMWARE)

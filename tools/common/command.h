@@ -15,7 +15,7 @@ namespace vxttools {
 /// What every command understands, before or after its name.
 struct CGlobalOptions {
     bool bJson = false, bCsv = false, bQuiet = false, bLog = false, bYes = false, bDryRun = false;
-    std::optional<std::string> oOutput, oColor, oMachine, oFault, oLibrary;
+    std::optional<std::string> oOutput, oColor, oMachine, oState, oFault, oLibrary;
 };
 
 struct CCommandTable;

@@ -27,6 +27,8 @@ constexpr CGlobal kGlobal[] = {
      &CGlobalOptions::oColor},
     {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file",
      &CGlobalOptions::oMachine},
+    {"--state", "FILE", "Simulated builds: keep the PC's state in FILE from one command to the next",
+     &CGlobalOptions::oState},
     {"--fault", "PLAN", "Simulated builds: inject faults, e.g. seed=7,rate=5,kinds=fail+ones", &CGlobalOptions::oFault},
     {"--log", "", "Write the library's log below ./Logs", &CGlobalOptions::bLog},
 };
@@ -150,6 +152,7 @@ EExit g_Run(const CCommandTable& rTable, const CTableEntry& rEntry, CGlobalOptio
     CTool Tool(rTable, rEntry.Path(), rOptions);
     // The library looks at these when it is loaded.
     if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
+    if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
     if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
     return rEntry.pCall->Run(Tool);
 }

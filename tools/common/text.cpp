@@ -83,6 +83,17 @@ std::optional<uint32_t> g_ParseUnsigned(std::string_view sText) {
     return uValue;
 }
 
+std::optional<double> g_ParseNumber(std::string_view sText) {
+    constexpr std::string_view kCharacters = "0123456789.-";  // leaves the words out that from_chars knows
+    double dValue = 0;
+    const auto [pRest, eError] =
+        std::from_chars(sText.data(), sText.data() + sText.size(), dValue, std::chars_format::fixed);
+    if (sText.find_first_not_of(kCharacters) != sText.npos || eError != std::errc() ||
+        pRest != sText.data() + sText.size())
+        return std::nullopt;
+    return dValue;
+}
+
 std::string g_Hex(uint64_t ullValue, int nDigits) {
     return g_Format("%0*llx", nDigits, static_cast<unsigned long long>(ullValue));
 }

@@ -26,6 +26,10 @@ std::string g_Trimmed(double dValue, int nDecimals);
 /// A whole text that is a decimal number; nothing otherwise.
 std::optional<uint32_t> g_ParseUnsigned(std::string_view sText);
 
+/// A whole text that is a finite decimal number like "-1.25", with a point and without an exponent; nothing otherwise.
+/// The one rule by which the tools take numbers from people: no blanks, no hexadecimal, no "inf".
+std::optional<double> g_ParseNumber(std::string_view sText);
+
 /// `nDigits` hexadecimal digits (more when it needs them), lower case, no prefix.
 std::string g_Hex(uint64_t ullValue, int nDigits);
 

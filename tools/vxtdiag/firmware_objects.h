@@ -1,11 +1,13 @@
 // The firmware's tunable objects.
 #pragma once
 
-#include "findings.h"
+#include "common/findings.h"
 #include "firmware/bios_handler.h"
 #include "firmware_session.h"
 
 namespace vxtdiag {
+
+using vxttools::CFindings;
 
 /// One tunable object with everything that can be asked about it, in the firmware's own units.
 struct CFirmwareObject {

@@ -1,9 +1,11 @@
 // The firmware's setup items.
 #pragma once
 
-#include "findings.h"
+#include "common/findings.h"
 
 namespace vxtdiag {
+
+using vxttools::CFindings;
 
 inline constexpr uint32_t kHighestSetupValue = 255;
 

@@ -1,10 +1,12 @@
 // The whole machine as a machine file.
 #pragma once
 
-#include "findings.h"
+#include "common/findings.h"
 #include "sim/machine_file.h"
 
 namespace vxtdiag {
+
+using vxttools::CFindings;
 
 struct CSnapshot {
     vxtsim::CMachineDescription Machine;

@@ -1,13 +1,11 @@
-#include "findings.h"
+#include "common/findings.h"
 
-namespace vxtdiag {
+namespace vxttools {
 
-using vxttools::EExit;
-
-EExit g_EmitWithFindings(vxttools::CTool& rTool, vxttools::CDocument& rDocument, const CFindings& rFindings) {
+EExit g_EmitWithFindings(CTool& rTool, CDocument& rDocument, const CFindings& rFindings) {
     rDocument["findings"] = rFindings;
     for (const std::string& rsFinding : rFindings) rTool.Output().Note(rsFinding);
     return rTool.Emit(rDocument, rFindings.empty() ? EExit::kDone : EExit::kFindings);
 }
 
-}  // namespace vxtdiag
+}  // namespace vxttools

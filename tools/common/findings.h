@@ -3,11 +3,11 @@
 
 #include "common/command.h"
 
-namespace vxtdiag {
+namespace vxttools {
 
 using CFindings = std::vector<std::string>;
 
 /// Emits the document with the array "findings". Returns how the command ends.
-vxttools::EExit g_EmitWithFindings(vxttools::CTool& rTool, vxttools::CDocument& rDocument, const CFindings& rFindings);
+EExit g_EmitWithFindings(CTool& rTool, CDocument& rDocument, const CFindings& rFindings);
 
-}  // namespace vxtdiag
+}  // namespace vxttools
