@@ -8,6 +8,7 @@ import json
 import pathlib
 import re
 import shlex
+import signal
 import subprocess
 
 import pytest
@@ -50,7 +51,7 @@ def test_a_full_disk_is_a_failure():
 def test_every_command_fits_the_schema_with_the_same_ids_on_every_machine():
     shapes = {}
     for machine in MACHINES:
-        for command in ("vxtctl", "vxtctl devices", "vxtctl device cpu", "vxtctl cpu 0", "vxtctl links", "vxtctl bios", "vxtctl cpu set --multiplier 8 --voltage 1.2 --dry-run",
+        for command in ("vxtctl", "vxtctl devices", "vxtctl device cpu", "vxtctl cpu 0", "vxtctl links", "vxtctl bios", "vxtctl cpu set --multiplier 8 --dry-run",
                         "vxtdiag pci", "vxtdiag acpi", "vxtdiag acpi FACP", "vxtdiag pci 00:18.3", "vxtdiag snapshot"):
             answer(f"{command} --machine {machine}")
         for core in answer(f"vxtctl cpu --machine {machine}")["cores"]:
@@ -93,9 +94,9 @@ def test_no_stand_in_for_a_missing_reading_leaves_the_tools():
 def test_a_flaky_driver_never_gives_a_wrong_shape_or_a_crash(kind):
     for seed in range(1, 9):
         found = run(f"vxtctl --json --fault seed={seed},rate=4,kinds={kind}")
-        assert found.code in (0, 4) and "fault: request" in found.err, f"seed {seed}: {found}"
-        if found.code == 0:
-            parsed(found.out)
+        assert found.code in (6, 4) and "fault: " in found.err, f"seed {seed}: {found}"
+        if found.code == 6:
+            assert parsed(found.out)["findings"], f"seed {seed}"
 
 
 def test_the_overview_shows_inventory_cores_and_pstates():
@@ -120,6 +121,7 @@ def test_a_core_shows_what_its_registers_say_in_json_and_text(machine, expected,
     for row in core["readings"]:
         line = next(line for line in text.splitlines() if line.strip().startswith(row["label"] + " "))
         assert (row["value"] is None) == line.endswith("-"), line
+        assert row["value"] is not None or re.search(f"{row['label']} +{re.escape(row['reason'])}$", text, re.M), row["id"]
     assert (len(core["pstates"]), "P-states," in text) == (pstates, pstates > 0)
 
 
@@ -209,12 +211,6 @@ def test_set_reports_what_was_asked_and_what_the_hardware_took(code, line, expec
         assert (row["reason"] is None) == (row["outcome"] in ("taken", "planned")), row
 
 
-@table("value, first, second", [("--multiplier 5.25", "5.25 is not in this processor's table", "still 10.5"), ("--voltage 1.2125", "1.2125 V is not in this processor's table", "took 1.2250 V")])
-def test_a_value_that_is_not_in_the_table_is_named_as_such(value, first, second):
-    found = run(f"vxtctl cpu set --core 0 {value} --yes --machine k8-revf-dual")
-    assert found.code == 5 and first in found.err and second in found.err
-
-
 def test_all_cores_are_set_unless_one_is_named():
     for option, cores in (("", range(4)), ("--core 2", (2,))):
         assert [row["id"] for row in answer(f"vxtctl cpu set --pstate 1 --yes {option}")["changes"]] == [f"/cpu/{core}/current_pstate" for core in cores]
@@ -263,7 +259,7 @@ def test_a_flaky_driver_never_makes_a_failed_change_look_taken():
     seen = set()
     for seed in range(1, 31):
         found = run(f"vxtctl cpu set --core 1 --multiplier 8 --yes --json --fault seed={seed},rate=3,kinds=fail+zero")
-        if found.code in (3, 4):
+        if not found.out or "changes" not in found.out:
             continue  # the fault hit the start
         row = json.loads(found.out)["changes"][0]
         seen.add(row["outcome"])
@@ -272,12 +268,26 @@ def test_a_flaky_driver_never_makes_a_failed_change_look_taken():
     assert {"taken", "failed"} <= seen
 
 
+@table("signal", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_amid_a_set_lets_the_core_at_hand_finish_and_names_the_others(signal):
+    # A value that the hardware rounds is waited for: time enough for the signal to come while core 0 is at it.
+    child = subprocess.Popen([FOLDER / "vxtctl", *"cpu set --multiplier 7.3 --force --yes --json".split()], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    assert "Planned changes" in child.stderr.readline()
+    child.send_signal(signal)
+    out, err = child.communicate(timeout=60)
+    rows = parsed(out)["changes"]
+    assert child.returncode == 130 and [row["outcome"] for row in rows][-1] == "skipped"
+    for row in rows:
+        assert (row["reason"], row["after"]) == ("interrupted", None) if row["outcome"] == "skipped" else row["after"] == 15, row
+    assert re.search(r"interrupted; written: .*; not written: .*core 3", err)
+
+
 @table("typed, code, fragment", [("y\n", 0, "taken"), ("yes\n", 0, "taken"), ("n\n", 1, "nothing was written"), ("\n", 1, "nothing was written"),
                                  ("\x04", 1, "nothing was written"), ("\x03", 130, "nothing was written")])
 def test_on_a_terminal_the_plan_is_shown_and_asked_about(typed, code, fragment):
     found = run_on_terminal("vxtctl cpu set --core 0 --pstate 1", typed)
     assert found.code == code
-    assert fragment in found.out and "Planned changes" in found.out and "0 to 3" in found.out
+    assert fragment in found.out and "Planned changes" in found.out and "[0] 1 2 3" in found.out
 
 
 # --- the firmware ---------------------------------------------------------------------------------------------------------------
@@ -315,7 +325,8 @@ def test_clocks_and_voltages_show_value_limits_and_list_in_their_units():
     assert (third["value"], third["legal"], third["limits"], third["step"]) == (33.333, None, {"min": 30, "max": 40}, 0.001)
     text = run("vxtctl clocks --machine fw.machine").out
     assert "150 155 160 ... 190 195 [200] 205 210 ... 390 395 400\n" in text and "30 to 40, step 0.001" in text and "[100] 101 102" in text
-    document = answer("vxtctl voltages --machine fw.machine")
+    document = answer("vxtctl voltages --machine fw.machine", 6)
+    assert document["findings"] == ["/custom-pwm/0/silent: the firmware gives no value"]
     assert document["device"] == "/custom-pwm/0"
     assert ([(row["id"].rsplit("/", 1)[1], row["label"], row["value"], row["default"]) for row in document["voltages"]] ==
             [("memvddq", "MemVDDQ", 1.5, 1.5), ("nb_1_8_v", "NB (1.8 V)", 1.8, 1.8), ("nb_1_8_v_2", "NB 1.8-V", 1.2, 1.2), ("deaf", "Deaf", 1.1, 1.1), ("silent", "Silent", None, 1)])
@@ -358,7 +369,7 @@ def test_a_garbled_answer_is_null_and_a_finding(method, reply, command, holds):
     document = answer(f"vxtdiag {command} --machine fw.machine", 6)
     assert document["findings"] and holds(document)
     for line in ("clocks", "voltages", "bios", "devices"):
-        assert run(f"vxtctl {line} --machine fw.machine").code in (0, 3), line
+        assert run(f"vxtctl {line} --machine fw.machine").code in (0, 3, 6), line
 
 
 def test_setup_items_show_number_value_and_options():
@@ -385,7 +396,8 @@ def test_a_snapshot_keeps_the_firmware_and_the_identity(machine, tunable):
     counts = answer(f"vxtdiag snapshot copy.machine --machine {machine}")
     assert (counts["firmware_objects"] > 0, counts["setup_items"] > 0) == (tunable, tunable)
     for line in ["vxtctl bios"] + ["vxtctl clocks", "vxtctl voltages", "vxtdiag firmware", "vxtdiag cmos"] * tunable:
-        assert answer(f"{line} --machine copy.machine") == answer(f"{line} --machine {machine}"), line
+        code = 6 if line == "vxtctl voltages" and machine == "fw.machine" else 0  # one of them is silent
+        assert answer(f"{line} --machine copy.machine", code) == answer(f"{line} --machine {machine}", code), line
 
 
 @table("machine", MACHINES)

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <set>
 #include <thread>
 
 #include "common/console.h"
@@ -12,8 +11,8 @@
 namespace vxttools {
 namespace {
 
-constexpr const char* kOutcomeNames[] = {"planned", "taken", "not_taken", "failed", "skipped"};
-constexpr const char* kOutcomeTexts[] = {"planned", "taken", "NOT TAKEN", "FAILED", "skipped"};
+constexpr const char* kOutcomeNames[] = {"planned", "taken", "not_taken", "failed", "skipped", "undone"};
+constexpr const char* kOutcomeTexts[] = {"planned", "taken", "NOT TAKEN", "FAILED", "skipped", "undone"};
 
 std::string g_Value(const CChange& rChange, const std::optional<double>& rValue) {
     if (!rValue) return "-";
@@ -25,62 +24,115 @@ std::string g_WithUnit(const CChange& rChange, const std::optional<double>& rVal
     return g_Value(rChange, rValue) + (rValue && !rChange.sUnit.empty() ? " " + rChange.sUnit : "");
 }
 
+bool g_Is(const CChange& rChange, const std::optional<double>& rReading, double dValue) {
+    return rReading && std::abs(*rReading - dValue) <= rChange.dTolerance;
+}
+
+/// Some processors report the end of a transition, others only begin it, and a firmware may take its time: reads until
+/// the value is there, for a while.
+std::optional<double> g_ReadBack(const CChange& rChange, double dExpected) {
+    constexpr int kReadings = 200;
+    const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    std::optional<double> oNow = rChange.Read();
+    for (int i = 1; i < kReadings && !g_Is(rChange, oNow, dExpected); ++i) {
+        if (std::chrono::steady_clock::now() > End) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        oNow = rChange.Read();
+    }
+    return oNow;
+}
+
 }  // namespace
 
 void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
-    const auto IsWanted = [&](const std::optional<double>& rValue) {
-        return rValue && std::abs(*rValue - rChange.dWanted) <= rChange.dTolerance;
-    };
     const bool bAccepted = rChange.Write();
-    // Some processors report the end of a transition, others only begin it: give every one of them time.
-    constexpr int kReadBacks = 200;
-    const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);  // a firmware may take its time
-    rResult.oAfter = rChange.Read();
-    for (int i = 1; i < kReadBacks && !IsWanted(rResult.oAfter) && !g_WasInterrupted(); ++i) {
-        if (std::chrono::steady_clock::now() > End) break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        rResult.oAfter = rChange.Read();
-    }
+    rResult.oAfter = g_ReadBack(rChange, rChange.dWanted);
     const std::string sAsked = g_WithUnit(rChange, rChange.dWanted);
     const std::string sAfter = g_WithUnit(rChange, rResult.oAfter);
-    const bool bUnchanged =
-        rResult.oAfter && rResult.oBefore && std::abs(*rResult.oAfter - *rResult.oBefore) <= rChange.dTolerance;
+    const bool bUnchanged = rResult.oBefore && g_Is(rChange, rResult.oAfter, *rResult.oBefore);
     if (!rResult.oAfter) {
         rResult.eOutcome = EOutcome::kFailed;
         rResult.sReason = "no reading afterwards, so nobody knows what the hardware took";
-    } else if (IsWanted(rResult.oAfter)) {
+    } else if (g_Is(rChange, rResult.oAfter, rChange.dWanted)) {
         rResult.eOutcome = bAccepted ? EOutcome::kTaken : EOutcome::kFailed;
         if (!bAccepted)
             rResult.sReason = "the library reports a failure, but the hardware shows " + sAfter + "; --log tells more";
     } else {
         rResult.eOutcome = EOutcome::kNotTaken;
         rResult.sReason =
-            !bAccepted ? "the library refused " + sAsked + " or could not complete it; the hardware shows " + sAfter
+            !bAccepted ? "the library could not complete " + sAsked + "; the hardware shows " + sAfter
                        : sAsked + " " + rChange.sDoubt + ": " + (bUnchanged ? "still " : "the hardware took ") + sAfter;
     }
 }
 
-std::string CChangePlan::_PlanText(const std::vector<CResult>& rResults) const {
-    CDocument Plan("", "");
-    CTextTable& rTable = Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values"}});
-    for (size_t i = 0; i < m_Changes.size(); ++i) {
-        const CChange& rChange = m_Changes[i];
-        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, rResults[i].oBefore),
-                               g_Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
-    }
-    return Plan.Text(false);
+void CChangePlan::_Undo(const CChange& rChange, CResult& rResult) {
+    if (!rChange.Restore || !rResult.oBefore || g_Is(rChange, rResult.oAfter, *rResult.oBefore)) return;
+    const bool bWasTaken = rResult.eOutcome == EOutcome::kTaken;
+    rChange.Restore(*rResult.oBefore);
+    rResult.oAfter = g_ReadBack(rChange, *rResult.oBefore);
+    const bool bIsBack = g_Is(rChange, rResult.oAfter, *rResult.oBefore);
+    if (bWasTaken) rResult.sReason = "another change to " + rChange.sOwner + " went wrong";
+    rResult.sReason += bIsBack
+                           ? "; put back to " + g_WithUnit(rChange, rResult.oBefore)
+                           : "; it could not be put back, the hardware shows " + g_WithUnit(rChange, rResult.oAfter);
+    if (!bIsBack)
+        rResult.eOutcome = EOutcome::kFailed;
+    else if (bWasTaken)
+        rResult.eOutcome = EOutcome::kUndone;
 }
 
-void CChangePlan::_Report(CDocument& rDocument, const std::vector<CResult>& rResults, bool bDryRun) const {
+size_t CChangePlan::_EndOfOwner(size_t uFirst) const {
+    size_t uEnd = uFirst;
+    while (uEnd < m_Changes.size() && m_Changes[uEnd].sOwner == m_Changes[uFirst].sOwner) ++uEnd;
+    return uEnd;
+}
+
+EExit CChangePlan::_ApplyOwner(size_t uFirst, size_t uEnd) {
+    size_t uFailed = uFirst;
+    while (uFailed < uEnd) {
+        _Apply(m_Changes[uFailed], m_Results[uFailed]);
+        if (m_Results[uFailed].eOutcome != EOutcome::kTaken) break;
+        ++uFailed;
+    }
+    if (uFailed == uEnd) return EExit::kDone;
+    for (size_t i = uFailed + 1; i < uEnd; ++i) {
+        m_Results[i].eOutcome = EOutcome::kSkipped;
+        m_Results[i].sReason = "an earlier change to " + m_Changes[i].sOwner + " went wrong";
+    }
+    EExit eExit = EExit::kNotTaken;
+    for (size_t i = uFailed + 1; i-- > uFirst;) {
+        const CChange& rChange = m_Changes[i];
+        _Undo(rChange, m_Results[i]);
+        if (m_Results[i].eOutcome == EOutcome::kFailed) eExit = EExit::kFailed;
+        if (!m_Results[i].sReason.empty())
+            std::fputs((rChange.sOwner + ": " + rChange.sLabel + ": " + m_Results[i].sReason + "\n").c_str(), stderr);
+    }
+    return eExit;
+}
+
+std::string CChangePlan::_PlanText() const {
+    CDocument Plan("", "");
+    CTextTable& rTable = Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values"}});
+    std::string sNotes;
+    for (size_t i = 0; i < m_Changes.size(); ++i) {
+        const CChange& rChange = m_Changes[i];
+        rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, m_Results[i].oBefore),
+                               g_Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
+        if (!rChange.sNote.empty()) sNotes += rChange.sOwner + ": " + rChange.sLabel + ": " + rChange.sNote + "\n";
+    }
+    return Plan.Text(false) + sNotes;
+}
+
+void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
     rDocument["dry_run"] = bDryRun;
     CJson& rChanges = rDocument["changes"] = CJson::Array();
     rDocument.SetCsv("changes");
     CTextTable Table{bDryRun ? "Planned changes (dry run: nothing was written)" : "Changes",
-                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Legal values", "Result"}};
-    std::string sReasons;
+                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Result", "Legal values"}};
+    const auto TextOrNull = [](const std::string& rsText) { return rsText.empty() ? nullptr : CJson(rsText); };
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
-        const auto& [oBefore, oAfter, eOutcome, sReason] = rResults[i];
+        const auto& [oBefore, oAfter, eOutcome, sReason] = m_Results[i];
         const size_t uOutcome = static_cast<size_t>(eOutcome);
         rChanges.Push({{"id", rChange.sId},
                        {"label", rChange.sLabel},
@@ -89,12 +141,15 @@ void CChangePlan::_Report(CDocument& rDocument, const std::vector<CResult>& rRes
                        {"after", g_ToJson(oAfter)},
                        {"unit", rChange.sUnit},
                        {"limits", g_ToJson(rChange.Limits)},
-                       {"legal", rChange.sLegal},
+                       {"legal", rChange.Legal.empty() ? nullptr : CJson(rChange.Legal)},
                        {"outcome", kOutcomeNames[uOutcome]},
-                       {"reason", sReason.empty() ? nullptr : CJson(sReason)}});
+                       {"reason", TextOrNull(sReason)},
+                       {"note", TextOrNull(rChange.sNote)}});
+        const bool bNoteCounts = eOutcome == EOutcome::kPlanned || eOutcome == EOutcome::kTaken;
+        const std::string sNote = bNoteCounts && !rChange.sNote.empty() ? ", " + rChange.sNote : "";
         Table.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, oBefore),
                               g_Value(rChange, rChange.dWanted), g_Value(rChange, oAfter), rChange.sUnit,
-                              rChange.sLegal, kOutcomeTexts[uOutcome]});
+                              kOutcomeTexts[uOutcome] + sNote, rChange.sLegal});
     }
     rDocument.AddTable(std::move(Table));
 }
@@ -105,47 +160,49 @@ EExit CChangePlan::Run(CTool& rTool) {
     return rTool.Emit(Document, eExit);
 }
 
-EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
-    const CGlobalOptions& rOptions = rTool.Options();
-    std::vector<CResult> Results(m_Changes.size());
-    for (size_t i = 0; i < m_Changes.size(); ++i) Results[i].oBefore = m_Changes[i].Read();
+void CChangePlan::_Ask(const CTool& rTool) const {
+    const std::string sPlan = _PlanText();
+    if (rTool.Options().bYes) return rTool.Output().Note(sPlan);
+    if (!g_IsStdinTerminal())
+        throw CFailure(EExit::kUsage, "no terminal to ask on: --yes writes without asking, --dry-run shows the plan");
+    std::fputs((sPlan + "\n").c_str(), stderr);
+    if (!g_AskYes("Write this to the hardware?"))
+        throw CFailure(g_WasInterrupted() ? EExit::kInterrupted : EExit::kFailed, "nothing was written");
+}
 
-    if (!rOptions.bDryRun) {
-        const std::string sPlan = _PlanText(Results);
-        if (rOptions.bYes) {
-            rTool.Output().Note(sPlan);
-        } else {
-            if (!g_IsStdinTerminal())
-                throw CFailure(EExit::kUsage,
-                               "no terminal to ask on: --yes writes without asking, --dry-run shows the plan");
-            std::fputs((sPlan + "\n").c_str(), stderr);
-            if (!g_AskYes("Write this to the hardware?"))
-                throw CFailure(g_WasInterrupted() ? EExit::kInterrupted : EExit::kFailed, "nothing was written");
-        }
+/// On stderr, where it is seen with --output and in scripts, too.
+void CChangePlan::_TellInterruption(const CTool& rTool) const {
+    std::string sWritten, sNotWritten;
+    for (size_t i = 0; i < m_Changes.size(); i = _EndOfOwner(i)) {
+        std::string& rsList = m_Results[i].eOutcome == EOutcome::kSkipped ? sNotWritten : sWritten;
+        rsList += (rsList.empty() ? "" : ", ") + m_Changes[i].sOwner;
     }
+    rTool.Output().Note("interrupted; written: " + (sWritten.empty() ? "nothing" : sWritten) +
+                        "; not written: " + sNotWritten);
+}
 
-    std::set<std::string> Stopped;  // owners whose earlier change went wrong: theirs may depend on it
+EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
+    const bool bDryRun = rTool.Options().bDryRun;
+    m_Results.assign(m_Changes.size(), {});
+    for (size_t i = 0; i < m_Changes.size(); ++i) m_Results[i].oBefore = m_Changes[i].Read();
+    if (!bDryRun) _Ask(rTool);
+
     EExit eExit = EExit::kDone;
-    for (size_t i = 0; i < m_Changes.size() && !rOptions.bDryRun; ++i) {
-        const CChange& rChange = m_Changes[i];
-        CResult& rResult = Results[i];
-        if (g_WasInterrupted() || Stopped.contains(rChange.sOwner)) {
-            rResult.eOutcome = EOutcome::kSkipped;
-            rResult.sReason =
-                g_WasInterrupted() ? "interrupted" : "an earlier change to " + rChange.sOwner + " went wrong";
+    bool bSkipped = false;
+    for (size_t i = 0, uEnd = 0; i < m_Changes.size() && !bDryRun; i = uEnd) {
+        uEnd = _EndOfOwner(i);
+        if (g_WasInterrupted()) {
+            for (size_t j = i; j < uEnd; ++j)
+                m_Results[j].eOutcome = EOutcome::kSkipped, m_Results[j].sReason = "interrupted";
+            bSkipped = true;
             continue;
         }
-        _Apply(rChange, rResult);
-        if (rResult.eOutcome == EOutcome::kTaken) continue;
-        Stopped.insert(rChange.sOwner);
-        std::fputs((rChange.sOwner + ": " + rChange.sLabel + ": " + rResult.sReason + "\n").c_str(), stderr);
-        if (rResult.eOutcome == EOutcome::kFailed)
-            eExit = EExit::kFailed;
-        else if (eExit == EExit::kDone)
-            eExit = EExit::kNotTaken;
+        const EExit eOwner = _ApplyOwner(i, uEnd);
+        if (eExit == EExit::kDone || eOwner == EExit::kFailed) eExit = eOwner;
     }
-    _Report(rDocument, Results, rOptions.bDryRun);
-    return g_WasInterrupted() ? EExit::kInterrupted : eExit;
+    if (bSkipped) _TellInterruption(rTool);
+    _Report(rDocument, bDryRun);
+    return bSkipped ? EExit::kInterrupted : eExit;
 }
 
 }  // namespace vxttools

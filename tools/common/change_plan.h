@@ -12,16 +12,19 @@ namespace vxttools {
 /// One setting to change.
 struct CChange {
     std::string sId;     ///< stable path, "/cpu/0/multiplier"
-    std::string sOwner;  ///< whose setting, "core 0"; after a failure the rest of this owner's changes is skipped
+    std::string sOwner;  ///< whose setting, "core 0": an owner's changes are made whole or, as far as possible, undone
     std::string sLabel;
     std::string sUnit;
     double dWanted;
-    double dTolerance;   ///< a read-back this close is the wanted value
-    std::string sLegal;  ///< legal values in words, as far as they are known
-    CLimits Limits;
-    std::function<std::optional<double>()> Read;  ///< nothing: no reading
-    std::function<bool()> Write;
+    double dTolerance;               ///< a read-back this close is the wanted value
+    std::string sLegal;              ///< legal values in words, as far as they are known
+    std::vector<double> Legal = {};  ///< the same as a list, ascending; empty: there is none
+    CLimits Limits = {};
+    std::function<std::optional<double>()> Read = {};  ///< nothing: no reading
+    std::function<bool()> Write = {};
+    std::function<bool(double)> Restore = {};         ///< writes an earlier reading again; empty: there is no way back
     std::function<std::string(double)> Meaning = {};  ///< what a number stands for, shown beside it; empty: nothing
+    std::string sNote = {};                           ///< what else has to be known of it, "in force after a reset"
     std::string sDoubt = "is not in this processor's table or beyond its limits";  ///< why another value was taken
 };
 
@@ -31,11 +34,13 @@ public:
     bool IsEmpty() const { return m_Changes.empty(); }
 
     /// Carries the plan out in order. With --dry-run nothing is written; without a terminal to ask on, --yes is needed.
+    /// When one of an owner's changes goes wrong, that one and those before it are undone and the rest is skipped. A
+    /// signal lets the owner at hand finish and skips the others.
     /// The answer has the array "changes" and its table. Returns how the command ends.
     EExit Run(CTool& rTool);
 
 private:
-    enum class EOutcome { kPlanned, kTaken, kNotTaken, kFailed, kSkipped };
+    enum class EOutcome { kPlanned, kTaken, kNotTaken, kFailed, kSkipped, kUndone };
     struct CResult {
         std::optional<double> oBefore, oAfter;
         EOutcome eOutcome = EOutcome::kPlanned;
@@ -43,11 +48,18 @@ private:
     };
 
     EExit _Run(CDocument& rDocument, const CTool& rTool);
+    void _Ask(const CTool& rTool) const;
+    /// One owner's changes, from the first to the one before the last. Returns how they went.
+    EExit _ApplyOwner(size_t uFirst, size_t uEnd);
     static void _Apply(const CChange& rChange, CResult& rResult);
-    std::string _PlanText(const std::vector<CResult>& rResults) const;
-    void _Report(CDocument& rDocument, const std::vector<CResult>& rResults, bool bDryRun) const;
+    static void _Undo(const CChange& rChange, CResult& rResult);
+    size_t _EndOfOwner(size_t uFirst) const;
+    void _TellInterruption(const CTool& rTool) const;
+    std::string _PlanText() const;
+    void _Report(CDocument& rDocument, bool bDryRun) const;
 
     std::vector<CChange> m_Changes;
+    std::vector<CResult> m_Results;  ///< of each change, while the plan runs
 };
 
 }  // namespace vxttools

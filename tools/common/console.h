@@ -1,29 +1,33 @@
 // What the tools need of the terminal and the process around them.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 namespace vxttools {
 
-/// Makes the standard streams fit for UTF-8 with plain line feeds, and lets the first Ctrl-C only be remembered
-/// (a second one ends the process at once). Returns the arguments as UTF-8, without the program's name.
+/// Makes the standard streams fit for UTF-8 with plain line feeds, and lets the first request to end (Ctrl-C, SIGTERM, a
+/// closed terminal or console) only be remembered; a second one ends the process at once. Returns the arguments as UTF-8, without the program's name.
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments);
 
 bool g_IsStdinTerminal();
 bool g_IsStdoutTerminal();
 
-/// Waits for a line on stdin, or for Ctrl-C: false.
+/// Waits for a line on stdin, or for a request to end: false.
 bool g_WaitForInput();
 
-/// Set by Ctrl-C; commands look between two steps and g_AskYes gives up.
+/// The process was asked to end; commands look between two steps and g_AskYes gives up.
 bool g_WasInterrupted();
 
 /// Empty when unset.
 std::string g_Environment(const char* pszName);
 /// For this process and the libraries it loads later.
 void g_SetEnvironment(const char* pszName, const std::string& sValue);
+
+/// Processors of this system that programs may use.
+uint32_t g_ProcessorCount();
 
 /// A path from UTF-8.
 std::filesystem::path g_Path(const std::string& sUtf8);

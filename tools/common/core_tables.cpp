@@ -1,5 +1,8 @@
 #include "common/core_tables.h"
 
+#include "common/device_id.h"
+#include "common/exit_code.h"
+
 namespace vxttools {
 
 std::vector<std::pair<std::string, CCells>> g_ShareRows(const CJson& rCores, CCells (*pRows)(const CJson& rCore)) {
@@ -16,6 +19,12 @@ std::vector<std::pair<std::string, CCells>> g_ShareRows(const CJson& rCores, CCe
         }
     }
     return Shared;
+}
+
+uint32_t g_ParseCore(const std::string& sText, const std::string& sName) {
+    const std::optional<uint32_t> oCore = g_ParseIndex(sText, "cpu");
+    if (!oCore) throw CFailure(EExit::kUsage, sName + " " + sText + ": expected a core like 0 or cpu/0");
+    return *oCore;
 }
 
 std::string g_CoreTitle(const std::string& sCores) {

@@ -21,6 +21,7 @@ namespace {
 
 constexpr CPlausible kClock{1, 20'000};     // MHz
 constexpr CPlausible kVoltage{0.0001, 30};  // V
+constexpr const char* kNoValue = "the firmware gives no value";
 constexpr uint32_t kLongestList = 1u << 20;
 constexpr uint32_t kMostVoltages = 4096;
 
@@ -76,7 +77,7 @@ void g_Add(CFirmwareDevice& rDevice, CFirmwareSetting Setting, const FirmwareLim
     if (rSetting.Limits.oMaximum && rLimits.dMinimum > rLimits.dMaximum) rSetting.Limits = {};  // they rule all out
     rSetting.oDefault = Told(rLimits.dDefault);
     rSetting.oStep = Told(rLimits.dStep);
-    rSetting.Judge(Setting.Read(), Setting.Plausible);
+    rSetting.Judge(Setting.Read(), Setting.Plausible, kNoValue);
     rDevice.Settings.push_back(std::move(Setting));
 }
 
@@ -100,7 +101,7 @@ CFirmwareDevice g_Clocks(const CHostLibrary& rLibrary) {
                                kClock,
                                [&rGenerator, pRead = rRow.pRead] { return (rGenerator.*pRead)(); },
                                [&rGenerator, pWrite = rRow.pWrite](double d) { return (rGenerator.*pWrite)(d); }};
-        Clock.Setting.Legal = g_List(rGenerator, rRow.pList);
+        Clock.Setting.SetLegal(g_List(rGenerator, rRow.pList));
         FirmwareLimits Limits{};
         (void)rGenerator.GetClockLimits(rRow.eWhich, &Limits);  // stays zero, which means not told
         g_Add(Device, std::move(Clock), Limits);
@@ -147,10 +148,11 @@ CFirmwareDevice g_Voltages(const CHostLibrary& rLibrary) {
     return Device;
 }
 
-void g_Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& rDevice) {
+void g_Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& rDevice,
+              vxttools::CFindings& rFindings) {
     const std::vector<CSetting> Settings = rDevice.Plain();
     rDocument["device"] = rDevice.Path();
-    rDocument[pszArray] = g_SettingsToJson(Settings, rDevice.Path());
+    rDocument[pszArray] = g_SettingsToJson(Settings, rDevice.Path(), rFindings);
     rDocument.SetCsv(pszArray);
     g_AddSettingTable(rDocument,
                       vxttools::g_Utf8(rDevice.Entry.pDevice->GetDescription()) + ", " + rDevice.Path().substr(1),
@@ -168,10 +170,11 @@ CChangePlan g_Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment
         Change.sDoubt = "was not taken over by the firmware";
         Change.Read = [Read = it->Read, Plausible = it->Plausible] {
             CSetting Now;
-            Now.Judge(Read(), Plausible);
+            Now.Judge(Read(), Plausible, kNoValue);
             return Now.oValue;
         };
         Change.Write = [Write = it->Write, dValue = rAssignment.dValue] { return Write(dValue); };
+        Change.Restore = it->Write;
         Plan.Add(std::move(Change));
     }
     return Plan;
@@ -179,12 +182,12 @@ CChangePlan g_Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment
 
 }  // namespace
 
-void g_AddClocks(CDocument& rDocument, const CHostLibrary& rLibrary) {
-    g_Report(rDocument, "clocks", g_Clocks(rLibrary));
+void g_AddClocks(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings) {
+    g_Report(rDocument, "clocks", g_Clocks(rLibrary), rFindings);
 }
 
-void g_AddVoltages(CDocument& rDocument, const CHostLibrary& rLibrary) {
-    g_Report(rDocument, "voltages", g_Voltages(rLibrary));
+void g_AddVoltages(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings) {
+    g_Report(rDocument, "voltages", g_Voltages(rLibrary), rFindings);
 }
 
 CChangePlan g_PlanClockChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,

@@ -7,8 +7,8 @@
 namespace vxtctl {
 
 /// The documents of "clocks" and "voltages". They end the command where the firmware offers no such device.
-void g_AddClocks(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary);
-void g_AddVoltages(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary);
+void g_AddClocks(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings);
+void g_AddVoltages(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings);
 
 /// One write for each assignment, in their order.
 vxttools::CChangePlan g_PlanClockChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,

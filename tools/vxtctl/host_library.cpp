@@ -20,9 +20,12 @@ CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
     _Bind(m_pInit, "InitVXTAPI");
     _Bind(m_pUnInit, "UnInitVXTAPI");
     _Bind(m_pGetDeviceManager, "GetDeviceManager");
+    m_pSimulatedFailures = reinterpret_cast<decltype(m_pSimulatedFailures)>(m_Library.Find("VXTSimulatedFailures"));
+    m_pSimulatedProcessors =
+        reinterpret_cast<decltype(m_pSimulatedProcessors)>(m_Library.Find("VXTSimulatedProcessors"));
     if (m_pInit(rOptions.bLog)) return;
     m_pUnInit();  // a failed start leaves its earlier steps standing
-    throw CFailure(EExit::kNoLibrary, "the library did not start: no driver, no rights or no known hardware; " +
+    throw CFailure(EExit::kNoLibrary, "the library did not start; " +
                                           std::string(rOptions.bLog ? "see the log below ./Logs" : "--log tells why"));
 }
 
@@ -44,6 +47,36 @@ std::vector<CInventoryEntry> CHostLibrary::Devices(vxtapi::eDeviceType eType) co
     for (uint32_t i = 0; vxtapi::CDevice* pDevice = m_pGetDeviceManager()->GetDevice(eType, i); ++i)
         Entries.push_back({eType, i, pDevice});
     return Entries;
+}
+
+uint32_t CHostLibrary::ExpectedCores() const {
+    constexpr uint32_t kMostOfAKind = 16;
+    return std::min(m_pSimulatedProcessors ? m_pSimulatedProcessors() : vxttools::g_ProcessorCount(), kMostOfAKind);
+}
+
+vxttools::CFindings CHostLibrary::Findings() const {
+    vxttools::CFindings Findings;
+    const size_t uCores = Devices(vxtapi::kDeviceCpu).size();
+    const bool bLinks = !Devices(vxtapi::kDeviceHtLink).empty(),
+               bMemory = !Devices(vxtapi::kDeviceMemoryController).empty();
+    const bool bIsFiltered = std::filesystem::exists("DeviceList.cfg");  // then types may be left out on purpose
+    if ((uCores > 0 || bLinks || bMemory) && !bIsFiltered) {
+        if (uCores < ExpectedCores())
+            Findings.push_back(std::to_string(ExpectedCores() - uCores) + " of " + std::to_string(ExpectedCores()) +
+                               " processor cores could not be read");
+        if (!bLinks) Findings.push_back("the processor's HyperTransport links could not be read");
+        if (!bMemory) Findings.push_back("the processor's memory controller could not be read");
+    }
+    if (const uint64_t ullFailures = m_pSimulatedFailures ? m_pSimulatedFailures() : 0)
+        Findings.push_back(std::to_string(ullFailures) +
+                           " requests to the driver went wrong: devices or readings may be missing");
+    return Findings;
+}
+
+CFailure CHostLibrary::Absent(const std::string& sWhat) const {
+    const vxttools::CFindings Found = Findings();
+    if (Found.empty()) return {EExit::kNoSuchDevice, "this machine has no " + sWhat + " that the library knows"};
+    return {EExit::kFailed, "no " + sWhat + " could be read: " + Found.front() + "; --log tells more"};
 }
 
 std::vector<CInventoryEntry> CHostLibrary::Devices() const {

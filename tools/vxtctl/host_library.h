@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "common/command.h"
+#include "common/findings.h"
 #include "common/library_loader.h"
 
 namespace vxtctl {
@@ -29,6 +29,14 @@ public:
     std::vector<CInventoryEntry> Devices() const;
     std::vector<CInventoryEntry> Devices(vxtapi::eDeviceType eType) const;
 
+    /// Cores that the library lists when all goes well: it takes 16 of a kind at most.
+    uint32_t ExpectedCores() const;
+    /// What shows that something is missing, up to now. The library itself only logs what it could not read: missing
+    /// parts of a processor that others of its parts show to be there tell, and what a simulated system counts.
+    vxttools::CFindings Findings() const;
+    /// Why there is no such thing, "processor": the machine lacks it, or, where anything could not be read, that.
+    vxttools::CFailure Absent(const std::string& sWhat) const;
+
 private:
     template <class TFunction> void _Bind(TFunction*& rpFunction, const char* pszName);
 
@@ -36,6 +44,8 @@ private:
     decltype(&InitVXTAPI) m_pInit = nullptr;
     decltype(&UnInitVXTAPI) m_pUnInit = nullptr;
     decltype(&GetDeviceManager) m_pGetDeviceManager = nullptr;
+    uint64_t (*m_pSimulatedFailures)() = nullptr;    ///< of a simulated build only
+    uint32_t (*m_pSimulatedProcessors)() = nullptr;  ///< the same
     std::string m_sPath;
 };
 

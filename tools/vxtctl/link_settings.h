@@ -7,7 +7,7 @@
 namespace vxtctl {
 
 /// What "links" shows. Ends the command when the machine has no link device that the library knows.
-void g_AddLinks(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary);
+void g_AddLinks(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings);
 /// One write of the link for all values asked for.
 vxttools::CChangePlan g_PlanLinkChanges(const CHostLibrary& rLibrary, uint32_t uLink,
                                         const std::vector<CAssignment>& rAssignments, bool bForce);

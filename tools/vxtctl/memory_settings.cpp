@@ -56,7 +56,8 @@ template <class TRecord> struct CNumberRow {
     const char* pszLabel;
     const char* pszUnit;
     CField<TRecord> Field;
-    CListOperation pList;  ///< null where the library has none
+    CListOperation pList;     ///< null where the library has none
+    bool bMayBeZero = false;  ///< without a list: every controller has it, and 0 is a value of it
 
     bool IsOfPair() const { return pList == &CMemoryController::GetTrfcList; }  ///< a pair of modules
 };
@@ -105,7 +106,7 @@ constexpr CNumberRow<MemConfig> kNumbers[] = {
     {"max_async_latency", "Maximum asynchronous latency", "ns", &MemConfig::dMaxAsyncLat, &CMemoryController::GetMaxAsyncLatList},
     {"dram_termination", "DRAM termination", "ohm", &MemConfig::dDramTermination, &CMemoryController::GetDramTermList},
     {"four_bank_window", "Four bank activate window", "clocks", &MemConfig::dFourBankActWindow, &CMemoryController::GetFourActWindowList},
-    {"dcq_bypass_max", "DCQ bypass maximum", "", &MemConfig::dDcqBypassMax, nullptr},
+    {"dcq_bypass_max", "DCQ bypass maximum", "", &MemConfig::dDcqBypassMax, nullptr, true},
     {"idle_cycle_limit", "Idle cycle limit", "clocks", &MemConfig::dIdleCycleLimit, &CMemoryController::GetILD_lmtList},
     {"read_preamble", "Read preamble", "ns", &MemConfig::dReadPreamble, &CMemoryController::GetRdPreambleList},
     {"cke_drive_a", "CKE drive strength, channel A", "x", {&MemConfig::adCkeDrive, 0}, &CMemoryController::GetCkeDrvStrengthList},
@@ -136,6 +137,9 @@ constexpr CNumberRow<MemConfig> kNumbers[] = {
 constexpr uint32_t kLongestList = 1024;
 constexpr double kReservedCode = -1.0;  ///< in-band: the register holds a code that means nothing
 
+constexpr const char* kNoSuchField = "this controller has no such field";
+constexpr const char* kUnread = "the register could not be read";
+
 constexpr uint32_t kFamily11h = 0x1302;  ///< PCI device of the family's controller
 constexpr uint32_t kDdr = 7;
 constexpr struct {
@@ -145,8 +149,7 @@ constexpr struct {
 
 CMemoryController& g_Controller(const CHostLibrary& rLibrary) {
     const std::vector<CInventoryEntry> Controllers = rLibrary.Devices(vxtapi::kDeviceMemoryController);
-    if (Controllers.empty())
-        throw CFailure(EExit::kNoSuchDevice, "this machine has no memory controller that the library knows");
+    if (Controllers.empty()) throw rLibrary.Absent("memory controller");
     return *static_cast<CMemoryController*>(Controllers.front().pDevice);
 }
 
@@ -177,20 +180,20 @@ CSetting g_Setting(CMemoryController& rController, const CNumberRow<TRecord>& rR
     // Family 11h keeps the whole read latency there, in clocks of the north bridge.
     if (rController.GetPciDevice() == kFamily11h && rRow.pList == &CMemoryController::GetMaxAsyncLatList)
         Setting.sUnit = "clocks";
-    Setting.Legal = g_Legal(rController, rRow.pList);
+    Setting.SetLegal(g_Legal(rController, rRow.pList));
     if (!oRecord) {
-        Setting.sReason = "the register could not be read";
+        Setting.Fail(kUnread);
         return Setting;
     }
     const double dValue = rRow.Field(*oRecord);
     const bool bZero = dValue == 0 && !std::ranges::count(Setting.Legal, 0.0);
-    if (Setting.Legal.empty() && bZero)
-        Setting.sReason = "zero, or this controller has no such field";
+    if (Setting.Legal.empty() && bZero && !rRow.bMayBeZero)
+        Setting.oFixed = kNoSuchField;
     else if (const auto oChannel = rRow.Field.Channel(); oChannel && !rInUse.abChannel[*oChannel])
         Setting.oFixed = "this channel is not in use";
     else if (rRow.IsOfPair() && (bZero || dValue == kReservedCode))
         Setting.oFixed = "there is no such pair of modules";
-    else if (bZero)
+    else if (bZero && !rRow.bMayBeZero)
         Setting.oFixed = "not in use";
     else if (dValue == kReservedCode)
         Setting.sReason = "the register holds a reserved code";
@@ -206,11 +209,11 @@ CSetting g_Setting(CMemoryController& rController, const CSwitchRow& rRow, const
     if (rRow.bReadOnly) Switch.oFixed = "the hardware only reports it";
     Switch.Legal = {0, 1};
     if (rRow.bNotOfDdr && rController.GetMemoryType() == kDdr)
-        Switch.sReason = *(Switch.oFixed = "this controller has no such field");
+        Switch.sReason = *(Switch.oFixed = kNoSuchField);
     else if (oConfig)
         Switch.oValue = (*oConfig).*rRow.pFlag ? 1 : 0;
     else
-        Switch.sReason = "the register could not be read";
+        Switch.Fail(kUnread);
     return Switch;
 }
 
@@ -269,7 +272,7 @@ private:
 
 }  // namespace
 
-void g_AddMemory(CDocument& rDocument, const CHostLibrary& rLibrary) {
+void g_AddMemory(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings) {
     CMemoryController& rController = g_Controller(rLibrary);
     const std::string sPath = g_DevicePath(vxtapi::kDeviceMemoryController, 0);
     const CMemory Memory(rController);
@@ -277,8 +280,8 @@ void g_AddMemory(CDocument& rDocument, const CHostLibrary& rLibrary) {
     for (const auto& rType : kMemoryTypes)
         if (rType.uNumber == rController.GetMemoryType()) pszType = rType.pszName;
     rDocument["memory_type"] = pszType;
-    rDocument["timings"] = g_SettingsToJson(Memory.Timings, sPath);
-    rDocument["configuration"] = g_SettingsToJson(Memory.Configuration, sPath);
+    rDocument["timings"] = g_SettingsToJson(Memory.Timings, sPath, rFindings);
+    rDocument["configuration"] = g_SettingsToJson(Memory.Configuration, sPath, rFindings);
     rDocument.SetCsv("timings");
     g_AddSettingTable(rDocument, std::string("Timings, ") + pszType, Memory.Timings);
     g_AddSettingTable(rDocument, "Configuration", Memory.Configuration);

@@ -7,7 +7,7 @@
 namespace vxtctl {
 
 /// What "memory" shows. Ends the command when the machine has no memory controller that the library knows.
-void g_AddMemory(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary);
+void g_AddMemory(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings);
 
 /// One write for all timings asked for, one for all configuration values.
 vxttools::CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,

@@ -1,7 +1,6 @@
 #include "setting.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 #include "common/text.h"
@@ -17,13 +16,10 @@ using vxttools::g_Trimmed;
 
 namespace {
 
+constexpr const char* kNothingKnown = "the library offers neither a list nor limits";
 constexpr double kSame = 1e-5;  ///< values closer than this are one to the hardware's tables
 
 bool g_IsSame(double a, double b) { return std::abs(a - b) < kSame; }
-
-std::string g_Text(const CSetting& rSetting, double dValue) {
-    return rSetting.bSwitch ? (dValue != 0 ? "on" : "off") : g_Trimmed(dValue, 4);
-}
 
 bool g_HasLimits(const CSetting& rSetting) { return rSetting.Limits.oMinimum || rSetting.Limits.oMaximum; }
 
@@ -44,12 +40,10 @@ bool g_IsLegal(const CSetting& rSetting, double dValue) {
     return dStep <= 0 || g_IsSame(dFirst + std::round((dValue - dFirst) / dStep) * dStep, dValue);
 }
 
-/// Listed values once each, the current one in brackets. A long list shows its ends and what is near the current one.
+/// Listed values, the current one in brackets. A long list shows its ends and what is near the current one.
 std::string g_ListText(const CSetting& rSetting) {
-    constexpr size_t kLongList = 24, kShownAtEnds = 3, kShownAround = 2;
-    std::vector<double> Told;
-    for (const double dLegal : rSetting.Legal)
-        if (std::ranges::none_of(Told, [&](double d) { return g_IsSame(d, dLegal); })) Told.push_back(dLegal);
+    constexpr size_t kLongList = 40, kShownAtEnds = 3, kShownAround = 2;
+    const std::vector<double>& Told = rSetting.Legal;
     const auto IsCurrent = [&](double d) { return rSetting.oValue && g_IsSame(*rSetting.oValue, d); };
     const size_t uCurrent = static_cast<size_t>(std::ranges::find_if(Told, IsCurrent) - Told.begin());
     std::string sText;
@@ -57,7 +51,7 @@ std::string g_ListText(const CSetting& rSetting) {
     for (size_t i = 0; i < Told.size(); ++i) {
         const bool bShown = Told.size() <= kLongList || i < kShownAtEnds || i + kShownAtEnds >= Told.size() ||
                             (i + kShownAround >= uCurrent && i <= uCurrent + kShownAround);
-        const std::string sValue = g_Text(rSetting, Told[i]);
+        const std::string sValue = rSetting.Text(Told[i]);
         if (bShown)
             sText += (sText.empty() ? "" : " ") + (i == uCurrent ? "[" + sValue + "]" : sValue);
         else if (!bGap)
@@ -72,10 +66,10 @@ std::string g_LegalText(const CSetting& rSetting) {
     if (!rSetting.Legal.empty()) return g_ListText(rSetting);
     const auto& [oMinimum, oMaximum] = rSetting.Limits;
     if (!g_HasLimits(rSetting)) return "";
-    const std::string sText = !oMinimum   ? "up to " + g_Text(rSetting, *oMaximum)
-                              : !oMaximum ? "from " + g_Text(rSetting, *oMinimum)
-                                          : g_Text(rSetting, *oMinimum) + " to " + g_Text(rSetting, *oMaximum);
-    return sText + (rSetting.oStep ? ", step " + g_Text(rSetting, *rSetting.oStep) : "");
+    const std::string sText = !oMinimum   ? "up to " + rSetting.Text(*oMaximum)
+                              : !oMaximum ? "from " + rSetting.Text(*oMinimum)
+                                          : rSetting.Text(*oMinimum) + " to " + rSetting.Text(*oMaximum);
+    return sText + (rSetting.oStep ? ", step " + rSetting.Text(*rSetting.oStep) : "");
 }
 
 /// Why the setting cannot be set, whatever the value; nothing: it can.
@@ -86,12 +80,24 @@ std::optional<std::string> g_WhyFixed(const CSetting& rSetting) {
 
 }  // namespace
 
-void CSetting::Judge(double dRaw, const vxttools::CPlausible& rPlausible) {
+void CSetting::Judge(double dRaw, const vxttools::CPlausible& rPlausible, const char* pszFailed) {
     CQuantity Quantity;
     Quantity.Judge(dRaw, rPlausible);
     oValue = Quantity.oValue;
     bOutOfRange = Quantity.bOutOfRange;
     sReason = Quantity.sReason;
+    if (!oValue && !bOutOfRange) Fail(pszFailed);
+}
+
+void CSetting::SetLegal(std::vector<double> Values) {
+    std::ranges::sort(Values);
+    const auto Twins = std::ranges::unique(Values, g_IsSame);
+    Values.erase(Twins.begin(), Twins.end());
+    Legal = std::move(Values);
+}
+
+std::string CSetting::Text(double dNumber) const {
+    return TakesWord(dNumber) ? (dNumber != 0 ? "on" : "off") : g_Trimmed(dNumber, 4);
 }
 
 std::vector<CAssignment> g_ParseAssignments(const std::vector<std::string>& rWords) {
@@ -100,32 +106,32 @@ std::vector<CAssignment> g_ParseAssignments(const std::vector<std::string>& rWor
         const size_t uSign = sWord.find('=');
         const std::string sKey = sWord.substr(0, uSign), sValue = uSign == sWord.npos ? "" : sWord.substr(uSign + 1);
         const bool bIsWord = sValue == "on" || sValue == "off";
-        double dValue = sValue == "on" ? 1 : 0;
-        if (!bIsWord) {
-            const auto [pRest, eError] = std::from_chars(sValue.data(), sValue.data() + sValue.size(), dValue);
-            if (eError != std::errc() || pRest != sValue.data() + sValue.size() || !std::isfinite(dValue))
-                throw CFailure(EExit::kUsage, "'" + sWord + "': expected NAME=VALUE with a number, 'on' or 'off'");
-        }
+        const std::optional<double> oValue = bIsWord ? sValue == "on" : vxttools::g_ParseNumber(sValue);
+        if (sKey.empty() || !oValue)
+            throw CFailure(EExit::kUsage, "'" + sWord + "': expected NAME=VALUE with a number, 'on' or 'off'");
         if (std::ranges::count(Assignments, sKey, &CAssignment::sKey))
             throw CFailure(EExit::kUsage, "'" + sKey + "' is named twice");
-        Assignments.push_back({sKey, dValue, bIsWord});
+        Assignments.push_back({sKey, *oValue, bIsWord});
     }
     return Assignments;
 }
 
-CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const std::string& sPath) {
+CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const std::string& sPath,
+                       vxttools::CFindings& rFindings) {
     CJson Settings = CJson::Array();
     for (const CSetting& rSetting : rSettings) {
         CQuantity Quantity{sPath + "/" + rSetting.sKey, rSetting.sLabel, rSetting.sUnit, rSetting.oValue};
         Quantity.sReason = rSetting.sReason;
         Quantity.bOutOfRange = rSetting.bOutOfRange;
-        Quantity.Limits = g_Limits(rSetting);
+        const bool bWritable = !g_WhyFixed(rSetting);
+        if (bWritable) Quantity.Limits = g_Limits(rSetting);
         CJson Setting = Quantity.ToJson();
         Setting["default"] = rSetting.oDefault;
         Setting["step"] = rSetting.oStep;
-        Setting["legal"] = rSetting.Legal.empty() ? nullptr : CJson(rSetting.Legal);
-        Setting["writable"] = !g_WhyFixed(rSetting);
+        Setting["legal"] = !bWritable || rSetting.Legal.empty() ? nullptr : CJson(rSetting.Legal);
+        Setting["writable"] = bWritable;
         Settings.Push(std::move(Setting));
+        if (rSetting.bUnread) rFindings.push_back(Quantity.sId + ": " + rSetting.sReason);
     }
     return Settings;
 }
@@ -136,14 +142,35 @@ void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle
     const bool bDefaults = std::ranges::any_of(rSettings, [](const CSetting& r) { return r.oDefault.has_value(); });
     if (bDefaults) Table.Columns.insert(Table.Columns.begin() + 3, ">Default");
     for (const CSetting& rSetting : rSettings) {
-        const std::string sLegal = g_LegalText(rSetting);
+        const std::optional<std::string> oFixed = g_WhyFixed(rSetting);
         std::vector<std::string>& rRow = Table.Rows.emplace_back();
-        rRow = {rSetting.sKey, rSetting.sLabel, rSetting.oValue ? g_Text(rSetting, *rSetting.oValue) : "-"};
-        if (bDefaults) rRow.push_back(rSetting.oDefault ? g_Text(rSetting, *rSetting.oDefault) : "-");
+        rRow = {rSetting.sKey, rSetting.sLabel, rSetting.oValue ? rSetting.Text(*rSetting.oValue) : "-"};
+        if (bDefaults) rRow.push_back(rSetting.oDefault ? rSetting.Text(*rSetting.oDefault) : "-");
         rRow.push_back(rSetting.sUnit);
-        rRow.push_back(rSetting.oValue || !(sLegal.empty() || rSetting.oFixed) ? sLegal : rSetting.sReason);
+        const std::string sLegal = oFixed.value_or(g_LegalText(rSetting));
+        rRow.push_back(rSetting.oValue || oFixed ? sLegal : rSetting.sReason + "; legal: " + sLegal);
     }
     rDocument.AddTable(std::move(Table));
+}
+
+void g_CheckLegal(const CSetting& rSetting, double dValue, const std::string& sAsked, bool bForce) {
+    if (bForce || g_IsLegal(rSetting, dValue)) return;
+    const std::string sLegal = g_LegalText(rSetting);
+    throw CFailure(EExit::kUsage, sAsked + ": not a legal value (" + (sLegal.empty() ? kNothingKnown : sLegal) +
+                                      "); nothing was written, --force tries all the same");
+}
+
+vxttools::CChange g_NewChange(const CSetting& rSetting, double dValue, const std::string& sPath) {
+    const std::string sLegal = g_LegalText(rSetting);
+    return {.sId = sPath + "/" + rSetting.sKey,
+            .sOwner = {},
+            .sLabel = rSetting.sLabel,
+            .sUnit = rSetting.sUnit,
+            .dWanted = dValue,
+            .dTolerance = rSetting.dTolerance,
+            .sLegal = sLegal.empty() ? kNothingKnown : sLegal,
+            .Legal = rSetting.Legal,
+            .Limits = g_Limits(rSetting)};
 }
 
 vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CAssignment& rAssignment,
@@ -152,25 +179,12 @@ vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CA
     if (it == rSettings.end())
         throw CFailure(EExit::kNoSuchDevice,
                        "no setting '" + rAssignment.sKey + "'; the names stand in the first column of the list");
-    const std::string sKnown = g_LegalText(*it);
-    const std::string sLegal = sKnown.empty() ? "the library offers neither a list nor limits" : sKnown;
     if (const auto oFixed = g_WhyFixed(*it))
         throw CFailure(EExit::kNoSuchDevice, "'" + it->sKey + "' cannot be set: " + *oFixed);
-    if (rAssignment.bIsWord && !it->bSwitch)
+    if (rAssignment.bIsWord && !it->TakesWord(rAssignment.dValue))
         throw CFailure(EExit::kUsage, "'" + it->sKey + "' takes a number: 'on' and 'off' are for switches");
-    if (!g_IsLegal(*it, rAssignment.dValue) && !bForce)
-        throw CFailure(EExit::kUsage, it->sKey + "=" + g_Trimmed(rAssignment.dValue, 6) + ": not a legal value (" +
-                                          sLegal + "); nothing was written, --force tries all the same");
-    return {.sId = sPath + "/" + it->sKey,
-            .sOwner = {},
-            .sLabel = it->sLabel,
-            .sUnit = it->sUnit,
-            .dWanted = rAssignment.dValue,
-            .dTolerance = it->dTolerance,
-            .sLegal = sLegal,
-            .Limits = g_Limits(*it),
-            .Read = {},
-            .Write = {}};
+    g_CheckLegal(*it, rAssignment.dValue, it->sKey + "=" + g_Trimmed(rAssignment.dValue, 6), bForce);
+    return g_NewChange(*it, rAssignment.dValue, sPath);
 }
 
 }  // namespace vxtctl

@@ -16,9 +16,18 @@ CLog& g_GetLog() {
     return s_Log;
 }
 
+namespace {
+
+CCheckObserver s_pObserver = nullptr;
+
+}  // namespace
+
+void g_ObserveChecks(CCheckObserver pObserver) { s_pObserver = pObserver; }
+
 bool g_ReportCheck(const char* pszKind, const char* pszText, int nLine, const char* pszClass, const char* pszFunction,
                    std::string_view sSignature) noexcept {
     const std::string_view sName = g_QualifiedName(sSignature);
+    if (s_pObserver) s_pObserver(pszClass ? pszClass : sName);
     if (pszClass)
         g_GetLog().WriteLog(kLogError, "%s(%s) at line %d in %s::%s\n", pszKind, pszText, nLine, pszClass, pszFunction);
     else

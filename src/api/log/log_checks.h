@@ -34,6 +34,11 @@ static_assert(g_QualifiedName("vxt::CDevice::Init(uint32_t)::<lambda(int)>") == 
 bool g_ReportCheck(const char* pszKind, const char* pszText, int nLine, const char* pszClass, const char* pszFunction,
                    std::string_view sSignature) noexcept;
 
+/// Called for each failed check, logged or not, on the thread where it failed, with "CClass::Method" (of a class that
+/// logs under its family's name: "CClass"). Null: nobody looks. For diagnostics; set it before other threads run.
+using CCheckObserver = void (*)(std::string_view sWhere) noexcept;
+void g_ObserveChecks(CCheckObserver pObserver);
+
 constexpr const char* g_CheckText(const char* pszExpression) { return pszExpression; }
 constexpr const char* g_CheckText(const char*, const char* pszText) { return pszText; }
 

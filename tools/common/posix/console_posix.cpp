@@ -10,24 +10,35 @@ namespace {
 
 volatile sig_atomic_t g_nInterrupted = 0;
 
+/// Ctrl-C, the request to end, the closed terminal.
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
 }  // namespace
 
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
-    struct sigaction Action = {};
+    struct sigaction Action = {}, Before = {};
     Action.sa_handler = [](int) { g_nInterrupted = 1; };
     Action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &Action, nullptr);
+    for (const int nSignal : kEndingSignals)  // what was ignored from the start stays so: nohup
+        if (sigaction(nSignal, nullptr, &Before) == 0 && Before.sa_handler != SIG_IGN)
+            sigaction(nSignal, &Action, nullptr);
+    // A reader that goes away must not end the process amid a change: the write fails instead.
+    Action.sa_handler = SIG_IGN;
+    Action.sa_flags = 0;
+    sigaction(SIGPIPE, &Action, nullptr);
     return {ppszArguments + (nArguments > 0), ppszArguments + nArguments};
 }
+
+uint32_t g_ProcessorCount() { return static_cast<uint32_t>(sysconf(_SC_NPROCESSORS_ONLN)); }
 
 bool g_IsStdinTerminal() { return isatty(STDIN_FILENO); }
 bool g_IsStdoutTerminal() { return isatty(STDOUT_FILENO); }
 bool g_WaitForInput() {
-    // The signal is held back from the look at the flag until the wait has begun, so that it cannot fall in between.
-    sigset_t Interrupt, Before;
-    sigemptyset(&Interrupt);
-    sigaddset(&Interrupt, SIGINT);
-    sigprocmask(SIG_BLOCK, &Interrupt, &Before);
+    // The signals are held back from the look at the flag until the wait has begun, so that none can fall in between.
+    sigset_t Ending, Before;
+    sigemptyset(&Ending);
+    for (const int nSignal : kEndingSignals) sigaddset(&Ending, nSignal);
+    sigprocmask(SIG_BLOCK, &Ending, &Before);
     pollfd Input{STDIN_FILENO, POLLIN, 0};
     while (!g_nInterrupted && ppoll(&Input, 1, nullptr, &Before) < 0) continue;
     sigprocmask(SIG_SETMASK, &Before, nullptr);

@@ -17,7 +17,12 @@ std::atomic<bool> g_bInterrupted = false;
 /// Runs on a thread of its own (HandlerRoutine callback). FALSE passes on to the default handler, which ends the
 /// process.
 BOOL WINAPI g_OnControl(DWORD dwEvent) {
-    return (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
+    const bool bIsFirst = !g_bInterrupted.exchange(true);
+    if (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) return bIsFirst;
+    // A closed console, the end of the session: the process ends when this returns, so it waits for the main thread to
+    // end the process in its own way. The system's patience (some seconds) is the limit.
+    Sleep(INFINITE);
+    return FALSE;
 }
 
 bool g_IsConsole(DWORD dwHandle) {
@@ -49,6 +54,12 @@ std::vector<std::string> g_StartConsole(int, char**) {
         LocalFree(ppszArguments);
     }
     return Arguments;
+}
+
+uint32_t g_ProcessorCount() {
+    SYSTEM_INFO Information{};
+    GetSystemInfo(&Information);
+    return Information.dwNumberOfProcessors;
 }
 
 bool g_IsStdinTerminal() { return g_IsConsole(STD_INPUT_HANDLE); }

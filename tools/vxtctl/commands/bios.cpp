@@ -64,7 +64,7 @@ EExit g_Bios(CTool& rTool) {
         rRows.Push(std::move(Row));
         Document.AddTable(std::move(Table));
     }
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Library.Findings());
 }
 
 }  // namespace

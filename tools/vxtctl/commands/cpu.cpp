@@ -12,10 +12,10 @@ using namespace vxttools;
 namespace {
 
 struct CWanted {
-    std::optional<uint32_t> oCore;
+    std::optional<std::string> oCore;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"CORE", "", "Core number; all cores when left out", &CWanted::oCore},
+    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore},
 };
 
 /// What several cores share is told once.
@@ -46,15 +46,18 @@ void g_AddCoreTables(CDocument& rDocument) {
         }
         rDocument.AddTable(std::move(Table));
     }
+    g_AddReasonTables(rDocument);
     g_AddPstateTables(rDocument);
 }
 
 EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
+    const auto oCore = rWanted.oCore ? std::optional(g_ParseCore(*rWanted.oCore, "CORE")) : std::nullopt;
     const CHostLibrary Library(rTool.Options());
     CDocument Document = rTool.NewDocument();
-    g_AddCores(Document, g_SelectCores(Library, rWanted.oCore));
+    CFindings Findings = Library.Findings();
+    g_AddCores(Document, g_SelectCores(Library, oCore), Findings);
     g_AddCoreTables(Document);
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Findings);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // vxtctl cpu set: changing a core's multiplier, voltage or P-state.
-#include <cmath>
+#include <algorithm>
 
 #include "common/change_plan.h"
+#include "common/core_tables.h"
 #include "common/text.h"
+#include "core_limits.h"
 #include "cpu_report.h"
 #include "device_types.h"
 
@@ -17,91 +19,90 @@ struct CWanted {
     std::optional<std::string> oCore;
     std::optional<double> oMultiplier, oVoltage;
     std::optional<uint32_t> oPstate;
+    bool bForce = false;
 };
 constexpr COption<CWanted> kOptions[] = {
     {"--core", "N|all", "Which core; all of them when left out", &CWanted::oCore},
     {"--pstate", "N", "Go to this P-state", &CWanted::oPstate},
     {"--multiplier", "X", "Core clock / reference clock", &CWanted::oMultiplier, false, "--pstate"},
     {"--voltage", "V", "Core voltage in volts", &CWanted::oVoltage, false, "--pstate"},
+    {"--force", "", "Also try values beyond what the core is rated for", &CWanted::bForce},
 };
-
-void g_CheckPositive(const char* pszOption, const std::optional<double>& rValue) {
-    if (rValue && !(std::isfinite(*rValue) && *rValue > 0))
-        throw CFailure(EExit::kUsage, std::string(pszOption) + ": expected a number above zero");
-}
-
-CChange g_Pstate(CCPU& rCpu, uint32_t uPstate) {
-    if (!g_HasPstates(rCpu)) throw CFailure(EExit::kNoSuchDevice, "this processor has no P-states");
-    const uint32_t uLast = rCpu.GetMaxPstate();
-    if (uPstate > uLast)
-        throw CFailure(EExit::kNoSuchDevice,
-                       "no P-state " + std::to_string(uPstate) + ": this processor has 0 to " + std::to_string(uLast));
-    return {.sId = "/current_pstate",
-            .sOwner = {},
-            .sLabel = "P-state",
-            .sUnit = "",
-            .dWanted = static_cast<double>(uPstate),
-            .dTolerance = 0,
-            .sLegal = "0 to " + std::to_string(uLast),
-            .Limits = {0, uLast},
-            .Read = [&rCpu] { return g_ReadCurrentPstate(rCpu); },
-            .Write = [&rCpu, uPstate] { return rCpu.SetCurPstate(uPstate); }};
-}
-
-CChange g_Multiplier(CCPU& rCpu, double dMultiplier) {
-    const double dMaximum = rCpu.GetMaxMultiplier();
-    const bool bLimited = rCpu.IsMultiplierLimited() && dMaximum > 0;
-    CChange Change{.sId = "/multiplier",
-                   .sOwner = {},
-                   .sLabel = "Multiplier",
-                   .sUnit = "",
-                   .dWanted = dMultiplier,
-                   .dTolerance = 1e-3,
-                   .sLegal = "the processor's multiplier table",
-                   .Limits = {},
-                   .Read = [&rCpu] { return g_ReadMultiplier(rCpu); },
-                   .Write = [&rCpu, dMultiplier] { return rCpu.SetCurrentMultiplier(dMultiplier); }};
-    if (bLimited) {
-        Change.sLegal += ", rated up to " + g_Trimmed(dMaximum, 4);
-        Change.Limits.oMaximum = dMaximum;
-    }
-    return Change;
-}
-
-CChange g_Voltage(CCPU& rCpu, double dVoltage) {
-    return {.sId = "/core_voltage",
-            .sOwner = {},
-            .sLabel = "Core voltage",
-            .sUnit = "V",
-            .dWanted = dVoltage,
-            .dTolerance = 1e-3,
-            .sLegal = "the processor's voltage table",
-            .Limits = {},
-            .Read = [&rCpu] { return g_ReadVoltage(rCpu); },
-            .Write = [&rCpu, dVoltage] { return rCpu.SetCurrentVoltage(dVoltage); }};
-}
 
 /// Which core; nothing: all of them. Ends the command when the request makes no sense on any machine.
 std::optional<uint32_t> g_CheckRequest(const CWanted& rWanted) {
     if (!rWanted.oMultiplier && !rWanted.oVoltage && !rWanted.oPstate)
         throw CFailure(EExit::kUsage, "cpu set: nothing to set; give --multiplier, --voltage or --pstate");
-    g_CheckPositive("--multiplier", rWanted.oMultiplier);
-    g_CheckPositive("--voltage", rWanted.oVoltage);
+    for (const auto& [pszOption, rValue] :
+         {std::pair("--multiplier", rWanted.oMultiplier), std::pair("--voltage", rWanted.oVoltage)})
+        if (rValue && *rValue <= 0)
+            throw CFailure(EExit::kUsage, std::string(pszOption) + ": expected a number above zero");
     if (!rWanted.oCore || rWanted.oCore == "all") return std::nullopt;
-    const std::optional<uint32_t> oCore = g_ParseUnsigned(*rWanted.oCore);
-    if (!oCore) throw CFailure(EExit::kUsage, "--core " + *rWanted.oCore + ": expected a core number or 'all'");
-    return oCore;
+    return g_ParseCore(*rWanted.oCore, "--core");
+}
+
+CChange g_Pstate(CCPU& rCpu, uint32_t uPstate, const CCoreLimits& rLimits, const std::string& sPath) {
+    CSetting Pstate{.sKey = "current_pstate", .sLabel = "P-state", .sUnit = "", .oValue = g_ReadCurrentPstate(rCpu)};
+    Pstate.Legal = rLimits.PstateNumbers;
+    Pstate.dTolerance = 0;
+    if (Pstate.Legal.empty()) throw CFailure(EExit::kNoSuchDevice, "this processor has no P-states");
+    CChange Change = g_NewChange(Pstate, uPstate, sPath);
+    if (std::ranges::count(Pstate.Legal, Change.dWanted) == 0)
+        throw CFailure(EExit::kNoSuchDevice, "no P-state " + std::to_string(uPstate) + ": this processor has " +
+                                                 Change.sLegal + "; nothing was written");
+    Change.Read = [&rCpu] { return g_ReadCurrentPstate(rCpu); };
+    Change.Restore = [&rCpu](double dValue) { return rCpu.SetCurPstate(static_cast<uint32_t>(dValue)); };
+    return Change;
+}
+
+CChange g_Multiplier(CCPU& rCpu, double dMultiplier, const CCoreLimits& rLimits, const std::string& sPath) {
+    CChange Change = g_NewChange(rLimits.Multiplier, dMultiplier, sPath);
+    Change.Read = [&rCpu] { return g_ReadMultiplier(rCpu); };
+    Change.Restore = [&rCpu](double dValue) { return rCpu.SetCurrentMultiplier(dValue); };
+    return Change;
+}
+
+CChange g_Voltage(CCPU& rCpu, double dVoltage, const CCoreLimits& rLimits, const std::string& sPath) {
+    CChange Change = g_NewChange(rLimits.Voltage, dVoltage, sPath);
+    Change.Read = [&rCpu] { return g_ReadVoltage(rCpu); };
+    Change.Restore = [&rCpu](double dValue) { return rCpu.SetCurrentVoltage(dValue); };
+    return Change;
+}
+
+/// Ends the command when one of the values, or both together, are not known to be harmless.
+void g_CheckLimits(const CWanted& rWanted, const CCoreLimits& rLimits, const std::string& sCore) {
+    if (rWanted.bForce || rWanted.oPstate) return;
+    const std::string sWhere = sCore + ": ";
+    if (rWanted.oMultiplier)
+        g_CheckLegal(rLimits.Multiplier, *rWanted.oMultiplier,
+                     sWhere + "--multiplier " + g_Trimmed(*rWanted.oMultiplier, 6), false);
+    if (rWanted.oVoltage)
+        g_CheckLegal(rLimits.Voltage, *rWanted.oVoltage, sWhere + "--voltage " + g_Trimmed(*rWanted.oVoltage, 6),
+                     false);
+    const COperatingPoint Wanted{rWanted.oMultiplier.value_or(rLimits.Multiplier.oValue.value_or(0)),
+                                 rWanted.oVoltage.value_or(rLimits.Voltage.oValue.value_or(0))};
+    if (const std::string sReason = rLimits.WhyUnsafe(Wanted); !sReason.empty())
+        throw CFailure(EExit::kUsage, sWhere + sReason + "; nothing was written, --force tries all the same");
 }
 
 /// What has to be done to a core, in an order that is safe.
-std::vector<CChange> g_PlanCore(CCPU& rCpu, const CWanted& rWanted) {
+std::vector<CChange> g_PlanCore(const CInventoryEntry& rCore, const CWanted& rWanted) {
+    CCPU& rCpu = *static_cast<CCPU*>(rCore.pDevice);
+    const std::string sCore = "core " + std::to_string(rCore.uIndex),
+                      sPath = g_DevicePath(vxtapi::kDeviceCpu, rCore.uIndex);
+    const CCoreLimits Limits(rCpu);
+    g_CheckLimits(rWanted, Limits, sCore);
     std::vector<CChange> Changes;
-    if (rWanted.oPstate) Changes.push_back(g_Pstate(rCpu, *rWanted.oPstate));
-    if (rWanted.oMultiplier) Changes.push_back(g_Multiplier(rCpu, *rWanted.oMultiplier));
+    if (rWanted.oPstate) Changes.push_back(g_Pstate(rCpu, *rWanted.oPstate, Limits, sPath));
+    if (rWanted.oMultiplier) Changes.push_back(g_Multiplier(rCpu, *rWanted.oMultiplier, Limits, sPath));
     if (rWanted.oVoltage) {
         // A rising clock needs its voltage first, a falling one must have fallen before the voltage does.
-        const bool bRises = rWanted.oMultiplier && g_ReadMultiplier(rCpu).value_or(0) < *rWanted.oMultiplier;
-        Changes.insert(bRises ? Changes.begin() : Changes.end(), g_Voltage(rCpu, *rWanted.oVoltage));
+        const bool bRises = rWanted.oMultiplier && Limits.Multiplier.oValue.value_or(0) < *rWanted.oMultiplier;
+        Changes.insert(bRises ? Changes.begin() : Changes.end(), g_Voltage(rCpu, *rWanted.oVoltage, Limits, sPath));
+    }
+    for (CChange& rChange : Changes) {
+        rChange.sOwner = sCore;
+        rChange.Write = [Write = rChange.Restore, dWanted = rChange.dWanted] { return Write(dWanted); };
     }
     return Changes;
 }
@@ -111,11 +112,7 @@ EExit g_CpuSet(CTool& rTool, const CWanted& rWanted) {
     const CHostLibrary Library(rTool.Options());
     CChangePlan Plan;
     for (const CInventoryEntry& rCore : g_SelectCores(Library, oCore))
-        for (CChange& rChange : g_PlanCore(*static_cast<CCPU*>(rCore.pDevice), rWanted)) {
-            rChange.sId = g_DevicePath(vxtapi::kDeviceCpu, rCore.uIndex) + rChange.sId;
-            rChange.sOwner = "core " + std::to_string(rCore.uIndex);
-            Plan.Add(std::move(rChange));
-        }
+        for (CChange& rChange : g_PlanCore(rCore, rWanted)) Plan.Add(std::move(rChange));
     return Plan.Run(rTool);
 }
 
@@ -123,7 +120,7 @@ EExit g_CpuSet(CTool& rTool, const CWanted& rWanted) {
 
 extern constexpr CCommand kCpuSet{"cpu set", "Change multiplier, voltage or P-state",
                                   "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
-                                  "  vxtctl cpu set --multiplier 14 --voltage 1.3\n"
+                                  "  vxtctl cpu set --multiplier 8 --voltage 1.2\n"
                                   "  vxtctl cpu set --pstate 0 --yes",
                                   g_NewCall<CWanted, kOptions, g_CpuSet>};
 

@@ -16,10 +16,10 @@ struct CWanted {
     std::optional<std::string> oSelector;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"TYPE[:INDEX]", "", "Device type as in the list's first column, and which one of it", &CWanted::oSelector, true},
+    {"TYPE[/INDEX]", "", "Device type as in the list's first column, and which one of it", &CWanted::oSelector, true},
 };
 
-/// "TYPE" or "TYPE:INDEX".
+/// "TYPE" or "TYPE:INDEX", or an id, "TYPE/INDEX" or "/TYPE/INDEX".
 struct CSelector {
     std::string sText;
     vxtapi::eDeviceType eType;
@@ -27,8 +27,8 @@ struct CSelector {
 };
 
 CSelector g_ParseSelector(const std::string& sText) {
-    const size_t uColon = sText.find(':');
-    const std::string sWord = sText.substr(0, uColon);
+    const size_t uBegin = sText.starts_with('/') ? 1 : 0, uColon = sText.find_first_of(":/", uBegin);
+    const std::string sWord = sText.substr(uBegin, uColon - uBegin);
     const auto pType = std::ranges::find(kDeviceTypes, sWord, &CDeviceTypeName::pszWord);
     if (pType == std::end(kDeviceTypes)) {
         std::string sWords;
@@ -39,7 +39,7 @@ CSelector g_ParseSelector(const std::string& sText) {
     CSelector Selector{sText, pType->eType};
     if (uColon == std::string::npos) return Selector;
     Selector.oIndex = g_ParseUnsigned(std::string_view(sText).substr(uColon + 1));
-    if (!Selector.oIndex) throw CFailure(EExit::kUsage, "'" + sText + "': expected TYPE:INDEX with a number for INDEX");
+    if (!Selector.oIndex) throw CFailure(EExit::kUsage, "'" + sText + "': expected TYPE/INDEX with a number for INDEX");
     return Selector;
 }
 
@@ -59,18 +59,18 @@ EExit g_Device(CTool& rTool, const CWanted& rWanted) {
     std::erase_if(Entries, [&](const CInventoryEntry& rEntry) {
         return Selector.oIndex.value_or(rEntry.uIndex) != rEntry.uIndex;
     });
-    if (Entries.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine has no device '" + Selector.sText + "'");
+    if (Entries.empty()) throw Library.Absent("device '" + Selector.sText + "'");
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("devices");
     g_AddDevices(Document, Entries);
     g_AddDeviceTables(Document);
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Library.Findings());
 }
 
 }  // namespace
 
 extern constexpr CCommand kDevice{"device", "Show the devices of one type",
-                                  "  vxtctl device board\n  vxtctl device cpu:1",
+                                  "  vxtctl device board\n  vxtctl device cpu/1",
                                   g_NewCall<CWanted, kOptions, g_Device>};
 
 }  // namespace vxtctl

@@ -14,7 +14,7 @@ EExit g_Devices(CTool& rTool) {
     Document.SetCsv("devices");
     g_AddDevices(Document, Library.Devices());
     g_AddInventoryTable(Document);
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Library.Findings());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // vxtctl links set: one write of the link for all values asked for.
 #include "common/command.h"
+#include "common/device_id.h"
 #include "link_settings.h"
 
 namespace vxtctl {
@@ -9,7 +10,7 @@ using namespace vxttools;
 namespace {
 
 struct CWanted : CWantedSettings {
-    std::optional<uint32_t> oLink;
+    std::optional<std::string> oLink;
 };
 constexpr COption<CWanted> kOptions[] = {
     {"--link", "N", "Which link; 0 when left out", &CWanted::oLink},
@@ -19,8 +20,10 @@ constexpr COption<CWanted> kOptions[] = {
 
 EExit g_LinksSet(CTool& rTool, const CWanted& rWanted) {
     const std::vector<CAssignment> Assignments = g_ParseAssignments(rWanted.Words);
+    const std::optional<uint32_t> oLink = g_ParseIndex(rWanted.oLink.value_or("0"), "ht-link/0/link");
+    if (!oLink) throw CFailure(EExit::kUsage, "--link " + *rWanted.oLink + ": expected the number of a link");
     const CHostLibrary Library(rTool.Options());
-    return g_PlanLinkChanges(Library, rWanted.oLink.value_or(0), Assignments, rWanted.bForce).Run(rTool);
+    return g_PlanLinkChanges(Library, *oLink, Assignments, rWanted.bForce).Run(rTool);
 }
 
 }  // namespace

@@ -13,8 +13,7 @@ namespace {
 EExit g_NorthBridge(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
     const std::vector<CInventoryEntry> Devices = Library.Devices(vxtapi::kDeviceNorthBridge);
-    if (Devices.empty())
-        throw CFailure(EExit::kNoSuchDevice, "this machine has no north bridge that the library knows");
+    if (Devices.empty()) throw Library.Absent("north bridge");
     auto& rBridge = *static_cast<vxtapi::CNorthBridge*>(Devices.front().pDevice);
     const std::string sPath = g_DevicePath(vxtapi::kDeviceNorthBridge, 0);
     CQuantity Current{sPath + "/ht_multiplier", "HyperTransport multiplier", "x 200 MHz"};
@@ -30,7 +29,7 @@ EExit g_NorthBridge(CTool& rTool) {
     for (const CJson& rReading : std::as_const(Document)["readings"].Items())
         Table.Rows.push_back({"  " + g_Cell(rReading["label"]), g_Cell(rReading, true)});
     Document.AddTable(std::move(Table));
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Library.Findings());
 }
 
 }  // namespace

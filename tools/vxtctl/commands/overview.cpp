@@ -15,7 +15,7 @@ constexpr const char* kExamples =
     "  vxtctl device board                     one kind of device\n"
     "  vxtctl cpu 0                            everything about core 0\n"
     "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
-    "  vxtctl cpu set --voltage 1.25 --yes     all cores, without asking\n"
+    "  vxtctl cpu set --multiplier 10 --yes    all cores, without asking\n"
     "  vxtctl memory set tcl=9 trcd=9 --yes    timings; vxtctl memory lists the legal values\n"
     "  vxtctl clocks set external=205 --yes    through the firmware, where the board offers it\n"
     "  vxtctl --machine k8-revf-dual cpu       a simulated PC (simulated builds)";
@@ -26,11 +26,12 @@ EExit g_Overview(CTool& rTool) {
     g_AddDevices(Document, Library.Devices());
     g_AddInventoryTable(Document);
     Document["cores"] = CJson::Array();
+    CFindings Findings = Library.Findings();
     if (const std::vector<CInventoryEntry> Cores = Library.Devices(vxtapi::kDeviceCpu); !Cores.empty()) {
-        g_AddCores(Document, Cores);
+        g_AddCores(Document, Cores, Findings);
         g_AddCoreOverview(Document);
     }
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Findings);
 }
 
 }  // namespace

@@ -11,8 +11,9 @@ namespace {
 EExit g_Voltages(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
     CDocument Document = rTool.NewDocument();
-    g_AddVoltages(Document, Library);
-    return rTool.Emit(Document);
+    CFindings Findings = Library.Findings();
+    g_AddVoltages(Document, Library, Findings);
+    return g_EmitWithFindings(rTool, Document, Findings);
 }
 
 }  // namespace

@@ -5,8 +5,10 @@
 
 #include "acpi_signature.h"
 #include "common/command.h"
+#include "common/device_id.h"
 #include "driver_session.h"
 #include "firmware/acpi_table.h"
+#include "hw/driver_handler.h"
 
 namespace vxtdiag {
 
@@ -39,8 +41,35 @@ std::string g_Text(std::span<const uint8_t> Table, CField Field) {
     return vxttools::g_Printable({reinterpret_cast<const char*>(Table.data()) + Field.uOffset, Field.uSize});
 }
 
+/// Tables that the root tables point to and that were not kept: unreadable, cut or with a wrong sum.
+void g_FindMissing(CFindings& rFindings) {
+    constexpr size_t kHeaderBytes = 36;
+    constexpr std::pair<uint32_t, size_t> kRoots[] = {{0x52534454, 4}, {0x58534454, 8}};  // RSDT, XSDT: bytes an entry
+    const auto& rTables = vxt::g_GetACPITable().GetTables();
+    if (rTables.empty()) rFindings.push_back("no ACPI table could be read");
+    for (const auto& [uRoot, uEntryBytes] : kRoots) {
+        const auto it = rTables.find(uRoot);
+        if (it == rTables.end()) continue;
+        const uint8_t* const pRoot = it->second.pData.get();
+        for (size_t i = kHeaderBytes; i + uEntryBytes <= it->second.uSize; i += uEntryBytes) {
+            uint64_t ullAddress = 0;
+            std::memcpy(&ullAddress, pRoot + i, uEntryBytes);
+            uint8_t aucKey[4];
+            if (ullAddress == 0) continue;
+            const bool bRead = vxt::g_GetDriverHandler().ReadMemory(ullAddress, sizeof aucKey, aucKey);
+            const uint32_t uKey = static_cast<uint32_t>(aucKey[0] << 24 | aucKey[1] << 16 | aucKey[2] << 8 | aucKey[3]);
+            if (!bRead)
+                rFindings.push_back("the ACPI table at " + g_Hex(ullAddress, 8) + " could not be read");
+            else if (!rTables.contains(uKey))
+                rFindings.push_back("ACPI table " + g_Signature(uKey) + " at " + g_Hex(ullAddress, 8) +
+                                    " was not intact");
+        }
+    }
+}
+
 EExit g_Acpi(CTool& rTool, const CWanted& rWanted) {
-    std::optional<std::string> oWanted = rWanted.oSignature;
+    std::optional<std::string> oWanted;
+    if (rWanted.oSignature) oWanted = g_WithoutPath(*rWanted.oSignature, "acpi");
     if (oWanted)
         std::ranges::transform(*oWanted, oWanted->begin(),
                                [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
@@ -66,10 +95,14 @@ EExit g_Acpi(CTool& rTool, const CWanted& rWanted) {
         Table.Rows.push_back({sKey, std::to_string(rTable.uSize), g_Cell(rRow["revision"]), g_Cell(rRow["oem_id"]),
                               g_Cell(rRow["oem_table_id"]), "0x" + g_Hex(g_Number(Data, kOemRevision), 8)});
     }
+    CFindings Findings = Driver.Findings();
+    g_FindMissing(Findings);
+    if (oWanted && rTables.Items().empty() && !Findings.empty())
+        throw CFailure(EExit::kFailed, "ACPI table '" + *rWanted.oSignature + "': " + Findings.front());
     if (oWanted && rTables.Items().empty())
         throw CFailure(EExit::kNoSuchDevice, "this machine has no ACPI table '" + *rWanted.oSignature + "'");
     if (!oWanted) Document.AddTable(std::move(Table));
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Findings);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "common/change_plan.h"
+#include "common/device_id.h"
 #include "common/text.h"
 #include "firmware/cmos_items.h"
 #include "firmware_session.h"
@@ -37,7 +38,7 @@ std::optional<size_t> g_FindUnique(const TRange& rRange, const std::string& sWan
 }
 
 const CSetupItem& g_FindItem(const std::vector<CSetupItem>& rItems, const std::string& sWanted) {
-    if (const auto oNumber = g_ParseUnsigned(sWanted); oNumber && *oNumber >= 1 && *oNumber <= rItems.size())
+    if (const auto oNumber = g_ParseIndex(sWanted, "cmos"); oNumber && *oNumber >= 1 && *oNumber <= rItems.size())
         return rItems[*oNumber - 1];
     const auto oFound = g_FindUnique(rItems, sWanted, "item", [](const CSetupItem& rItem) { return rItem.sName; });
     if (sWanted.empty() || !oFound)

@@ -22,10 +22,10 @@ using vxt::platform::CCpuidRegisters;
 namespace {
 
 struct CWanted {
-    std::optional<uint32_t> oCore;
+    std::optional<std::string> oCore;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"CORE", "", "Core number; all cores when left out", &CWanted::oCore},
+    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore},
 };
 
 /// A CPUID bit that the library keeps. Source: the CPUID specification of the processors' maker.
@@ -199,6 +199,12 @@ template <class... TCpus> CJson g_ReadCore(uint32_t uCore) {
     return Core;
 }
 
+bool g_IsKnownFamily() {
+    const uint32_t uSignature = vxt::g_IdentifyProcessor();
+    return vxt::kFirstK8.Accepts(uSignature) || vxt::kRevisionF.Accepts(uSignature) ||
+           vxt::kFamily10h.Accepts(uSignature) || vxt::kFamily11h.Accepts(uSignature);
+}
+
 std::string g_FeatureText(const CJson& rCore, bool bSupported) {
     std::string sText;
     for (const CJson& rFeature : rCore["features"].Items())
@@ -224,26 +230,33 @@ CCells g_Rows(const CJson& rCore) {
 }
 
 EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
+    const auto oCore = rWanted.oCore ? std::optional(g_ParseCore(*rWanted.oCore, "CORE")) : std::nullopt;
     const CLibrarySession Library(rTool.Options());
     const CDriverSession Driver(Library);
     if (!vxt::g_InitProcessorTables()) throw CFailure(EExit::kFailed, "the processor tables name a signature twice");
     const uint32_t uCount = vxt::platform::ProcessorCount();
-    if (rWanted.oCore.value_or(0) >= uCount)
+    const uint32_t uFirst = oCore.value_or(0);
+    if (uFirst >= uCount)
         throw CFailure(EExit::kNoSuchDevice,
-                       "no core " + std::to_string(*rWanted.oCore) + ": this machine has " + std::to_string(uCount));
-    CDocument Document = rTool.NewDocument();
-    CJson Cores = CJson::Array();
-    for (uint32_t uCore = rWanted.oCore.value_or(0); uCore < uCount; ++uCore) {
-        const CJson Core = g_ReadCore<vxt::CCorvel64CPU, vxt::CCorvel64X2CPU, vxt::CBrevikCPU, vxt::CTalvorCPU>(uCore);
-        if (!Core.IsNull()) Cores.Push(Core);
-        if (rWanted.oCore) break;
-    }
-    if (Cores.Items().empty())
+                       "no core " + std::to_string(uFirst) + ": this machine has " + std::to_string(uCount));
+    if (!g_IsKnownFamily())
         throw CFailure(EExit::kNoSuchDevice, "this machine has no processor that the library knows");
+    CDocument Document = rTool.NewDocument();
+    CFindings Findings;
+    CJson Cores = CJson::Array();
+    for (uint32_t uCore = uFirst; uCore < uCount; ++uCore) {
+        const CJson Core = g_ReadCore<vxt::CCorvel64CPU, vxt::CCorvel64X2CPU, vxt::CBrevikCPU, vxt::CTalvorCPU>(uCore);
+        if (!Core.IsNull())
+            Cores.Push(Core);
+        else
+            Findings.push_back("/cpu/" + std::to_string(uCore) + " could not be read");
+        if (oCore) break;
+    }
+    for (const std::string& rsFinding : Driver.Findings()) Findings.push_back(rsFinding);
     for (auto& [sCores, rRows] : g_ShareRows(Cores, g_Rows))
         Document.AddTable({"Processor, " + g_CoreTitle(sCores), {"", ""}, std::move(rRows)});
     Document["cores"] = Cores;
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Findings);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "common/command.h"
+#include "common/device_id.h"
 #include "common/text.h"
 #include "firmware/cmos_items.h"
 #include "firmware_objects.h"
@@ -81,7 +82,8 @@ void g_AddBoard(CDocument& rDocument, const CFirmwareSession& rSession, CFinding
 }
 
 EExit g_Firmware(CTool& rTool, const CWanted& rWanted) {
-    const auto oWanted = rWanted.oId ? std::optional(g_Lower(*rWanted.oId)) : std::nullopt;
+    const auto oWanted =
+        rWanted.oId ? std::optional(g_Lower(std::string(g_WithoutPath(*rWanted.oId, "firmware")))) : std::nullopt;
     const CLibrarySession Library(rTool.Options());
     const CFirmwareSession Firmware;
     Firmware.Require(Library);

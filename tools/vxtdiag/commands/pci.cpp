@@ -1,5 +1,6 @@
 // vxtdiag pci: the PCI functions, or one of them and its configuration space.
 #include "common/command.h"
+#include "common/device_id.h"
 #include "common/text.h"
 #include "driver_session.h"
 #include "pci_class_names.h"
@@ -33,7 +34,8 @@ CJson g_ToJson(const CPciRecord& rRecord, const CJson& rData) {
 }
 
 EExit g_Pci(CTool& rTool, const CWanted& rWanted) {
-    const auto oWanted = rWanted.oAddress ? std::optional(g_Lower(*rWanted.oAddress)) : std::nullopt;
+    const auto oWanted =
+        rWanted.oAddress ? std::optional(g_Lower(std::string(g_WithoutPath(*rWanted.oAddress, "pci")))) : std::nullopt;
     const CLibrarySession Library(rTool.Options());
     const CDriverSession Driver(Library);
     CDocument Document = rTool.NewDocument();
@@ -59,11 +61,13 @@ EExit g_Pci(CTool& rTool, const CWanted& rWanted) {
                              g_Hex(rRecord.ucRevision, 2) + ")\n" + sDump);
         }
     }
+    if (oWanted && rFunctions.Items().empty() && !Driver.Findings().empty())
+        throw CFailure(EExit::kFailed, *rWanted.oAddress + ": " + Driver.Findings().front());
     if (oWanted && rFunctions.Items().empty())
         throw CFailure(EExit::kNoSuchDevice,
                        "no PCI function at '" + *rWanted.oAddress + "'; addresses look like 00:18.3");
     if (!oWanted) Document.AddTable(std::move(Table));
-    return rTool.Emit(Document);
+    return g_EmitWithFindings(rTool, Document, Driver.Findings());
 }
 
 }  // namespace
