@@ -14,8 +14,8 @@ using CCommittedFile = COwnedHandle<CloseCommittedFile>;
 /// Creates the directory; false when it cannot be created, also because it exists.
 bool CreateDirectory(const char* pszPath);
 
-/// Creates or truncates, shared with readers and writers; none when it cannot be opened.
-CCommittedFile CreateCommittedFile(const char* pszPath);
+/// Opens for writing at the end, wherever others write to; creates it when it is not there. None when that fails.
+CCommittedFile OpenCommittedFile(const char* pszPath);
 
 /// Writes behind what was written before and commits to disk: returns when the device has the data. Returns the bytes
 /// written, fewer than `uSize` when the disk is full, 0 on failure. One thread at a time on one file.

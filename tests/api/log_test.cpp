@@ -137,6 +137,22 @@ TEST_F(CLogTest, InitRestartsCounterAndFileAndCutsLongNames) {
     EXPECT_TRUE(LogFiles()[1].string().ends_with("_000000.log"));
 }
 
+TEST_F(CLogTest, RunsThatStartWithinOneSecondLoseNoLine) {
+    constexpr int kRuns = 20;
+    for (int i = 0; i < kRuns; ++i) {
+        ASSERT_TRUE(m_Log.Init("T", 65535, CLog::kToFile, 10000));
+        m_Log.WriteLog(1, "run %d", i);
+        m_Log.UnInit();
+    }
+    int nLines = 0;
+    for (const fs::path& rFile : LogFiles()) {
+        std::ifstream File(rFile);
+        for (std::string sLine; std::getline(File, sLine); ++nLines)
+            EXPECT_TRUE(sLine.ends_with("run " + std::to_string(nLines))) << sLine;
+    }
+    EXPECT_EQ(nLines, kRuns);
+}
+
 // ---- the check macros ------------------------------------------------------------------------------------------------
 
 #define SOME_MACRO_VALUE ((int*)-1)

@@ -11,6 +11,12 @@ namespace vxtctl {
 using vxttools::CFailure;
 using vxttools::EExit;
 
+namespace {
+
+constexpr uint32_t kMostOfAKind = 16;  ///< devices that the library's inventory takes
+
+}  // namespace
+
 CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
     const std::filesystem::path Path = rOptions.oLibrary ? vxttools::g_Path(*rOptions.oLibrary)
                                                          : vxttools::g_ExecutableFolder() / vxttools::kLibraryFileName;
@@ -49,9 +55,16 @@ std::vector<CInventoryEntry> CHostLibrary::Devices(vxtapi::eDeviceType eType) co
     return Entries;
 }
 
-uint32_t CHostLibrary::ExpectedCores() const {
-    constexpr uint32_t kMostOfAKind = 16;
-    return std::min(m_pSimulatedProcessors ? m_pSimulatedProcessors() : vxttools::g_ProcessorCount(), kMostOfAKind);
+uint32_t CHostLibrary::_SystemCores() const {
+    return m_pSimulatedProcessors ? m_pSimulatedProcessors() : vxttools::g_ProcessorCount();
+}
+
+uint32_t CHostLibrary::ExpectedCores() const { return std::min(_SystemCores(), kMostOfAKind); }
+
+std::string CHostLibrary::CoreRemark() const {
+    if (_SystemCores() <= kMostOfAKind || Devices(vxtapi::kDeviceCpu).empty()) return "";
+    return "the library lists " + std::to_string(kMostOfAKind) + " of this machine's " +
+           std::to_string(_SystemCores()) + " cores";
 }
 
 vxttools::CFindings CHostLibrary::Findings() const {

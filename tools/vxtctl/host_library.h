@@ -31,6 +31,8 @@ public:
 
     /// Cores that the library lists when all goes well: it takes 16 of a kind at most.
     uint32_t ExpectedCores() const;
+    /// When the machine has more cores than the library lists: that, as a remark; else empty.
+    std::string CoreRemark() const;
     /// What shows that something is missing, up to now. The library itself only logs what it could not read: missing
     /// parts of a processor that others of its parts show to be there tell, and what a simulated system counts.
     vxttools::CFindings Findings() const;
@@ -38,6 +40,7 @@ public:
     vxttools::CFailure Absent(const std::string& sWhat) const;
 
 private:
+    uint32_t _SystemCores() const;
     template <class TFunction> void _Bind(TFunction*& rpFunction, const char* pszName);
 
     vxttools::CLoadedLibrary m_Library;

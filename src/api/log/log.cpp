@@ -91,7 +91,7 @@ void CLog::_WriteToFile(std::string_view sLine, const CLocalTime& rNow) {
     const bool bStartFile = m_uLinesPerFile == 0 ? m_uLineCounter == 0 : m_uLineCounter % m_uLinesPerFile == 0;
     if (bStartFile) _StartFile(rNow);
     if (m_File && platform::WriteCommitted(m_File, sLine.data(), sLine.size()) < sLine.size())
-        std::fputs("Warning : error occurs when writing to log file, please check remain capacity of your hard disk!",
+        std::fputs("Warning : error occurs when writing to log file, please check remain capacity of your hard disk!\n",
                    stderr);
     ++m_uLineCounter;  // also without a file: the next rotation tries again
 }
@@ -109,7 +109,8 @@ void CLog::_StartFile(const CLocalTime& rNow) {
     }
     std::snprintf(szPath + uLength, Left(), "/%s_%s_%2.2d_%2.2d_%2.2d_%6.6u.log", m_szName.data(), szDay, rNow.nHour,
                   rNow.nMinute, rNow.nSecond, m_uLineCounter);
-    m_File = platform::CreateCommittedFile(szPath);
+    // The name tells the second: what starts within one second shares a file, and nobody's lines are lost.
+    m_File = platform::OpenCommittedFile(szPath);
     if (!m_File) std::fputs("Warning : cannot create log file!", stderr);
 }
 

@@ -24,8 +24,8 @@ void CloseCommittedFile(uintptr_t uHandle) { close(static_cast<int>(uHandle - 1)
 
 bool CreateDirectory(const char* pszPath) { return mkdir(pszPath, 0777) == 0; }
 
-CCommittedFile CreateCommittedFile(const char* pszPath) {
-    return CCommittedFile(static_cast<uintptr_t>(open(pszPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) + 1));
+CCommittedFile OpenCommittedFile(const char* pszPath) {
+    return CCommittedFile(static_cast<uintptr_t>(open(pszPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666) + 1));
 }
 
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize) {

@@ -11,9 +11,10 @@ void CloseCommittedFile(uintptr_t uHandle) { CloseHandle(g_ToHandle(uHandle)); }
 
 bool CreateDirectory(const char* pszPath) { return CreateDirectoryA(pszPath, nullptr) != 0; }
 
-CCommittedFile CreateCommittedFile(const char* pszPath) {
-    return CCommittedFile(g_FromHandle(CreateFileA(pszPath, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                   CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
+CCommittedFile OpenCommittedFile(const char* pszPath) {
+    // Without the right to write anywhere else, each write goes behind the end that it finds.
+    return CCommittedFile(g_FromHandle(CreateFileA(pszPath, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                                   nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)));
 }
 
 size_t WriteCommitted(const CCommittedFile& rFile, const char* pData, size_t uSize) {

@@ -59,7 +59,7 @@ EExit g_Bios(CTool& rTool) {
         for (const auto& [pszKey, pszLabel, pRead] : kTexts) {
             const std::string sText = pRead ? pRead(rBios) : g_IsoDate(g_Utf8(rBios.GetReleaseDate()));
             Row[pszKey] = sText.empty() ? nullptr : CJson(sText);
-            Table.Rows.push_back({"  " + std::string(pszLabel), g_Cell(Row[pszKey])});
+            Table.Rows.push_back({"  " + std::string(pszLabel), sText.empty() ? "not told" : sText});
         }
         rRows.Push(std::move(Row));
         Document.AddTable(std::move(Table));

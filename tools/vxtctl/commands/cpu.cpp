@@ -53,6 +53,7 @@ void g_AddCoreTables(CDocument& rDocument) {
 EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
     const auto oCore = rWanted.oCore ? std::optional(g_ParseCore(*rWanted.oCore, "CORE")) : std::nullopt;
     const CHostLibrary Library(rTool.Options());
+    if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
     CDocument Document = rTool.NewDocument();
     CFindings Findings = Library.Findings();
     g_AddCores(Document, g_SelectCores(Library, oCore), Findings);

@@ -10,6 +10,7 @@ namespace {
 
 EExit g_Devices(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
+    if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("devices");
     g_AddDevices(Document, Library.Devices());

@@ -18,8 +18,15 @@ EExit g_NorthBridge(CTool& rTool) {
     const std::string sPath = g_DevicePath(vxtapi::kDeviceNorthBridge, 0);
     CQuantity Current{sPath + "/ht_multiplier", "HyperTransport multiplier", "x 200 MHz"};
     CQuantity Maximum{sPath + "/max_ht_multiplier", "Highest HyperTransport multiplier", "x 200 MHz"};
-    Current.Judge(rBridge.GetHTMultiplier(), {1, 13});
-    Maximum.Judge(rBridge.GetMaxHTMultiplier(), {1, 13});
+    CFindings Findings = Library.Findings();
+    const auto Take = [&Findings](CQuantity& rQuantity, double dRaw) {
+        rQuantity.Judge(dRaw, {1, 13});
+        if (rQuantity.oValue || rQuantity.bOutOfRange) return;
+        rQuantity.sReason = "it could not be read";
+        Findings.push_back(rQuantity.sId + " could not be read");
+    };
+    Take(Current, rBridge.GetHTMultiplier());
+    Take(Maximum, rBridge.GetMaxHTMultiplier());
     Current.Limits.oMaximum = Maximum.oValue;
     CDocument Document = rTool.NewDocument();
     Document["model"] = g_Utf8(rBridge.GetModel());
@@ -27,9 +34,10 @@ EExit g_NorthBridge(CTool& rTool) {
     Document.SetCsv("readings");
     CTextTable Table{g_Utf8(rBridge.GetModel()), {"", ""}};
     for (const CJson& rReading : std::as_const(Document)["readings"].Items())
-        Table.Rows.push_back({"  " + g_Cell(rReading["label"]), g_Cell(rReading, true)});
+        Table.Rows.push_back({"  " + g_Cell(rReading["label"]),
+                              rReading["value"].IsNull() ? rReading["reason"].Text() : g_Cell(rReading, true)});
     Document.AddTable(std::move(Table));
-    return g_EmitWithFindings(rTool, Document, Library.Findings());
+    return g_EmitWithFindings(rTool, Document, Findings);
 }
 
 }  // namespace

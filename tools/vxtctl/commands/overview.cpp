@@ -22,6 +22,7 @@ constexpr const char* kExamples =
 
 EExit g_Overview(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
+    if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
     CDocument Document = rTool.NewDocument();
     g_AddDevices(Document, Library.Devices());
     g_AddInventoryTable(Document);

@@ -96,7 +96,7 @@ EExit g_Acpi(CTool& rTool, const CWanted& rWanted) {
                               g_Cell(rRow["oem_table_id"]), "0x" + g_Hex(g_Number(Data, kOemRevision), 8)});
     }
     CFindings Findings = Driver.Findings();
-    g_FindMissing(Findings);
+    if (rTables.Items().empty() || !oWanted) g_FindMissing(Findings);
     if (oWanted && rTables.Items().empty() && !Findings.empty())
         throw CFailure(EExit::kFailed, "ACPI table '" + *rWanted.oSignature + "': " + Findings.front());
     if (oWanted && rTables.Items().empty())

@@ -29,8 +29,8 @@ EExit g_Cmos(CTool& rTool) {
                      {"reason", Reason},
                      {"option", sOption.empty() ? nullptr : CJson(sOption)},
                      {"options", rItem.Options}});
-        Table.Rows.push_back({std::to_string(rItem.uNumber), rItem.sName, g_Cell(rItem.oValue),
-                              sOption.empty() ? "-" : sOption, g_OptionList(rItem)});
+        Table.Rows.push_back({std::to_string(rItem.uNumber), rItem.sName, g_Cell(rItem.oValue), sOption,
+                              rItem.oValue ? g_OptionList(rItem) : Reason.Text()});
     }
     Document.AddTable(std::move(Table));
     return g_EmitWithFindings(rTool, Document, Findings);

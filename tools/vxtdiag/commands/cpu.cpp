@@ -21,6 +21,8 @@ using vxt::platform::CCpuidRegisters;
 
 namespace {
 
+constexpr uint32_t kAffinityBits = 32;
+
 struct CWanted {
     std::optional<std::string> oCore;
 };
@@ -146,7 +148,7 @@ CJson g_Numbers(const CNumberRow (&aRows)[uCount], const vxt::CFamilyCPU& rCpu, 
         CQuantity Quantity{sPath + "/" + pszKey, pszLabel, pszUnit};
         const double dRaw = pRead(rCpu);
         if (dRaw == 0)
-            Quantity.sReason = "this processor has no such number or does not tell it";
+            Quantity.sReason = "this processor does not tell it";
         else if (std::string_view(pszKey).ends_with("_ways") && dRaw == kAllWays)
             Quantity.sReason = "fully associative";
         else
@@ -221,8 +223,8 @@ CCells g_Rows(const CJson& rCore) {
         Rows.push_back({"  " + std::string(pszLabel), g_Cell(rCore[pszKey])});
     for (const char* const pszKey : {"limits", "caches"})
         for (const CJson& rNumber : rCore[pszKey].Items()) {
-            const bool bAllWays = rNumber["reason"] == CJson("fully associative");
-            Rows.push_back({"  " + rNumber["label"].Text(), bAllWays ? "all" : g_Cell(rNumber, true)});
+            Rows.push_back({"  " + rNumber["label"].Text(),
+                            rNumber["value"].IsNull() ? rNumber["reason"].Text() : g_Cell(rNumber, true)});
         }
     Rows.push_back({"  Features", g_FeatureText(rCore, true)});
     Rows.push_back({"  Features it lacks", g_FeatureText(rCore, false)});
@@ -239,6 +241,9 @@ EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
     if (uFirst >= uCount)
         throw CFailure(EExit::kNoSuchDevice,
                        "no core " + std::to_string(uFirst) + ": this machine has " + std::to_string(uCount));
+    if (uCount > kAffinityBits)
+        rTool.Output().Note("cores from " + std::to_string(kAffinityBits) + " on read as those " +
+                            std::to_string(kAffinityBits) + " below: the library pins threads to so many processors");
     if (!g_IsKnownFamily())
         throw CFailure(EExit::kNoSuchDevice, "this machine has no processor that the library knows");
     CDocument Document = rTool.NewDocument();
