@@ -81,55 +81,146 @@ struct CDriverServer::CRow {
     size_t uBlock;
     size_t uLength;  ///< offset of the length field; 0: the block has one size
     CControlReply (CDriverServer::*pServe)(CRequest& rRequest);
+    const char* pszVerb;
+    std::string (*pSubject)(uint32_t uCore, std::span<const uint8_t> In);  ///< what it is about, in words
+    /// What is to be written, without blanks around; null where the request writes no register or memory.
+    std::string (*pData)(std::span<const uint8_t> In);
+    bool bReads;  ///< registers or memory, where all ones can be read
 };
 
+namespace {
+
+std::string g_Format(const char* pszFormat, ...) __attribute__((format(printf, 1, 2)));
+std::string g_Format(const char* pszFormat, ...) {
+    char szText[96];
+    va_list Arguments;
+    va_start(Arguments, pszFormat);
+    std::vsnprintf(szText, sizeof(szText), pszFormat, Arguments);
+    va_end(Arguments);
+    return szText;
+}
+
+void g_AppendBytes(std::string& rsText, std::span<const uint8_t> Bytes) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    for (const uint8_t ucByte : Bytes) rsText += {kDigits[ucByte >> 4], kDigits[ucByte & 15]};
+}
+
+// Requests in words, for remarks.
+std::string g_MsrSubject(uint32_t uCore, std::span<const uint8_t> In) {
+    return g_Format("MSR %08X on core %u", g_Get32(In, Msr::kIndex), uCore);
+}
+std::string g_MsrData(std::span<const uint8_t> In) {
+    return g_Format("%08X %08X", g_Get32(In, Msr::kHigh), g_Get32(In, Msr::kLow));
+}
+std::string g_PortSubject(uint32_t, std::span<const uint8_t> In) {
+    return g_Format("port %04Xh", static_cast<uint32_t>(g_Get(In, Port::kPort, 2)));
+}
+std::string g_PortData(std::span<const uint8_t> In) {
+    const size_t uWidth = std::min<size_t>(g_Get(In, Port::kWidth, 2), 4);
+    return g_Format("%0*X", static_cast<int>(2 * uWidth), static_cast<uint32_t>(g_Get(In, Port::kValue, uWidth)));
+}
+std::string g_PciSubject(uint32_t, std::span<const uint8_t> In) {
+    return g_Format("PCI %02X:%02X.%X offset %02Xh", g_Get32(In, Pci::kBus), g_Get32(In, Pci::kDevice),
+                    g_Get32(In, Pci::kFunction), g_Get32(In, Pci::kOffset));
+}
+std::string g_MemorySubject(uint32_t, std::span<const uint8_t> In) {
+    return g_Format("memory %08llXh", static_cast<unsigned long long>(g_Get(In, Memory::kAddress, 8)));
+}
+template <size_t uHeader> std::string g_BytesData(std::span<const uint8_t> In) {
+    constexpr size_t kShown = 64;
+    std::string sText;
+    g_AppendBytes(sText, In.subspan(uHeader).first(std::min(In.size() - uHeader, kShown)));
+    return In.size() - uHeader > kShown ? sText + "..." : sText;
+}
+std::string g_MappedSubject(uint32_t, std::span<const uint8_t> In) {
+    return g_Format("memory %08llXh", static_cast<unsigned long long>(g_Get(In, Map::kAddress, 8)));
+}
+std::string g_UnmappedSubject(uint32_t, std::span<const uint8_t>) { return "memory"; }
+std::string g_BlockSubject(uint32_t, std::span<const uint8_t>) { return "a block of memory"; }
+std::string g_FunctionsSubject(uint32_t, std::span<const uint8_t>) { return "the PCI functions"; }
+
+}  // namespace
+
 const CDriverServer::CRow CDriverServer::s_aRows[] = {
-    {0x81112EE0, true, 12, 0, &CDriverServer::_ReadMsr},
-    {0x81112EE4, false, 12, 0, &CDriverServer::_WriteMsr},
-    {0x81112EE8, true, 8, 0, &CDriverServer::_ReadPort},
-    {0x81112EEC, false, 8, 0, &CDriverServer::_WritePort},
-    {0x81112EF0, true, Map::kBlock, 0, &CDriverServer::_Map},
-    {0x81112EF4, false, Map::kBlock, 0, &CDriverServer::_Unmap},
-    {0x81112EF4, false, Map::kGivenBackAtOnce, 0, &CDriverServer::_Unmap},
-    {0x81112EF4, false, Allocate::kBlock, 0, &CDriverServer::_Unmap},
-    {0x81112EF8, true, Pci::kHeader, Pci::kLength, &CDriverServer::_ReadPci},
-    {0x81112EFC, false, Pci::kHeader, Pci::kLength, &CDriverServer::_WritePci},
-    {0x81112F00, true, Pci::kHeader, Pci::kLength, &CDriverServer::_ReadPci},
-    {0x81112F04, false, Pci::kHeader, Pci::kLength, &CDriverServer::_WritePci},
-    {0x81112F08, true, Memory::kHeader, Memory::kLength, &CDriverServer::_ReadMemory},
-    {0x81112F0C, false, Memory::kHeader, Memory::kLength, &CDriverServer::_WriteMemory},
-    {0x81112F10, true, Allocate::kBlock, 0, &CDriverServer::_Allocate},
-    {0x81112F14, false, Allocate::kBlock, 0, &CDriverServer::_Free},
-    {0x81112F18, true, Enumerate::kBlock, 0, &CDriverServer::_Enumerate},
+    {0x81112EE0, true, 12, 0, &CDriverServer::_ReadMsr, "read", g_MsrSubject, nullptr, true},
+    {0x81112EE4, false, 12, 0, &CDriverServer::_WriteMsr, "write", g_MsrSubject, g_MsrData, false},
+    {0x81112EE8, true, 8, 0, &CDriverServer::_ReadPort, "read", g_PortSubject, nullptr, true},
+    {0x81112EEC, false, 8, 0, &CDriverServer::_WritePort, "write", g_PortSubject, g_PortData, false},
+    {0x81112EF0, true, Map::kBlock, 0, &CDriverServer::_Map, "mapping", g_MappedSubject, nullptr, false},
+    {0x81112EF4, false, Map::kBlock, 0, &CDriverServer::_Unmap, "unmapping", g_UnmappedSubject, nullptr, false},
+    {0x81112EF4, false, Map::kGivenBackAtOnce, 0, &CDriverServer::_Unmap, "unmapping", g_UnmappedSubject, nullptr,
+     false},
+    {0x81112EF4, false, Allocate::kBlock, 0, &CDriverServer::_Unmap, "unmapping", g_UnmappedSubject, nullptr, false},
+    {0x81112EF8, true, Pci::kHeader, Pci::kLength, &CDriverServer::_ReadPci, "read", g_PciSubject, nullptr, true},
+    {0x81112EFC, false, Pci::kHeader, Pci::kLength, &CDriverServer::_WritePci, "write", g_PciSubject,
+     g_BytesData<Pci::kHeader>, false},
+    {0x81112F00, true, Pci::kHeader, Pci::kLength, &CDriverServer::_ReadPci, "read", g_PciSubject, nullptr, true},
+    {0x81112F04, false, Pci::kHeader, Pci::kLength, &CDriverServer::_WritePci, "write", g_PciSubject,
+     g_BytesData<Pci::kHeader>, false},
+    {0x81112F08, true, Memory::kHeader, Memory::kLength, &CDriverServer::_ReadMemory, "read", g_MemorySubject, nullptr,
+     true},
+    {0x81112F0C, false, Memory::kHeader, Memory::kLength, &CDriverServer::_WriteMemory, "write", g_MemorySubject,
+     g_BytesData<Memory::kHeader>, false},
+    {0x81112F10, true, Allocate::kBlock, 0, &CDriverServer::_Allocate, "allocation", g_BlockSubject, nullptr, false},
+    {0x81112F14, false, Allocate::kBlock, 0, &CDriverServer::_Free, "release", g_BlockSubject, nullptr, false},
+    {0x81112F18, true, Enumerate::kBlock, 0, &CDriverServer::_Enumerate, "enumeration", g_FunctionsSubject, nullptr,
+     false},
 };
 
 CControlReply CDriverServer::Control(uint32_t uCode, uint32_t uCore, std::span<const uint8_t> In,
                                      std::span<uint8_t> Out) {
-    constexpr uint32_t kNewPciRead = 0x81112F00, kNewPciWrite = 0x81112F04;
     const std::lock_guard Lock(m_Lock);
     ++m_ullRequests;
     m_rMachine.Advance(kRequestNanoseconds);
+    const CRow* const pRow = _FindRow(uCode, In, Out);
     const EFault eFault = m_pFaults ? m_pFaults->Next() : EFault::kNone;
+    // Before the request is served: that overwrites its block.
+    const std::string sRequest = eFault != EFault::kNone && m_Report ? _InWords(pRow, uCode, uCore, In) : "";
+    bool bSuffered = eFault == EFault::kFail || eFault == EFault::kDelay;
+    CControlReply Reply = kFailedCall;
     if (eFault == EFault::kDelay) m_rMachine.Advance(kFaultDelay);
-    if (eFault == EFault::kFail) return kFailedCall;
+    if (pRow && eFault != EFault::kFail) {
+        CRequest Request{uCore, In, Out, eFault == EFault::kDropWrite, eFault == EFault::kAllOnes};
+        if (pRow->bAnswers && Out.data() != In.data()) {
+            std::ranges::copy(In, Out.begin());
+            Request.In = Out;
+        }
+        Reply = (this->*pRow->pServe)(Request);
+        bSuffered |= (eFault == EFault::kDropWrite && Reply.bSuccess && !pRow->bAnswers) ||
+                     (eFault == EFault::kAllOnes && Reply.uReturned && pRow->bReads) ||
+                     (eFault == EFault::kZeroLength && Reply.uReturned) ||
+                     (eFault == EFault::kWrongCount && Reply.bSuccess);
+        if (eFault == EFault::kZeroLength) Reply.uReturned = 0;
+        if (eFault == EFault::kWrongCount && Reply.bSuccess)
+            Reply.uReturned = Reply.uReturned ? Reply.uReturned - 1 : 1;
+    }
+    if (bSuffered && eFault != EFault::kDropWrite && eFault != EFault::kDelay) ++m_ullFailures;
+    if (bSuffered && m_Report) m_Report(sRequest + " " + g_FaultOutcome(eFault));
+    return Reply;
+}
 
-    if (!m_bKnowsNewPciRequests && (uCode == kNewPciRead || uCode == kNewPciWrite)) return kFailedCall;
+const CDriverServer::CRow* CDriverServer::_FindRow(uint32_t uCode, std::span<const uint8_t> In,
+                                                   std::span<uint8_t> Out) const {
+    constexpr uint32_t kNewPciRead = 0x81112F00, kNewPciWrite = 0x81112F04;
+    if (!m_bKnowsNewPciRequests && (uCode == kNewPciRead || uCode == kNewPciWrite)) return nullptr;
     const auto pRow = std::ranges::find_if(s_aRows, [&](const CRow& rRow) {
         if (rRow.uCode != uCode || In.size() < rRow.uBlock || Out.size() != (rRow.bAnswers ? In.size() : 0))
             return false;
         const size_t uData = In.size() - rRow.uBlock;
         return rRow.uLength ? uData != 0 && uData == g_Get32(In, rRow.uLength) : uData == 0;
     });
-    if (pRow == std::end(s_aRows)) return kFailedCall;
-    CRequest Request{uCore, In, Out, eFault == EFault::kDropWrite, eFault == EFault::kAllOnes};
-    if (pRow->bAnswers && Out.data() != In.data()) {
-        std::ranges::copy(In, Out.begin());
-        Request.In = Out;
-    }
-    CControlReply Reply = (this->*pRow->pServe)(Request);
-    if (eFault == EFault::kZeroLength) Reply.uReturned = 0;
-    if (eFault == EFault::kWrongCount && Reply.bSuccess) Reply.uReturned = Reply.uReturned ? Reply.uReturned - 1 : 1;
-    return Reply;
+    return pRow == std::end(s_aRows) ? nullptr : pRow;
+}
+
+std::string CDriverServer::_InWords(const CRow* pRow, uint32_t uCode, uint32_t uCore, std::span<const uint8_t> In) {
+    if (!pRow) return g_Format("a request of code %08X, which the driver does not know,", uCode);
+    const std::string sText = std::string(pRow->pszVerb) + " of " + pRow->pSubject(uCore, In);
+    return pRow->pData ? sText + ", " + pRow->pData(In) + "," : sText;
+}
+
+uint64_t CDriverServer::FailureCount() const {
+    const std::lock_guard Lock(m_Lock);
+    return m_ullFailures;
 }
 
 uint64_t CDriverServer::RequestCount() const {
@@ -329,9 +420,7 @@ void CDriverServer::_Trace(const char* pszFormat, ...) {
 }
 
 void CDriverServer::_TraceBytes(std::span<const uint8_t> Bytes) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    if (!m_pTrace) return;
-    for (const uint8_t ucByte : Bytes) m_pTrace->back() += {kDigits[ucByte >> 4], kDigits[ucByte & 15]};
+    if (m_pTrace) g_AppendBytes(m_pTrace->back(), Bytes);
 }
 
 }  // namespace vxtsim

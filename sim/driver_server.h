@@ -1,6 +1,7 @@
 // The driver protocol, answered for a simulated PC exactly as the kernel driver answers it on a real one.
 #pragma once
 
+#include <functional>
 #include <set>
 
 #include "faults.h"
@@ -33,6 +34,11 @@ public:
 
     /// Fault layer in front of the hardware; none injects nothing.
     void SetFaults(CFaultPlan* pFaults) { m_pFaults = pFaults; }
+    /// Called with every request that the plan made go otherwise and how, in words: "read of MSR C0010071 on core 2
+    /// answered all ones", "write of port 0CD6h, 01, was dropped".
+    void ReportFaults(std::function<void(const std::string& sRemark)> Report) { m_Report = std::move(Report); }
+    /// Requests that the plan let go wrong: they failed or gave no data, a wrong count or all ones.
+    uint64_t FailureCount() const;
 
     /// Every well-formed request so far as one line of text, when recording: "rdmsr 0 C0010071",
     /// "wrmsr 0 C0010070 low high", "in 1 0B00", "out 1 0B00 FF", "pcird 0:18.3 D4 4", "pciwr 0:18.3 D4 4 <hex bytes>",
@@ -51,6 +57,8 @@ private:
     struct CRow;
     static const CRow s_aRows[];
 
+    const CRow* _FindRow(uint32_t uCode, std::span<const uint8_t> In, std::span<uint8_t> Out) const;
+    static std::string _InWords(const CRow* pRow, uint32_t uCode, uint32_t uCore, std::span<const uint8_t> In);
     CControlReply _ReadMsr(CRequest& rRequest);
     CControlReply _WriteMsr(CRequest& rRequest);
     CControlReply _ReadPort(CRequest& rRequest);
@@ -73,7 +81,8 @@ private:
     uint64_t m_ullLastAllocation = 0;
     CFaultPlan* m_pFaults = nullptr;
     std::vector<std::string>* m_pTrace = nullptr;
-    uint64_t m_ullRequests = 0;
+    std::function<void(const std::string&)> m_Report;
+    uint64_t m_ullRequests = 0, m_ullFailures = 0;
 };
 
 }  // namespace vxtsim

@@ -11,8 +11,15 @@ namespace {
 constexpr struct {
     std::string_view sName;
     EFault eFault;
-} kKinds[] = {{"fail", EFault::kFail},      {"zero", EFault::kZeroLength}, {"count", EFault::kWrongCount},
-              {"drop", EFault::kDropWrite}, {"ones", EFault::kAllOnes},    {"delay", EFault::kDelay}};
+    const char* pszOutcome;
+} kKinds[] = {
+    {"fail", EFault::kFail, "failed"},
+    {"zero", EFault::kZeroLength, "returned no data"},
+    {"count", EFault::kWrongCount, "returned a wrong count of bytes"},
+    {"drop", EFault::kDropWrite, "was dropped"},
+    {"ones", EFault::kAllOnes, "answered all ones"},
+    {"delay", EFault::kDelay, "came 50 ms late"},
+};
 
 /// Cuts the text before the next `cEnd` off `rsText`.
 std::string_view g_TakeUntil(std::string_view& rsText, char cEnd) {
@@ -54,9 +61,8 @@ bool CFaultPlan::Parse(const std::string& sText, CFaultPlan& rPlan, std::string&
     CFaultPlan Plan;
     uint64_t ullPercent = 1;
     Plan.m_ullSeed = 1;
-    const auto Fail = [&](const char* pszExpected, std::string_view sWord) {
-        rsError =
-            std::string("expected ") + pszExpected + ", found " + (sWord.empty() ? "nothing" : std::string(sWord));
+    const auto Fail = [&](const std::string& sExpected, std::string_view sWord) {
+        rsError = "expected " + sExpected + ", found " + (sWord.empty() ? "nothing" : std::string(sWord));
         return false;
     };
     std::string_view sRest = sText;
@@ -74,7 +80,7 @@ bool CFaultPlan::Parse(const std::string& sText, CFaultPlan& rPlan, std::string&
                 const std::string_view sKind = g_TakeUntil(sValue, '+');
                 const auto pKind = std::find_if(std::begin(kKinds), std::end(kKinds),
                                                 [&](const auto& rKind) { return rKind.sName == sKind; });
-                if (pKind == std::end(kKinds)) return Fail("fail, zero, count, drop, ones or delay", sKind);
+                if (pKind == std::end(kKinds)) return Fail(KindNames(), sKind);
                 Plan.m_Kinds.push_back(pKind->eFault);
             } while (!sValue.empty());
         } else {
@@ -82,10 +88,23 @@ bool CFaultPlan::Parse(const std::string& sText, CFaultPlan& rPlan, std::string&
         }
     } while (!sRest.empty());
     if (Plan.m_Kinds.empty())
-        for (const auto& [sName, eFault] : kKinds) Plan.m_Kinds.push_back(eFault);
+        for (const auto& rKind : kKinds) Plan.m_Kinds.push_back(rKind.eFault);
     Plan.m_uPercent = static_cast<uint32_t>(ullPercent);
     rPlan = Plan;
     return true;
+}
+
+std::string CFaultPlan::KindNames() {
+    std::string sNames;
+    for (const auto& rKind : kKinds)
+        sNames += (sNames.empty() ? "" : &rKind == std::end(kKinds) - 1 ? " or " : ", ") + std::string(rKind.sName);
+    return sNames;
+}
+
+const char* g_FaultOutcome(EFault eFault) {
+    const auto pKind =
+        std::find_if(std::begin(kKinds), std::end(kKinds), [&](const auto& rKind) { return rKind.eFault == eFault; });
+    return pKind == std::end(kKinds) ? "was served" : pKind->pszOutcome;
 }
 
 EFault CFaultPlan::Next() {

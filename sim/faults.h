@@ -17,6 +17,9 @@ enum class EFault {
     kDelay,       ///< 50 ms of virtual time pass first
 };
 
+/// What a request did that suffered it: "was dropped".
+const char* g_FaultOutcome(EFault eFault);
+
 /// Decides for each request in turn. Deterministic: the same plan gives the same faults on every machine.
 class CFaultPlan {
 public:
@@ -27,6 +30,9 @@ public:
     /// "seed=N,rate=PERCENT,kinds=fail+zero+count+drop+ones+delay": parses a user's text; what is left out is seed 1,
     /// rate 1 and every kind. False with a message naming the wrong word; the plan is then untouched.
     static bool Parse(const std::string& sText, CFaultPlan& rPlan, std::string& rsError);
+
+    /// Every kind that a plan can name, for people: "fail, zero ... or delay".
+    static std::string KindNames();
 
     /// Fault for the next request.
     EFault Next();

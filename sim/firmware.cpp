@@ -276,6 +276,7 @@ CWmiValue CSimFirmware::_SetValue(const CWmiValue& rPackage) {
     if (pObject->bStuck) return CWmiValue::Integer(kDone);
     if (!g_Allows(*pObject, nValue)) return CWmiValue::Integer(kRefused);
     pObject->nValue = nValue;
+    m_rMachine.SetFirmware(m_State);
     if (pObject->uId == kReferenceClock) m_rMachine.SetReferenceClock(nValue / 1000.0);
     return CWmiValue::Integer(kDone);
 }
@@ -352,6 +353,7 @@ uint32_t CSimFirmware::_RunCommand(const std::vector<uint8_t>& rCommand, std::ve
         const uint32_t uValue = g_Get(rCommand, kSecondArgument, 2);
         if (!rItem.Options.empty() && uValue >= rItem.Options.size()) return kBadArgument;
         rItem.usValue = static_cast<uint16_t>(uValue);
+        m_rMachine.SetFirmware(m_State);
     } else {
         const size_t uOptions = std::min(rItem.Options.size(), CFirmwareItem::kOptions);
         g_Put(rResult, kDescribedName, CFirmwareItem::kNameBytes, rItem.sName);

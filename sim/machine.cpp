@@ -58,6 +58,7 @@ struct CSimMachine::CState {
           Pci(rDescription.Pci),
           Memory(rDescription.Memory),
           Ports(rDescription.Ports),
+          oFirmware(rDescription.oFirmware),
           Acpi(g_LayOutAcpi(rDescription.Acpi)),
           Apic(rDescription.dReferenceMHz) {
         for (uint32_t uCore = 0; uCore < rDescription.uCores; ++uCore)
@@ -122,6 +123,7 @@ struct CSimMachine::CState {
     std::map<CPciAddress, std::vector<uint8_t>> Pci;
     std::map<uint64_t, std::vector<uint8_t>> Memory;
     std::map<uint16_t, uint8_t> Ports;
+    std::optional<CFirmwareDescription> oFirmware;
     CAcpiLayout Acpi;
     std::vector<CEcamWindow> Ecam;
     bool bEcamReachesProcessor = true;
@@ -180,10 +182,10 @@ bool CSimMachine::WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue) {
     const std::lock_guard Lock(m_Lock);
     if (uCore >= ProcessorCount() || m_pState->ReadOnlyMsr.contains(uIndex)) return false;
     for (const auto& pModel : m_Models)
-        if (pModel->WriteMsr(uCore, uIndex, ullValue)) return true;
+        if (pModel->WriteMsr(uCore, uIndex, ullValue)) return Touch(), true;
     const auto it = m_pState->Msr[uCore].find(uIndex);
     if (it == m_pState->Msr[uCore].end()) return false;
-    it->second = ullValue;
+    _Store(it->second, ullValue);
     return true;
 }
 
@@ -228,7 +230,7 @@ void CSimMachine::WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) {
         if (pModel->WritePort(usPort, uWidth, uValue)) return;
     if (uWidth == 1) {
         const auto it = m_pState->Ports.find(usPort);
-        if (it != m_pState->Ports.end()) it->second = static_cast<uint8_t>(uValue);
+        if (it != m_pState->Ports.end()) _Store(it->second, static_cast<uint8_t>(uValue));
         return;
     }
     for (uint32_t i = 0; i < uWidth; ++i) WritePort(static_cast<uint16_t>(usPort + i), 1, uValue >> (8 * i) & 0xFF);
@@ -266,7 +268,7 @@ void CSimMachine::WritePci(CPciAddress Address, uint32_t uOffset, std::span<cons
         const uint32_t uValue = g_Load(Bytes.data());
         if (!std::ranges::any_of(m_Models,
                                  [&](const auto& pModel) { return pModel->WritePci(Address, uDword, uValue); }))
-            g_Store(&rFunction[uDword], uValue);
+            SetPciDword(Address, uDword, uValue);
     }
 }
 
@@ -282,6 +284,7 @@ void CSimMachine::SetPciDword(CPciAddress Address, uint32_t uOffset, uint32_t uV
     std::vector<uint8_t>& rFunction = m_pState->Pci[Address];
     uOffset &= kPage - 4;
     if (uOffset >= rFunction.size()) rFunction.resize(uOffset < kPciBytes ? kPciBytes : kPage);
+    if (g_Load(&rFunction[uOffset]) != uValue) Touch();
     g_Store(&rFunction[uOffset], uValue);
 }
 
@@ -331,7 +334,8 @@ void CSimMachine::WriteMemory(uint64_t ullAddress, std::span<const uint8_t> Data
                                      m_ullNow);
         } else {
             m_pState->ForEachRegion(ullAddress, Part.size(), [&](uint8_t* pBytes, size_t uOffset, size_t uCount) {
-                std::copy_n(Part.begin() + static_cast<ptrdiff_t>(uOffset), uCount, pBytes);
+                if (std::memcmp(pBytes, &Part[uOffset], uCount) != 0) Touch();
+                std::memcpy(pBytes, &Part[uOffset], uCount);
             });
         }
         ullAddress += Part.size();
@@ -411,6 +415,39 @@ void CSimMachine::SetMappingProvider(CMappingProvider* pProvider) {
     m_pState->pProvider = pProvider;
 }
 
+// --- the running PC as a description
+
+CMachineDescription CSimMachine::Describe() const {
+    const std::lock_guard Lock(m_Lock);
+    CMachineDescription Description = m_Description;
+    Description.dReferenceMHz = m_dReferenceMHz;
+    for (uint32_t uCore = 0; uCore < ProcessorCount(); ++uCore)
+        for (const auto& [uIndex, ullValue] : m_pState->Msr[uCore]) {
+            const auto itAll = Description.Msr.find({kAllCores, uIndex});
+            // What is said for all cores is said again only for those that differ.
+            if (Description.Msr.contains({uCore, uIndex}) || itAll == Description.Msr.end() ||
+                itAll->second != ullValue)
+                Description.Msr[{uCore, uIndex}] = ullValue;
+        }
+    Description.Pci = m_pState->Pci;
+    for (const auto& [ullAddress, rData] : m_pState->Memory) {
+        const auto itLaidOut = m_pState->Acpi.Regions.find(ullAddress);
+        // The tables are laid out anew at power-on; one that was written to is memory from then on.
+        if (itLaidOut == m_pState->Acpi.Regions.end() || itLaidOut->second != rData)
+            Description.Memory[ullAddress] = rData;
+    }
+    Description.Ports = m_pState->Ports;
+    Description.oFirmware = m_pState->oFirmware;
+    for (const auto& pModel : m_Models) pModel->Describe(Description);
+    return Description;
+}
+
+void CSimMachine::SetFirmware(const CFirmwareDescription& rFirmware) {
+    const std::lock_guard Lock(m_Lock);
+    m_pState->oFirmware = rFirmware;
+    Touch();
+}
+
 // --- virtual time
 
 uint64_t CSimMachine::Now() const {
@@ -439,7 +476,7 @@ double CSimMachine::ReferenceMHz() const {
 void CSimMachine::SetReferenceClock(double dMHz) {
     const std::lock_guard Lock(m_Lock);
     if (!(dMHz >= kMinimumReferenceMHz && dMHz <= kMaximumReferenceMHz)) return;
-    m_dReferenceMHz = dMHz;
+    _Store(m_dReferenceMHz, dMHz);
     m_pState->Apic.SetBusClock(dMHz, m_ullNow);
 }
 

@@ -1,6 +1,7 @@
 // The simulated PC: processors, PCI, memory, ports and SMBus of one machine description, and virtual time.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -27,6 +28,9 @@ public:
     virtual bool WritePci(CPciAddress, uint32_t /*uOffset*/, uint32_t /*uValue*/) { return false; }
     /// Called whenever virtual time has moved.
     virtual void Tick(uint64_t /*ullNanoseconds*/) {}
+    /// Puts what the model keeps beside the machine's own registers into the machine's description, as it will be when
+    /// everything under way has ended. What changes that calls CSimMachine::Touch.
+    virtual void Describe(CMachineDescription& /*rDescription*/) const {}
 };
 
 /// Where the memory behind "map physical memory" lives: native runs hand out made-up addresses that only ReadMapped and
@@ -77,6 +81,17 @@ public:
     /// mappings are gone. Much faster than a new machine.
     void PowerCycle();
 
+    // --- the running PC as a description
+    /// What a machine file of this PC would say now: registers, memory, firmware, clock. Transitions under way have ended
+    /// there. Time, timers and mappings are no part of it: a PC that is made of it starts those anew.
+    CMachineDescription Describe() const;
+    /// Goes up whenever Describe may tell something else; an access that changes nothing leaves it alone where that can be
+    /// seen cheaply.
+    uint64_t Changes() const { return m_ullChanges; }
+    void Touch() { ++m_ullChanges; }
+    /// The firmware is now like this.
+    void SetFirmware(const CFirmwareDescription& rFirmware);
+
     // --- virtual time
     uint64_t Now() const;  ///< ns since power-on
     void Advance(uint64_t ullNanoseconds);
@@ -114,12 +129,18 @@ public:
 
 private:
     struct CState;
+    template <class TValue> void _Store(TValue& rPlace, TValue Value) {
+        if (rPlace != Value) Touch();
+        rPlace = Value;
+    }
+
     CMachineDescription m_Description;
     std::unique_ptr<CState> m_pState;
     std::unique_ptr<const CState> m_pAtPowerOn;  ///< to go back to; from the first power cycle on
     std::vector<std::unique_ptr<CSimModel>> m_Models;
     mutable std::recursive_mutex m_Lock;
     uint64_t m_ullNow = 0;
+    std::atomic<uint64_t> m_ullChanges = 0;
     double m_dReferenceMHz;
 };
 

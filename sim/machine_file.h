@@ -11,6 +11,8 @@
 
 namespace vxtsim {
 
+inline constexpr uint32_t kAllCores = 0xFFFFFFFF;
+
 struct CPciAddress {
     uint8_t ucBus, ucDevice, ucFunction;
     auto operator<=>(const CPciAddress&) const = default;  // NOLINT(modernize-use-nullptr): takes 0 for a pointer
@@ -75,6 +77,8 @@ struct CFirmwareDescription {
 /// What a machine file says. Plain data: equal files give equal descriptions.
 struct CMachineDescription {
     std::string sName;
+    std::string sStateOf;         ///< of a running PC: the name or file of the machine that was switched on; else empty
+    uint64_t ullStateDigest = 0;  ///< and its g_Digest; 0: not known yet
     uint32_t uCores = 1;
     double dReferenceMHz = 200.0;
     std::vector<uint8_t> Loads;                                      ///< percent of time each core is busy; else none
@@ -82,6 +86,7 @@ struct CMachineDescription {
     std::map<std::pair<uint32_t, uint32_t>, uint64_t> Msr;           ///< by core (or kAllCores) and index
     std::map<CPciAddress, std::vector<uint8_t>> Pci;                 ///< 256 or 4096 bytes each
     std::map<std::pair<uint32_t, uint32_t>, uint32_t> DramData;      ///< by pair and index
+    std::map<std::pair<uint32_t, uint32_t>, uint32_t> LinkPhy;       ///< by link and index
     std::map<uint64_t, std::vector<uint8_t>> Memory;                 ///< by physical address
     std::vector<std::pair<std::string, std::vector<uint8_t>>> Acpi;  ///< signature and table, in file order
     std::map<uint16_t, uint8_t> Ports;                               ///< plain readable and writable ports
@@ -89,9 +94,14 @@ struct CMachineDescription {
     std::map<std::string, std::string> Registry;                     ///< "key\\path!value" -> text of the line
     std::vector<CWmiInstance> Wmi;                                   ///< in file order
     std::optional<CFirmwareDescription> oFirmware;
+    /// What is said of a register for this core alone: if nothing yet, what is said for all.
+    uint64_t& CoreMsr(uint32_t uCore, uint32_t uIndex) {
+        const auto itAll = Msr.find({kAllCores, uIndex});
+        return Msr.try_emplace({uCore, uIndex}, itAll == Msr.end() ? 0 : itAll->second).first->second;
+    }
     bool operator==(const CMachineDescription&) const = default;
 };
-inline constexpr uint32_t kAllCores = 0xFFFFFFFF;
+inline constexpr const char* kDefaultMachine = "family10h-ddr3";  ///< where none is named
 inline constexpr uint32_t kMaximumCores = 64;
 inline constexpr double kMinimumReferenceMHz = 1.0, kMaximumReferenceMHz = 1000.0;
 
@@ -100,12 +110,19 @@ inline constexpr double kMinimumReferenceMHz = 1.0, kMaximumReferenceMHz = 1000.
 bool g_ParseMachine(std::string_view sText, const std::string& sFile, CMachineDescription& rMachine,
                     std::string& rsError);
 
-/// The text form, which parses back to an equal description.
+/// The text form, which parses back to an equal description. It has a [begin] and an [end].
 std::string g_FormatMachine(const CMachineDescription& rMachine);
+
+/// A number that tells machines apart by what they are made of, whatever they are the state of. Never 0.
+uint64_t g_Digest(CMachineDescription Machine);
 
 /// Loads an embedded machine by name, else a file by path. What a file is based on is built in, or a file in its folder
 /// or named from there.
 bool g_LoadMachine(const std::string& sNameOrPath, CMachineDescription& rMachine, std::string& rsError);
+
+/// Loads a file, whatever its name; `sShown` is what errors call it.
+bool g_LoadMachineFile(const std::string& sPath, const std::string& sShown, CMachineDescription& rMachine,
+                       std::string& rsError);
 
 /// Names of the machines built into this library, sorted.
 std::vector<std::string> g_MachineNames();

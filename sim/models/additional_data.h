@@ -12,10 +12,10 @@ public:
     static constexpr CPciAddress kFunction{0, 0x18, 2};
 
     CAdditionalData(CSimMachine& rMachine, uint32_t uPairs)
-        : CIndexDataPairs({kFunction, 0x98, 0x100, uPairs, 0x3FFFFFFF}) {
-        for (const auto& [Place, uValue] : rMachine.Description().DramData)
-            if (Place.first < uPairs) Register(Place.first, Place.second) = uValue;
+        : CIndexDataPairs(rMachine, {kFunction, 0x98, 0x100, uPairs, 0x3FFFFFFF}) {
+        Begin(rMachine.Description().DramData);
     }
+    void Describe(CMachineDescription& rDescription) const override { DescribeInto(rDescription.DramData); }
 };
 
 }  // namespace vxtsim

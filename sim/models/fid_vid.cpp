@@ -36,13 +36,18 @@ bool CFidVid::WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue) {
 void CFidVid::Tick(uint64_t) {
     for (uint32_t uCore = 0; uCore < m_Pending.size(); ++uCore) {
         if (!m_Pending[uCore] || m_bStuck || m_rMachine.Now() < m_Pending[uCore]->ullDone) continue;
-        _Complete(uCore, m_Pending[uCore]->ullControl);
+        _Complete(m_Pending[uCore]->ullControl, m_rMachine.Msr(uCore, kStatus));
         m_Pending[uCore].reset();
     }
 }
 
-void CFidVid::_Complete(uint32_t uCore, uint64_t ullControl) {
-    uint64_t& rullStatus = m_rMachine.Msr(uCore, kStatus);
+void CFidVid::Describe(CMachineDescription& rDescription) const {
+    for (uint32_t uCore = 0; uCore < m_Pending.size(); ++uCore)
+        if (m_Pending[uCore] && !m_bStuck)
+            _Complete(m_Pending[uCore]->ullControl, rDescription.CoreMsr(uCore, kStatus));
+}
+
+void CFidVid::_Complete(uint64_t ullControl, uint64_t& rullStatus) const {
     const uint64_t ullVoltageMask = m_bSixBitVoltage ? 0x3F : 0x1F;
     uint64_t ullFrequency = ullControl & kFrequency;
     if (!m_bOddFrequencies) ullFrequency &= ~uint64_t{1};

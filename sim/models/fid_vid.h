@@ -18,6 +18,7 @@ public:
     CFidVid(CSimMachine& rMachine, bool bRevisionF);
     bool WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue) override;
     void Tick(uint64_t ullNanoseconds) override;
+    void Describe(CMachineDescription& rDescription) const override;
     double CoreMHz(uint32_t uCore) const override;
     double TimeStampMHz(uint32_t uCore) const override { return CoreMHz(uCore); }
 
@@ -29,7 +30,7 @@ private:
         uint64_t ullDone;
         uint64_t ullControl;
     };
-    void _Complete(uint32_t uCore, uint64_t ullControl);
+    void _Complete(uint64_t ullControl, uint64_t& rullStatus) const;
 
     CSimMachine& m_rMachine;
     bool m_bSixBitVoltage;  ///< revision F: bits 13:8 and 37:32, five bits before

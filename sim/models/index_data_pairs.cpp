@@ -3,7 +3,7 @@
 namespace vxtsim {
 
 namespace {
-constexpr uint32_t kWrite = 1u << 30, kDone = 1u << 31;
+constexpr uint32_t kDone = 1u << 31;
 }
 
 bool CIndexDataPairs::ReadPci(CPciAddress Address, uint32_t uOffset, uint32_t& ruValue) {
@@ -25,7 +25,23 @@ bool CIndexDataPairs::WritePci(CPciAddress Address, uint32_t uOffset, uint32_t u
     } else {
         pPair->uData = uValue;
     }
+    if (pPair->IsWriting()) m_rMachine.Touch();
     return true;
+}
+
+void CIndexDataPairs::Begin(const CDescribed& rRegisters) {
+    for (const auto& [Place, uValue] : rRegisters)
+        if (Place.first < m_Pairs.size()) m_Pairs[Place.first].Registers[Place.second] = uValue;
+}
+
+void CIndexDataPairs::DescribeInto(CDescribed& rRegisters) const {
+    for (uint32_t uPair = 0; uPair < m_Pairs.size(); ++uPair) {
+        const CPair& rPair = m_Pairs[uPair];
+        for (const auto& [uIndex, uValue] : rPair.Registers)
+            // One that was only looked at still says nothing.
+            if (uValue || rRegisters.contains({uPair, uIndex})) rRegisters[{uPair, uIndex}] = uValue;
+        if (rPair.IsWriting()) rRegisters[{uPair, rPair.uIndex & m_Place.uIndexMask}] = rPair.uData;
+    }
 }
 
 CIndexDataPairs::CPair* CIndexDataPairs::_Find(CPciAddress Address, uint32_t uOffset, bool& rbIndex) {

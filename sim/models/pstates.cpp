@@ -48,13 +48,21 @@ void CPstates::_Request(uint32_t uCore, uint32_t uPstate, uint32_t uFields) {
 void CPstates::Tick(uint64_t) {
     for (uint32_t uCore = 0; uCore < m_Pending.size(); ++uCore) {
         if (!m_Pending[uCore] || m_bStuck || m_rMachine.Now() < m_Pending[uCore]->ullDone) continue;
-        _Complete(uCore, *m_Pending[uCore]);
+        _Complete(*m_Pending[uCore], m_rMachine.Msr(uCore, kStatus), m_rMachine.Msr(uCore, kControl),
+                  m_rMachine.Msr(uCore, kCurrent));
         m_Pending[uCore].reset();
     }
 }
 
-void CPstates::_Complete(uint32_t uCore, const CRequest& rRequest) {
-    uint64_t& rullStatus = m_rMachine.Msr(uCore, kStatus);
+void CPstates::Describe(CMachineDescription& rDescription) const {
+    for (uint32_t uCore = 0; uCore < m_Pending.size(); ++uCore)
+        if (m_Pending[uCore] && !m_bStuck)
+            _Complete(*m_Pending[uCore], rDescription.CoreMsr(uCore, kStatus), rDescription.CoreMsr(uCore, kControl),
+                      rDescription.CoreMsr(uCore, kCurrent));
+}
+
+void CPstates::_Complete(const CRequest& rRequest, uint64_t& rullStatus, uint64_t& rullControl,
+                         uint64_t& rullCurrent) const {
     uint32_t uFields = rRequest.uFields;
     // Limits: highest clock in units of 100 MHz (half the reference), highest and lowest voltage; 0 stands for none.
     const auto uMaximumClock = static_cast<uint32_t>(rullStatus >> 49 & 0x3F);
@@ -70,9 +78,8 @@ void CPstates::_Complete(uint32_t uCore, const CRequest& rRequest) {
     const uint64_t ullNew = uFields | rRequest.uPstate << kPstateBit;
     constexpr uint64_t kWhole = kFields | kPstateMask << kPstateBit;
     rullStatus = (rullStatus & ~kWhole) | ullNew;
-    uint64_t& rullControl = m_rMachine.Msr(uCore, kControl);
     rullControl = (rullControl & ~kWhole) | ullNew;
-    m_rMachine.Msr(uCore, kCurrent) = rRequest.uPstate;
+    rullCurrent = rRequest.uPstate;
 }
 
 double CPstates::_MHz(uint64_t ullFields) const {

@@ -21,6 +21,7 @@ public:
     CPstates(CSimMachine& rMachine, uint32_t uFidOffset);
     bool WriteMsr(uint32_t uCore, uint32_t uIndex, uint64_t ullValue) override;
     void Tick(uint64_t ullNanoseconds) override;
+    void Describe(CMachineDescription& rDescription) const override;
     double CoreMHz(uint32_t uCore) const override;
     double TimeStampMHz(uint32_t uCore) const override;
 
@@ -34,7 +35,7 @@ private:
         uint32_t uFields;  ///< as they stand in a definition
     };
     void _Request(uint32_t uCore, uint32_t uPstate, uint32_t uFields);
-    void _Complete(uint32_t uCore, const CRequest& rRequest);
+    void _Complete(const CRequest& rRequest, uint64_t& rullStatus, uint64_t& rullControl, uint64_t& rullCurrent) const;
     double _MHz(uint64_t ullFields) const;
 
     CSimMachine& m_rMachine;

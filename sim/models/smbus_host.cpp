@@ -44,6 +44,7 @@ void CSmbusHost::_Start() {
     m_bRunning = true;
     m_ullDone = m_rMachine.Now() + kTransferNanoseconds;
     m_aucRegisters[kStatus] |= kBusy;
+    if (!(m_aucRegisters[kAddress] & kReadTransfer)) m_rMachine.Touch();
 }
 
 void CSmbusHost::_Settle() {
@@ -61,9 +62,17 @@ uint8_t CSmbusHost::_Transfer() {
     if (m_aucRegisters[kAddress] & kReadTransfer) {
         m_aucRegisters[kData0] = it->second[ucCommand];
     } else {
+        if (it->second[ucCommand] != m_aucRegisters[kData0]) m_rMachine.Touch();
         it->second[ucCommand] = m_aucRegisters[kData0];
     }
     return kDone;
+}
+
+void CSmbusHost::Describe(CMachineDescription& rDescription) const {
+    CSmbusHost Later(*this);
+    if (m_bRunning && !m_bNeverCompletes) Later._Transfer();
+    for (const auto& [ucAddress, rRegisters] : Later.m_Devices)
+        if (!rRegisters.empty()) rDescription.Smbus[ucAddress] = rRegisters;
 }
 
 }  // namespace vxtsim

@@ -15,6 +15,8 @@ public:
     bool ReadPort(uint16_t usPort, uint32_t uWidth, uint32_t& ruValue) override;
     bool WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) override;
 
+    void Describe(CMachineDescription& rDescription) const override;
+
     uint16_t Base() const { return m_usBase; }
     /// Registers of the device at a 7-bit address; an empty image is no device.
     std::vector<uint8_t>& Device(uint8_t ucAddress) { return m_Devices[ucAddress]; }

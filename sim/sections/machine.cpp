@@ -41,6 +41,17 @@ bool g_ReadLoads(CMachineReader& rReader, std::string_view sValue, CMachineDescr
     return bRetCode;
 }
 
+bool g_ReadDigest(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    const auto oDigest = g_Hex(g_Trim(CMachineReader::WithoutComment(sValue)), 16);
+    rMachine.ullStateDigest = oDigest.value_or(0);
+    return oDigest || rReader.Fail("a number of up to 16 digits", sValue);
+}
+
+std::string g_DigestText(const CMachineDescription& rMachine) {
+    return g_HexText<8>(static_cast<uint32_t>(rMachine.ullStateDigest >> 32)) +
+           g_HexText<8>(static_cast<uint32_t>(rMachine.ullStateDigest));
+}
+
 bool g_ReadBase(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
     if (!rReader.BaseOn(g_Trim(CMachineReader::WithoutComment(sValue)))) return false;
     const CMachineDescription& rBase = *rReader.Base();
@@ -59,6 +70,8 @@ constexpr CMachineKey kKeys[] = {
      kAlways},
     {"reference_clock", g_ReadClock, g_ClockText, kAlways},
     {"load", g_ReadLoads, [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.Loads); }},
+    g_Key<&CMachineDescription::sStateOf>("state_of"),
+    {"state_digest", g_ReadDigest, g_DigestText},
 };
 
 std::unique_ptr<CSection> g_Open(CMachineReader& rReader, std::string_view sArgument) {

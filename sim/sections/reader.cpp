@@ -54,6 +54,7 @@ bool CMachineReader::Read(std::string_view sText, const std::string& sFile, std:
     m_sFile = sFile, m_Chain = std::move(Chain), m_psFolder = psFolder;
     if (sText.size() > kMaximumFile) return Fail("at most 16 MiB of text", "more");
     if (!_ReadLines(sText)) return false;
+    if (m_bBegun && !m_bEnded) return Fail("[end] at the end of a whole file", "none");
     if (!m_bMachine) return Fail("a [machine] section", "none");
     if (m_oBase)
         for (const CSectionKind* const pKind : g_SectionKinds()) pKind->pInherit(m_rMachine, *m_oBase);
@@ -71,6 +72,7 @@ bool CMachineReader::_ReadLines(std::string_view sText) {
         const size_t uEnd = std::min(sText.find('\n'), sText.size());
         const std::string_view sLine = g_TrimLeft(sText.substr(0, uEnd));
         sText.remove_prefix(std::min(uEnd + 1, sText.size()));
+        if (m_bEnded && !g_Trim(sLine).empty()) return Fail("nothing behind [end]", sLine);
         if (sLine.empty() || sLine[0] == '#') continue;
         const bool bRetCode =
             sLine[0] == '[' ? (!m_pSection || m_pSection->Close(*this)) && _OpenSection(g_Trim(WithoutComment(sLine)))
@@ -179,6 +181,16 @@ bool CMachineReader::Value(std::string_view sValue, bool& rbFlag) {
 
 bool CMachineReader::Value(std::string_view sValue, std::string& rsText) { return Text(g_Trim(sValue), rsText); }
 
+// --- marks
+
+bool CMachineReader::Begin() {
+    if (m_uSections != 1 || m_bBegun) return Fail("[begin] before everything else", m_sHeading);
+    m_uSections = 0;
+    return m_bBegun = true;
+}
+
+bool CMachineReader::End() { return (m_bEnded = m_bBegun) || Fail("[begin] before everything else", m_sHeading); }
+
 // --- bases
 
 bool CMachineReader::BaseOn(std::string_view sName) {
@@ -238,16 +250,21 @@ bool g_LoadMachine(const std::string& sNameOrPath, CMachineDescription& rMachine
         return CMachineReader(rMachine, rsError)
             .Read(pEmbedded->sText, sNameOrPath + ".machine", {sNameOrPath}, nullptr);
     }
-    const std::optional<std::string> oText = g_FileText(sNameOrPath);
+    return g_LoadMachineFile(sNameOrPath, sNameOrPath, rMachine, rsError);
+}
+
+bool g_LoadMachineFile(const std::string& sPath, const std::string& sShown, CMachineDescription& rMachine,
+                       std::string& rsError) {
+    const std::optional<std::string> oText = g_FileText(sPath);
     if (!oText) {
-        rsError =
-            sNameOrPath + ": expected a readable machine file or one of the built-in machines" + g_BuiltInMachines();
+        rsError = sShown + ": no such machine: expected a readable machine file or one of the built-in machines" +
+                  g_BuiltInMachines();
         return false;
     }
-    const std::string sFolder = g_FolderOf(sNameOrPath);
+    const std::string sFolder = g_FolderOf(sPath);
     rMachine = {};
     rsError.clear();
-    return CMachineReader(rMachine, rsError).Read(*oText, sNameOrPath, {sNameOrPath}, &sFolder);
+    return CMachineReader(rMachine, rsError).Read(*oText, sShown, {sPath}, &sFolder);
 }
 
 std::vector<std::string> g_MachineNames() {

@@ -85,6 +85,10 @@ public:
     bool Value(std::string_view sValue, bool& rbFlag);
     bool Value(std::string_view sValue, std::string& rsText);
 
+    // --- marks
+    bool Begin();  ///< nothing stands before it, and it counts as nothing
+    bool End();    ///< nothing stands behind it
+
     // --- bases
     /// Takes another machine's description as the base. Only as the first line of the first section.
     bool BaseOn(std::string_view sName);
@@ -111,7 +115,8 @@ private:
     std::string_view m_sHeading;
     size_t m_uLine = 0, m_uSections = 0;
     bool m_bMachine = false;  ///< there is a [machine]
-    size_t m_uData = 0;       ///< bytes of all that was read
+    bool m_bBegun = false, m_bEnded = false;
+    size_t m_uData = 0;  ///< bytes of all that was read
     std::vector<CNamedCore> m_Cores;
 };
 

@@ -34,9 +34,10 @@ struct CSectionKind {
     bool (*pForget)(CMachineDescription& rMachine, std::string_view sArgument);
 };
 
-extern const CSectionKind kMachineSection, kCpuidSection, kMsrSection, kPciSection, kMemorySection, kAcpiSection,
-    kDramDataSection, kPortsSection, kSmbusSection, kRegistrySection, kWmiSection, kFirmwareSection,
-    kFirmwareObjectSection, kFirmwareItemSection, kFirmwareCommandSection, kFirmwareAnswerSection;
+extern const CSectionKind kBeginSection, kMachineSection, kCpuidSection, kMsrSection, kPciSection, kMemorySection,
+    kAcpiSection, kDramDataSection, kLinkPhySection, kPortsSection, kSmbusSection, kRegistrySection, kWmiSection,
+    kFirmwareSection, kFirmwareObjectSection, kFirmwareItemSection, kFirmwareCommandSection, kFirmwareAnswerSection,
+    kEndSection;
 
 /// All of them, in the order in which they are written.
 std::span<const CSectionKind* const> g_SectionKinds();

@@ -6,6 +6,7 @@ namespace vxtsim {
 namespace {
 
 constexpr const CSectionKind* kKinds[] = {
+    &kBeginSection,
     &kMachineSection,
     &kCpuidSection,
     &kMsrSection,
@@ -13,6 +14,7 @@ constexpr const CSectionKind* kKinds[] = {
     &kMemorySection,
     &kAcpiSection,
     &kDramDataSection,
+    &kLinkPhySection,
     &kPortsSection,
     &kSmbusSection,
     &kRegistrySection,
@@ -22,6 +24,7 @@ constexpr const CSectionKind* kKinds[] = {
     &kFirmwareItemSection,
     &kFirmwareCommandSection,
     &kFirmwareAnswerSection,
+    &kEndSection,
 };
 
 }  // namespace
@@ -43,6 +46,14 @@ std::string g_FormatMachine(const CMachineDescription& rMachine) {
     CMachineWriter Writer;
     for (const CSectionKind* const pKind : kKinds) pKind->pWrite(Writer, rMachine);
     return std::move(Writer.m_sText);
+}
+
+uint64_t g_Digest(CMachineDescription Machine) {
+    Machine.sStateOf.clear(), Machine.ullStateDigest = 0;
+    uint64_t ullDigest = 0xCBF29CE484222325;  // FNV-1a
+    for (const char c : g_FormatMachine(Machine))
+        ullDigest = (ullDigest ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    return ullDigest ? ullDigest : 1;
 }
 
 }  // namespace vxtsim

@@ -94,7 +94,7 @@ def test_no_stand_in_for_a_missing_reading_leaves_the_tools():
 def test_a_flaky_driver_never_gives_a_wrong_shape_or_a_crash(kind):
     for seed in range(1, 9):
         found = run(f"vxtctl --json --fault seed={seed},rate=4,kinds={kind}")
-        assert found.code in (6, 4) and "fault: " in found.err, f"seed {seed}: {found}"
+        assert found.code in (6, 4) and "fault: read of " in found.err, f"seed {seed}: {found}"
         if found.code == 6:
             assert parsed(found.out)["findings"], f"seed {seed}"
 
@@ -245,8 +245,7 @@ def test_a_dry_run_plans_the_same_and_writes_nothing_to_the_driver(line, look, a
 def test_a_timing_change_writes_no_bit_that_was_not_named():
     # Registers 88h and 8Ch of function 2. Several codes of the refresh interval (bits 12:8 of the second) mean 7.8 us.
     assert "35 33 72 13 31 0b 00 00" in read(SOURCE / "machines/k8-first.machine")
-    written = [sent for code, sent in driver_writes("vxtctl memory set tcl=2 --yes --machine k8-first")]
-    assert len(written) == 1 and written[0].endswith("88000000" + "08000000" + "31337213310b0000")
+    assert driver_writes("vxtctl memory set tcl=2 --yes --machine k8-first") == [("PCI 00:18.2 offset 88h", "31337213310B0000")]
 
 
 @table("machine, setting", [("k8-first", "trfc1=12"), ("k8-first", "power_down=on"), ("k8-first", "trtp=3"), ("k8-first", "ganged=off"),

@@ -103,8 +103,8 @@ def settings(machine):
 
 
 def driver_writes(line):
-    """The driver's write requests (MSR, port, PCI, memory) of a command, with their input, none of them carried out."""
-    return re.findall(r"code 81112(EE4|EEC|EFC|F04|F0C), input (\w+)", run(f"{line} --fault seed=1,rate=100,kinds=drop").err)
+    """The driver's write requests (MSR, port, PCI, memory) of a command, where to and what, none of them carried out."""
+    return re.findall(r"fault: write of (.+), ([0-9A-F ]+), was dropped", run(f"{line} --fault seed=1,rate=100,kinds=drop").err)
 
 
 DEAF_WRITES = "\n[firmware answer SetValue]\nfails = 1\n[firmware command 00030004]\nresult = 05 00 00 00\n"

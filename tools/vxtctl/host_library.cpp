@@ -1,6 +1,7 @@
 #include "host_library.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "common/console.h"
 #include "common/exit_code.h"
@@ -26,9 +27,12 @@ CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
     _Bind(m_pInit, "InitVXTAPI");
     _Bind(m_pUnInit, "UnInitVXTAPI");
     _Bind(m_pGetDeviceManager, "GetDeviceManager");
-    m_pSimulatedFailures = reinterpret_cast<decltype(m_pSimulatedFailures)>(m_Library.Find("VXTSimulatedFailures"));
-    m_pSimulatedProcessors =
-        reinterpret_cast<decltype(m_pSimulatedProcessors)>(m_Library.Find("VXTSimulatedProcessors"));
+    _Find(m_pSimulatedError, "VXTSimulatedError");
+    _Find(m_pSimulatedFailures, "VXTSimulatedFailures");
+    _Find(m_pSimulatedProcessors, "VXTSimulatedProcessors");
+    if (const char* const pszError = m_pSimulatedError ? m_pSimulatedError() : nullptr)
+        throw CFailure(std::string_view(pszError).starts_with("--fault: ") ? EExit::kUsage : EExit::kNoLibrary,
+                       pszError);
     if (m_pInit(rOptions.bLog)) return;
     m_pUnInit();  // a failed start leaves its earlier steps standing
     throw CFailure(EExit::kNoLibrary, "the library did not start; " +
@@ -42,8 +46,12 @@ std::string g_DevicePath(vxtapi::eDeviceType eType, uint32_t uIndex) {
 
 CHostLibrary::~CHostLibrary() { m_pUnInit(); }
 
-template <class TFunction> void CHostLibrary::_Bind(TFunction*& rpFunction, const char* pszName) {
+template <class TFunction> void CHostLibrary::_Find(TFunction*& rpFunction, const char* pszName) {
     rpFunction = reinterpret_cast<TFunction*>(m_Library.Find(pszName));
+}
+
+template <class TFunction> void CHostLibrary::_Bind(TFunction*& rpFunction, const char* pszName) {
+    _Find(rpFunction, pszName);
     if (!rpFunction) throw CFailure(EExit::kNoLibrary, m_sPath + " has no export " + pszName);
 }
 
@@ -65,6 +73,13 @@ std::string CHostLibrary::CoreRemark() const {
     if (_SystemCores() <= kMostOfAKind || Devices(vxtapi::kDeviceCpu).empty()) return "";
     return "the library lists " + std::to_string(kMostOfAKind) + " of this machine's " +
            std::to_string(_SystemCores()) + " cores";
+}
+
+EExit CHostLibrary::Finish(EExit eExit) const {
+    const char* const pszError = m_pSimulatedError ? m_pSimulatedError() : nullptr;
+    if (!pszError) return eExit;
+    std::fputs((std::string(pszError) + "\n").c_str(), stderr);
+    return EExit::kFailed;
 }
 
 vxttools::CFindings CHostLibrary::Findings() const {

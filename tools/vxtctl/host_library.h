@@ -36,18 +36,22 @@ public:
     /// What shows that something is missing, up to now. The library itself only logs what it could not read: missing
     /// parts of a processor that others of its parts show to be there tell, and what a simulated system counts.
     vxttools::CFindings Findings() const;
+    /// After changes: how the command ends. A simulated PC that could not keep its state makes it a failure.
+    vxttools::EExit Finish(vxttools::EExit eExit) const;
     /// Why there is no such thing, "processor": the machine lacks it, or, where anything could not be read, that.
     vxttools::CFailure Absent(const std::string& sWhat) const;
 
 private:
     uint32_t _SystemCores() const;
+    template <class TFunction> void _Find(TFunction*& rpFunction, const char* pszName);
     template <class TFunction> void _Bind(TFunction*& rpFunction, const char* pszName);
 
     vxttools::CLoadedLibrary m_Library;
     decltype(&InitVXTAPI) m_pInit = nullptr;
     decltype(&UnInitVXTAPI) m_pUnInit = nullptr;
     decltype(&GetDeviceManager) m_pGetDeviceManager = nullptr;
-    uint64_t (*m_pSimulatedFailures)() = nullptr;    ///< of a simulated build only
+    const char* (*m_pSimulatedError)() = nullptr;    ///< of a simulated build only
+    uint64_t (*m_pSimulatedFailures)() = nullptr;    ///< the same
     uint32_t (*m_pSimulatedProcessors)() = nullptr;  ///< the same
     std::string m_sPath;
 };

@@ -1,8 +1,8 @@
 #include "library_session.h"
 
 #include "api/log/log.h"
-#include "common/console.h"
-#include "sim/machine_file.h"
+
+extern "C" const char* VXTSimulatedError();  // of simulated builds
 
 namespace vxtdiag {
 
@@ -11,14 +11,13 @@ using vxttools::EExit;
 
 CLibrarySession::CLibrarySession(const vxttools::CGlobalOptions& rOptions) : m_bLog(rOptions.bLog) {
     constexpr bool kSimulatedBuild = VXT_SIMULATED_BUILD;
-    if (!kSimulatedBuild && (rOptions.oMachine || rOptions.oFault))
+    if (!kSimulatedBuild && (rOptions.oMachine || rOptions.oState || rOptions.oFault))
         throw CFailure(EExit::kUsage,
-                       "--machine and --fault need a simulated build: this one works on the real machine");
-    if (const std::string sMachine = vxttools::g_Environment("VXT_MACHINE"); kSimulatedBuild && !sMachine.empty()) {
-        vxtsim::CMachineDescription Machine;
-        std::string sError;
-        if (!vxtsim::g_LoadMachine(sMachine, Machine, sError)) throw CFailure(EExit::kNoLibrary, sError);
-    }
+                       "--machine, --state and --fault need a simulated build: this one works on the real machine");
+    if constexpr (kSimulatedBuild)
+        if (const char* const pszError = VXTSimulatedError())
+            throw CFailure(std::string_view(pszError).starts_with("--fault: ") ? EExit::kUsage : EExit::kNoLibrary,
+                           pszError);
     constexpr uint32_t kAllLevels = 0xFFFF, kLinesPerFile = 10'000;
     if (m_bLog) vxt::g_GetLog().Init("VXTDIAG", kAllLevels, vxt::CLog::kToFile, kLinesPerFile);
 }

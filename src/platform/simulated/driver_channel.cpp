@@ -1,9 +1,5 @@
 #include "platform/driver_channel.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <span>
-
 #include "platform/simulated/simulated_system.h"
 
 namespace vxt::platform {
@@ -16,13 +12,6 @@ using EHandle = CSimulatedSystem::EHandle;
 namespace {
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
 constexpr const wchar_t* kDriverService = L"VXTDriver";  ///< its device has the same name
-
-/// With the begin of what was sent: of a dropped write, what would have been written.
-void g_ReportFault(uint64_t ullRequest, uint32_t uCode, std::span<const uint8_t> Input) {
-    std::fprintf(stderr, "fault: request %llu, code %08X, input ", static_cast<unsigned long long>(ullRequest), uCode);
-    for (const uint8_t ucByte : Input.first(std::min<size_t>(Input.size(), 64))) std::fprintf(stderr, "%02x", ucByte);
-    std::fputs("\n", stderr);
-}
 }  // namespace
 
 void CloseDriver(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
@@ -45,12 +34,10 @@ bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* p
     CSimulatedSystem& rSystem = g_GetSystem();
     ruReturned = 0;
     if (rSystem.Refuses(nullptr) || !rSystem.Find(rChannel.Get(), EHandle::kDriver)) return false;
-    const uint64_t ullInjected = rSystem.m_RequestFaults.Injected();
     const vxtsim::CControlReply Reply =
         rSystem.m_Server.Control(uCode, simulated::g_CurrentCore(), {static_cast<const uint8_t*>(pIn), uInSize},
                                  {static_cast<uint8_t*>(pOut), pOut ? uOutSize : 0});
-    if (rSystem.m_bReportFaults && rSystem.m_RequestFaults.Injected() != ullInjected)
-        g_ReportFault(rSystem.m_RequestFaults.Requests(), uCode, {static_cast<const uint8_t*>(pIn), uInSize});
+    if (!simulated::g_KeepState()) return rSystem.Fail(kErrorAccessDenied);  // done, but the PC would forget it
     ruReturned = Reply.uReturned;
     return Reply.bSuccess;
 }

@@ -81,7 +81,10 @@ bool StartService(const CServiceHandle& rService) {
     if (!pService) return false;
     if (pService->bDeleted) return rSystem.Fail(kErrorServiceMarkedForDelete);
     if (g_StateOf(rSystem, *pService) != kServiceStopped) return rSystem.Fail(kErrorServiceAlreadyRunning);
-    if (!rSystem.m_bDriverFileExists) return rSystem.Fail(kErrorFileNotFound);
+    if (!rSystem.m_bDriverFileExists) {
+        rSystem.ShowError();
+        return rSystem.Fail(kErrorFileNotFound);
+    }
     pService->uState = kServiceRunning;
     return true;
 }

@@ -5,9 +5,16 @@
 
 extern "C" {
 
-/// Driver requests so far that the fault plan let go wrong.
+/// Null when the machine, its state file and the fault plan that the environment names are usable and every change could
+/// be kept so far; else one line of text that says why not, valid for the process's life. "--fault: " begins the one about
+/// the plan. A host that has asked before InitVXTAPI is expected to show it; otherwise InitVXTAPI does, on stderr.
+__attribute__((visibility("default"))) const char* VXTSimulatedError() {
+    return vxt::platform::simulated::g_GetSystem().TakeError();
+}
+
+/// Driver requests so far that the fault plan let go wrong: those that failed, gave no data, a wrong count or all ones.
 __attribute__((visibility("default"))) uint64_t VXTSimulatedFailures() {
-    return vxt::platform::simulated::g_GetSystem().m_RequestFaults.Injected();
+    return vxt::platform::simulated::g_GetSystem().m_Server.FailureCount();
 }
 
 /// Processors of the simulated PC.

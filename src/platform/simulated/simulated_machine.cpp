@@ -3,26 +3,34 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "sim/machine_state.h"
+
 namespace vxt::platform::simulated {
 
 namespace {
 
-constexpr const char* kMachineVariable = "VXT_MACHINE";
-constexpr const char* kDefaultMachine = "family10h-ddr3";
+std::string g_Variable(const char* pszName) {
+    const char* const pszValue = std::getenv(pszName);
+    return pszValue ? pszValue : "";
+}
 
 struct CCurrent {
+    std::unique_ptr<vxtsim::CMachineState> pState;
     std::unique_ptr<vxtsim::CSimMachine> pMachine;
-    bool bUsable = false;
+    std::mutex Lock;     ///< the error's making
+    std::string sError;  ///< of the start, else the first of keeping the state
 
     CCurrent() {
-        const char* const pszChosen = std::getenv(kMachineVariable);
+        const std::string sMachine = g_Variable("VXT_MACHINE"), sState = g_Variable("VXT_STATE");
         vxtsim::CMachineDescription Description;
-        std::string sError;
-        bUsable = vxtsim::g_LoadMachine(pszChosen && *pszChosen ? pszChosen : kDefaultMachine, Description, sError);
-        if (!bUsable) {
-            std::fprintf(stderr, "%s\n", sError.c_str());
-            Description = {};
+        bool bUsable = false;
+        if (sState.empty()) {
+            bUsable = vxtsim::g_LoadMachine(sMachine.empty() ? vxtsim::kDefaultMachine : sMachine, Description, sError);
+        } else {
+            pState = std::make_unique<vxtsim::CMachineState>();
+            bUsable = pState->Open(sState, sMachine, Description, sError);
         }
+        if (!bUsable) Description = {}, pState.reset();
         pMachine = std::make_unique<vxtsim::CSimMachine>(std::move(Description));
     }
 };
@@ -36,11 +44,29 @@ CCurrent& g_GetCurrent() {
 
 vxtsim::CSimMachine& g_GetMachine() { return *g_GetCurrent().pMachine; }
 
-bool g_HasMachine() { return g_GetCurrent().bUsable; }
+const char* g_MachineError() {
+    CCurrent& rCurrent = g_GetCurrent();
+    const std::lock_guard Guard(rCurrent.Lock);
+    return rCurrent.sError.empty() ? nullptr : rCurrent.sError.c_str();
+}
+
+bool g_KeepState() {
+    CCurrent& rCurrent = g_GetCurrent();
+    std::string sError;
+    if (!rCurrent.pState || rCurrent.pState->Keep(*rCurrent.pMachine, sError)) return true;
+    const std::lock_guard Guard(rCurrent.Lock);
+    if (rCurrent.sError.empty()) {
+        rCurrent.sError = std::move(sError);
+        std::fprintf(stderr, "%s\n", rCurrent.sError.c_str());
+    }
+    return false;
+}
 
 void g_UseMachine(vxtsim::CMachineDescription Description) {
-    g_GetCurrent().pMachine = std::make_unique<vxtsim::CSimMachine>(std::move(Description));
-    g_GetCurrent().bUsable = true;
+    CCurrent& rCurrent = g_GetCurrent();
+    rCurrent.pState.reset();
+    rCurrent.pMachine = std::make_unique<vxtsim::CSimMachine>(std::move(Description));
+    rCurrent.sError.clear();
 }
 
 }  // namespace vxt::platform::simulated

@@ -18,20 +18,32 @@ std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
 }  // namespace
 
 CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()), m_Wmi(g_GetMachine()) {
-    m_bDriverFileExists = g_HasMachine();
+    m_bDriverFileExists = !g_MachineError();
     const std::vector<uint8_t>& rPercent = g_GetMachine().Description().Loads;
     m_Loads.assign(g_GetMachine().ProcessorCount(), 0.0);
     std::ranges::transform(rPercent, m_Loads.begin(), [](uint8_t ucPercent) { return ucPercent / 100.0; });
     m_Server.SetFaults(&m_RequestFaults);
-    if (const char* const pszFaults = std::getenv("VXT_FAULT")) {
-        std::string sError;
-        if (vxtsim::CFaultPlan::Parse(pszFaults, m_RequestFaults, sError)) {
-            m_bReportFaults = true;
-        } else {
-            std::fprintf(stderr, "VXT_FAULT: %s\n", sError.c_str());
-            m_bDriverFileExists = false;  // a mistyped plan must not look like a healthy run
-        }
+    const char* const pszFaults = std::getenv("VXT_FAULT");
+    if (!pszFaults || !*pszFaults) return;
+    std::string sError;
+    if (vxtsim::CFaultPlan::Parse(pszFaults, m_RequestFaults, sError)) {
+        m_Server.ReportFaults([](const std::string& sRemark) { std::fprintf(stderr, "fault: %s\n", sRemark.c_str()); });
+    } else {
+        m_sPlanError = "--fault: " + sError;
+        m_bDriverFileExists = false;  // a mistyped plan must not look like a healthy run
     }
+}
+
+const char* CSimulatedSystem::TakeError() {
+    const std::lock_guard Guard(m_Lock);
+    m_bErrorTaken = true;
+    return m_sPlanError.empty() ? g_MachineError() : m_sPlanError.c_str();
+}
+
+void CSimulatedSystem::ShowError() {
+    const std::lock_guard Guard(m_Lock);
+    if (m_bErrorTaken) return;
+    if (const char* const pszError = TakeError()) std::fprintf(stderr, "%s\n", pszError);
 }
 
 CSimulatedSystem& g_GetSystem() { return *g_SystemPointer(); }

@@ -50,7 +50,6 @@ public:
     uint32_t m_uStopQueries = 0;         ///< times a stopping service is asked for its state before it has stopped
     std::vector<double> m_Loads;         ///< share of time that each processor is busy, 0 to 1; at first the machine's
     vxtsim::CFaultPlan m_RequestFaults;  ///< in front of the driver's requests
-    bool m_bReportFaults = false;        ///< one line on stderr for each fault
 
     /// The call after `ullGood` good ones fails, whichever capability it asks for; no sweep without it.
     void FailAfter(uint64_t ullGood) { m_ullGoodCalls = ullGood, m_bSweeping = true, m_bFailed = false; }
@@ -125,6 +124,10 @@ public:
     void Close(uintptr_t uHandle);
     uintptr_t Fail(uint32_t uError);
     CService* FindService(uintptr_t uHandle);
+    /// What is wrong with machine, state or fault plan, in one line; null for nothing. Whoever asks shows it.
+    const char* TakeError();
+    /// Shows it on stderr if nobody has asked.
+    void ShowError();
     /// Brings all services up to date: what has stopped meanwhile, what is gone.
     void SettleServices();
     static inline thread_local uint32_t s_uLastError = 0;  ///< of the calling thread
@@ -135,6 +138,8 @@ private:
     uintptr_t m_uNextHandle = 0x100;
     uint64_t m_ullGoodCalls = 0;
     bool m_bSweeping = false, m_bFailed = false;
+    std::string m_sPlanError;
+    bool m_bErrorTaken = false;
 };
 
 CSimulatedSystem& g_GetSystem();

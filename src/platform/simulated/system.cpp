@@ -74,6 +74,7 @@ uint32_t ReadMapped(uint64_t ullAddress) {
 void WriteMapped(uint64_t ullAddress, uint32_t uValue) {
     const simulated::CSystemSide SystemSide;
     g_GetMachine().WriteMapped(ullAddress, uValue);
+    (void)simulated::g_KeepState();  // a store cannot fail; the run's error tells
 }
 
 }  // namespace vxt::platform

@@ -237,6 +237,7 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
     if (!g_GetSystem().m_Wmi.Execute(*pNamespace, NarrowText(pszPath), NarrowText(pszMethod),
                                      pInput ? &pInput->Object : nullptr, oOutput))
         return kFailed;
+    if (!simulated::g_KeepState()) return kFailed;
     rOutput = oOutput ? g_OpenObject(*pNamespace, std::move(*oOutput)) : CWmiObject();
     return kOk;
 }

@@ -113,7 +113,7 @@ EExit g_CpuSet(CTool& rTool, const CWanted& rWanted) {
     CChangePlan Plan;
     for (const CInventoryEntry& rCore : g_SelectCores(Library, oCore))
         for (CChange& rChange : g_PlanCore(rCore, rWanted)) Plan.Add(std::move(rChange));
-    return Plan.Run(rTool);
+    return Library.Finish(Plan.Run(rTool));
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ EExit g_LinksSet(CTool& rTool, const CWanted& rWanted) {
     const std::optional<uint32_t> oLink = g_ParseIndex(rWanted.oLink.value_or("0"), "ht-link/0/link");
     if (!oLink) throw CFailure(EExit::kUsage, "--link " + *rWanted.oLink + ": expected the number of a link");
     const CHostLibrary Library(rTool.Options());
-    return g_PlanLinkChanges(Library, *oLink, Assignments, rWanted.bForce).Run(rTool);
+    return Library.Finish(g_PlanLinkChanges(Library, *oLink, Assignments, rWanted.bForce).Run(rTool));
 }
 
 }  // namespace

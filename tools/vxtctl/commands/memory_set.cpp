@@ -11,7 +11,7 @@ namespace {
 EExit g_MemorySet(CTool& rTool, const CWantedSettings& rWanted) {
     const std::vector<CAssignment> Assignments = g_ParseAssignments(rWanted.Words);
     const CHostLibrary Library(rTool.Options());
-    return g_PlanMemoryChanges(Library, Assignments, rWanted.bForce).Run(rTool);
+    return Library.Finish(g_PlanMemoryChanges(Library, Assignments, rWanted.bForce).Run(rTool));
 }
 
 }  // namespace
