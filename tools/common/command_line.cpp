@@ -123,7 +123,6 @@ bool g_TakesSeveral(const CBoundOption& rOption) {
 struct CTaker {
     const CBoundOption& rOption;
     const std::string& rsWord;
-    const std::vector<std::string>& rCommands;  ///< that could have stood there
 
     void operator()(bool*) const {}  // the parser's own
     void operator()(std::optional<std::string>* poText) const { *poText = rsWord; }
@@ -137,27 +136,26 @@ struct CTaker {
         if (!*poNumber) Expected("a whole number from 0 to 4294967295");
     }
     [[noreturn]] void Expected(const std::string& sWhat) const {
-        g_RefuseValue(rOption, "expected " + sWhat + ", not '" + rsWord + "'" + g_DidYouMean(rsWord, rCommands));
+        g_RefuseValue(rOption, "expected " + sWhat + ", not '" + rsWord + "'");
     }
 };
 
-void g_Take(const CBoundOption& rOption, const CLI::App& rApp, const std::vector<std::string>& rWords) {
+void g_Take(const CBoundOption& rOption, const std::vector<std::string>& rWords) {
     const std::vector<std::string> Choices = g_Choices(rOption);
-    const std::vector<std::string> Commands = rOption.IsArgument() ? g_CommandNames(rApp) : std::vector<std::string>();
     for (const std::string& rsWord : rWords) {
         if (rsWord.empty()) g_RefuseValue(rOption, kEmpty);
         if (&rsWord != &rWords.front() && !g_TakesSeveral(rOption)) g_RefuseValue(rOption, "given twice");
         if (!Choices.empty() && !std::ranges::count(Choices, rsWord))
             g_RefuseValue(rOption, "'" + rsWord + "' is not one of " + rOption.pszType + g_DidYouMean(rsWord, Choices));
-        std::visit(CTaker{rOption, rsWord, Commands}, rOption.Target);
+        std::visit(CTaker{rOption, rsWord}, rOption.Target);
     }
 }
 
 CLI::Option& g_Add(CLI::App& rApp, const CBoundOption& rOption) {
     if (bool* const* ppFlag = std::get_if<bool*>(&rOption.Target))
         return *rApp.add_flag(rOption.pszName, **ppFlag, rOption.pszMeaning);
-    const CLI::callback_t Take = [&](const CLI::results_t& rWords) {
-        g_Take(rOption, rApp, rWords);
+    const CLI::callback_t Take = [&rOption](const CLI::results_t& rWords) {
+        g_Take(rOption, rWords);
         return true;
     };
     CLI::Option& rAdded = *rApp.add_option(rOption.pszName, Take, rOption.pszMeaning)->type_name(rOption.pszType);
