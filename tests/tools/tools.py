@@ -10,6 +10,7 @@ import re
 import select
 import shlex
 import shutil
+import struct
 import subprocess
 import termios
 from collections import namedtuple
@@ -44,10 +45,12 @@ def run(line, env=None):
     return Answer(result.returncode, result.stdout.decode(), result.stderr.decode())
 
 
-def run_on_terminal(line, typed="", env=None):
-    """The same on a terminal of its own; types once the tool asks. Everything is in `out`."""
+def run_on_terminal(line, typed="", env=None, columns=0):
+    """The same on a terminal of its own, which does not tell its width when `columns` is 0; types once the tool asks.
+    Everything is in `out`."""
     words = shlex.split(line)
     master, slave = pty.openpty()
+    fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", 50, columns, 0, 0))
     child = subprocess.Popen([FOLDER / words[0], *words[1:]], stdin=slave, stdout=slave, stderr=slave, env={**os.environ, **(env or {})},
                              start_new_session=True, preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
     os.close(slave)

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <thread>
 
 #include "common/console.h"
@@ -105,7 +104,7 @@ EExit CChangePlan::_ApplyOwner(size_t uFirst, size_t uEnd) {
         _Undo(rChange, m_Results[i]);
         if (m_Results[i].eOutcome == EOutcome::kFailed) eExit = EExit::kFailed;
         if (!m_Results[i].sReason.empty())
-            std::fputs((rChange.sOwner + ": " + rChange.sLabel + ": " + m_Results[i].sReason + "\n").c_str(), stderr);
+            g_PrintRemark(rChange.sOwner + ": " + rChange.sLabel + ": " + m_Results[i].sReason);
     }
     return eExit;
 }
@@ -120,7 +119,7 @@ std::string CChangePlan::_PlanText() const {
                                g_Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
         if (!rChange.sNote.empty()) sNotes += rChange.sOwner + ": " + rChange.sLabel + ": " + rChange.sNote + "\n";
     }
-    return Plan.Text(false) + sNotes;
+    return Plan.Text(false, g_StderrColumns().value_or(kUnlimited)) + sNotes;
 }
 
 void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
@@ -128,7 +127,7 @@ void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
     CJson& rChanges = rDocument["changes"] = CJson::Array();
     rDocument.SetCsv("changes");
     CTextTable Table{bDryRun ? "Planned changes (dry run: nothing was written)" : "Changes",
-                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Result", "Legal values"}};
+                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Result", "~Legal values"}};
     const auto TextOrNull = [](const std::string& rsText) { return rsText.empty() ? nullptr : CJson(rsText); };
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
@@ -165,7 +164,7 @@ void CChangePlan::_Ask(const CTool& rTool) const {
     if (rTool.Options().bYes) return rTool.Output().Note(sPlan);
     if (!g_IsStdinTerminal())
         throw CFailure(EExit::kUsage, "no terminal to ask on: --yes writes without asking, --dry-run shows the plan");
-    std::fputs((sPlan + "\n").c_str(), stderr);
+    g_PrintRemark(sPlan);
     if (!g_AskYes("Write this to the hardware?"))
         throw CFailure(g_WasInterrupted() ? EExit::kInterrupted : EExit::kFailed, "nothing was written");
 }

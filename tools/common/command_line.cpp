@@ -19,17 +19,19 @@ constexpr CBoundOption kVersion{"--version", "", "Show the version", static_cast
 
 using CGlobal = COption<CGlobalOptions>;
 constexpr CGlobal kGlobal[] = {
-    {"--json", "", "Answer as JSON", &CGlobalOptions::bJson},
+    {"--json", "", "Answer as JSON, failures too", &CGlobalOptions::bJson},
     {"--csv", "", "Answer as a CSV table", &CGlobalOptions::bCsv, false, "--json"},
     {"-q,--quiet", "", "No remarks on stderr, errors only", &CGlobalOptions::bQuiet},
-    {"-o,--output", "FILE", "Write the answer to FILE", &CGlobalOptions::oOutput},
+    {"-o,--output", "FILE", "Write the answer to FILE; - is standard output", &CGlobalOptions::oOutput},
     {"--color", "auto|always|never", "Colour in text; automatic on a terminal unless NO_COLOR is set",
      &CGlobalOptions::oColor},
     {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file",
      &CGlobalOptions::oMachine},
     {"--state", "FILE", "Simulated builds: keep the PC's state in FILE from one command to the next",
      &CGlobalOptions::oState},
-    {"--fault", "PLAN", "Simulated builds: inject faults, e.g. seed=7,rate=5,kinds=fail+ones", &CGlobalOptions::oFault},
+    {"--fault", "PLAN",
+     "Simulated builds: inject faults, e.g. seed=7,rate=5,kinds=fail+ones; kinds: fail, zero, count, drop, ones, delay",
+     &CGlobalOptions::oFault},
     {"--log", "", "Write the library's log below ./Logs", &CGlobalOptions::bLog},
 };
 constexpr CGlobal kLibrary{"--library", "FILE", "Load this library instead of the one beside the tool",
@@ -66,8 +68,7 @@ public:
                  make_subcommands(pApp, eMode);
         if (pApp->get_parent()) return sHelp + "\nGlobal options: " + _RootName(pApp) + " --help\n";
         sHelp += "\nExit codes:\n";
-        for (const auto& [eExit, pszMeaning] : kExitMeanings)
-            sHelp += "  " + std::to_string(static_cast<int>(eExit)) + "\t" + pszMeaning + "\n";
+        for (const auto& [eExit, pszMeaning] : kExitMeanings) sHelp += _ExitLine(static_cast<int>(eExit), pszMeaning);
         return sHelp;
     }
 
@@ -78,30 +79,106 @@ public:
     }
 
 private:
+    static std::string _ExitLine(int nExit, const char* pszMeaning) {
+        constexpr size_t kCodeWidth = 5;
+        const std::string sCode = std::to_string(nExit);
+        return "  " + sCode + std::string(kCodeWidth - sCode.size(), ' ') + pszMeaning + "\n";
+    }
     static std::string _RootName(const CLI::App* pApp) {
         while (pApp->get_parent()) pApp = pApp->get_parent();
         return pApp->get_name();
     }
 };
 
-CLI::Option* g_Add(CLI::App& rApp, const CBoundOption& rOption) {
-    const auto AddTo = [&](auto* pTarget) {
-        if constexpr (std::is_same_v<decltype(pTarget), bool*>)
-            return rApp.add_flag(rOption.pszName, *pTarget, rOption.pszMeaning);
-        else
-            return rApp.add_option(rOption.pszName, *pTarget, rOption.pszMeaning)->type_name(rOption.pszType);
+constexpr const char* kEmpty = "an argument is empty";
+
+std::vector<std::string> g_CommandNames(const CLI::App& rApp) {
+    std::vector<std::string> Names;
+    for (const CLI::App* const pBelow : rApp.get_subcommands({})) Names.push_back(pBelow->get_name());
+    return Names;
+}
+
+std::vector<std::string> g_OptionNames(const CLI::App& rApp) {
+    std::vector<std::string> Names;
+    for (const CLI::Option* const pOption : rApp.get_options({}))
+        for (const std::string& rsName : pOption->get_lnames()) Names.push_back("--" + rsName);
+    return Names;
+}
+
+/// A command line that is none.
+struct CRefusal : CFailure {
+    explicit CRefusal(const std::string& sMessage) : CFailure(EExit::kUsage, sMessage) {}
+};
+
+[[noreturn]] void g_RefuseValue(const CBoundOption& rOption, const std::string& sWhy) {
+    const std::string sNames = rOption.pszName;  // "-o,--output"
+    throw CRefusal(sNames.substr(sNames.rfind(',') + 1) + ": " + sWhy);
+}
+
+bool g_TakesSeveral(const CBoundOption& rOption) {
+    return std::holds_alternative<std::vector<std::string>*>(rOption.Target);
+}
+
+/// Puts a word of an option's value into its place.
+struct CTaker {
+    const CBoundOption& rOption;
+    const std::string& rsWord;
+
+    void operator()(bool*) const {}  // the parser's own
+    void operator()(std::optional<std::string>* poText) const { *poText = rsWord; }
+    void operator()(std::vector<std::string>* pWords) const { pWords->push_back(rsWord); }
+    void operator()(std::optional<double>* poNumber) const {
+        *poNumber = g_ParseNumber(rsWord);
+        if (!*poNumber) Expected("a decimal number like 1.25");
+    }
+    void operator()(std::optional<uint32_t>* poNumber) const {
+        *poNumber = g_ParseUnsigned(rsWord);
+        if (!*poNumber) Expected("a whole number from 0 to 4294967295");
+    }
+    [[noreturn]] void Expected(const std::string& sWhat) const {
+        g_RefuseValue(rOption, "expected " + sWhat + ", not '" + rsWord + "'");
+    }
+};
+
+void g_Take(const CBoundOption& rOption, const std::vector<std::string>& rWords) {
+    const std::vector<std::string> Choices = g_Choices(rOption);
+    for (const std::string& rsWord : rWords) {
+        if (rsWord.empty()) g_RefuseValue(rOption, kEmpty);
+        if (&rsWord != &rWords.front() && !g_TakesSeveral(rOption)) g_RefuseValue(rOption, "given twice");
+        if (!Choices.empty() && !std::ranges::count(Choices, rsWord))
+            g_RefuseValue(rOption, "'" + rsWord + "' is not one of " + rOption.pszType + g_DidYouMean(rsWord, Choices));
+        std::visit(CTaker{rOption, rsWord}, rOption.Target);
+    }
+}
+
+CLI::Option& g_Add(CLI::App& rApp, const CBoundOption& rOption) {
+    if (bool* const* ppFlag = std::get_if<bool*>(&rOption.Target))
+        return *rApp.add_flag(rOption.pszName, **ppFlag, rOption.pszMeaning);
+    const CLI::callback_t Take = [&rOption](const CLI::results_t& rWords) {
+        g_Take(rOption, rWords);
+        return true;
     };
-    return std::visit(AddTo, rOption.Target);
+    CLI::Option& rAdded = *rApp.add_option(rOption.pszName, Take, rOption.pszMeaning)->type_name(rOption.pszType);
+    rAdded.multi_option_policy(CLI::MultiOptionPolicy::TakeAll);  // counting them is up to g_Take
+    if (g_TakesSeveral(rOption)) rAdded.expected(CLI::detail::expected_max_vector_size);
+    return rAdded;
 }
 
 void g_AddOptions(CLI::App& rApp, const CTableEntry& rEntry) {
     for (const CBoundOption& rOption : rEntry.Options) {
         if (rOption.pszName == kHelp.pszName || rOption.pszName == kVersion.pszName) continue;
-        CLI::Option& rAdded = *g_Add(rApp, rOption);
+        CLI::Option& rAdded = g_Add(rApp, rOption);
         rAdded.required(rOption.bRequired);
         if (rOption.pszExcludes) rAdded.excludes(rApp.get_option(rOption.pszExcludes));
-        if (const std::vector<std::string> Choices = g_Choices(rOption); !Choices.empty())
-            rAdded.check(CLI::IsMember(Choices).description(""));
+    }
+}
+
+/// The parser would take the next argument for the value that is missing in "--link=".
+void g_RefuseEmptyValues(const std::vector<std::string>& rArguments) {
+    for (const std::string& rsArgument : rArguments) {
+        if (rsArgument == "--") return;  // what follows are no options
+        if (rsArgument.starts_with("--") && rsArgument.find('=') == rsArgument.size() - 1)
+            throw CRefusal(rsArgument.substr(0, rsArgument.size() - 1) + ": " + kEmpty);
     }
 }
 
@@ -115,7 +192,8 @@ public:
         m_Root.get_formatter()->label("SUBCOMMAND", "COMMAND");
         m_Root.set_help_flag(kHelp.pszName, kHelp.pszMeaning);
         m_Root.set_version_flag(kVersion.pszName, rTable.sTool + " " VXT_VERSION, kVersion.pszMeaning);
-        m_Root.fallthrough();  // global options may stand behind the command
+        m_Root.fallthrough();                       // global options may stand behind the command
+        m_Root.allow_windows_style_options(false);  // "/tmp/file" is a file everywhere
         std::map<const CTableEntry*, CLI::App*> Apps;
         for (const CTableEntry& rEntry : rTable.Entries) {
             CLI::App* pApp = &m_Root;
@@ -129,32 +207,79 @@ public:
         }
     }
 
-    /// Returns the command that was named.
+    /// Returns the command that was named. Ends the tool when the arguments are none of its command lines.
     const CTableEntry& Parse(std::vector<std::string> Arguments) {
+        g_RefuseEmptyValues(Arguments);
         std::ranges::reverse(Arguments);  // the parser takes them from the back
-        m_Root.parse(std::move(Arguments));
-        const CLI::App* pCommand = &m_Root;
-        while (!pCommand->get_subcommands().empty()) pCommand = pCommand->get_subcommands().front();
-        return *m_Entries.at(pCommand);
+        try {
+            m_Root.parse(std::move(Arguments));
+        } catch (const CLI::Success&) {
+            throw;  // help, version
+        } catch (const CLI::ParseError& rError) {
+            const std::vector<std::string> Unknown = m_Root.remaining(true);
+            throw CRefusal(Unknown.empty() ? rError.what() : _UnknownText(Unknown.front()));
+        }
+        return Command();
     }
+
+    /// The one that was named, as far as parsing came; the tool's own row when none was.
+    const CTableEntry& Command() const { return *m_Entries.at(&_Named()); }
 
     std::string Help() const { return m_Root.help(); }
 
 private:
+    const CLI::App& _Named() const {
+        const CLI::App* pNamed = &m_Root;
+        while (!pNamed->get_subcommands().empty()) pNamed = pNamed->get_subcommands().front();
+        return *pNamed;
+    }
+
+    std::string _UnknownText(const std::string& sUnknown) const {
+        if (sUnknown.empty()) return kEmpty;
+        const CLI::App& rNamed = _Named();
+        const auto Text = [&](const char* pszWhat, const std::vector<std::string>& rKnown) {
+            return pszWhat + (" '" + sUnknown + "'") + g_DidYouMean(sUnknown.substr(0, sUnknown.find('=')), rKnown);
+        };
+        if (sUnknown.starts_with('-')) {
+            std::vector<std::string> Known = g_OptionNames(rNamed);
+            for (const std::string& rsGlobal : g_OptionNames(m_Root)) Known.push_back(rsGlobal);
+            return Text("unknown option", Known);
+        }
+        const std::vector<std::string> Known = g_CommandNames(rNamed);
+        return Text(Known.empty() ? "unexpected argument" : "unknown command", Known);
+    }
+
     CLI::App m_Root;
     std::map<const CLI::App*, const CTableEntry*> m_Entries;
 };
 
-EExit g_Run(const CCommandTable& rTable, const CTableEntry& rEntry, CGlobalOptions& rOptions) {
-    // Scripts pass "$MACHINE" whether it is set or not: an empty text is none.
-    for (auto* const poText : {&rOptions.oOutput, &rOptions.oMachine, &rOptions.oFault, &rOptions.oLibrary})
-        if (*poText == "") poText->reset();
-    CTool Tool(rTable, rEntry.Path(), rOptions);
-    // The library looks at these when it is loaded.
-    if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
-    if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
-    if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
-    return rEntry.pCall->Run(Tool);
+/// What an answer calls the command.
+std::string g_AnswerName(const CTableEntry& rEntry) { return rEntry.Path().empty() ? "overview" : rEntry.Path(); }
+
+EExit g_Run(const CCommandTable& rTable, CParser& rParser, const CGlobalOptions& rOptions,
+            const std::vector<std::string>& rArguments, bool bJson) {
+    try {
+        const CTableEntry& rEntry = rParser.Parse(rArguments);
+        CTool Tool(rTable, g_AnswerName(rEntry), rOptions);
+        // The library looks at these when it is loaded.
+        if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
+        if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
+        if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
+        return rEntry.pCall->Run(Tool);
+    } catch (const CLI::CallForHelp&) {
+        g_Print(g_WrapLines(rParser.Help(), g_StdoutColumns().value_or(kUnlimited)));
+    } catch (const CLI::CallForVersion& rVersion) {
+        g_Print(bJson ? CDocument(rTable.sTool, "version").Json() : std::string(rVersion.what()) + "\n");
+    }
+    return EExit::kDone;
+}
+
+/// The answer of a command that has none.
+void g_PrintFailure(CDocument Document, EExit eExit, const std::string& sMessage) {
+    Document["error"] = {{"code", static_cast<int>(eExit)}, {"message", sMessage}};
+    try {
+        g_Print(Document.Json());
+    } catch (const CFailure&) {}  // its message may be this very failure
 }
 
 }  // namespace
@@ -165,7 +290,7 @@ CTool::CTool(const CCommandTable& rTable, const std::string& sCommand, const CGl
     m_Output.Open(eFormat, rOptions.oColor, rOptions.oOutput, rOptions.bQuiet);
 }
 
-CDocument CTool::NewDocument() const { return {m_rTable.sTool, m_sCommand.empty() ? "overview" : m_sCommand}; }
+CDocument CTool::NewDocument() const { return {m_rTable.sTool, m_sCommand}; }
 
 EExit CTool::Emit(const CDocument& rDocument, EExit eExit) {
     m_Output.Emit(rDocument);
@@ -173,26 +298,23 @@ EExit CTool::Emit(const CDocument& rDocument, EExit eExit) {
 }
 
 int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
-    const auto Fail = [&rTool](EExit eExit, const std::string& sMessage) {
-        std::fputs((rTool.pszName + (": " + sMessage) + "\n").c_str(), stderr);
+    const std::vector<std::string> Arguments = g_StartConsole(nArguments, ppszArguments);
+    const auto AsksFor = [&](const char* pszFormat) { return std::ranges::count(Arguments, pszFormat) > 0; };
+    const bool bJson = AsksFor("--json") && !AsksFor("--csv");  // also where the rest of the line is refused
+    CGlobalOptions Options;
+    const CCommandTable Table = g_Table(rTool, Options);
+    CParser Parser(Table);
+    const auto Fail = [&](EExit eExit, const std::string& sMessage) {
+        g_PrintRemark(rTool.pszName + (": " + sMessage));
+        if (bJson) g_PrintFailure({rTool.pszName, g_AnswerName(Parser.Command())}, eExit, sMessage);
         return static_cast<int>(eExit);
     };
     try {
-        CGlobalOptions Options;
-        const CCommandTable Table = g_Table(rTool, Options);
-        CParser Parser(Table);
-        try {
-            const CTableEntry& rEntry = Parser.Parse(g_StartConsole(nArguments, ppszArguments));
-            return static_cast<int>(g_Run(Table, rEntry, Options));
-        } catch (const CLI::CallForHelp&) {
-            std::fputs(Parser.Help().c_str(), stdout);
-            return static_cast<int>(EExit::kDone);
-        } catch (const CLI::CallForVersion& rVersion) {
-            std::fputs((std::string(rVersion.what()) + "\n").c_str(), stdout);
-            return static_cast<int>(EExit::kDone);
-        }
-    } catch (const CLI::ParseError& rError) {
-        return Fail(EExit::kUsage, std::string(rError.what()) + "\nTry '" + rTool.pszName + " --help'.");
+        return static_cast<int>(g_Run(Table, Parser, Options, Arguments, bJson));
+    } catch (const CRefusal& rRefusal) {
+        const int nExit = Fail(rRefusal.Exit(), rRefusal.what());
+        g_PrintRemark(std::string("Try '") + rTool.pszName + " --help'.");
+        return nExit;
     } catch (const CFailure& rFailure) {
         return Fail(rFailure.Exit(), rFailure.what());
     } catch (const std::exception& rError) { return Fail(EExit::kFailed, rError.what()); }

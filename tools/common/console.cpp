@@ -18,8 +18,10 @@ std::filesystem::path g_Path(const std::string& sUtf8) {
 bool g_AskYes(const std::string& sQuestion) {
     std::fputs((sQuestion + " [y/N] ").c_str(), stderr);
     std::string sAnswer;
-    if (!g_WaitForInput()) return false;
-    std::getline(std::cin, sAnswer);
+    if (!g_WaitForInput() || !std::getline(std::cin, sAnswer)) {
+        std::fputc('\n', stderr);  // nobody ended the line
+        return false;
+    }
     if (sAnswer.ends_with('\r')) sAnswer.pop_back();
     return !g_WasInterrupted() && (sAnswer == "y" || sAnswer == "Y" || sAnswer == "yes");
 }

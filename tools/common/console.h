@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,10 @@ std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments);
 
 bool g_IsStdinTerminal();
 bool g_IsStdoutTerminal();
+
+/// How many columns the terminal has that the stream writes to; nothing where it is none, or does not tell.
+std::optional<size_t> g_StdoutColumns();
+std::optional<size_t> g_StderrColumns();
 
 /// Waits for a line on stdin, or for a request to end: false.
 bool g_WaitForInput();

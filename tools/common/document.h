@@ -5,15 +5,10 @@
 #include <vector>
 
 #include "common/quantity.h"
+#include "common/text.h"
+#include "common/text_table.h"
 
 namespace vxttools {
-
-/// A table for people. Rows may be shorter than the heading.
-struct CTextTable {
-    std::string sTitle;
-    std::vector<std::string> Columns;  ///< headings; all empty: no heading line. ">" in front aligns to the right
-    std::vector<std::vector<std::string>> Rows = {};
-};
 
 class CDocument {
 public:
@@ -26,10 +21,13 @@ public:
     CTextTable& AddTable(CTextTable Table) { return m_Tables.emplace_back(std::move(Table)); }
     /// Text that is printed as it is, in front of the tables.
     void SetText(std::string sText) { m_sText = std::move(sText); }
-    /// The array that --csv prints; without one it is every quantity in the document.
-    void SetCsv(const char* pszKey) { m_oCsvKey = pszKey; }
+    /// The members whose objects are the rows of --csv; what else there is stands at the end of each of them. Without
+    /// this, the rows are the quantities in the document.
+    void SetCsv(auto... pszKeys) { m_CsvKeys = {std::string(pszKeys)...}; }
 
-    std::string Text(bool bColor) const;
+    /// Lines of at most `uWidth` columns, but for the text that is printed as it is; `pLeftOut` takes the headings of
+    /// columns that found no room.
+    std::string Text(bool bColor, size_t uWidth = kUnlimited, std::vector<std::string>* pLeftOut = nullptr) const;
     std::string Json() const;
     std::string Csv() const;
 
@@ -37,7 +35,7 @@ private:
     CJson m_Data;
     std::vector<CTextTable> m_Tables;
     std::string m_sText;
-    std::optional<std::string> m_oCsvKey;
+    std::vector<std::string> m_CsvKeys;
 };
 
 }  // namespace vxttools

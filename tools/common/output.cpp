@@ -1,53 +1,88 @@
 #include "common/output.h"
 
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
+#include <system_error>
 
 #include "common/console.h"
 #include "common/exit_code.h"
+#include "common/file_replacement.h"
+#include "common/text.h"
 
 namespace vxttools {
+namespace {
+
+[[noreturn]] void g_CannotWrite(const std::string& sWhat, const std::error_code& rReason) {
+    throw CFailure(EExit::kFailed, "cannot write " + sWhat + ": " + rReason.message());
+}
+
+/// Work on a file, whose failure ends the command.
+void g_OnFile(const std::string& sName, auto Work) {
+    try {
+        Work();
+    } catch (const std::system_error& rError) { g_CannotWrite(sName, rError.code()); }
+}
+
+/// What is no terminal has the width that COLUMNS asks for.
+size_t g_OutputWidth(bool bToFile) {
+    if (const auto oColumns = bToFile ? std::nullopt : g_StdoutColumns()) return *oColumns;
+    const uint32_t uColumns = g_ParseUnsigned(g_Environment("COLUMNS")).value_or(0);
+    return uColumns ? uColumns : kUnlimited;
+}
+
+}  // namespace
 
 void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, const std::string& sData) {
-    std::ofstream File(rPath, std::ios::binary | std::ios::trunc);
-    File.write(sData.data(), static_cast<std::streamsize>(sData.size()));
-    File.close();
-    if (!File) throw CFailure(EExit::kFailed, "cannot write " + sName);
+    g_OnFile(sName, [&] { CFileReplacement(rPath).Commit(sData); });
+}
+
+void g_Print(const std::string& sData) {
+    const bool bWritten = std::fwrite(sData.data(), 1, sData.size(), stdout) == sData.size();
+    if (!bWritten || std::fflush(stdout) != 0)
+        g_CannotWrite("to standard output", std::error_code(errno, std::generic_category()));
+}
+
+void g_PrintRemark(const std::string& sText) {
+    std::fputs(g_WrapLines(sText + "\n", g_StderrColumns().value_or(kUnlimited)).c_str(), stderr);
 }
 
 void COutput::Open(EFormat eFormat, const std::optional<std::string>& oColor, const std::optional<std::string>& oFile,
                    bool bQuiet) {
     m_eFormat = eFormat;
     m_bQuiet = bQuiet;
-    m_oFile = oFile;
-    const bool bAuto = !oFile && g_IsStdoutTerminal() && g_Environment("NO_COLOR").empty();
+    if (oFile != "-") m_oFile = oFile;
+    m_uWidth = g_OutputWidth(m_oFile.has_value());
+    const bool bAuto =
+        !m_oFile && g_IsStdoutTerminal() && g_Environment("NO_COLOR").empty() && g_Environment("TERM") != "dumb";
     m_bColor = oColor.value_or("auto") == "auto" ? bAuto : oColor == "always";
-    if (!oFile) return;
-    m_Path = g_Path(*oFile);
-    m_bFileIsNew = !std::filesystem::exists(m_Path);
-    if (!std::ofstream(m_Path, std::ios::app)) throw CFailure(EExit::kFailed, "cannot write " + *oFile);
-}
-
-COutput::~COutput() {
-    std::error_code Ignored;
-    if (m_bFileIsNew && !m_bEmitted) std::filesystem::remove(m_Path, Ignored);
+    if (m_oFile) g_OnFile(*m_oFile, [&] { CFileReplacement Test(g_Path(*m_oFile)); });
 }
 
 void COutput::Emit(const CDocument& rDocument) {
-    EmitRaw(m_eFormat == EFormat::kJson  ? rDocument.Json()
-            : m_eFormat == EFormat::kCsv ? rDocument.Csv()
-                                         : rDocument.Text(m_bColor));
+    if (m_eFormat == EFormat::kJson) return _Write(rDocument.Json());
+    if (m_eFormat == EFormat::kCsv) return _Write(rDocument.Csv());
+    std::vector<std::string> LeftOut;
+    _Write(rDocument.Text(m_bColor, m_uWidth, &LeftOut));
+    std::string sNames;
+    for (const std::string& rsName : LeftOut) sNames += (sNames.empty() ? "" : ", ") + rsName;
+    if (!sNames.empty()) Note("columns not shown: " + sNames + " (--json has all, a wider terminal too)");
 }
 
 void COutput::EmitRaw(const std::string& sData) {
-    m_bEmitted = true;
-    if (m_oFile) return g_WriteFile(m_Path, *m_oFile, sData);
-    const bool bWritten = std::fwrite(sData.data(), 1, sData.size(), stdout) == sData.size();
-    if (!bWritten || std::fflush(stdout) != 0) throw CFailure(EExit::kFailed, "cannot write to standard output");
+    if (m_eFormat != EFormat::kText)
+        throw CFailure(EExit::kUsage, "this command answers in plain text: it takes neither --json nor --csv");
+    _Write(sData);
+}
+
+void COutput::_Write(const std::string& sData) {
+    if (m_oFile)
+        g_WriteFile(g_Path(*m_oFile), *m_oFile, sData);
+    else
+        g_Print(sData);
 }
 
 void COutput::Note(const std::string& sText) const {
-    if (!m_bQuiet) std::fputs((sText + "\n").c_str(), stderr);
+    if (!m_bQuiet) g_PrintRemark(sText);
 }
 
 }  // namespace vxttools

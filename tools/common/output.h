@@ -15,27 +15,34 @@ class COutput {
 public:
     COutput() = default;
     COutput(const COutput&) = delete;
-    ~COutput();
 
-    /// No file: stdout. Refuses a file that cannot be written before anything has been done to the machine.
+    /// No file, or "-": stdout. Refuses a file that cannot be written before anything has been done to the machine.
     void Open(EFormat eFormat, const std::optional<std::string>& oColor, const std::optional<std::string>& oFile,
               bool bQuiet);
-    /// The command's answer; once per command.
+    /// The command's answer; once per command. Text that goes to a terminal fits it.
     void Emit(const CDocument& rDocument);
-    /// Bytes as they are, in place of a document.
+    /// Bytes as they are, in place of a document. Ends the command when another format than text was asked for.
     void EmitRaw(const std::string& sData);
     /// A remark on stderr; silent when quiet.
     void Note(const std::string& sText) const;
     EFormat Format() const { return m_eFormat; }
 
 private:
+    void _Write(const std::string& sData);
+
     EFormat m_eFormat = EFormat::kText;
-    bool m_bColor = false, m_bQuiet = false, m_bEmitted = false, m_bFileIsNew = false;
+    size_t m_uWidth = kUnlimited;  ///< of a line of text
+    bool m_bColor = false, m_bQuiet = false;
     std::optional<std::string> m_oFile;
-    std::filesystem::path m_Path;
 };
 
-/// Replaces a file's contents; ends the command when that fails.
+/// Replaces a file's contents, whole or not at all; ends the command when that fails. `sName` is what messages call it.
 void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, const std::string& sData);
+
+/// Writes to stdout and waits until it is gone; ends the command when that fails.
+void g_Print(const std::string& sData);
+
+/// A line on stderr, wrapped on a terminal.
+void g_PrintRemark(const std::string& sText);
 
 }  // namespace vxttools

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <sstream>
 
 namespace vxttools {
 namespace {
@@ -41,6 +42,23 @@ std::string g_Format(const char* pszFormat, auto... Arguments) {
     char szText[400];  // the longest double has 309 digits before the point
     const int nLength = std::snprintf(szText, sizeof szText, pszFormat, Arguments...);
     return std::string(szText, static_cast<size_t>(std::clamp(nLength, 0, static_cast<int>(sizeof szText) - 1)));
+}
+
+/// How many letters have to be put in, left out, replaced or swapped with their neighbour to make one of the other.
+size_t g_Distance(const std::string& a, const std::string& b) {
+    std::vector<std::vector<size_t>> Cost(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i)
+        for (size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                Cost[i][j] = i + j;
+                continue;
+            }
+            const bool bSame = a[i - 1] == b[j - 1];
+            Cost[i][j] = std::min({Cost[i - 1][j] + 1, Cost[i][j - 1] + 1, Cost[i - 1][j - 1] + !bSame});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                Cost[i][j] = std::min(Cost[i][j], Cost[i - 2][j - 2] + 1);
+        }
+    return Cost[a.size()][b.size()];
 }
 
 }  // namespace
@@ -115,6 +133,63 @@ std::string g_HexDump(std::span<const uint8_t> Data) {
 
 size_t g_Width(std::string_view sUtf8) {
     return static_cast<size_t>(std::ranges::count_if(sUtf8, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::vector<std::string> g_Wrap(const std::string& sText, size_t uWidth) {
+    std::vector<std::string> Lines{sText};
+    if (g_Width(sText) <= uWidth) return Lines;
+    const std::string sIndent(std::min(sText.find_first_not_of(' '), sText.size()), ' ');
+    std::istringstream Words(sText);
+    Lines = {""};
+    for (std::string sWord; std::getline(Words, sWord, ' ');) {
+        if (sWord.empty()) continue;
+        std::string& rsLine = Lines.back();
+        if (rsLine.empty())
+            rsLine = sIndent + sWord;
+        else if (g_Width(rsLine) + 1 + g_Width(sWord) <= uWidth)
+            rsLine += " " + sWord;
+        else
+            Lines.push_back(sIndent + sWord);
+    }
+    return Lines;
+}
+
+std::string g_WrapLines(const std::string& sText, size_t uWidth) {
+    constexpr size_t kSetIn = 2;
+    std::string sWrapped;
+    std::istringstream Lines(sText);
+    for (std::string sLine; std::getline(Lines, sLine);) {
+        if (g_Width(sLine) <= uWidth) {
+            sWrapped += sLine + "\n";
+            continue;
+        }
+        const size_t uBegin = std::min(sLine.find_first_not_of(' '), sLine.size());
+        const size_t uGap = sLine.find("  ", uBegin), uSecond = sLine.find_first_not_of(' ', uGap);
+        const bool bSecond = uSecond != std::string::npos;
+        const bool bBelow = bSecond && g_Width(sLine.substr(0, uSecond)) <= uWidth / 2;
+        const size_t uSetIn = bBelow ? g_Width(sLine.substr(0, uSecond)) : uBegin + kSetIn;
+        std::vector<std::string> Parts;
+        const auto Add = [&](const std::string& sPart) {
+            for (std::string& rsPart : g_Wrap(sPart, uWidth - std::min(uWidth, uSetIn))) Parts.push_back(rsPart);
+        };
+        if (bSecond && !bBelow) Add(sLine.substr(uBegin, uGap - uBegin));
+        Add(sLine.substr(bSecond ? uSecond : uBegin));
+        for (size_t i = 0; i < Parts.size(); ++i)
+            sWrapped += (i ? std::string(uSetIn, ' ') : sLine.substr(0, bBelow ? uSecond : uBegin)) + Parts[i] + "\n";
+    }
+    return sWrapped;
+}
+
+std::string g_DidYouMean(const std::string& sUnknown, const std::vector<std::string>& rKnown) {
+    const size_t uBestAllowed = std::max<size_t>(1, sUnknown.size() / 3);
+    const std::string* psBest = nullptr;
+    size_t uBest = uBestAllowed + 1;
+    for (const std::string& rsKnown : rKnown) {
+        const bool bBeginning = sUnknown.size() > 1 && rsKnown.starts_with(sUnknown);
+        const size_t uDistance = bBeginning ? 0 : g_Distance(sUnknown, rsKnown);
+        if (uDistance < uBest) uBest = uDistance, psBest = &rsKnown;
+    }
+    return psBest ? "; did you mean '" + *psBest + "'?" : "";
 }
 
 }  // namespace vxttools

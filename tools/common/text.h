@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vxttools {
 
@@ -41,5 +42,19 @@ std::string g_HexDump(std::span<const uint8_t> Data);
 
 /// Columns a text takes on a terminal (code points; none of ours is wide).
 size_t g_Width(std::string_view sUtf8);
+
+/// A width that every text fits into.
+inline constexpr size_t kUnlimited = SIZE_MAX;
+
+/// The text in lines of at most `uWidth` columns, broken at blanks; each begins with the blanks that the text begins
+/// with. Only a word that is longer stands out. A text that fits stays as it is.
+std::vector<std::string> g_Wrap(const std::string& sText, size_t uWidth);
+/// The same for each line of a text. What continues a line stands below its second column where it has two, apart by
+/// blanks, else it is set in by two blanks more.
+std::string g_WrapLines(const std::string& sText, size_t uWidth);
+
+/// "; did you mean 'devices'?" where a known word begins with the unknown one or is a slip of the fingers away from it;
+/// else empty.
+std::string g_DidYouMean(const std::string& sUnknown, const std::vector<std::string>& rKnown);
 
 }  // namespace vxttools

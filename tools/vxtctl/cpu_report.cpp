@@ -306,8 +306,8 @@ void g_AddPstateTables(CDocument& rDocument) {
     for (auto& [sCores, rRows] : vxttools::g_ShareRows(std::as_const(rDocument)["cores"], Rows)) {
         if (rRows.empty()) continue;  // a family without P-states
         CTextTable Table{"P-states, " + vxttools::g_CoreTitle(sCores) + " (clocks at a 200 MHz reference)",
-                         {">Number", "Enabled", ">Core clock", ">Core voltage", ">NB clock", ">NB voltage", ">FID",
-                          ">DID", ">VID", ">NB DID", ">NB VID", ">Idd div"},
+                         {">Number", "Enabled", ">Core clock", ">Core voltage", "~>NB clock", "~>NB voltage", "~~>FID",
+                          "~~>DID", "~~>VID", "~~>NB DID", "~~>NB VID", "~~>Idd div"},
                          std::move(rRows)};
         g_DropEmptyColumns(Table);
         rDocument.AddTable(std::move(Table));
@@ -320,9 +320,9 @@ std::string g_BoostText(const CJson& rBoost) {
 }
 
 void g_AddCoreOverview(CDocument& rDocument) {
-    CTextTable Table{
-        "Cores",
-        {"Core", ">Clock", ">Reference", ">Multiplier", ">Voltage", ">P-state", ">Temperature", "Boost", "Brand"}};
+    CTextTable Table{"Cores",
+                     {"Core", ">Clock", "~>Reference", ">Multiplier", ">Voltage", "~>P-state", ">Temperature",
+                      "~~Boost", "~~~Brand"}};
     for (const CJson& rCore : std::as_const(rDocument)["cores"].Items()) {
         const auto Reading = [&](const char* pszKey) {
             const std::string sId = rCore["id"].Text() + "/" + pszKey;

@@ -24,7 +24,7 @@ void g_AddDevices(vxttools::CDocument& rDocument, const std::vector<CInventoryEn
 }
 
 void g_AddInventoryTable(vxttools::CDocument& rDocument) {
-    vxttools::CTextTable Table{"Devices", {"Device", "Name", "Model", "Description", "Vendor", ">Version"}};
+    vxttools::CTextTable Table{"Devices", {"Device", "Name", "~Model", "~Description", "~Vendor", "~>Version"}};
     for (const CJson& rDevice : std::as_const(rDocument)["devices"].Items()) {
         const auto Unless = [&](const char* pszKey, const char* pszOther) {
             return rDevice[pszKey] == rDevice[pszOther] ? std::string() : g_Cell(rDevice[pszKey]);

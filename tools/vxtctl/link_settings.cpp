@@ -93,6 +93,7 @@ std::string g_LinkPath(uint32_t uLink) {
 void g_AddLinks(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings) {
     CHTLink& rDevice = g_LinkDevice(rLibrary);
     CJson& rLinks = rDocument["links"] = CJson::Array();
+    rDocument.SetCsv("links");
     for (uint32_t uLink = 0; uLink < g_LinkCount(rDevice); ++uLink) {
         HTConfig Config{};
         if (!rDevice.GetHTConfig(uLink, &Config)) {

@@ -282,7 +282,7 @@ void g_AddMemory(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::C
     rDocument["memory_type"] = pszType;
     rDocument["timings"] = g_SettingsToJson(Memory.Timings, sPath, rFindings);
     rDocument["configuration"] = g_SettingsToJson(Memory.Configuration, sPath, rFindings);
-    rDocument.SetCsv("timings");
+    rDocument.SetCsv("timings", "configuration");
     g_AddSettingTable(rDocument, std::string("Timings, ") + pszType, Memory.Timings);
     g_AddSettingTable(rDocument, "Configuration", Memory.Configuration);
 }

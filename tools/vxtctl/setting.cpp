@@ -138,7 +138,7 @@ CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const std::string
 
 void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle,
                        const std::vector<CSetting>& rSettings) {
-    vxttools::CTextTable Table{sTitle, {"Name", "Meaning", ">Value", "Unit", "Legal values"}};
+    vxttools::CTextTable Table{sTitle, {"Name", "~Meaning", ">Value", "Unit", "Legal values"}};
     const bool bDefaults = std::ranges::any_of(rSettings, [](const CSetting& r) { return r.oDefault.has_value(); });
     if (bDefaults) Table.Columns.insert(Table.Columns.begin() + 3, ">Default");
     for (const CSetting& rSetting : rSettings) {

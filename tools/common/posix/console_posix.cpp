@@ -1,6 +1,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "common/console.h"
@@ -12,6 +13,12 @@ volatile sig_atomic_t g_nInterrupted = 0;
 
 /// Ctrl-C, the request to end, the closed terminal.
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+std::optional<size_t> g_Columns(int nDescriptor) {
+    winsize Size = {};
+    if (ioctl(nDescriptor, TIOCGWINSZ, &Size) != 0 || Size.ws_col == 0) return std::nullopt;
+    return Size.ws_col;
+}
 
 }  // namespace
 
@@ -33,6 +40,9 @@ uint32_t g_ProcessorCount() { return static_cast<uint32_t>(sysconf(_SC_NPROCESSO
 
 bool g_IsStdinTerminal() { return isatty(STDIN_FILENO); }
 bool g_IsStdoutTerminal() { return isatty(STDOUT_FILENO); }
+std::optional<size_t> g_StdoutColumns() { return g_Columns(STDOUT_FILENO); }
+std::optional<size_t> g_StderrColumns() { return g_Columns(STDERR_FILENO); }
+
 bool g_WaitForInput() {
     // The signals are held back from the look at the flag until the wait has begun, so that none can fall in between.
     sigset_t Ending, Before;

@@ -30,6 +30,14 @@ bool g_IsConsole(DWORD dwHandle) {
     return GetConsoleMode(GetStdHandle(dwHandle), &dwMode) != 0;
 }
 
+/// One less than the window has: behind a character in its last column older consoles begin a new line by themselves.
+std::optional<size_t> g_Columns(DWORD dwHandle) {
+    CONSOLE_SCREEN_BUFFER_INFO Info{};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(dwHandle), &Info)) return std::nullopt;
+    const int nColumns = Info.srWindow.Right - Info.srWindow.Left;
+    return nColumns > 0 ? std::optional(static_cast<size_t>(nColumns)) : std::nullopt;
+}
+
 std::wstring g_Wide(const std::string& sUtf8) { return g_Path(sUtf8).wstring(); }
 
 }  // namespace
@@ -64,6 +72,8 @@ uint32_t g_ProcessorCount() {
 
 bool g_IsStdinTerminal() { return g_IsConsole(STD_INPUT_HANDLE); }
 bool g_IsStdoutTerminal() { return g_IsConsole(STD_OUTPUT_HANDLE); }
+std::optional<size_t> g_StdoutColumns() { return g_Columns(STD_OUTPUT_HANDLE); }
+std::optional<size_t> g_StderrColumns() { return g_Columns(STD_ERROR_HANDLE); }
 bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
 bool g_WasInterrupted() { return g_bInterrupted; }
 

@@ -24,6 +24,7 @@ EExit g_Overview(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
     if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
     CDocument Document = rTool.NewDocument();
+    Document.SetCsv("devices", "cores");
     g_AddDevices(Document, Library.Devices());
     g_AddInventoryTable(Document);
     Document["cores"] = CJson::Array();

@@ -78,7 +78,7 @@ EExit g_Acpi(CTool& rTool, const CWanted& rWanted) {
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("tables");
     CJson& rTables = Document["tables"] = CJson::Array();
-    CTextTable Table{"", {"Table", ">Length", ">Revision", "OEM ID", "OEM table", ">OEM revision"}};
+    CTextTable Table{"", {"Table", ">Length", "~>Revision", "OEM ID", "OEM table", "~>OEM revision"}};
     for (const auto& [uKey, rTable] : vxt::g_GetACPITable().GetTables()) {
         const std::string sKey = g_Signature(uKey);
         if (oWanted && sKey != oWanted) continue;

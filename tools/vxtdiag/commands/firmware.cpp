@@ -92,7 +92,7 @@ EExit g_Firmware(CTool& rTool, const CWanted& rWanted) {
     g_AddBoard(Document, Firmware, Findings);
     CJson& rObjects = Document["objects"] = CJson::Array();
     Document.SetCsv("objects");
-    CTextTable Table{"Objects", {"ID", "Name", ">Property", ">Value", "Unit", "Legal values", "Description words"}};
+    CTextTable Table{"Objects", {"ID", "Name", "~~>Property", ">Value", "Unit", "Legal values", "~Description words"}};
     for (const CFirmwareObject& rObject : g_ReadFirmwareObjects(Firmware, Findings)) {
         CJson Row = g_ToJson(rObject);
         if (oWanted && Row["object_id"].Text() != oWanted) continue;

@@ -41,7 +41,7 @@ EExit g_Pci(CTool& rTool, const CWanted& rWanted) {
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("functions");
     CJson& rFunctions = Document["functions"] = CJson::Array();
-    CTextTable Table{"", {"Address", "Vendor", "Device", "Class", "Rev", "Kind"}};
+    CTextTable Table{"", {"Address", "Vendor", "Device", "~Class", "~Rev", "Kind"}};
     for (const CPciRecord& rRecord : g_PciFunctions()) {
         if (!oWanted) {
             const CJson& rRow = rFunctions.Push(g_ToJson(rRecord, nullptr));

@@ -33,6 +33,7 @@ EExit g_Snapshot(CTool& rTool, const CWanted& rWanted) {
     CDocument Document = rTool.NewDocument();
     CQuantity Reference{"/machine/reference_clock", "Reference clock", "MHz"};
     Reference.Judge(rMachine.dReferenceMHz, {1, 2'000});
+    Document.SetCsv("reference_clock");
     Document["file"] = rWanted.oFile;
     Document["name"] = rMachine.sName;
     Document["cores"] = rMachine.uCores;
