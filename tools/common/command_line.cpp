@@ -6,6 +6,7 @@
 #include <map>
 
 #include "common/command_table.h"
+#include "common/completion.h"
 #include "common/console.h"
 #include "common/own_commands.h"
 
@@ -25,8 +26,8 @@ constexpr CGlobal kGlobal[] = {
     {"-o,--output", "FILE", "Write the answer to FILE", &CGlobalOptions::oOutput},
     {"--color", "auto|always|never", "Colour in text; automatic on a terminal unless NO_COLOR is set",
      &CGlobalOptions::oColor},
-    {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file",
-     &CGlobalOptions::oMachine},
+    {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file", &CGlobalOptions::oMachine,
+     false, nullptr, g_MachineCandidates},
     {"--state", "FILE", "Simulated builds: keep the PC's state in FILE from one command to the next",
      &CGlobalOptions::oState},
     {"--fault", "PLAN", "Simulated builds: inject faults, e.g. seed=7,rate=5,kinds=fail+ones", &CGlobalOptions::oFault},
@@ -150,14 +151,17 @@ EExit g_Run(const CCommandTable& rTable, const CTableEntry& rEntry, CGlobalOptio
     for (auto* const poText : {&rOptions.oOutput, &rOptions.oMachine, &rOptions.oFault, &rOptions.oLibrary})
         if (*poText == "") poText->reset();
     CTool Tool(rTable, rEntry.Path(), rOptions);
-    // The library looks at these when it is loaded.
-    if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
-    if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
-    if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
+    g_ChooseMachine(rOptions);
     return rEntry.pCall->Run(Tool);
 }
 
 }  // namespace
+
+void g_ChooseMachine(const CGlobalOptions& rOptions) {
+    if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
+    if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
+    if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
+}
 
 CTool::CTool(const CCommandTable& rTable, const std::string& sCommand, const CGlobalOptions& rOptions)
     : m_rTable(rTable), m_sCommand(sCommand), m_rOptions(rOptions) {
@@ -180,9 +184,14 @@ int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
     try {
         CGlobalOptions Options;
         const CCommandTable Table = g_Table(rTool, Options);
+        const std::vector<std::string> Arguments = g_StartConsole(nArguments, ppszArguments);
+        if (g_IsShellAsking(Arguments)) {
+            g_AnswerShell(Table, Options, Arguments);
+            return static_cast<int>(EExit::kDone);
+        }
         CParser Parser(Table);
         try {
-            const CTableEntry& rEntry = Parser.Parse(g_StartConsole(nArguments, ppszArguments));
+            const CTableEntry& rEntry = Parser.Parse(Arguments);
             return static_cast<int>(g_Run(Table, rEntry, Options));
         } catch (const CLI::CallForHelp&) {
             std::fputs(Parser.Help().c_str(), stdout);

@@ -1,6 +1,7 @@
 // vxtctl cpu set: changing a core's multiplier, voltage or P-state.
 #include <cmath>
 
+#include "candidates.h"
 #include "common/change_plan.h"
 #include "common/text.h"
 #include "cpu_report.h"
@@ -19,10 +20,12 @@ struct CWanted {
     std::optional<uint32_t> oPstate;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"--core", "N|all", "Which core; all of them when left out", &CWanted::oCore},
-    {"--pstate", "N", "Go to this P-state", &CWanted::oPstate},
-    {"--multiplier", "X", "Core clock / reference clock", &CWanted::oMultiplier, false, "--pstate"},
-    {"--voltage", "V", "Core voltage in volts", &CWanted::oVoltage, false, "--pstate"},
+    {"--core", "N|all", "Which core; all of them when left out", &CWanted::oCore, false, nullptr,
+     g_CoreOrAllCandidates},
+    {"--pstate", "N", "Go to this P-state", &CWanted::oPstate, false, nullptr, g_PstateCandidates},
+    {"--multiplier", "X", "Core clock / reference clock", &CWanted::oMultiplier, false, "--pstate",
+     g_MultiplierCandidates},
+    {"--voltage", "V", "Core voltage in volts", &CWanted::oVoltage, false, "--pstate", g_VoltageCandidates},
 };
 
 void g_CheckPositive(const char* pszOption, const std::optional<double>& rValue) {
