@@ -1,6 +1,7 @@
 // vxtdiag cpu: what the library knows of a core beyond the operations that hosts can call.
 #include <type_traits>
 
+#include "candidates.h"
 #include "common/command.h"
 #include "common/core_tables.h"
 #include "common/text.h"
@@ -27,7 +28,7 @@ struct CWanted {
     std::optional<std::string> oCore;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore},
+    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore, false, nullptr, g_CoreCandidates},
 };
 
 /// A CPUID bit that the library keeps. Source: the CPUID specification of the processors' maker.
