@@ -247,7 +247,9 @@ private:
             return Text("unknown option", Known);
         }
         const std::vector<std::string> Known = g_CommandNames(rNamed);
-        return Text(Known.empty() ? "unexpected argument" : "unknown command", Known);
+        const auto IsArgument = [](const CLI::Option* pOption) { return pOption->get_positional(); };
+        const bool bTakesArguments = std::ranges::any_of(rNamed.get_options({}), IsArgument);
+        return Text(Known.empty() || bTakesArguments ? "unexpected argument" : "unknown command", Known);
     }
 
     CLI::App m_Root;

@@ -76,6 +76,7 @@ void CCsvTable::AddToAll(const CJson& rObject) {
     std::vector<const CJson*> Below;
     CRow Cells;
     _Fill(Cells, rObject, "", Below);
+    for (const CJson* const pBelow : Below) Add(*pBelow);
     if (m_Rows.empty() && !Cells.empty()) m_Rows.emplace_back();
     for (CRow& rRow : m_Rows) rRow.insert(rRow.end(), Cells.begin(), Cells.end());
 }

@@ -11,7 +11,7 @@ public:
     /// Adds an object as a row: its scalars; the members of an object in it as "object_member"; a list as one cell, its
     /// numbers apart by blanks and its texts by "; ". Objects in it that have an "id" are rows of their own behind it.
     void Add(const CJson& rObject);
-    /// The same columns at the end of every row that is there; a row of its own when there is none.
+    /// The scalars of an object at the end of every row that is there, or in a row of their own when there is none.
     void AddToAll(const CJson& rObject);
 
     /// The first line names the columns, in the order in which rows brought them. Empty without rows.

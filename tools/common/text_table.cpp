@@ -79,8 +79,8 @@ public:
         const auto pFloor = _Needed(&CColumn::uReadable) > m_uWidth ? &CColumn::uLeast : &CColumn::uReadable;
         for (CColumn& rColumn : m_Columns) rColumn.Heights = _Heights(rColumn, rColumn.uWidth);
         while (_Needed(&CColumn::uWidth) > m_uWidth) {
-            CColumn* pBest =
-                nullptr;  // the one whose narrowing makes the table the least longer; of equal ones the widest
+            // The one whose narrowing makes the table the least longer; of equal ones the widest.
+            CColumn* pBest = nullptr;
             std::pair<size_t, size_t> Best;
             for (CColumn& rColumn : m_Columns) {
                 if (rColumn.uWidth <= rColumn.*pFloor) continue;
