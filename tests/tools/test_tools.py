@@ -40,10 +40,21 @@ def test_a_library_without_the_exports_is_refused_by_the_name_of_the_export():
     assert found.code == 4 and "no export InitVXTAPI" in found.err
 
 
-def test_a_full_disk_is_a_failure():
-    with open("/dev/full", "wb") as full:
-        assert subprocess.run([FOLDER / "vxtctl", "devices"], stdout=full, stderr=subprocess.PIPE, check=False).returncode == 1
-    assert run("vxtctl devices --output /dev/full").code == 1
+@table("line", ["vxtctl devices", "vxtdiag pci"])
+def test_a_log_that_cannot_be_written_is_said_before_anything_is_done(line):
+    write("Logs", "a file")
+    found = run(f"{line} --log")
+    assert (found.code, found.out) == (1, "") and re.match(r"vxt\w+: cannot write the log below \./Logs: \w.*\n$", found.err)
+
+
+def test_a_reader_that_has_seen_enough_is_no_error():
+    found = subprocess.run(f"'{FOLDER}/vxtdiag' snapshot | head -n 1", shell=True, capture_output=True, check=False)
+    assert (found.stdout, found.stderr) == (b"[begin]\n", b"")
+
+
+def test_a_full_disk_is_a_failure_and_does_not_hide_what_was_changed():
+    found = run("vxtctl cpu set --core 0 --multiplier 10 --yes --quiet --output /dev/full")
+    assert found.code == 1 and "No space left" in found.err and re.search(r"core 0 +Multiplier +15 +10 +10 +taken", found.err)
 
 
 # --- what is shown ------------------------------------------------------------------------------------------------------------

@@ -294,6 +294,7 @@ CTool::CTool(const CCommandTable& rTable, const std::string& sCommand, const CGl
     : m_rTable(rTable), m_sCommand(sCommand), m_rOptions(rOptions) {
     const EFormat eFormat = rOptions.bJson ? EFormat::kJson : rOptions.bCsv ? EFormat::kCsv : EFormat::kText;
     m_Output.Open(eFormat, rOptions.oColor, rOptions.oOutput, rOptions.bQuiet);
+    if (rOptions.bLog) g_TestLogFolder();
 }
 
 CDocument CTool::NewDocument() const { return {m_rTable.sTool, m_sCommand}; }
@@ -311,6 +312,7 @@ int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
     const CCommandTable Table = g_Table(rTool, Options);
     CParser Parser(Table);
     const auto Fail = [&](EExit eExit, const std::string& sMessage) {
+        if (sMessage.empty()) return static_cast<int>(eExit);
         g_PrintRemark(rTool.pszName + (": " + sMessage));
         if (bJson) g_PrintFailure({rTool.pszName, g_AnswerName(Parser.Command())}, eExit, sMessage);
         return static_cast<int>(eExit);
