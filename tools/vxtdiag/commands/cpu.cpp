@@ -221,7 +221,7 @@ CCells g_Rows(const CJson& rCore) {
          {std::pair("brand", "Brand"), std::pair("signature", "Signature"), std::pair("revision", "Revision"),
           std::pair("socket", "Socket"), std::pair("half_multiplier_steps", "Multiplier moves by 0.5"),
           std::pair("steady_tsc", "TSC ticks steadily")})
-        Rows.push_back({"  " + std::string(pszLabel), g_Cell(rCore[pszKey])});
+        Rows.push_back({"  " + std::string(pszLabel), rCore[pszKey].IsNull() ? "not known" : g_Cell(rCore[pszKey])});
     for (const char* const pszKey : {"limits", "caches"})
         for (const CJson& rNumber : rCore[pszKey].Items()) {
             Rows.push_back({"  " + rNumber["label"].Text(),
