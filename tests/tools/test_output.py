@@ -154,3 +154,15 @@ def test_columns_that_find_no_room_are_named_and_only_those_go():
 
 def test_a_dumb_terminal_gets_no_escapes():
     assert "\033" not in run_on_terminal("vxtctl devices", env={"TERM": "dumb", "NO_COLOR": ""}).out
+
+
+def test_labels_wrap_and_what_has_no_room_for_a_table_is_told_one_cell_a_line():
+    found = run("vxtctl links", env={"COLUMNS": "25"}).out
+    assert "Name: in_width\n  Value: 16\n  Unit: bits\n  Legal values: 2 4 8\n    [16]\n" in found
+    narrow = run("vxtdiag cpu 0", env={"COLUMNS": "40"}).out
+    assert re.search(r"\n  Nominal clock +3000.0 MHz\n  at a 200 MHz\n  reference\n", narrow)
+
+
+@table("key", ["\x04", "\x03"])
+def test_a_question_that_gets_no_answer_ends_its_line(key):
+    assert re.search(r"\[y/N\] \S*\r\nvxtctl: nothing was written\r\n", run_on_terminal("vxtctl cpu set --core 0 --pstate 1", key).out)
