@@ -37,7 +37,7 @@ exec "${as_root[@]}" unshare --mount --pid --fork --kill-child bash -euc '
         mount --rbind "$1" "$top/root$2"
         shift 2
     done
-    exec chroot "$top/root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root TERM="${TERM:-dumb}" WINEDEBUG=-all \
+    exec chroot "$top/root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root TERM="${TERM:-dumb}" LC_ALL=C.UTF-8 WINEDEBUG=-all \
         WINEPREFIX=/prefix WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d" bash -euc "
             cd /root
             LD_PRELOAD=/usr/lib/vxt/wine_processors.so /usr/lib/wine/wineserver64 --persistent

@@ -1,20 +1,22 @@
 #!/usr/bin/env bash
-# wine_host.sh [--machine NAME|FILE] [--in FOLDER] BUILD BUILD64 PROGRAM ARGS...
-# wine_host.sh [--machine NAME|FILE] --in FOLDER --each FILE BUILD BUILD64 PROGRAM...
+# wine_host.sh [--machine NAME|FILE] [--state FILE] [--in FOLDER] BUILD BUILD64 PROGRAM ARGS...
+# wine_host.sh [--machine NAME|FILE] [--state FILE] --in FOLDER --each FILE BUILD BUILD64 PROGRAM...
 #
 # Runs a host program on a freshly installed Windows (see in_wine.sh) from an installation as a user would have it, in
 # "C:\Program Files\VXT Host": the program, the library of BUILD, the driver of BUILD64 in qor64\, the shipped library
 # in shipped\. Without --machine the driver and the library take their default machine.
+# --state: the PC's state is kept in FILE (docs/machine_files.md), which this script holds as long as it runs.
 # --in: the program's current folder, one of this machine; else the installation.
 # --each: several programs are installed; each line of FILE (in FOLDER) is a command line of one of them. Line N, from 0,
 # leaves its output in N.out and its exit code in N.status.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-machine= processors=4 folder= each= binds=()
+machine= state= processors=4 folder= each= binds=()
 while [[ ${1-} == --* ]]; do
     case $1 in
     --machine) machine=$2 ;;
+    --state) state=$2 ;;
     --in) folder=$2 ;;
     --each) each=$2 ;;
     *) echo "wine_host.sh: unknown argument '$1'" >&2 && exit 2 ;;
@@ -32,18 +34,65 @@ if [[ -n $machine ]]; then
             "$(cd "$here/../machines" && ls ./*.machine | sed 's|^./||; s|\.machine$||' | paste -sd' ')" >&2
         exit 2
     fi
-    processors=$(sed -nE 's/^cores *= *([0-9]+).*/\1/p' "$file" | head -n 1)
-    processors=${processors:-1}
 fi
 
 stage=$(mktemp -d)
 trap 'rm -rf "$stage"' EXIT
+
+# The state under its real name. Programs and driver work on a copy, Z:\mnt\stage\VXTDriver.state, and replace that whole;
+# on every way out of here the copy takes the place of the file, whole again.
+_refuse() { echo "$state_named: $1" >&2; exit 4; }
+_give_back() {
+    local status=$?
+    # Without the digest nobody has come to use it.
+    if ! grep -qs '^state_digest = ' "$stage/VXTDriver.state" || cmp -s "$stage/VXTDriver.state" "$state"; then
+        [[ -s $state ]] || rm -f "$state"
+    elif ! { cp "$stage/VXTDriver.state" "$state.new" && chmod --reference="$state" "$state.new" &&
+             sync "$state.new" && mv "$state.new" "$state"; } 2>"$stage/reason"; then
+        rm -f "$state.new"
+        echo "$state_named: the PC's state could not be kept: $(sed 's/.*: //; q' "$stage/reason")" >&2
+        [[ $status -ne 0 ]] || status=1
+    fi
+    rm -rf "$stage"
+    exit $status
+}
+if [[ -n $state ]]; then
+    state_named=$state
+    state=$(realpath -m -- "$state")
+    { exec 9<>"$state"; } 2>"$stage/reason" || _refuse "$(sed 's/.*: //; q' "$stage/reason")"
+    flock -n 9 && [[ $state -ef /proc/self/fd/9 ]] || _refuse "another process uses it"
+    trap _give_back EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM HUP
+    { cat <&9 >"$state.new" && rm "$state.new"; } 2>"$stage/reason" ||
+        _refuse "the PC's state cannot be kept there: $(sed 's/.*: //; q' "$stage/reason")"
+    known=$machine
+    if [[ -n $machine && -f $machine ]]; then
+        cp "$file" "$stage/VXTDriver.named.machine"
+        known='Z:\mnt\stage\VXTDriver.named.machine'
+    fi
+    if [[ -s $state ]]; then
+        cp "$state" "$stage/VXTDriver.state"
+        file=$state
+    else
+        printf '[begin]\n[machine]\nbased_on = %s\nstate_of = %s\n[end]\n' "${known##*\\}" "$machine" >"$stage/VXTDriver.state"
+    fi
+fi
+if [[ -n ${file-} ]]; then
+    processors=$(sed -nE 's/^cores *= *([0-9]+).*/\1/p' "$file" | head -n 1)
+    processors=${processors:-1}
+fi
+
 mkdir "$stage/qor64" "$stage/shipped"
 cp "$program" "$build/e2e/VXTAPI.dll" "$stage"
 [[ -z $each ]] || cp "$@" "$stage"
 cp "$build/bin/VXTAPI.dll" "$stage/shipped"
 cp "$build64/driver/VXTDriver.sys" "$stage/qor64"
-[[ -z $machine ]] || cp "$file" "$stage/qor64/VXTDriver.machine"
+if [[ -n $state ]]; then
+    printf '%s\n' 'Z:\mnt\stage\VXTDriver.state' "$known" >"$stage/qor64/VXTDriver.keep"
+elif [[ -n $machine ]]; then
+    cp "$file" "$stage/qor64/VXTDriver.machine"
+fi
 bits=32
 [[ $(realpath "$build") != "$(realpath "$build64")" ]] || bits=64
 [[ ! -f $build/e2e/vxt_wmi_server.dll ]] || cp "$build/e2e/vxt_wmi_server.dll" "$stage"
@@ -53,6 +102,10 @@ bits=32
     host="/prefix/drive_c/Program Files/VXT Host"
     cp -r /mnt/stage "$host"
     [[ ! -f $host/qor64/VXTDriver.machine ]] || export VXT_MACHINE="C:\\Program Files\\VXT Host\\qor64\\VXTDriver.machine"
+    if [[ -f $host/qor64/VXTDriver.keep ]]; then
+        { read -r VXT_STATE && read -r VXT_MACHINE; } <"$host/qor64/VXTDriver.keep"
+        export VXT_STATE VXT_MACHINE
+    fi
     # The class of the management locator, for programs of this width.
     [[ ! -f $host/vxt_wmi_server.dll ]] || wine reg add \
         "HKLM\\Software\\Classes\\CLSID\\{4590F811-1D3A-11D0-891F-00AA004B2E24}\\InprocServer32" \
@@ -69,11 +122,13 @@ bits=32
         done <"$3"
         exit
     fi
-    wine "C:\\Program Files\\VXT Host\\$4" "${@:5}" || status=$?
+    wine "C:\\Program Files\\VXT Host\\$5" "${@:6}" || status=$?
     # What the driver found wrong with the machine file, under the name that the user gave.
     if [[ -f $host/qor64/VXTDriver.error ]]; then
         reason=$(tr -d "\r" <"$host/qor64/VXTDriver.error")
-        echo "${reason/#*VXTDriver.machine/"$1"}" >&2
+        reason=${reason/#*VXTDriver.machine/"$1"}
+        reason=${reason//"Z:\mnt\stage\VXTDriver.named.machine"/"$1"}
+        echo "${reason//"Z:\mnt\stage\VXTDriver.state"/"$4"}" >&2
     fi
     exit $status
-' bash "$machine" $bits "$each" "$(basename "$program")" "$@"
+' bash "$machine" $bits "$each" "${state_named-}" "$(basename "$program")" "$@" 9>&-

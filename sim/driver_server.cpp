@@ -116,7 +116,7 @@ std::string g_PortSubject(uint32_t, std::span<const uint8_t> In) {
     return g_Format("port %04Xh", static_cast<uint32_t>(g_Get(In, Port::kPort, 2)));
 }
 std::string g_PortData(std::span<const uint8_t> In) {
-    const size_t uWidth = std::min<size_t>(g_Get(In, Port::kWidth, 2), 4);
+    const auto uWidth = static_cast<size_t>(std::min<uint64_t>(g_Get(In, Port::kWidth, 2), 4));
     return g_Format("%0*X", static_cast<int>(2 * uWidth), static_cast<uint32_t>(g_Get(In, Port::kValue, uWidth)));
 }
 std::string g_PciSubject(uint32_t, std::span<const uint8_t> In) {

@@ -70,13 +70,8 @@ void NTAPI g_OnUnload(DRIVER_OBJECT* pDriver) {
 }
 
 NTSTATUS g_Start(DRIVER_OBJECT* pDriver) {
-    vxtsim::CMachineDescription Description;
-    std::string sError;
-    if (!vxtdriver::g_LoadMachineBesideDriver(Description, sError)) {
-        DbgPrint("VXTDriver: %s\n", sError.c_str());
-        return STATUS_DEVICE_CONFIGURATION_ERROR;
-    }
-    s_pPc = std::make_unique<CSimulatedPc>(std::move(Description));
+    s_pPc = vxtdriver::g_MakePcBesideDriver();
+    if (!s_pPc) return STATUS_DEVICE_CONFIGURATION_ERROR;
 
     UNICODE_STRING DeviceName = g_DeviceName(), LinkName = g_LinkName();
     DEVICE_OBJECT* pDevice = nullptr;

@@ -3,10 +3,13 @@
 #include <windows.h>
 #include <winternl.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <fstream>
 
+#include "firmware_call.h"
 #include "src/hw/driver_protocol.h"
 
 // Documented in the driver kit only; these live in ntdll and are callable from both sides.
@@ -19,7 +22,6 @@ namespace vxtdriver {
 
 namespace {
 
-constexpr const char* kDefaultMachine = "family10h-ddr3";
 constexpr uint32_t kPageSize = 4096;
 constexpr ULONG_PTR kBelow2GiB = 0x7FFFFFFF;  ///< as "zero bits": the mask of usable address bits
 constexpr uint64_t kFirstHighAddress = 0x1000000000, kAddressStep = 0x10000;  ///< the system's granularity
@@ -140,7 +142,8 @@ uint64_t CClientMappings::FindMapping(const void* pFile) const {
     return 0;
 }
 
-CSimulatedPc::CSimulatedPc(vxtsim::CMachineDescription Description) : m_Machine(std::move(Description)) {
+CSimulatedPc::CSimulatedPc(vxtsim::CMachineDescription Description, std::unique_ptr<vxtsim::CMachineState> pState)
+    : m_Machine(std::move(Description)), m_pState(std::move(pState)) {
     m_Machine.SetMappingProvider(&m_Mappings);
 }
 
@@ -149,32 +152,85 @@ vxtsim::CControlReply CSimulatedPc::Control(const CClient& rClient, uint32_t uCo
     const std::lock_guard Guard(m_Lock);
     m_Mappings.SetClient(rClient);
     m_Machine.Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
+    const vxtsim::CControlReply Reply = _Serve(rClient, uCode, In, Out);
+    std::string sError;
+    if (!m_pState || m_pState->Keep(m_Machine, sError)) return Reply;
+    if (m_sStateError.empty()) g_LeaveError(m_sStateError = sError);
+    return {};
+}
+
+vxtsim::CControlReply CSimulatedPc::_Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
+                                           std::span<uint8_t> Out) {
+    if (uCode == kRunFirmware) return _RunFirmware(rClient.pFile, In, Out);
+    if (uCode == kTakeFirmwareAnswer) return _TakeAnswer(rClient.pFile, Out);
     // Asking Windows for the core costs as much as the request itself, and only these two are for one core.
     const bool bForOneCore = uCode == vxt::protocol::kReadMsr || uCode == vxt::protocol::kWriteMsr;
     return m_Server.Control(uCode, bForOneCore ? g_CoreOfThread(rClient.uThread) : 0, In, Out);
 }
 
+vxtsim::CControlReply CSimulatedPc::_RunFirmware(const void* pFile, std::span<const uint8_t> In,
+                                                 std::span<uint8_t> Out) {
+    CFirmwareCall Call;
+    if (!g_Unpack(In, Call) || Out.size() != sizeof(uint32_t)) return {};
+    CFirmwareReply Reply;
+    const uint64_t ullBegin = m_Machine.Now();
+    Reply.bDone =
+        m_Wmi.Execute(Call.sNamespace, Call.sPath, Call.sMethod, Call.oInput ? &*Call.oInput : nullptr, Reply.oOutput);
+    Reply.ullNanoseconds = m_Machine.Now() - ullBegin;
+    std::vector<uint8_t>& rAnswer = m_Answers[pFile];
+    rAnswer = g_Pack(std::move(Reply));
+    const auto uSize = static_cast<uint32_t>(rAnswer.size());
+    std::memcpy(Out.data(), &uSize, sizeof(uSize));
+    return {true, sizeof(uSize)};
+}
+
+vxtsim::CControlReply CSimulatedPc::_TakeAnswer(const void* pFile, std::span<uint8_t> Out) {
+    const auto it = m_Answers.find(pFile);
+    if (it == m_Answers.end() || it->second.size() != Out.size()) return {};
+    std::ranges::copy(it->second, Out.begin());
+    m_Answers.erase(it);
+    return {true, static_cast<uint32_t>(Out.size())};
+}
+
 void CSimulatedPc::Close(const void* pFile) {
     const std::lock_guard Guard(m_Lock);
+    m_Answers.erase(pFile);
     while (const uint64_t ullHandle = m_Mappings.FindMapping(pFile)) {
         m_Machine.Unmap(ullHandle);
         m_Mappings.Unmap(ullHandle);  // also when the machine does not know it
     }
 }
 
-bool g_LoadMachineBesideDriver(vxtsim::CMachineDescription& rDescription, std::string& rsError) {
+namespace {
+
+/// The loaded driver file with another extension.
+std::string g_BesideDriver(const char* pszExtension) {
     HMODULE hModule = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<const wchar_t*>(&g_LoadMachineBesideDriver), &hModule);
+                       reinterpret_cast<const wchar_t*>(&g_BesideDriver), &hModule);
     std::array<char, MAX_PATH> szPath{};
     const DWORD dwLength = GetModuleFileNameA(hModule, szPath.data(), static_cast<DWORD>(szPath.size()));
     const std::string sDriver(szPath.data(), dwLength < szPath.size() ? dwLength : 0);
-    const std::string sBase = sDriver.substr(0, sDriver.rfind('.')), sMachine = sBase + ".machine";
-    const bool bHasFile = GetFileAttributesA(sMachine.c_str()) != INVALID_FILE_ATTRIBUTES;
-    const bool bLoaded = vxtsim::g_LoadMachine(bHasFile ? sMachine : kDefaultMachine, rDescription, rsError);
-    // A driver has no screen and its status is one number: leave the text where the machine came from.
-    if (!bLoaded) std::ofstream(sBase + ".error") << rsError << "\n";
-    return bLoaded;
+    return sDriver.substr(0, sDriver.rfind('.')) + pszExtension;
 }
+
+}  // namespace
+
+std::unique_ptr<CSimulatedPc> g_MakePcBesideDriver() {
+    const std::string sFile = g_BesideDriver(".machine");
+    const bool bHasFile = GetFileAttributesA(sFile.c_str()) != INVALID_FILE_ATTRIBUTES;
+    std::string sState, sMachine = bHasFile ? sFile : vxtsim::kDefaultMachine, sError;
+    if (std::ifstream Keep(g_BesideDriver(".keep")); Keep) std::getline(Keep, sState), std::getline(Keep, sMachine);
+    vxtsim::CMachineDescription Description;
+    std::unique_ptr<vxtsim::CMachineState> pState;
+    if (!sState.empty()) pState = std::make_unique<vxtsim::CMachineState>();
+    const bool bRetCode = pState ? pState->Open(sState, sMachine, Description, sError)
+                                 : vxtsim::g_LoadMachine(sMachine, Description, sError);
+    if (bRetCode) return std::make_unique<CSimulatedPc>(std::move(Description), std::move(pState));
+    g_LeaveError(sError);
+    return nullptr;
+}
+
+void g_LeaveError(const std::string& sError) { std::ofstream(g_BesideDriver(".error")) << sError << "\n"; }
 
 }  // namespace vxtdriver

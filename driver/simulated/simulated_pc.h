@@ -9,6 +9,8 @@
 #include <string>
 
 #include "sim/driver_server.h"
+#include "sim/machine_state.h"
+#include "sim/wmi.h"
 
 namespace vxtdriver {
 
@@ -45,7 +47,8 @@ private:
 /// Serves the driver protocol, one request at a time.
 class CSimulatedPc {
 public:
-    explicit CSimulatedPc(vxtsim::CMachineDescription Description);
+    /// Null: nothing is kept of it.
+    CSimulatedPc(vxtsim::CMachineDescription Description, std::unique_ptr<vxtsim::CMachineState> pState);
 
     vxtsim::CControlReply Control(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
                                   std::span<uint8_t> Out);
@@ -53,14 +56,30 @@ public:
     void Close(const void* pFile);
 
 private:
+    vxtsim::CControlReply _Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
+                                 std::span<uint8_t> Out);
+    /// The management server's requests, see firmware_call.h.
+    vxtsim::CControlReply _RunFirmware(const void* pFile, std::span<const uint8_t> In, std::span<uint8_t> Out);
+    vxtsim::CControlReply _TakeAnswer(const void* pFile, std::span<uint8_t> Out);
+
     std::mutex m_Lock;
     CClientMappings m_Mappings;  // outlives the machine, which uses it
     vxtsim::CSimMachine m_Machine;
     vxtsim::CDriverServer m_Server{m_Machine};
+    vxtsim::CSimWmi m_Wmi{m_Machine};
+    std::map<const void*, std::vector<uint8_t>> m_Answers;  ///< of the firmware, by opened device
+    std::unique_ptr<vxtsim::CMachineState> m_pState;
+    std::string m_sStateError;
 };
 
-/// The machine file beside the loaded driver file (same name, extension .machine), else the default machine. What is wrong
-/// with it is left beside it too, in a file with the extension .error.
-bool g_LoadMachineBesideDriver(vxtsim::CMachineDescription& rDescription, std::string& rsError);
+/// The PC that the files beside the loaded driver file describe; they have its name and another extension.
+/// .machine: the machine file; without it the default machine.
+/// .keep: the PC's state is kept. Its first line is the path of the state file, the second the name or path of the
+/// machine, empty when the state tells.
+/// Null when they cannot be used: g_LeaveError has said why.
+std::unique_ptr<CSimulatedPc> g_MakePcBesideDriver();
+
+/// A driver has no screen and its status is one number: leaves the text beside it, in a file with the extension .error.
+void g_LeaveError(const std::string& sError);
 
 }  // namespace vxtdriver

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "class_object.h"
+#include "firmware.h"
 #include "platform/simulated/simulated_machine.h"
 
 using namespace vxtsim;
@@ -79,14 +80,11 @@ public:
             }
             const CWmiObject* const pValue = g_Look(pInput);
             if (lFlags || ppResult || (pInput && !pValue)) return kInvalidParameter;
-            CSimMachine& rMachine = vxt::platform::simulated::g_GetMachine();
-            const uint64_t ullBegin = rMachine.Now();
-            std::optional<CWmiObject> Output;
-            const bool bRetCode =
-                g_GetWmi().Execute(kNamespace, sPath, g_Narrow(pszMethod).value_or(""), pValue, Output);
-            Sleep(static_cast<DWORD>((rMachine.Now() - ullBegin) / 1'000'000));  // virtual ns pass as real ones
-            if (!bRetCode) return kFailed;
-            if (Output && ppOutput) *ppOutput = g_NewClassObject(std::move(*Output));
+            auto [bDone, ullNanoseconds, oOutput] = g_RunFirmware(
+                {kNamespace, sPath, g_Narrow(pszMethod).value_or(""), pValue ? std::optional(*pValue) : std::nullopt});
+            Sleep(static_cast<DWORD>(ullNanoseconds / 1'000'000));  // virtual ns pass as real ones
+            if (!bDone) return kFailed;
+            if (oOutput && ppOutput) *ppOutput = g_NewClassObject(std::move(*oOutput));
             return WBEM_S_NO_ERROR;
         });
     }
@@ -176,7 +174,9 @@ public:
 CSimWmi& g_GetWmi() {
     static std::mutex s_Lock;
     const std::lock_guard Guard(s_Lock);
-    if (!g_pWmi) g_pWmi = std::make_unique<CSimWmi>(vxt::platform::simulated::g_GetMachine());
+    if (g_pWmi) return *g_pWmi;
+    g_pWmi = std::make_unique<CSimWmi>(vxt::platform::simulated::g_GetMachine());
+    if (const char* const pszError = vxt::platform::simulated::g_MachineError()) std::fprintf(stderr, "%s\n", pszError);
     return *g_pWmi;
 }
 
@@ -205,6 +205,7 @@ const char* VxtWmiServerUseMachine(const char* pszText) {
     CMachineDescription Description;
     if (!g_ParseMachine(pszText, "text", Description, s_sError)) return s_sError.c_str();
     g_pWmi.reset();
+    g_LeaveDriverAlone();
     vxt::platform::simulated::g_UseMachine(std::move(Description));
     g_pWmi = std::make_unique<CSimWmi>(vxt::platform::simulated::g_GetMachine());
     return nullptr;

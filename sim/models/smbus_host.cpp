@@ -26,6 +26,7 @@ bool CSmbusHost::ReadPort(uint16_t usPort, uint32_t uWidth, uint32_t& ruValue) {
 bool CSmbusHost::WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) {
     if (uWidth != 1 || usPort < m_usBase || usPort - m_usBase >= kRegisters) return false;
     _Settle();
+    const bool bWasWriting = _IsWriting();
     const auto eRegister = static_cast<ERegister>(usPort - m_usBase);
     const auto ucValue = static_cast<uint8_t>(uValue);
     if (eRegister == kStatus) {  // ones clear the flags; the busy bit is the controller's own
@@ -37,14 +38,16 @@ bool CSmbusHost::WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) {
     } else {
         m_aucRegisters[eRegister] = ucValue;
     }
+    if (bWasWriting || _IsWriting()) m_rMachine.Touch();
     return true;
 }
+
+bool CSmbusHost::_IsWriting() const { return m_bRunning && !(m_aucRegisters[kAddress] & kReadTransfer); }
 
 void CSmbusHost::_Start() {
     m_bRunning = true;
     m_ullDone = m_rMachine.Now() + kTransferNanoseconds;
     m_aucRegisters[kStatus] |= kBusy;
-    if (!(m_aucRegisters[kAddress] & kReadTransfer)) m_rMachine.Touch();
 }
 
 void CSmbusHost::_Settle() {
@@ -62,7 +65,6 @@ uint8_t CSmbusHost::_Transfer() {
     if (m_aucRegisters[kAddress] & kReadTransfer) {
         m_aucRegisters[kData0] = it->second[ucCommand];
     } else {
-        if (it->second[ucCommand] != m_aucRegisters[kData0]) m_rMachine.Touch();
         it->second[ucCommand] = m_aucRegisters[kData0];
     }
     return kDone;

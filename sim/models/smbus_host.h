@@ -33,6 +33,7 @@ public:
 private:
     enum ERegister : uint16_t { kStatus = 0, kControl = 2, kCommand = 3, kAddress = 4, kData0 = 5, kRegisters = 16 };
 
+    bool _IsWriting() const;
     void _Start();
     void _Settle();
     uint8_t _Transfer();

@@ -83,6 +83,46 @@ TEST(Faults, PlansAreRepeatable) {
     for (int i = 0; i < 100; ++i) EXPECT_EQ(None.Next(), EFault::kNone);
 }
 
+TEST(Faults, ARemarkSaysWhatWasAskedAndWhatBecameOfIt) {
+    const struct {
+        void (*pAsk)(CSimClient& rClient);
+        EFault eFault;
+        const char* pszRemark;  ///< empty: the kind does nothing to this request
+    } kCases[] = {
+        {[](CSimClient& r) { r.m_uCore = 2, r.ReadMsr(0xC0010071); }, EFault::kAllOnes,
+         "read of MSR C0010071 on core 2 answered all ones"},
+        {[](CSimClient& r) { r.WriteMsr(0xC0010062, 2); }, EFault::kDropWrite,
+         "write of MSR C0010062 on core 2, 00000000 00000002, was dropped"},
+        {[](CSimClient& r) { r.In(0xCF8, 4); }, EFault::kFail, "read of port 0CF8h failed"},
+        {[](CSimClient& r) { r.Out(0x80, 0x12); }, EFault::kDelay, "write of port 0080h, 12, came 50 ms late"},
+        {[](CSimClient& r) { r.ReadMemory(0xFEE00390); }, EFault::kZeroLength,
+         "read of memory FEE00390h returned no data"},
+        {[](CSimClient& r) {
+             r.ReadPci({0, 24, 3}, 0xA0);
+         },
+         EFault::kWrongCount, "read of PCI 00:18.3 offset A0h returned a wrong count of bytes"},
+        {[](CSimClient& r) {
+             r.WritePci({0, 24, 3}, 0xA0, 0x04030201);
+         },
+         EFault::kDropWrite, "write of PCI 00:18.3 offset A0h, 01020304, was dropped"},
+        {[](CSimClient& r) { r.MapApicTimer(); }, EFault::kFail, "mapping of memory FEE00300h failed"},
+        {[](CSimClient& r) { r.ReadMsr(0xC0010071); }, EFault::kDropWrite, ""},
+        {[](CSimClient& r) { r.WriteMsr(0xC0010062, 2); }, EFault::kAllOnes, ""},
+        {[](CSimClient& r) { r.Out(0x80, 0x12); }, EFault::kZeroLength, ""},
+    };
+    CSimClient Client("family10h-ddr3");
+    std::string sRemarks;
+    Client.m_Server.ReportFaults([&](const std::string& sRemark) { sRemarks += sRemark; });
+    for (const auto& [pAsk, eFault, pszRemark] : kCases) {
+        CFaultPlan Plan = CFaultPlan::After(0, eFault);
+        Client.m_Server.SetFaults(&Plan);
+        sRemarks.clear();
+        pAsk(Client);
+        EXPECT_EQ(sRemarks, pszRemark);
+    }
+    EXPECT_EQ(Client.m_Server.FailureCount(), 5u) << "without what was dropped or came late";
+}
+
 TEST(Faults, AWrongWordIsNamed) {
     constexpr struct {
         const char* pszText;

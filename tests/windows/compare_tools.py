@@ -7,6 +7,7 @@ per command; the last line is "N passed, N failed".
 """
 
 import concurrent.futures
+import difflib
 import json
 import os
 import pathlib
@@ -30,6 +31,8 @@ WRITES = {
                        "vxtdiag cmos set 'Core Trim Boost=Disabled' --yes"],
     "k8-revf-dual": ["vxtctl cpu set --multiplier 99 --yes"],
 }
+# Behind the writes of a machine whose state is kept: what they left.
+KEPT = [f"vxtctl {command} --json" for command in ("cpu", "memory", "links", "clocks", "voltages")] + ["vxtdiag cmos --json"]
 # A firmware whose answers have other types than they should have.
 ODD = """
 [firmware answer GetValue]
@@ -72,19 +75,21 @@ def compare(native, windows, status_native, status_windows):
         return [] if native == windows else [f"natively:\n{native}\non Windows:\n{windows}"]
 
 
-def run_machine(machine, commands):
-    """Runs all commands on one machine, on both systems; yields (command, differences, status)."""
+def run_machine(machine, commands, keeps=False):
+    """Runs all commands on one machine, on both systems; yields (command, differences, status). Each finds the machine as its
+    file describes it or, where the state is kept, as the command before left it."""
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder)
         # Windows has a BIOS of its own.
         (work / "DeviceList.cfg").write_text("[off]\nBIOS\n", encoding="utf-8")
         (work / "commands").write_text("".join(command + "\n" for command in commands), encoding="utf-8")
-        subprocess.run([SOURCE / "scripts/wine_host.sh", "--machine", machine, "--in", work, "--each", "commands", BUILD32,
-                        BUILD64, BUILD32 / "bin/vxtctl.exe", BUILD32 / "bin/vxtdiag.exe"],
+        there, here = (["--state", work / name] * keeps for name in ("windows.state", "native.state"))
+        subprocess.run([SOURCE / "scripts/wine_host.sh", "--machine", machine, *there, "--in", work, "--each", "commands",
+                        BUILD32, BUILD64, BUILD32 / "bin/vxtctl.exe", BUILD32 / "bin/vxtdiag.exe"],
                        stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
         for number, command in enumerate(commands):
             words = shlex.split(command)
-            native = subprocess.run([NATIVE / "bin" / words[0], "--machine", machine, *words[1:]], cwd=work, text=True,
+            native = subprocess.run([NATIVE / "bin" / words[0], "--machine", machine, *here, *words[1:]], cwd=work, text=True,
                                     stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
             answer, status = work / f"{number}.out", work / f"{number}.status"
             if not status.exists():
@@ -92,6 +97,9 @@ def run_machine(machine, commands):
                 continue
             yield command, compare(native.stdout, answer.read_text(encoding="utf-8").replace("\r", ""),
                                    native.returncode, int(status.read_text())), native.returncode
+        if keeps:
+            texts = [(work / name).read_text(encoding="utf-8").splitlines() for name in ("native.state", "windows.state")]
+            yield "the state file", [line for line in difflib.unified_diff(*texts, lineterm="", n=0)], 0
 
 
 def main():
@@ -99,9 +107,10 @@ def main():
     with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         odd = pathlib.Path(folder) / "odd-answers.machine"
         odd.write_text((SOURCE / "machines/family10h-ddr3.machine").read_text(encoding="utf-8") + ODD, encoding="utf-8")
-        rows = [(path.stem, READS + WRITES.get(path.stem, [])) for path in sorted((SOURCE / "machines").glob("*.machine"))]
+        rows = [(path.stem, READS) for path in sorted((SOURCE / "machines").glob("*.machine"))]
+        rows += [(machine, writes + KEPT, True) for machine, writes in WRITES.items()]
         rows.append((str(odd), [line for line in READS if line.split()[1] in ("clocks", "voltages", "firmware", "cmos")]))
-        for (machine, _), results in zip(rows, pool.map(lambda row: list(run_machine(*row)), rows)):
+        for (machine, *_), results in zip(rows, pool.map(lambda row: list(run_machine(*row)), rows)):
             for command, found, status in results:
                 print("FAIL" if found else "ok  ", f"{command} on {pathlib.Path(machine).name} answers as natively, status {status}")
                 for line in found[:20]:

@@ -156,7 +156,13 @@ void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
 EExit CChangePlan::Run(CTool& rTool) {
     CDocument Document = rTool.NewDocument();
     const EExit eExit = _Run(Document, rTool);
-    return rTool.Emit(Document, eExit);
+    try {
+        return rTool.Emit(Document, eExit);
+    } catch (const CFailure&) {
+        // A full disk must not hide what was done to the hardware.
+        std::fputs(Document.Text(false).c_str(), stderr);
+        throw;
+    }
 }
 
 void CChangePlan::_Ask(const CTool& rTool) const {

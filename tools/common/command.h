@@ -18,6 +18,9 @@ struct CGlobalOptions {
     std::optional<std::string> oOutput, oColor, oMachine, oState, oFault, oLibrary;
 };
 
+/// Tells the library, which looks when it is loaded, on which PC to run and what to let go wrong there.
+void g_ChooseMachine(const CGlobalOptions& rOptions);
+
 struct CCommandTable;
 
 /// What a running command works with: the options for all, and where its answer goes.
@@ -40,6 +43,15 @@ private:
     COutput m_Output;
 };
 
+/// A word that shell completion offers.
+struct CCandidate {
+    std::string sWord;  ///< with "=" at its end: more is to follow
+    std::string sMeaning = {};
+};
+/// Words that an option's value may be on this machine, given how it begins. Only reads; the options that stand on the
+/// line so far hold. What does not begin like that is left out by the caller, and a failure means that nothing is known.
+using CCompleteValue = std::vector<CCandidate> (*)(const CTool& rTool, const std::string& sBegun);
+
 /// An option and the member of a command's record that takes its value.
 template <class TWanted> struct COption {
     const char* pszName;  ///< "--core", "-y,--yes"; without a dash: an argument by its place
@@ -49,7 +61,8 @@ template <class TWanted> struct COption {
                  std::optional<uint32_t> TWanted::*, std::vector<std::string> TWanted::*>
         Target;
     bool bRequired = false;
-    const char* pszExcludes = nullptr;  ///< an option before this one
+    const char* pszExcludes = nullptr;   ///< an option before this one
+    CCompleteValue pComplete = nullptr;  ///< null: nothing is known of the value beyond its type
 };
 
 /// The same, with the place itself.
@@ -62,6 +75,7 @@ struct CBoundOption {
         Target;
     bool bRequired;
     const char* pszExcludes;
+    CCompleteValue pComplete = nullptr;
 
     bool TakesValue() const { return !std::holds_alternative<bool*>(Target); }
     bool IsArgument() const { return pszName[0] != '-'; }
@@ -72,7 +86,7 @@ void g_Bind(std::vector<CBoundOption>& rBound, TWanted& rWanted, const COption<T
     std::visit(
         [&](auto pMember) {
             rBound.push_back({rOption.pszName, rOption.pszType, rOption.pszMeaning, &(rWanted.*pMember),
-                              rOption.bRequired, rOption.pszExcludes});
+                              rOption.bRequired, rOption.pszExcludes, rOption.pComplete});
         },
         rOption.Target);
 }

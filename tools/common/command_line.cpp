@@ -6,6 +6,7 @@
 #include <map>
 
 #include "common/command_table.h"
+#include "common/completion.h"
 #include "common/console.h"
 #include "common/own_commands.h"
 
@@ -25,8 +26,8 @@ constexpr CGlobal kGlobal[] = {
     {"-o,--output", "FILE", "Write the answer to FILE; - is standard output", &CGlobalOptions::oOutput},
     {"--color", "auto|always|never", "Colour in text; automatic on a terminal unless NO_COLOR is set",
      &CGlobalOptions::oColor},
-    {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file",
-     &CGlobalOptions::oMachine},
+    {"--machine", "NAME|FILE", "Simulated builds: the PC to run on, by name or machine file", &CGlobalOptions::oMachine,
+     false, nullptr, g_MachineCandidates},
     {"--state", "FILE", "Simulated builds: keep the PC's state in FILE from one command to the next",
      &CGlobalOptions::oState},
     {"--fault", "PLAN",
@@ -265,10 +266,7 @@ EExit g_Run(const CCommandTable& rTable, CParser& rParser, const CGlobalOptions&
     try {
         const CTableEntry& rEntry = rParser.Parse(rArguments);
         CTool Tool(rTable, g_AnswerName(rEntry), rOptions);
-        // The library looks at these when it is loaded.
-        if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
-        if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
-        if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
+        g_ChooseMachine(rOptions);
         return rEntry.pCall->Run(Tool);
     } catch (const CLI::CallForHelp&) {
         g_Print(g_WrapLines(rParser.Help(), g_StdoutColumns().value_or(kUnlimited)));
@@ -288,10 +286,17 @@ void g_PrintFailure(CDocument Document, EExit eExit, const std::string& sMessage
 
 }  // namespace
 
+void g_ChooseMachine(const CGlobalOptions& rOptions) {
+    if (rOptions.oMachine) g_SetEnvironment("VXT_MACHINE", *rOptions.oMachine);
+    if (rOptions.oState) g_SetEnvironment("VXT_STATE", *rOptions.oState);
+    if (rOptions.oFault) g_SetEnvironment("VXT_FAULT", *rOptions.oFault);
+}
+
 CTool::CTool(const CCommandTable& rTable, const std::string& sCommand, const CGlobalOptions& rOptions)
     : m_rTable(rTable), m_sCommand(sCommand), m_rOptions(rOptions) {
     const EFormat eFormat = rOptions.bJson ? EFormat::kJson : rOptions.bCsv ? EFormat::kCsv : EFormat::kText;
     m_Output.Open(eFormat, rOptions.oColor, rOptions.oOutput, rOptions.bQuiet);
+    if (rOptions.bLog) g_TestLogFolder();
 }
 
 CDocument CTool::NewDocument() const { return {m_rTable.sTool, m_sCommand}; }
@@ -309,11 +314,16 @@ int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
     const CCommandTable Table = g_Table(rTool, Options);
     CParser Parser(Table);
     const auto Fail = [&](EExit eExit, const std::string& sMessage) {
+        if (sMessage.empty()) return static_cast<int>(eExit);
         g_PrintRemark(rTool.pszName + (": " + sMessage));
         if (bJson) g_PrintFailure({rTool.pszName, g_AnswerName(Parser.Command())}, eExit, sMessage);
         return static_cast<int>(eExit);
     };
     try {
+        if (g_IsShellAsking(Arguments)) {
+            g_AnswerShell(Table, Options, Arguments);
+            return static_cast<int>(EExit::kDone);
+        }
         return static_cast<int>(g_Run(Table, Parser, Options, Arguments, bJson));
     } catch (const CRefusal& rRefusal) {
         const int nExit = Fail(rRefusal.Exit(), rRefusal.what());

@@ -1,4 +1,4 @@
-// A tool's commands with their options, and the texts that are read off them.
+// A tool's commands with their options.
 #pragma once
 
 #include "common/command_line.h"
@@ -25,12 +25,11 @@ struct CCommandTable {
     const CTableEntry& Parent(const CTableEntry& rEntry) const;
 };
 
+/// "-o", "--output" of an option; nothing for an argument.
+std::vector<std::string> g_Flags(const CBoundOption& rOption);
 /// The words that the option's value may be; empty: anything.
 std::vector<std::string> g_Choices(const CBoundOption& rOption);
-
-/// A bash completion script.
-std::string g_BashCompletion(const CCommandTable& rTable);
-/// A manual page (section 1, man macros).
-std::string g_ManPage(const CCommandTable& rTable);
+/// Its value is a file, or may be one.
+bool g_TakesFile(const CBoundOption& rOption);
 
 }  // namespace vxttools

@@ -18,6 +18,8 @@ public:
     CJson& operator[](const char* pszKey) { return m_Data[pszKey]; }
     const CJson& operator[](const char* pszKey) const { return m_Data[pszKey]; }
 
+    const CJson& Data() const { return m_Data; }
+
     CTextTable& AddTable(CTextTable Table) { return m_Tables.emplace_back(std::move(Table)); }
     /// Text that is printed as it is, in front of the tables.
     void SetText(std::string sText) { m_sText = std::move(sText); }

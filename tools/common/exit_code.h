@@ -34,7 +34,7 @@ inline constexpr CExitMeaning kExitMeanings[] = {
     {EExit::kInterrupted, "interrupted"},
 };
 
-/// Ends the command: the message goes to stderr, the code becomes the tool's.
+/// Ends the command: the message goes to stderr (an empty one nowhere), the code becomes the tool's.
 class CFailure : public std::runtime_error {
 public:
     CFailure(EExit eExit, const std::string& sMessage) : std::runtime_error(sMessage), m_eExit(eExit) {}

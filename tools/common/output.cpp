@@ -38,8 +38,16 @@ void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, c
 
 void g_Print(const std::string& sData) {
     const bool bWritten = std::fwrite(sData.data(), 1, sData.size(), stdout) == sData.size();
-    if (!bWritten || std::fflush(stdout) != 0)
-        g_CannotWrite("to standard output", std::error_code(errno, std::generic_category()));
+    if (bWritten && std::fflush(stdout) == 0) return;
+    if (errno == EPIPE) throw CFailure(EExit::kFailed, "");  // the reader has seen enough: nothing to complain about
+    g_CannotWrite("to standard output", std::error_code(errno, std::generic_category()));
+}
+
+void g_TestLogFolder() {
+    g_OnFile("the log below ./Logs", [] {
+        std::filesystem::create_directories("Logs");
+        const CFileReplacement Test("Logs/test");
+    });
 }
 
 void g_PrintRemark(const std::string& sText) {

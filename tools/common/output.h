@@ -42,6 +42,9 @@ void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, c
 /// Writes to stdout and waits until it is gone; ends the command when that fails.
 void g_Print(const std::string& sData);
 
+/// Makes the folder of the library's log; ends the command when no file can be made in it.
+void g_TestLogFolder();
+
 /// A line on stderr, wrapped on a terminal.
 void g_PrintRemark(const std::string& sText);
 

@@ -1,6 +1,7 @@
 #include "common/own_commands.h"
 
-#include "common/command_table.h"
+#include "common/man_page.h"
+#include "common/shell_scripts.h"
 
 namespace vxttools {
 namespace {
@@ -8,10 +9,10 @@ namespace {
 struct CShell {
     std::optional<std::string> oShell;
 };
-constexpr COption<CShell> kShell[] = {{"SHELL", "bash", "The shell", &CShell::oShell, true}};
+constexpr COption<CShell> kShell[] = {{"SHELL", "bash|zsh|fish", "The shell", &CShell::oShell, true}};
 
-EExit g_PrintCompletion(CTool& rTool, const CShell&) {
-    rTool.Output().EmitRaw(g_BashCompletion(rTool.Table()));
+EExit g_PrintCompletion(CTool& rTool, const CShell& rShell) {
+    rTool.Output().EmitRaw(g_CompletionScript(*rShell.oShell, rTool.Table().sTool));
     return EExit::kDone;
 }
 
@@ -22,7 +23,7 @@ EExit g_PrintManPage(CTool& rTool) {
 
 }  // namespace
 
-const CCommand kCompletion{"completion", "Print a shell completion script", nullptr,
+const CCommand kCompletion{"completion", "Print a completion script for a shell", nullptr,
                            g_NewCall<CShell, kShell, g_PrintCompletion>};
 const CCommand kManPage{"man", "Print the manual page (man -l FILE shows it)", nullptr, g_NewCall<g_PrintManPage>};
 

@@ -12,7 +12,7 @@ void CQuantity::Judge(double dRaw, const CPlausible& rPlausible) {
     bOutOfRange = false;
     if (dRaw == kSouthBridgeFailure || (dRaw == kFailure && rPlausible.dLow > kFailure) ||
         (dRaw == 0 && !rPlausible.bZeroIsReading)) {
-        sReason = "no reading: this processor or board lacks it, or the access failed";
+        sReason = "there is no reading";
     } else if (!(dRaw >= rPlausible.dLow && dRaw <= rPlausible.dHigh)) {  // also not-a-number
         bOutOfRange = true;
         sReason = std::isfinite(dRaw) ? "implausible raw reading " + g_Trimmed(dRaw, 4) : "raw reading is not a number";

@@ -44,13 +44,15 @@ struct CWantedSettings {
     std::vector<std::string> Words;
     bool bForce = false;
 };
-template <class TWanted>
+template <class TWanted, vxttools::CCompleteValue pComplete>
 inline constexpr vxttools::COption<TWanted> kAssignments{
-    "NAME=VALUE", "", "Settings by the names of the list; 'on' and 'off' for switches", &TWanted::Words, true};
+    "NAME=VALUE", "",       "Settings by the names of the list; 'on' and 'off' for switches", &TWanted::Words, true,
+    nullptr,      pComplete};
 template <class TWanted>
 inline constexpr vxttools::COption<TWanted> kForce{"--force", "", "Also try values outside the list or the limits",
                                                    &TWanted::bForce};
-inline constexpr vxttools::COption<CWantedSettings> kSettingOptions[] = {kAssignments<CWantedSettings>,
+template <vxttools::CCompleteValue pComplete>
+inline constexpr vxttools::COption<CWantedSettings> kSettingOptions[] = {kAssignments<CWantedSettings, pComplete>,
                                                                          kForce<CWantedSettings>};
 
 /// One NAME=VALUE.

@@ -1,4 +1,5 @@
 // vxtctl clocks set: one write for each clock, in their order.
+#include "candidates.h"
 #include "common/command.h"
 #include "firmware_settings.h"
 
@@ -19,6 +20,6 @@ EExit g_ClocksSet(CTool& rTool, const CWantedSettings& rWanted) {
 extern constexpr CCommand kClocksSet{
     "clocks set", "Change clocks, in MHz",
     "  vxtctl clocks set external=205 --dry-run\n  vxtctl clocks set external=205 pcie=101 --yes",
-    g_NewCall<CWantedSettings, kSettingOptions, g_ClocksSet>};
+    g_NewCall<CWantedSettings, kSettingOptions<g_ClockSettingCandidates>, g_ClocksSet>};
 
 }  // namespace vxtctl

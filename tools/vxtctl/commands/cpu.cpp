@@ -1,6 +1,7 @@
 // vxtctl cpu: everything about the cores.
 #include <algorithm>
 
+#include "candidates.h"
 #include "common/command.h"
 #include "common/core_tables.h"
 #include "cpu_report.h"
@@ -15,7 +16,7 @@ struct CWanted {
     std::optional<std::string> oCore;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore},
+    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore, false, nullptr, g_CoreCandidates},
 };
 
 /// What several cores share is told once.

@@ -1,6 +1,7 @@
 // vxtctl cpu set: changing a core's multiplier, voltage or P-state.
 #include <algorithm>
 
+#include "candidates.h"
 #include "common/change_plan.h"
 #include "common/core_tables.h"
 #include "common/text.h"
@@ -22,10 +23,12 @@ struct CWanted {
     bool bForce = false;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"--core", "N|all", "Which core; all of them when left out", &CWanted::oCore},
-    {"--pstate", "N", "Go to this P-state", &CWanted::oPstate},
-    {"--multiplier", "X", "Core clock / reference clock", &CWanted::oMultiplier, false, "--pstate"},
-    {"--voltage", "V", "Core voltage in volts", &CWanted::oVoltage, false, "--pstate"},
+    {"--core", "N|all", "Which core; all of them when left out", &CWanted::oCore, false, nullptr,
+     g_CoreOrAllCandidates},
+    {"--pstate", "N", "Go to this P-state", &CWanted::oPstate, false, nullptr, g_PstateCandidates},
+    {"--multiplier", "X", "Core clock / reference clock", &CWanted::oMultiplier, false, "--pstate",
+     g_MultiplierCandidates},
+    {"--voltage", "V", "Core voltage in volts", &CWanted::oVoltage, false, "--pstate", g_VoltageCandidates},
     {"--force", "", "Also try values beyond what the core is rated for", &CWanted::bForce},
 };
 

@@ -1,6 +1,7 @@
 // vxtctl device: the devices of one type, one block each.
 #include <algorithm>
 
+#include "candidates.h"
 #include "common/command.h"
 #include "common/text.h"
 #include "device_report.h"
@@ -16,7 +17,8 @@ struct CWanted {
     std::optional<std::string> oSelector;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"TYPE[/INDEX]", "", "Device type as in the list's first column, and which one of it", &CWanted::oSelector, true},
+    {"TYPE[/INDEX]", "", "Device type as in the list's first column, and which one of it", &CWanted::oSelector, true,
+     nullptr, g_DeviceCandidates},
 };
 
 /// "TYPE" or "TYPE:INDEX", or an id, "TYPE/INDEX" or "/TYPE/INDEX".

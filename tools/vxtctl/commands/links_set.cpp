@@ -1,4 +1,5 @@
 // vxtctl links set: one write of the link for all values asked for.
+#include "candidates.h"
 #include "common/command.h"
 #include "common/device_id.h"
 #include "link_settings.h"
@@ -13,8 +14,8 @@ struct CWanted : CWantedSettings {
     std::optional<std::string> oLink;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"--link", "N", "Which link; 0 when left out", &CWanted::oLink},
-    kAssignments<CWanted>,
+    {"--link", "N", "Which link; 0 when left out", &CWanted::oLink, false, nullptr, g_LinkCandidates},
+    kAssignments<CWanted, g_LinkSettingCandidates>,
     kForce<CWanted>,
 };
 

@@ -1,4 +1,5 @@
 // vxtctl memory set: one write for all timings, one for all of the configuration.
+#include "candidates.h"
 #include "common/command.h"
 #include "memory_settings.h"
 
@@ -19,6 +20,6 @@ EExit g_MemorySet(CTool& rTool, const CWantedSettings& rWanted) {
 extern constexpr CCommand kMemorySet{
     "memory set", "Change timings or configuration",
     "  vxtctl memory set tcl=9 trcd=9 --dry-run\n  vxtctl memory set slow_access=on --yes",
-    g_NewCall<CWantedSettings, kSettingOptions, g_MemorySet>};
+    g_NewCall<CWantedSettings, kSettingOptions<g_MemorySettingCandidates>, g_MemorySet>};
 
 }  // namespace vxtctl

@@ -1,4 +1,5 @@
 // vxtctl voltages set: one write for each voltage, in their order.
+#include "candidates.h"
 #include "common/command.h"
 #include "firmware_settings.h"
 
@@ -16,8 +17,9 @@ EExit g_VoltagesSet(CTool& rTool, const CWantedSettings& rWanted) {
 
 }  // namespace
 
-extern constexpr CCommand kVoltagesSet{"voltages set", "Change voltages, in V; the names stand in the list",
-                                       "  vxtctl voltages set memory_voltage=1.6 --dry-run",
-                                       g_NewCall<CWantedSettings, kSettingOptions, g_VoltagesSet>};
+extern constexpr CCommand kVoltagesSet{
+    "voltages set", "Change voltages, in V; the names stand in the list",
+    "  vxtctl voltages set memory_voltage=1.6 --dry-run",
+    g_NewCall<CWantedSettings, kSettingOptions<g_VoltageSettingCandidates>, g_VoltagesSet>};
 
 }  // namespace vxtctl

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "acpi_signature.h"
+#include "candidates.h"
 #include "common/command.h"
 #include "common/device_id.h"
 #include "driver_session.h"
@@ -20,7 +21,7 @@ struct CWanted {
     std::optional<std::string> oSignature;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"SIGNATURE", "", "Table to dump", &CWanted::oSignature},
+    {"SIGNATURE", "", "Table to dump", &CWanted::oSignature, false, nullptr, g_AcpiCandidates},
 };
 
 /// The header that every table begins with (ACPI 3.0, 5.2.6).

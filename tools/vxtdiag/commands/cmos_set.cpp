@@ -1,6 +1,7 @@
 // vxtdiag cmos set: changing setup items.
 #include <algorithm>
 
+#include "candidates.h"
 #include "common/change_plan.h"
 #include "common/device_id.h"
 #include "common/text.h"
@@ -19,7 +20,8 @@ struct CWanted {
     bool bForce = false;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"ITEM=OPTION", "", "Items by name or number; an option's text or its number", &CWanted::Words, true},
+    {"ITEM=OPTION", "", "Items by name or number; an option's text or its number", &CWanted::Words, true, nullptr,
+     g_SetupCandidates},
     {"--force", "", "Also try numbers that no option stands for", &CWanted::bForce},
 };
 

@@ -1,6 +1,7 @@
 // vxtdiag cpu: what the library knows of a core beyond the operations that hosts can call.
 #include <type_traits>
 
+#include "candidates.h"
 #include "common/command.h"
 #include "common/core_tables.h"
 #include "common/text.h"
@@ -27,7 +28,7 @@ struct CWanted {
     std::optional<std::string> oCore;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore},
+    {"CORE", "", "Core, 0 or cpu/0; all cores when left out", &CWanted::oCore, false, nullptr, g_CoreCandidates},
 };
 
 /// A CPUID bit that the library keeps. Source: the CPUID specification of the processors' maker.
@@ -220,7 +221,7 @@ CCells g_Rows(const CJson& rCore) {
          {std::pair("brand", "Brand"), std::pair("signature", "Signature"), std::pair("revision", "Revision"),
           std::pair("socket", "Socket"), std::pair("half_multiplier_steps", "Multiplier moves by 0.5"),
           std::pair("steady_tsc", "TSC ticks steadily")})
-        Rows.push_back({"  " + std::string(pszLabel), g_Cell(rCore[pszKey])});
+        Rows.push_back({"  " + std::string(pszLabel), rCore[pszKey].IsNull() ? "not known" : g_Cell(rCore[pszKey])});
     for (const char* const pszKey : {"limits", "caches"})
         for (const CJson& rNumber : rCore[pszKey].Items()) {
             Rows.push_back({"  " + rNumber["label"].Text(),

@@ -1,6 +1,7 @@
 // vxtdiag firmware: the firmware's tunable objects, its commands, and what it says of the board.
 #include <algorithm>
 
+#include "candidates.h"
 #include "common/command.h"
 #include "common/device_id.h"
 #include "common/text.h"
@@ -17,7 +18,7 @@ struct CWanted {
     std::optional<std::string> oId;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"ID", "", "Object to show, in hexadecimal", &CWanted::oId},
+    {"ID", "", "Object to show, in hexadecimal", &CWanted::oId, false, nullptr, g_ObjectCandidates},
 };
 
 constexpr uint32_t kClocks[] = {0x01010000, 0x01020000, 0x01030000};

@@ -1,4 +1,5 @@
 // vxtdiag pci: the PCI functions, or one of them and its configuration space.
+#include "candidates.h"
 #include "common/command.h"
 #include "common/device_id.h"
 #include "common/text.h"
@@ -17,7 +18,8 @@ struct CWanted {
     std::optional<std::string> oAddress;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"ADDRESS", "", "Function to dump, as bus:device.function in hexadecimal", &CWanted::oAddress},
+    {"ADDRESS", "", "Function to dump, as bus:device.function in hexadecimal", &CWanted::oAddress, false, nullptr,
+     g_PciCandidates},
 };
 
 CJson g_ToJson(const CPciRecord& rRecord, const CJson& rData) {

@@ -1,0 +1,60 @@
+#include "firmware.h"
+
+#include <windows.h>
+
+#include <atomic>
+
+#include "class_object.h"
+#include "platform/simulated/simulated_machine.h"
+
+namespace vxtwmi {
+
+namespace {
+
+using vxtdriver::CFirmwareCall;
+using vxtdriver::CFirmwareReply;
+namespace simulated = vxt::platform::simulated;
+
+std::atomic<bool> g_bOwnOnly = false;
+
+struct CHandleCloser {
+    void operator()(HANDLE hObject) const { CloseHandle(hObject); }
+};
+
+/// Nothing when there is no driver.
+std::optional<CFirmwareReply> g_RunInDriver(const CFirmwareCall& rCall) {
+    const HANDLE hOpened = CreateFileW(L"\\\\.\\VXTDriver", GENERIC_READ | GENERIC_WRITE,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (hOpened == INVALID_HANDLE_VALUE) return std::nullopt;
+    const std::unique_ptr<void, CHandleCloser> hDriver(hOpened);
+    std::vector<uint8_t> Bytes = vxtdriver::g_Pack(rCall);
+    DWORD dwReturned = 0;
+    uint32_t uSize = 0;
+    CFirmwareReply Reply;
+    if (!DeviceIoControl(hDriver.get(), vxtdriver::kRunFirmware, Bytes.data(), static_cast<DWORD>(Bytes.size()), &uSize,
+                         sizeof(uSize), &dwReturned, nullptr))
+        return Reply;
+    Bytes.assign(uSize, 0);
+    const bool bRetCode = DeviceIoControl(hDriver.get(), vxtdriver::kTakeFirmwareAnswer, nullptr, 0, Bytes.data(),
+                                          uSize, &dwReturned, nullptr) &&
+                          dwReturned == uSize && vxtdriver::g_Unpack(Bytes, Reply);
+    return bRetCode ? Reply : CFirmwareReply();
+}
+
+}  // namespace
+
+CFirmwareReply g_RunFirmware(const CFirmwareCall& rCall) {
+    if (auto oReply = g_bOwnOnly ? std::nullopt : g_RunInDriver(rCall)) return std::move(*oReply);
+    CFirmwareReply Reply;
+    const vxtsim::CSimMachine& rMachine = simulated::g_GetMachine();
+    const uint64_t ullBegin = rMachine.Now();
+    Reply.bDone = g_GetWmi().Execute(rCall.sNamespace, rCall.sPath, rCall.sMethod,
+                                     rCall.oInput ? &*rCall.oInput : nullptr, Reply.oOutput) &&
+                  simulated::g_KeepState();
+    Reply.ullNanoseconds = rMachine.Now() - ullBegin;
+    return Reply;
+}
+
+void g_LeaveDriverAlone() { g_bOwnOnly = true; }
+
+}  // namespace vxtwmi

@@ -1,0 +1,174 @@
+#include "candidates.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "common/text.h"
+#include "core_limits.h"
+#include "cpu_report.h"
+#include "device_report.h"
+#include "device_types.h"
+#include "firmware_settings.h"
+#include "link_settings.h"
+#include "memory_settings.h"
+
+namespace vxtctl {
+
+using vxttools::CCandidate;
+using vxttools::CDocument;
+using vxttools::CJson;
+using vxttools::CTool;
+using vxttools::g_Trimmed;
+using CCandidates = std::vector<CCandidate>;
+
+namespace {
+
+constexpr int kDecimals = 4;
+
+// --- settings ---
+
+/// Every setting that can be written, wherever in the answer it stands.
+void g_CollectSettings(const CJson& rNode, std::vector<CJson>& rSettings) {
+    if (rNode.IsArray()) {
+        for (const CJson& rItem : rNode.Items()) g_CollectSettings(rItem, rSettings);
+    } else if (rNode.IsObject() && rNode.Has("writable")) {
+        if (rNode["writable"].Flag()) rSettings.push_back(rNode);
+    } else if (rNode.IsObject()) {
+        for (const auto& [sKey, rMember] : rNode.Members()) g_CollectSettings(rMember, rSettings);
+    }
+}
+
+/// The list, or where there is none the steps from limit to limit; of very many only the ends.
+std::vector<double> g_LegalValues(const CJson& rSetting) {
+    constexpr double kMany = 500;
+    std::vector<double> Values;
+    if (!rSetting["legal"].IsNull()) {
+        for (const CJson& rValue : rSetting["legal"].Items()) Values.push_back(rValue.Number().value_or(0));
+        return Values;
+    }
+    const auto oMinimum = rSetting["limits"]["min"].Number(), oMaximum = rSetting["limits"]["max"].Number();
+    if (!oMinimum || !oMaximum) return Values;
+    const double dRange = *oMaximum - *oMinimum, dStep = rSetting["step"].Number().value_or(0);
+    if (dStep <= 0 || dRange / dStep > kMany) return {*oMinimum, *oMaximum};
+    for (double d = 0; d < std::floor(dRange / dStep + 0.5) + 1; ++d) Values.push_back(*oMinimum + d * dStep);
+    return Values;
+}
+
+CCandidates g_SettingCandidates(const CJson& rAnswer, const std::string& sBegun) {
+    std::vector<CJson> Settings;
+    g_CollectSettings(rAnswer, Settings);
+    CCandidates Candidates;
+    const auto Offer = [&](const std::string& sWord, const std::string& sMeaning) {
+        if (std::ranges::count(Candidates, sWord, &CCandidate::sWord) == 0) Candidates.push_back({sWord, sMeaning});
+    };
+    for (const CJson& rSetting : Settings) {
+        const std::string &rsId = rSetting["id"].Text(), &rsUnit = rSetting["unit"].Text();
+        const std::string sBegin = rsId.substr(rsId.rfind('/') + 1) + "=";
+        if (!sBegun.starts_with(sBegin)) {
+            Offer(sBegin, rSetting["label"].Text());
+            continue;
+        }
+        const std::vector<double> Values = g_LegalValues(rSetting);
+        const bool bSwitch = rsUnit.empty() && Values == std::vector<double>{0, 1};
+        for (const double dValue : Values)
+            Offer(sBegin + (bSwitch ? (dValue != 0 ? "on" : "off") : g_Trimmed(dValue, kDecimals)),
+                  rSetting["value"].Number() == dValue ? "now" : rsUnit);
+    }
+    return Candidates;
+}
+
+template <void (*pAdd)(CDocument&, const CHostLibrary&, vxttools::CFindings&)>
+CCandidates g_SettingsOf(const CTool& rTool, const std::string& sBegun) {
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    vxttools::CFindings Ignored;
+    pAdd(Document, Library, Ignored);
+    return g_SettingCandidates(Document.Data(), sBegun);
+}
+
+// --- the first core ---
+
+CCoreLimits g_FirstCore(const CHostLibrary& rLibrary) {
+    return CCoreLimits(*static_cast<vxtapi::CCPU*>(g_SelectCores(rLibrary, 0).front().pDevice));
+}
+
+CCandidates g_LegalCandidates(const CSetting& rSetting) {
+    CCandidates Candidates;
+    for (const double dValue : rSetting.Legal)
+        Candidates.push_back({rSetting.Text(dValue), rSetting.oValue == dValue ? "now" : rSetting.sUnit});
+    return Candidates;
+}
+
+}  // namespace
+
+CCandidates g_DeviceCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    g_AddDevices(Document, Library.Devices());
+    CCandidates Candidates;
+    for (const CJson& rDevice : std::as_const(Document)["devices"].Items()) {
+        const std::string sWord = rDevice["id"].Text().substr(1);
+        const std::string sType = sWord.substr(0, sWord.find('/'));
+        if (rDevice["index"].Number() == 0.0) Candidates.push_back({sType, rDevice["type_name"].Text()});
+        Candidates.push_back({sWord, rDevice["name"].Text()});
+    }
+    return Candidates;
+}
+
+CCandidates g_CoreCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    CCandidates Candidates;
+    for (const CInventoryEntry& rCore : Library.Devices(vxtapi::kDeviceCpu))
+        Candidates.push_back({std::to_string(rCore.uIndex), vxttools::g_Utf8(rCore.pDevice->GetName())});
+    return Candidates;
+}
+
+CCandidates g_CoreOrAllCandidates(const CTool& rTool, const std::string& sBegun) {
+    CCandidates Candidates = g_CoreCandidates(rTool, sBegun);
+    Candidates.push_back({"all", "every core"});
+    return Candidates;
+}
+
+CCandidates g_LinkCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    vxttools::CFindings Ignored;
+    g_AddLinks(Document, Library, Ignored);
+    CCandidates Candidates;
+    for (const CJson& rLink : std::as_const(Document)["links"].Items())
+        Candidates.push_back({rLink["number"].Dump(), "link"});
+    return Candidates;
+}
+
+CCandidates g_PstateCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    CCandidates Candidates;
+    for (const double dPstate : g_FirstCore(Library).PstateNumbers)
+        Candidates.push_back({g_Trimmed(dPstate, 0), "P-state"});
+    return Candidates;
+}
+
+CCandidates g_MultiplierCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    return g_LegalCandidates(g_FirstCore(Library).Multiplier);
+}
+
+CCandidates g_VoltageCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    return g_LegalCandidates(g_FirstCore(Library).Voltage);
+}
+
+CCandidates g_MemorySettingCandidates(const CTool& rTool, const std::string& sBegun) {
+    return g_SettingsOf<g_AddMemory>(rTool, sBegun);
+}
+CCandidates g_LinkSettingCandidates(const CTool& rTool, const std::string& sBegun) {
+    return g_SettingsOf<g_AddLinks>(rTool, sBegun);
+}
+CCandidates g_ClockSettingCandidates(const CTool& rTool, const std::string& sBegun) {
+    return g_SettingsOf<g_AddClocks>(rTool, sBegun);
+}
+CCandidates g_VoltageSettingCandidates(const CTool& rTool, const std::string& sBegun) {
+    return g_SettingsOf<g_AddVoltages>(rTool, sBegun);
+}
+
+}  // namespace vxtctl
