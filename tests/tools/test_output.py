@@ -121,8 +121,9 @@ def test_csv_has_a_row_of_equal_width_for_every_object_and_a_cell_for_every_valu
 
 
 def test_a_spreadsheet_does_not_run_the_text_of_a_device():
-    write("sly.machine", FIRMWARE.replace("name = Deaf", "name = =1+A1").replace("name = Silent", "name = -5"))
-    assert ",\"'=1+A1\"," in run("vxtctl voltages --csv --machine sly.machine").out and ",-5," in run("vxtctl voltages --csv --machine sly.machine").out
+    write("sly.machine", FIRMWARE.replace("name = Deaf", 'name = =1+"A1"').replace("name = Silent", "name = -5"))
+    rows = csv.DictReader(io.StringIO(run("vxtctl voltages --csv --machine sly.machine").out))
+    assert [row["label"] for row in rows][-2:] == ["'=1+\"A1\"", "-5"]
 
 
 # --- text that fits ------------------------------------------------------------------------------------------------------------
@@ -154,3 +155,15 @@ def test_columns_that_find_no_room_are_named_and_only_those_go():
 
 def test_a_dumb_terminal_gets_no_escapes():
     assert "\033" not in run_on_terminal("vxtctl devices", env={"TERM": "dumb", "NO_COLOR": ""}).out
+
+
+def test_labels_wrap_and_what_has_no_room_for_a_table_is_told_one_cell_a_line():
+    found = run("vxtctl links", env={"COLUMNS": "25"}).out
+    assert "Name: in_width\n  Value: 16\n  Unit: bits\n  Legal values: 2 4 8\n    [16]\n" in found
+    narrow = run("vxtdiag cpu 0", env={"COLUMNS": "40"}).out
+    assert re.search(r"\n  Nominal clock +3000.0 MHz\n  at a 200 MHz\n  reference\n", narrow)
+
+
+@table("key", ["\x04", "\x03"])
+def test_a_question_that_gets_no_answer_ends_its_line(key):
+    assert re.search(r"\[y/N\] \S*\r\nvxtctl: nothing was written\r\n", run_on_terminal("vxtctl cpu set --core 0 --pstate 1", key).out)

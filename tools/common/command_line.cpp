@@ -161,7 +161,9 @@ CLI::Option& g_Add(CLI::App& rApp, const CBoundOption& rOption) {
     };
     CLI::Option& rAdded = *rApp.add_option(rOption.pszName, Take, rOption.pszMeaning)->type_name(rOption.pszType);
     rAdded.multi_option_policy(CLI::MultiOptionPolicy::TakeAll);  // counting them is up to g_Take
-    if (g_TakesSeveral(rOption)) rAdded.expected(CLI::detail::expected_max_vector_size);
+    // Asked for "at least one" the parser would take "[a,b]" apart, which is a value like any other here.
+    constexpr int kMany = CLI::detail::expected_max_vector_size;
+    if (g_TakesSeveral(rOption)) rAdded.expected(kMany, kMany);
     return rAdded;
 }
 

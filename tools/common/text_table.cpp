@@ -55,8 +55,8 @@ public:
         }
     }
 
-    /// Leaves columns out until the others are readable; returns their headings.
-    std::vector<std::string> LeaveOut() {
+    /// Leaves columns out until the others are readable, and adds their headings to those in `rLeftOut`.
+    void LeaveOut(std::vector<std::string>& rLeftOut) {
         std::vector<CColumn> Gone;
         while (_Needed(&CColumn::uReadable) > m_uWidth) {
             const auto itLast = std::ranges::max_element(m_Columns, [](const CColumn& a, const CColumn& b) {
@@ -67,9 +67,8 @@ public:
             m_Columns.erase(itLast);
         }
         std::ranges::sort(Gone, {}, &CColumn::uIndex);
-        std::vector<std::string> Headings;
-        for (const CColumn& rColumn : Gone) Headings.push_back(rColumn.sHeading);
-        return Headings;
+        for (const CColumn& rColumn : Gone)
+            if (!std::ranges::count(rLeftOut, rColumn.sHeading)) rLeftOut.push_back(rColumn.sHeading);
     }
 
     /// Narrows columns until the table fits. False: it cannot.
@@ -183,8 +182,7 @@ void g_AppendTable(const CTextTable& rTable, bool bColor, size_t uWidth, std::st
     if (!rsText.empty()) rsText += "\n";
     if (!rTable.sTitle.empty()) Append(g_Wrap(rTable.sTitle, uWidth), kBold);
     CLayout Layout(rTable, uWidth);
-    for (const std::string& rsHeading : Layout.LeaveOut())
-        if (!std::ranges::count(rLeftOut, rsHeading)) rLeftOut.push_back(rsHeading);
+    Layout.LeaveOut(rLeftOut);
     if (!Layout.Narrow()) {
         for (const auto& rRow : rTable.Rows) rsText += g_Listed(Layout.Columns(), rRow, uWidth);
         return;
