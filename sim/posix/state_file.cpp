@@ -14,8 +14,8 @@ namespace vxtsim {
 
 namespace {
 
-bool g_Fail(std::string& rsReason, int nError = errno) {
-    rsReason = std::strerror(nError);
+bool g_Fail(std::string& rsReason) {
+    rsReason = std::strerror(errno);
     return false;
 }
 
@@ -62,7 +62,7 @@ bool CStateFile::Open(const std::string& sPath, std::string& rsReason) {
         char szPath[PATH_MAX];
         if (!realpath(sPath.c_str(), szPath) || fstat(nFile, &Opened) != 0) return g_Fail(rsReason);
         m_sPath = szPath, m_bEmpty = Opened.st_size == 0;
-        if (!S_ISREG(Opened.st_mode)) return g_Fail(rsReason, EINVAL);
+        if (!S_ISREG(Opened.st_mode)) return rsReason = "no regular file", false;
         if (flock(nFile, LOCK_EX | LOCK_NB) != 0) {
             m_bMade = false;
             rsReason = errno == EWOULDBLOCK ? "another process uses it" : std::strerror(errno);

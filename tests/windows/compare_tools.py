@@ -23,7 +23,7 @@ READS = [f"vxtctl {command} --json".replace("  ", " ")
          for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages")]
 READS += [f"vxtdiag {command} --json" for command in ("firmware", "cmos", "acpi", "pci")]
 WRITES = {
-    "family10h-ddr2": ["vxtctl links set frequency=6 --yes"],
+    "family10h-ddr2": ["vxtctl links set frequency=6 --yes", "vxtctl links --output 'Übersicht-日本.txt'"],
     "family10h-ddr3": ["vxtctl cpu set --core 1 --pstate 2 --yes",
                        "vxtctl memory set tcl=8 slow_access=on --yes",
                        "vxtctl clocks set external=205 pcie=101 --yes",
