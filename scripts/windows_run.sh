@@ -17,9 +17,9 @@ while [[ $# -gt 0 ]]; do
         [[ $# -ge 2 ]] || _refuse "$1: its value is missing"
         set -- "$1=$2" "${@:3}"
         continue ;;
+    --machine= | --state= | --fault=) _refuse "${1%=}: an argument is empty" ;;
     --machine=*) machine=${1#*=} ;;
     --state=*) state=${1#*=} ;;
-    --fault=) ;;  # as everywhere: an empty text is none
     --fault=*) _refuse "--fault: faults are injected natively only, not on Windows" ;;
     *) arguments+=("$1") ;;
     esac

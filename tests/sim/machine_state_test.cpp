@@ -176,11 +176,14 @@ TEST_F(StateFile, IsWrittenWholeWhenSomethingChangedAndOnlyThen) {
 
 TEST_F(StateFile, BelongsToOneProcessAndOneMachine) {
     ASSERT_EQ(Open("k8-first"), "");
-    CMachineState Second;
-    CMachineDescription Machine;
-    std::string sError;
-    EXPECT_FALSE(Second.Open(m_sFile, "", Machine, sError));
-    EXPECT_EQ(sError, m_sFile + ": another process uses it");
+    CSimClient Client(m_Machine);
+    for (const uint32_t uWritten : {Client.ReadPci(kDram, 0x88), 1u}) {  // the file is still the first, then another
+        CMachineState Second;
+        std::string sError;
+        EXPECT_TRUE(Client.WritePci(kDram, 0x88, uWritten) && m_pState->Keep(Client.m_Machine, sError));
+        EXPECT_FALSE(Second.Open(m_sFile, "", m_Machine, sError));
+        EXPECT_EQ(sError, m_sFile + ": another process uses it");
+    }
     m_pState.reset();
     EXPECT_EQ(Open("k8-revf-dual"), ": the state of k8-first, not of k8-revf-dual");
     m_pState.reset();

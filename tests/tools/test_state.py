@@ -7,6 +7,7 @@ import random
 import resource
 import signal
 import subprocess
+import sys
 import time
 
 from tools import FOLDER, answer, read, reading, run, table, write
@@ -59,6 +60,33 @@ def test_what_is_wrong_with_the_state_is_one_line_with_its_name(tool):
         told = [row for row in one.err.splitlines() if fragment in row and line.split()[0] in row]
         assert (one.code, one.out, len(told)) == (4, "", 1), one
     assert read("plain.machine") == "[machine]\n"
+
+
+HOST = """
+import _ctypes, ctypes
+for turn in range(2):
+    library = ctypes.CDLL({library!r})
+    library.VXTSimulatedError.restype = ctypes.c_char_p
+    error = library.VXTSimulatedError() if {asks} else None
+    print(library.InitVXTAPI(0), error and error.decode(), library.VXTSimulatedFailures() > 0)
+    library.UnInitVXTAPI()
+    _ctypes.dlclose(library._handle)
+"""
+
+
+@table("variable, value, asks, line, told", [
+    ("VXT_STATE", "pc.state", True, "1 None False", ""),
+    ("VXT_STATE", "fw.machine", True, "0 fw.machine: a machine file and no state of a PC: it is not written to False", ""),
+    ("VXT_FAULT", "rate=often", True, "0 --fault: expected rate=0 to rate=100, found rate=often False", ""),
+    ("VXT_FAULT", "rate=often", False, "0 None False", "--fault: expected rate=0 to rate=100, found rate=often\n"),
+    ("VXT_FAULT", "rate=100,kinds=fail", True, "0 None True", None),
+    ("VXT_FAULT", "rate=100,kinds=delay", True, "1 None False", None),
+])
+def test_a_host_can_ask_what_is_wrong_or_is_told_on_stderr(variable, value, asks, line, told):
+    code = HOST.format(library=str(FOLDER / "libVXTAPI.so"), asks=asks)
+    found = subprocess.run([sys.executable, "-c", code], env={**os.environ, variable: value}, capture_output=True, text=True, check=False)
+    assert found.stdout == f"{line}\n" * 2, "the library was loaded twice"
+    assert told is None or found.stderr == told * 2
 
 
 def limited(line, size):

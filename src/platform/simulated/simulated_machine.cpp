@@ -37,6 +37,10 @@ struct CCurrent {
 
 CCurrent& g_GetCurrent() {
     static CCurrent* const s_pCurrent = new CCurrent;  // outlives whoever still holds a handle at exit
+    struct CStateHold {
+        ~CStateHold() { s_pCurrent->pState.reset(); }
+    };
+    static const CStateHold s_Hold;  // ends with the library: who loads it again may have the file
     return *s_pCurrent;
 }
 
