@@ -32,6 +32,8 @@ def pytest_unconfigure(config):
 
 @pytest.fixture(autouse=True)
 def folder(tmp_path, monkeypatch):
-    """Each test has a folder of its own, with a machine whose firmware can be tuned."""
+    """Each test has a folder of its own, with a machine whose firmware can be tuned, and no terminal's settings."""
     monkeypatch.chdir(tmp_path)
+    monkeypatch.delenv("COLUMNS", raising=False)
+    monkeypatch.setenv("TERM", "xterm")
     write("fw.machine", FIRMWARE)

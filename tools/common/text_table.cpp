@@ -1,6 +1,7 @@
 #include "common/text_table.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "common/text.h"
 
@@ -26,7 +27,8 @@ struct CColumn {
     size_t uMarks = 0;                               ///< how readily it is left out; 0: never
     size_t uNatural = 0, uReadable = 0, uLeast = 0;  ///< the last: of its longest word
     size_t uWidth = 0;                               ///< the one it gets
-    std::vector<size_t> Heights = {};                ///< of its cells at that width
+    std::vector<size_t> Heights = {};                ///< of heading and cells at that width
+    std::vector<size_t> Narrower = {};               ///< and at one less; empty: not counted yet
 
     CColumn(size_t uColumn, std::string sMarked) : uIndex(uColumn) {
         const size_t uBegin = std::min(sMarked.find_first_not_of("~>"), sMarked.size());
@@ -83,14 +85,14 @@ public:
             std::pair<size_t, size_t> Best;
             for (CColumn& rColumn : m_Columns) {
                 if (rColumn.uWidth <= rColumn.*pFloor) continue;
-                std::vector<size_t> Heights = _Heights(rColumn, rColumn.uWidth - 1);
-                Heights.swap(rColumn.Heights);
+                if (rColumn.Narrower.empty()) rColumn.Narrower = _Heights(rColumn, rColumn.uWidth - 1);
+                rColumn.Heights.swap(rColumn.Narrower);
                 const std::pair Candidate(_Height(), kUnlimited - rColumn.uWidth);
-                Heights.swap(rColumn.Heights);
+                rColumn.Heights.swap(rColumn.Narrower);
                 if (!pBest || Candidate < Best) pBest = &rColumn, Best = Candidate;
             }
             --pBest->uWidth;
-            pBest->Heights = _Heights(*pBest, pBest->uWidth);
+            pBest->Heights = std::exchange(pBest->Narrower, {});
         }
         return true;
     }
