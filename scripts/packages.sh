@@ -39,7 +39,8 @@ if ! flock -n 9; then
 fi
 left=$(missing)
 [[ -n $left ]] || exit 0
-echo "Installing $(wc -w <<<"$left") packages, a minute or more:" $left >&2
+count=$(wc -w <<<"$left")
+echo "Installing $count package$([[ $count -eq 1 ]] || echo s), a minute or more:" $left >&2
 quietly=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive)
 apt=("${quietly[@]}" apt-get -q -y -o Acquire::Retries=3 -o DPkg::Lock::Timeout=600)
 install() {

@@ -1,6 +1,8 @@
 // A tool's commands with their options.
 #pragma once
 
+#include <string_view>
+
 #include "common/command_line.h"
 
 namespace vxttools {
@@ -31,5 +33,7 @@ std::vector<std::string> g_Flags(const CBoundOption& rOption);
 std::vector<std::string> g_Choices(const CBoundOption& rOption);
 /// Its value is a file, or may be one.
 bool g_TakesFile(const CBoundOption& rOption);
+/// What a command's option has been given; nothing: none. For completion, where no command is run with its record.
+std::optional<std::string> g_GivenText(const CCommandTable& rTable, const std::string& sPath, std::string_view sOption);
 
 }  // namespace vxttools

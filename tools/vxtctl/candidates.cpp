@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/command_table.h"
+#include "common/core_tables.h"
+#include "common/device_id.h"
 #include "common/text.h"
 #include "core_limits.h"
 #include "cpu_report.h"
@@ -20,6 +23,8 @@ using vxttools::CJson;
 using vxttools::CTool;
 using vxttools::g_Trimmed;
 using CCandidates = std::vector<CCandidate>;
+
+extern const vxttools::CCommand kCpuSet, kLinksSet;
 
 namespace {
 
@@ -86,10 +91,13 @@ CCandidates g_SettingsOf(const CTool& rTool, const std::string& sBegun) {
     return g_SettingCandidates(Document.Data(), sBegun);
 }
 
-// --- the first core ---
+// --- a core ---
 
-CCoreLimits g_FirstCore(const CHostLibrary& rLibrary) {
-    return CCoreLimits(*static_cast<vxtapi::CCPU*>(g_SelectCores(rLibrary, 0).front().pDevice));
+/// Of the core that is to be set, of the first one where that is all of them.
+CCoreLimits g_Limits(const CTool& rTool, const CHostLibrary& rLibrary) {
+    const std::string sCore = g_GivenText(rTool.Table(), kCpuSet.pszPath, "--core").value_or("all");
+    const uint32_t uCore = sCore == "all" ? 0 : vxttools::g_ParseCore(sCore, "--core");
+    return CCoreLimits(*static_cast<vxtapi::CCPU*>(g_SelectCores(rLibrary, uCore).front().pDevice));
 }
 
 CCandidates g_LegalCandidates(const CSetting& rSetting) {
@@ -143,26 +151,34 @@ CCandidates g_LinkCandidates(const CTool& rTool, const std::string&) {
 CCandidates g_PstateCandidates(const CTool& rTool, const std::string&) {
     const CHostLibrary Library(rTool.Options());
     CCandidates Candidates;
-    for (const double dPstate : g_FirstCore(Library).PstateNumbers)
+    for (const double dPstate : g_Limits(rTool, Library).PstateNumbers)
         Candidates.push_back({g_Trimmed(dPstate, 0), "P-state"});
     return Candidates;
 }
 
 CCandidates g_MultiplierCandidates(const CTool& rTool, const std::string&) {
     const CHostLibrary Library(rTool.Options());
-    return g_LegalCandidates(g_FirstCore(Library).Multiplier);
+    return g_LegalCandidates(g_Limits(rTool, Library).Multiplier);
 }
 
 CCandidates g_VoltageCandidates(const CTool& rTool, const std::string&) {
     const CHostLibrary Library(rTool.Options());
-    return g_LegalCandidates(g_FirstCore(Library).Voltage);
+    return g_LegalCandidates(g_Limits(rTool, Library).Voltage);
 }
 
 CCandidates g_MemorySettingCandidates(const CTool& rTool, const std::string& sBegun) {
     return g_SettingsOf<g_AddMemory>(rTool, sBegun);
 }
 CCandidates g_LinkSettingCandidates(const CTool& rTool, const std::string& sBegun) {
-    return g_SettingsOf<g_AddLinks>(rTool, sBegun);
+    const CHostLibrary Library(rTool.Options());
+    CDocument Document = rTool.NewDocument();
+    vxttools::CFindings Ignored;
+    g_AddLinks(Document, Library, Ignored);
+    const auto oLink = g_GivenText(rTool.Table(), kLinksSet.pszPath, "--link");
+    const CJson Number(vxttools::g_ParseIndex(oLink.value_or("0"), "ht-link/0/link"));
+    for (const CJson& rLink : std::as_const(Document)["links"].Items())
+        if (rLink["number"] == Number) return g_SettingCandidates(rLink, sBegun);
+    return {};
 }
 CCandidates g_ClockSettingCandidates(const CTool& rTool, const std::string& sBegun) {
     return g_SettingsOf<g_AddClocks>(rTool, sBegun);

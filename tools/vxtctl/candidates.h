@@ -12,7 +12,7 @@ std::vector<vxttools::CCandidate> g_CoreCandidates(const vxttools::CTool& rTool,
 std::vector<vxttools::CCandidate> g_CoreOrAllCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_LinkCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 
-/// Values for the first core: those that it names itself and, of multipliers, whole ones below its highest.
+/// Legal values of the core that --core names, of the first one where it names all.
 std::vector<vxttools::CCandidate> g_PstateCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_MultiplierCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_VoltageCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
