@@ -167,3 +167,10 @@ def test_labels_wrap_and_what_has_no_room_for_a_table_is_told_one_cell_a_line():
 @table("key", ["\x04", "\x03"])
 def test_a_question_that_gets_no_answer_ends_its_line(key):
     assert re.search(r"\[y/N\] \S*\r\nvxtctl: nothing was written\r\n", run_on_terminal("vxtctl cpu set --core 0 --pstate 1", key).out)
+
+
+def test_more_cores_than_fit_beside_each_other_stand_in_a_second_table():
+    write("eight.machine", "[machine]\nbased_on = family10h-ddr3\ncores = 8\n")
+    found = run("vxtctl cpu --machine eight.machine", env={"COLUMNS": "80"}).out
+    assert re.findall(r"^ +((?:Core \d *)+)$", found, re.M) == ["Core 0  Core 1  Core 2  Core 3", "Core 4  Core 5  Core 6  Core 7"]
+    assert len(re.findall(r"^  Core voltage +V(?: +1\.3500){4}$", found, re.M)) == 2 and found.count("Readings\n") == 1

@@ -60,7 +60,7 @@ public:
     /// Leaves columns out until the others are readable, and adds their headings to those in `rLeftOut`.
     void LeaveOut(std::vector<std::string>& rLeftOut) {
         std::vector<CColumn> Gone;
-        while (_Needed(&CColumn::uReadable) > m_uWidth) {
+        while (!IsReadable()) {
             const auto itLast = std::ranges::max_element(m_Columns, [](const CColumn& a, const CColumn& b) {
                 return std::pair(a.uMarks, a.uIndex) < std::pair(b.uMarks, b.uIndex);
             });
@@ -73,11 +73,13 @@ public:
             if (!std::ranges::count(rLeftOut, rColumn.sHeading)) rLeftOut.push_back(rColumn.sHeading);
     }
 
+    bool IsReadable() const { return _Needed(&CColumn::uReadable) <= m_uWidth; }
+
     /// Narrows columns until the table fits. False: it cannot.
     bool Narrow() {
         if (_Needed(&CColumn::uNatural) <= m_uWidth) return true;
         if (_Needed(&CColumn::uLeast) > m_uWidth) return false;
-        const auto pFloor = _Needed(&CColumn::uReadable) > m_uWidth ? &CColumn::uLeast : &CColumn::uReadable;
+        const auto pFloor = IsReadable() ? &CColumn::uReadable : &CColumn::uLeast;
         for (CColumn& rColumn : m_Columns) rColumn.Heights = _Heights(rColumn, rColumn.uWidth);
         while (_Needed(&CColumn::uWidth) > m_uWidth) {
             // The one whose narrowing makes the table the least longer; of equal ones the widest.
@@ -161,6 +163,28 @@ private:
     std::vector<CColumn> m_Columns;
 };
 
+/// Columns of numbers behind columns of text (a core each, say) can be told in two tables, with the text in both.
+/// Nothing for any other table.
+std::vector<CTextTable> g_Halves(const CTextTable& rTable) {
+    const auto IsNumbers = [](const std::string& rsColumn) { return rsColumn.starts_with('>'); };
+    const auto itNumbers = std::ranges::find_if(rTable.Columns, IsNumbers);
+    const size_t uText = static_cast<size_t>(itNumbers - rTable.Columns.begin()), uAll = rTable.Columns.size();
+    if (uText == 0 || uAll - uText < 2 || !std::all_of(itNumbers, rTable.Columns.end(), IsNumbers)) return {};
+    const size_t uMiddle = uText + (uAll - uText + 1) / 2;
+    const auto Half = [&](size_t uBegin, size_t uEnd) {
+        const auto Pick = [&](const std::vector<std::string>& rCells) {
+            std::vector<std::string> Picked;
+            for (size_t i = 0; i < std::min(rCells.size(), uEnd); ++i)
+                if (i < uText || i >= uBegin) Picked.push_back(rCells[i]);
+            return Picked;
+        };
+        CTextTable Picked{uBegin == uText ? rTable.sTitle : "", Pick(rTable.Columns)};
+        for (const auto& rRow : rTable.Rows) Picked.Rows.push_back(Pick(rRow));
+        return Picked;
+    };
+    return {Half(uText, uMiddle), Half(uMiddle, uAll)};
+}
+
 /// A row without a table: its cells below each other with what they are.
 std::string g_Listed(const std::vector<CColumn>& rColumns, const std::vector<std::string>& rRow, size_t uWidth) {
     std::string sLines;
@@ -181,10 +205,14 @@ void g_AppendTable(const CTextTable& rTable, bool bColor, size_t uWidth, std::st
             rsText +=
                 (bColor && *pszStyle ? "\033[" + std::string(pszStyle) + "m" + rsLine + "\033[0m" : rsLine) + "\n";
     };
-    if (!rsText.empty()) rsText += "\n";
-    if (!rTable.sTitle.empty()) Append(g_Wrap(rTable.sTitle, uWidth), kBold);
     CLayout Layout(rTable, uWidth);
     Layout.LeaveOut(rLeftOut);
+    if (const std::vector<CTextTable> Halves = g_Halves(rTable); !Layout.IsReadable() && !Halves.empty()) {
+        for (const CTextTable& rHalf : Halves) g_AppendTable(rHalf, bColor, uWidth, rsText, rLeftOut);
+        return;
+    }
+    if (!rsText.empty()) rsText += "\n";
+    if (!rTable.sTitle.empty()) Append(g_Wrap(rTable.sTitle, uWidth), kBold);
     if (!Layout.Narrow()) {
         for (const auto& rRow : rTable.Rows) rsText += g_Listed(Layout.Columns(), rRow, uWidth);
         return;

@@ -16,7 +16,8 @@ struct CTextTable {
 };
 
 /// Appends the table, set apart from what is there already. No line is longer than `uWidth`, but for a single word:
-/// columns are left out, then cells are wrapped at their blanks, and what still has no room is told one cell a line.
+/// columns are left out, then cells are wrapped at their blanks; what still has no room becomes two tables, where numbers
+/// stand behind text, or is told one cell a line.
 /// Headings of columns that are left out are added to `rLeftOut`, once each.
 void g_AppendTable(const CTextTable& rTable, bool bColor, size_t uWidth, std::string& rsText,
                    std::vector<std::string>& rLeftOut);
