@@ -14,8 +14,11 @@ for target in "$@"; do targets+=(--target "$target"); done
 
 tell() { if [[ ${VXT_PROGRESS-} ]]; then printf '%s\n' "$*" >&2; fi; }
 
+if ! mkdir -p build/logs || [[ ! -w build ]]; then
+    echo "cannot write in $root/build, where everything is built" >&2
+    exit 1
+fi
 # Whoever starts while another one builds waits for it, and then finds nothing left to do.
-mkdir -p build/logs
 exec 9>"build/.$preset.lock"
 if ! flock -n 9; then
     tell "Waiting for another run that is building $preset ..."

@@ -39,11 +39,9 @@ bool g_TakesFile(const CBoundOption& rOption) {
     return std::string_view(rOption.IsArgument() ? rOption.pszName : rOption.pszType).ends_with("FILE");
 }
 
-std::optional<std::string> g_GivenText(const CCommandTable& rTable, const std::string& sPath,
-                                       std::string_view sOption) {
+const CBoundOption& g_Option(const CCommandTable& rTable, const std::string& sPath, std::string_view sOption) {
     const CTableEntry& rEntry = *std::ranges::find(rTable.Entries, sPath, &CTableEntry::Path);
-    const auto it = std::ranges::find(rEntry.Options, sOption, &CBoundOption::pszName);
-    return *std::get<std::optional<std::string>*>(it->Target);
+    return *std::ranges::find(rEntry.Options, sOption, &CBoundOption::pszName);
 }
 
 }  // namespace vxttools

@@ -33,7 +33,12 @@ std::vector<std::string> g_Flags(const CBoundOption& rOption);
 std::vector<std::string> g_Choices(const CBoundOption& rOption);
 /// Its value is a file, or may be one.
 bool g_TakesFile(const CBoundOption& rOption);
-/// What a command's option has been given; nothing: none. For completion, where no command is run with its record.
-std::optional<std::string> g_GivenText(const CCommandTable& rTable, const std::string& sPath, std::string_view sOption);
+/// The option of a command, both of which have to be there.
+const CBoundOption& g_Option(const CCommandTable& rTable, const std::string& sPath, std::string_view sOption);
+/// What it has been given; nothing: none. For completion, where no command is run with its record.
+template <class TValue>
+std::optional<TValue> g_Given(const CCommandTable& rTable, const std::string& sPath, std::string_view sOption) {
+    return *std::get<std::optional<TValue>*>(g_Option(rTable, sPath, sOption).Target);
+}
 
 }  // namespace vxttools

@@ -95,15 +95,17 @@ CCandidates g_SettingsOf(const CTool& rTool, const std::string& sBegun) {
 
 /// Of the core that is to be set, of the first one where that is all of them.
 CCoreLimits g_Limits(const CTool& rTool, const CHostLibrary& rLibrary) {
-    const std::string sCore = g_GivenText(rTool.Table(), kCpuSet.pszPath, "--core").value_or("all");
+    const std::string sCore = vxttools::g_Given<std::string>(rTool.Table(), kCpuSet.pszPath, "--core").value_or("all");
     const uint32_t uCore = sCore == "all" ? 0 : vxttools::g_ParseCore(sCore, "--core");
     return CCoreLimits(*static_cast<vxtapi::CCPU*>(g_SelectCores(rLibrary, uCore).front().pDevice));
 }
 
-CCandidates g_LegalCandidates(const CSetting& rSetting) {
+/// Those of the legal values that fit.
+template <class TFits> CCandidates g_LegalCandidates(const CSetting& rSetting, TFits Fits) {
     CCandidates Candidates;
     for (const double dValue : rSetting.Legal)
-        Candidates.push_back({rSetting.Text(dValue), rSetting.oValue == dValue ? "now" : rSetting.sUnit});
+        if (Fits(dValue))
+            Candidates.push_back({rSetting.Text(dValue), rSetting.oValue == dValue ? "now" : rSetting.sUnit});
     return Candidates;
 }
 
@@ -158,12 +160,20 @@ CCandidates g_PstateCandidates(const CTool& rTool, const std::string&) {
 
 CCandidates g_MultiplierCandidates(const CTool& rTool, const std::string&) {
     const CHostLibrary Library(rTool.Options());
-    return g_LegalCandidates(g_Limits(rTool, Library).Multiplier);
+    const CCoreLimits Limits = g_Limits(rTool, Library);
+    const auto oVoltage = vxttools::g_Given<double>(rTool.Table(), kCpuSet.pszPath, "--voltage");
+    return g_LegalCandidates(Limits.Multiplier, [&](double dMultiplier) {
+        return !oVoltage || Limits.WhyUnsafe({dMultiplier, *oVoltage}).empty();
+    });
 }
 
 CCandidates g_VoltageCandidates(const CTool& rTool, const std::string&) {
     const CHostLibrary Library(rTool.Options());
-    return g_LegalCandidates(g_Limits(rTool, Library).Voltage);
+    const CCoreLimits Limits = g_Limits(rTool, Library);
+    const auto oMultiplier = vxttools::g_Given<double>(rTool.Table(), kCpuSet.pszPath, "--multiplier");
+    return g_LegalCandidates(Limits.Voltage, [&](double dVoltage) {
+        return !oMultiplier || Limits.WhyUnsafe({*oMultiplier, dVoltage}).empty();
+    });
 }
 
 CCandidates g_MemorySettingCandidates(const CTool& rTool, const std::string& sBegun) {
@@ -174,7 +184,7 @@ CCandidates g_LinkSettingCandidates(const CTool& rTool, const std::string& sBegu
     CDocument Document = rTool.NewDocument();
     vxttools::CFindings Ignored;
     g_AddLinks(Document, Library, Ignored);
-    const auto oLink = g_GivenText(rTool.Table(), kLinksSet.pszPath, "--link");
+    const auto oLink = vxttools::g_Given<std::string>(rTool.Table(), kLinksSet.pszPath, "--link");
     const CJson Number(vxttools::g_ParseIndex(oLink.value_or("0"), "ht-link/0/link"));
     for (const CJson& rLink : std::as_const(Document)["links"].Items())
         if (rLink["number"] == Number) return g_SettingCandidates(rLink, sBegun);

@@ -12,7 +12,8 @@ std::vector<vxttools::CCandidate> g_CoreCandidates(const vxttools::CTool& rTool,
 std::vector<vxttools::CCandidate> g_CoreOrAllCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_LinkCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 
-/// Legal values of the core that --core names, of the first one where it names all.
+/// Legal values of the core that --core names, of the first one where it names all. Behind a voltage only the
+/// multipliers that run at it, behind a multiplier only the voltages that it runs at; else the other may follow.
 std::vector<vxttools::CCandidate> g_PstateCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_MultiplierCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_VoltageCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
