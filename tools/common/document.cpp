@@ -12,17 +12,6 @@ constexpr int kSchemaVersion = 1;
 /// What every answer has, and the findings: they are remarks.
 constexpr std::string_view kNotInCsv[] = {"schema_version", "tool", "tool_version", "command", "findings"};
 
-/// Every object that has the shape of a quantity, in document order.
-void g_CollectQuantities(const CJson& rNode, CJson& rRows) {
-    if (rNode.Has("value") && rNode.Has("status")) {
-        rRows.Push(rNode);
-    } else if (rNode.IsObject()) {
-        for (const CJsonMember& rMember : rNode.Members()) g_CollectQuantities(rMember.Value, rRows);
-    } else if (rNode.IsArray()) {
-        for (const CJson& rItem : rNode.Items()) g_CollectQuantities(rItem, rRows);
-    }
-}
-
 }  // namespace
 
 CDocument::CDocument(const std::string& sTool, const std::string& sCommand)
@@ -41,12 +30,6 @@ std::string CDocument::Json() const { return m_Data.Dump(2) + "\n"; }
 
 std::string CDocument::Csv() const {
     CCsvTable Table;
-    if (m_CsvKeys.empty()) {
-        CJson Quantities = CJson::Array();
-        g_CollectQuantities(m_Data, Quantities);
-        for (const CJson& rQuantity : Quantities.Items()) Table.Add(rQuantity);
-        return Table.Text();
-    }
     CJson Others;
     for (const auto& [sKey, rValue] : m_Data.Members()) {
         if (!std::ranges::count(m_CsvKeys, sKey)) {

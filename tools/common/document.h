@@ -23,8 +23,7 @@ public:
     CTextTable& AddTable(CTextTable Table) { return m_Tables.emplace_back(std::move(Table)); }
     /// Text that is printed as it is, in front of the tables.
     void SetText(std::string sText) { m_sText = std::move(sText); }
-    /// The members whose objects are the rows of --csv; what else there is stands at the end of each of them. Without
-    /// this, the rows are the quantities in the document.
+    /// The members whose objects are the rows of --csv; what else there is stands at the end of each of them.
     void SetCsv(auto... pszKeys) { m_CsvKeys = {std::string(pszKeys)...}; }
 
     /// Lines of at most `uWidth` columns, but for the text that is printed as it is; `pLeftOut` takes the headings of

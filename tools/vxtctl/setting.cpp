@@ -176,9 +176,13 @@ vxttools::CChange g_NewChange(const CSetting& rSetting, double dValue, const std
 vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CAssignment& rAssignment,
                                 const std::string& sPath, bool bForce) {
     const auto it = std::ranges::find(rSettings, rAssignment.sKey, &CSetting::sKey);
-    if (it == rSettings.end())
-        throw CFailure(EExit::kNoSuchDevice,
-                       "no setting '" + rAssignment.sKey + "'; the names stand in the first column of the list");
+    if (it == rSettings.end()) {
+        std::vector<std::string> Known;
+        for (const CSetting& rSetting : rSettings) Known.push_back(rSetting.sKey);
+        throw CFailure(EExit::kNoSuchDevice, "no setting '" + rAssignment.sKey + "'" +
+                                                 vxttools::g_DidYouMean(rAssignment.sKey, Known) +
+                                                 "; the names stand in the first column of the list");
+    }
     if (const auto oFixed = g_WhyFixed(*it))
         throw CFailure(EExit::kNoSuchDevice, "'" + it->sKey + "' cannot be set: " + *oFixed);
     if (rAssignment.bIsWord && !it->TakesWord(rAssignment.dValue))

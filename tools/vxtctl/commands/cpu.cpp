@@ -56,6 +56,7 @@ EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
     const CHostLibrary Library(rTool.Options());
     if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
     CDocument Document = rTool.NewDocument();
+    Document.SetCsv("cores");
     CFindings Findings = Library.Findings();
     g_AddCores(Document, g_SelectCores(Library, oCore), Findings);
     g_AddCoreTables(Document);

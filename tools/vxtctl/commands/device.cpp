@@ -34,9 +34,13 @@ CSelector g_ParseSelector(const std::string& sText) {
     const auto pType = std::ranges::find(kDeviceTypes, sWord, &CDeviceTypeName::pszWord);
     if (pType == std::end(kDeviceTypes)) {
         std::string sWords;
-        for (const CDeviceTypeName& rType : kDeviceTypes)
+        std::vector<std::string> Known;
+        for (const CDeviceTypeName& rType : kDeviceTypes) {
             sWords += std::string(sWords.empty() ? "" : ", ") + rType.pszWord;
-        throw CFailure(EExit::kNoSuchDevice, "no device type '" + sWord + "'; there are: " + sWords);
+            Known.push_back(rType.pszWord);
+        }
+        throw CFailure(EExit::kNoSuchDevice,
+                       "no device type '" + sWord + "'" + g_DidYouMean(sWord, Known) + "; there are: " + sWords);
     }
     CSelector Selector{sText, pType->eType};
     if (uColon == std::string::npos) return Selector;

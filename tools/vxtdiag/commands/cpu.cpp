@@ -262,6 +262,7 @@ EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
     for (auto& [sCores, rRows] : g_ShareRows(Cores, g_Rows))
         Document.AddTable({"Processor, " + g_CoreTitle(sCores), {"", ""}, std::move(rRows)});
     Document["cores"] = Cores;
+    Document.SetCsv("cores");
     return g_EmitWithFindings(rTool, Document, Findings);
 }
 

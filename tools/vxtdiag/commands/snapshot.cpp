@@ -15,10 +15,11 @@ struct CWanted {
     std::optional<std::string> oFile;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"FILE", "", "Machine file to write; standard output when left out", &CWanted::oFile},
+    {"FILE", "", "Machine file to write; standard output when left out, and for -", &CWanted::oFile},
 };
 
 EExit g_Snapshot(CTool& rTool, const CWanted& rWanted) {
+    const std::optional<std::string> oFile = rWanted.oFile == "-" ? std::nullopt : rWanted.oFile;
     const CLibrarySession Library(rTool.Options());
     const CDriverSession Driver(Library);
     const CSnapshot Snapshot = g_TakeSnapshot();
@@ -27,14 +28,14 @@ EExit g_Snapshot(CTool& rTool, const CWanted& rWanted) {
     std::string sError;
     if (!vxtsim::g_ParseMachine(sText, "snapshot", ReadBack, sError) || ReadBack != Snapshot.Machine)
         throw CFailure(EExit::kFailed, "this machine does not fit into a machine file: " + sError);
-    if (rWanted.oFile) g_WriteFile(g_Path(*rWanted.oFile), *rWanted.oFile, sText);
+    if (oFile) g_WriteFile(g_Path(*oFile), *oFile, sText);
 
     const vxtsim::CMachineDescription& rMachine = Snapshot.Machine;
     CDocument Document = rTool.NewDocument();
     CQuantity Reference{"/machine/reference_clock", "Reference clock", "MHz"};
     Reference.Judge(rMachine.dReferenceMHz, {1, 2'000});
     Document.SetCsv("reference_clock");
-    Document["file"] = rWanted.oFile;
+    Document["file"] = oFile;
     Document["name"] = rMachine.sName;
     Document["cores"] = rMachine.uCores;
     Document["reference_clock"] = Reference.ToJson();
@@ -46,12 +47,12 @@ EExit g_Snapshot(CTool& rTool, const CWanted& rWanted) {
     Document["bios_identities"] = rMachine.Wmi.size();
     Document["firmware_objects"] = rMachine.oFirmware ? rMachine.oFirmware->Objects.size() : 0;
     Document["setup_items"] = rMachine.oFirmware ? rMachine.oFirmware->Items.size() : 0;
-    Document["text"] = rWanted.oFile ? nullptr : CJson(sText);
-    CTextTable Table{rWanted.oFile.value_or(""), {"", ""}};
+    Document["text"] = oFile ? nullptr : CJson(sText);
+    CTextTable Table{oFile.value_or(""), {"", ""}};
     for (const char* pszKey : {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions",
                                "acpi_tables", "memory_modules", "bios_identities", "firmware_objects", "setup_items"})
         Table.Rows.push_back({"  " + std::string(pszKey), g_Cell(Document[pszKey], true)});
-    if (!rWanted.oFile)
+    if (!oFile)
         Document.SetText(sText);
     else
         Document.AddTable(std::move(Table));
