@@ -80,7 +80,7 @@ if [[ -n $state ]]; then
 fi
 if [[ -n ${file-} ]]; then
     processors=$(sed -nE 's/^cores *= *([0-9]+).*/\1/p' "$file" | head -n 1)
-    processors=${processors:-1}
+    [[ $processors -ge 1 && $processors -le 64 ]] || processors=1  # the driver refuses what is no PC
 fi
 
 mkdir "$stage/qor64" "$stage/shipped"
@@ -98,6 +98,17 @@ bits=32
 [[ ! -f $build/e2e/vxt_wmi_server.dll ]] || cp "$build/e2e/vxt_wmi_server.dll" "$stage"
 [[ -z $folder ]] || binds=(--bind "$folder:/mnt/here")
 
+# Names the files as the user did, instead of where Windows has them.
+_as_named() {
+    local line
+    while IFS= read -r line || [[ -n $line ]]; do
+        line=${line//'C:\Program Files\VXT Host\qor64\VXTDriver.machine'/"$machine"}
+        line=${line//'Z:\mnt\stage\VXTDriver.named.machine'/"$machine"}
+        printf '%s\n' "${line//'Z:\mnt\stage\VXTDriver.state'/"${state_named-}"}"
+    done
+}
+
+exec 3>&1
 "$here/in_wine.sh" --processors "$processors" --bind "$stage:/mnt/stage" "${binds[@]}" -- bash -euc '
     host="/prefix/drive_c/Program Files/VXT Host"
     cp -r /mnt/stage "$host"
@@ -122,13 +133,8 @@ bits=32
         done <"$3"
         exit
     fi
-    wine "C:\\Program Files\\VXT Host\\$5" "${@:6}" || status=$?
-    # What the driver found wrong with the machine file, under the name that the user gave.
-    if [[ -f $host/qor64/VXTDriver.error ]]; then
-        reason=$(tr -d "\r" <"$host/qor64/VXTDriver.error")
-        reason=${reason/#*VXTDriver.machine/"$1"}
-        reason=${reason//"Z:\mnt\stage\VXTDriver.named.machine"/"$1"}
-        echo "${reason//"Z:\mnt\stage\VXTDriver.state"/"$4"}" >&2
-    fi
+    wine "C:\\Program Files\\VXT Host\\$4" "${@:5}" || status=$?
+    # What the driver found wrong with machine or state.
+    [[ ! -f $host/qor64/VXTDriver.error ]] || tr -d "\r" <"$host/qor64/VXTDriver.error" >&2
     exit $status
-' bash "$machine" $bits "$each" "${state_named-}" "$(basename "$program")" "$@" 9>&-
+' bash "$machine" $bits "$each" "$(basename "$program")" "$@" 9>&- 2>&1 >&3 | _as_named >&2

@@ -150,7 +150,9 @@ public:
                 lResult = pLocator->ConnectServer(pszNamespace, pszUser, pszPassword, pszLocale, lFlags, pszAuthority,
                                                   pContext, pSystem.Receive());
             if (FAILED(lResult)) return lResult;
-            const bool bOurs = g_GetWmi().Firmware() && _wcsicmp(pszNamespace, g_Widen(kNamespace).c_str()) == 0;
+            const bool bNamespace = _wcsicmp(pszNamespace, g_Widen(kNamespace).c_str()) == 0;
+            const bool bOurs = g_GetWmi().Firmware() && bNamespace;
+            if (bNamespace && vxt::platform::simulated::g_MachineError()) return kFailed;
             *ppServices = bOurs ? new CServices(std::move(pSystem)) : pSystem.Detach();
             return WBEM_S_NO_ERROR;
         });
