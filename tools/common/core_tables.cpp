@@ -23,7 +23,9 @@ std::vector<std::pair<std::string, CCells>> g_ShareRows(const CJson& rCores, CCe
 
 uint32_t g_ParseCore(const std::string& sText, const std::string& sName) {
     const std::optional<uint32_t> oCore = g_ParseIndex(sText, "cpu");
-    if (!oCore) throw CFailure(EExit::kUsage, sName + " " + sText + ": expected a core like 0 or cpu/0" + g_DidYouMean(sText, {"set"}));
+    if (!oCore)
+        throw CFailure(EExit::kUsage,
+                       sName + " " + sText + ": expected a core like 0 or cpu/0" + g_DidYouMean(sText, {"set"}));
     return *oCore;
 }
 
