@@ -55,7 +55,8 @@ std::vector<double> g_LegalValues(const CJson& rSetting) {
     if (!oMinimum || !oMaximum) return Values;
     const double dRange = *oMaximum - *oMinimum, dStep = rSetting["step"].Number().value_or(0);
     if (dStep <= 0 || dRange / dStep > kMany) return {*oMinimum, *oMaximum};
-    for (double d = 0; d < std::floor(dRange / dStep + 0.5) + 1; ++d) Values.push_back(*oMinimum + d * dStep);
+    const long lSteps = std::lround(dRange / dStep);
+    for (long i = 0; i <= lSteps; ++i) Values.push_back(*oMinimum + static_cast<double>(i) * dStep);
     return Values;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "common/text.h"
 #include "core_family.h"
@@ -58,10 +59,10 @@ std::vector<double> g_ExpressibleVoltages(EFamily eFamily) {
 
 /// Only what lies within the limits.
 void g_SetLegal(CSetting& rSetting, std::vector<double> Values) {
-    const auto& [oMinimum, oMaximum] = rSetting.Limits;
-    std::erase_if(Values, [&](double d) {
-        return (oMinimum && d < *oMinimum - kTolerance) || (oMaximum && d > *oMaximum + kTolerance);
-    });
+    constexpr double kAny = std::numeric_limits<double>::infinity();
+    const double dLowest = rSetting.Limits.oMinimum.value_or(-kAny) - kTolerance,
+                 dHighest = rSetting.Limits.oMaximum.value_or(kAny) + kTolerance;
+    std::erase_if(Values, [&](double d) { return d < dLowest || d > dHighest; });
     rSetting.SetLegal(std::move(Values));
 }
 

@@ -91,8 +91,7 @@ void CSetting::Judge(double dRaw, const vxttools::CPlausible& rPlausible, const 
 
 void CSetting::SetLegal(std::vector<double> Values) {
     std::ranges::sort(Values);
-    const auto Twins = std::ranges::unique(Values, g_IsSame);
-    Values.erase(Twins.begin(), Twins.end());
+    Values.erase(std::unique(Values.begin(), Values.end(), g_IsSame), Values.end());
     Legal = std::move(Values);
 }
 
@@ -177,8 +176,8 @@ vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CA
                                 const std::string& sPath, bool bForce) {
     const auto it = std::ranges::find(rSettings, rAssignment.sKey, &CSetting::sKey);
     if (it == rSettings.end()) {
-        std::vector<std::string> Known;
-        for (const CSetting& rSetting : rSettings) Known.push_back(rSetting.sKey);
+        std::vector<std::string> Known(rSettings.size());
+        std::ranges::transform(rSettings, Known.begin(), &CSetting::sKey);
         throw CFailure(EExit::kNoSuchDevice, "no setting '" + rAssignment.sKey + "'" +
                                                  vxttools::g_DidYouMean(rAssignment.sKey, Known) +
                                                  "; the names stand in the first column of the list");
