@@ -30,6 +30,9 @@ done
 "$here/packages.sh" windows
 "$here/build.sh" windows-x86 "$tool" VXTAPI VXTAPI_e2e vxt_wmi_server
 "$here/build.sh" windows-x64 VXTDriver
-# Through pipes: on a terminal Wine would draw a console of its own.
+# Through pipes: on a terminal Wine would draw a console of its own. What a signal to this script alone asks for waits until
+# the Windows program has ended; Ctrl-C reaches that too, and its last words need somebody to pass them on.
+trap 'echo "$tool: a command under Wine runs to its end" >&2' TERM HUP
 "$here/wine_host.sh" --machine "$machine" --state "$state" --in "$PWD" "$root/build/windows-x86" \
-    "$root/build/windows-x64" "$root/build/windows-x86/bin/$tool.exe" "${arguments[@]}" </dev/null 2> >(cat >&2) | cat
+    "$root/build/windows-x64" "$root/build/windows-x86/bin/$tool.exe" "${arguments[@]}" </dev/null \
+    2> >(trap '' INT; cat >&2) | (trap '' INT; cat)

@@ -159,7 +159,7 @@ def test_a_dumb_terminal_gets_no_escapes():
 
 def test_labels_wrap_and_what_has_no_room_for_a_table_is_told_one_cell_a_line():
     found = run("vxtctl links", env={"COLUMNS": "25"}).out
-    assert "Name: in_width\n  Value: 16\n  Unit: bits\n  Legal values: 2 4 8\n    [16]\n" in found
+    assert "Name: in_width\n  Value: 16\n  Unit: bits\n  Legal values, [now]:\n    2 4 8 [16]\n" in found
     narrow = run("vxtdiag cpu 0", env={"COLUMNS": "40"}).out
     assert re.search(r"\n  Nominal clock +3000.0 MHz\n  at a 200 MHz\n  reference\n", narrow)
 

@@ -15,6 +15,7 @@ constexpr const char* kOutcomeTexts[] = {"planned", "taken", "NOT TAKEN", "FAILE
 
 std::string g_Value(const CChange& rChange, const std::optional<double>& rValue) {
     if (!rValue) return "-";
+    if (rChange.Text) return rChange.Text(*rValue);
     const std::string sMeaning = rChange.Meaning ? rChange.Meaning(*rValue) : "";
     return g_FormatValue(*rValue, rChange.sUnit) + (sMeaning.empty() ? "" : " (" + sMeaning + ")");
 }
@@ -65,12 +66,16 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
 }
 
 void CChangePlan::_Undo(const CChange& rChange, CResult& rResult) {
-    if (!rChange.Restore || !rResult.oBefore || g_Is(rChange, rResult.oAfter, *rResult.oBefore)) return;
+    if (!rResult.oBefore || g_Is(rChange, rResult.oAfter, *rResult.oBefore)) return;
     const bool bWasTaken = rResult.eOutcome == EOutcome::kTaken;
+    if (bWasTaken) rResult.sReason = "another change to " + rChange.sOwner + " went wrong";
+    if (!rChange.Restore) {
+        rResult.sReason += "; there is no way to put it back";
+        return;
+    }
     rChange.Restore(*rResult.oBefore);
     rResult.oAfter = g_ReadBack(rChange, *rResult.oBefore);
     const bool bIsBack = g_Is(rChange, rResult.oAfter, *rResult.oBefore);
-    if (bWasTaken) rResult.sReason = "another change to " + rChange.sOwner + " went wrong";
     rResult.sReason += bIsBack
                            ? "; put back to " + g_WithUnit(rChange, rResult.oBefore)
                            : "; it could not be put back, the hardware shows " + g_WithUnit(rChange, rResult.oAfter);
@@ -109,14 +114,22 @@ EExit CChangePlan::_ApplyOwner(size_t uFirst, size_t uEnd) {
     return eExit;
 }
 
+std::string CChangePlan::_LegalText(size_t uChange) const {
+    const CChange& rChange = m_Changes[uChange];
+    for (size_t i = 0; i < uChange; ++i)
+        if (m_Changes[i].sLabel == rChange.sLabel && m_Changes[i].sLegal == rChange.sLegal) return "as above";
+    return rChange.sLegal;
+}
+
 std::string CChangePlan::_PlanText() const {
     CDocument Plan("", "");
-    CTextTable& rTable = Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values"}});
+    CTextTable& rTable =
+        Plan.AddTable({"Planned changes", {"", "Setting", ">Now", ">Wanted", "Unit", "Legal values, [now]"}});
     std::string sNotes;
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
         rTable.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, m_Results[i].oBefore),
-                               g_Value(rChange, rChange.dWanted), rChange.sUnit, rChange.sLegal});
+                               g_Value(rChange, rChange.dWanted), rChange.sUnit, _LegalText(i)});
         if (!rChange.sNote.empty()) sNotes += rChange.sOwner + ": " + rChange.sLabel + ": " + rChange.sNote + "\n";
     }
     return Plan.Text(false, g_StderrColumns().value_or(kUnlimited)) + sNotes;
@@ -127,7 +140,8 @@ void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
     CJson& rChanges = rDocument["changes"] = CJson::Array();
     rDocument.SetCsv("changes");
     CTextTable Table{bDryRun ? "Planned changes (dry run: nothing was written)" : "Changes",
-                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Result", "~Legal values"}};
+                     {"", "Setting", ">Before", ">Asked", ">Now", "Unit", "Result"}};
+    if (bDryRun) Table.Columns.push_back("~Legal values, [now]");
     const auto TextOrNull = [](const std::string& rsText) { return rsText.empty() ? nullptr : CJson(rsText); };
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         const CChange& rChange = m_Changes[i];
@@ -148,7 +162,8 @@ void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
         const std::string sNote = bNoteCounts && !rChange.sNote.empty() ? ", " + rChange.sNote : "";
         Table.Rows.push_back({rChange.sOwner, rChange.sLabel, g_Value(rChange, oBefore),
                               g_Value(rChange, rChange.dWanted), g_Value(rChange, oAfter), rChange.sUnit,
-                              kOutcomeTexts[uOutcome] + sNote, rChange.sLegal});
+                              kOutcomeTexts[uOutcome] + sNote});
+        if (bDryRun) Table.Rows.back().push_back(_LegalText(i));
     }
     rDocument.AddTable(std::move(Table));
 }
@@ -176,14 +191,23 @@ void CChangePlan::_Ask(const CTool& rTool) const {
 }
 
 /// On stderr, where it is seen with --output and in scripts, too.
-void CChangePlan::_TellInterruption(const CTool& rTool) const {
-    std::string sWritten, sNotWritten;
-    for (size_t i = 0; i < m_Changes.size(); i = _EndOfOwner(i)) {
-        std::string& rsList = m_Results[i].eOutcome == EOutcome::kSkipped ? sNotWritten : sWritten;
-        rsList += (rsList.empty() ? "" : ", ") + m_Changes[i].sOwner;
+void CChangePlan::_TellInterruption() const {
+    struct {
+        const char* pszTitle;
+        std::string sOwners = {};
+    } aLists[] = {{"written"}, {"went wrong"}, {"not written"}};
+    for (size_t i = 0, uEnd = 0; i < m_Changes.size(); i = uEnd) {
+        uEnd = _EndOfOwner(i);
+        const EOutcome eLast =
+            m_Results[uEnd - 1].eOutcome;  // of changes that went wrong it is not the first that shows
+        const bool bSkipped = m_Results[i].eOutcome == EOutcome::kSkipped;
+        std::string& rsOwners = aLists[bSkipped ? 2 : eLast == EOutcome::kTaken ? 0 : 1].sOwners;
+        rsOwners += (rsOwners.empty() ? "" : ", ") + m_Changes[i].sOwner;
     }
-    rTool.Output().Note("interrupted; written: " + (sWritten.empty() ? "nothing" : sWritten) +
-                        "; not written: " + sNotWritten);
+    std::string sText = "interrupted";
+    for (const auto& [pszTitle, sOwners] : aLists)
+        if (!sOwners.empty()) sText += std::string("; ") + pszTitle + ": " + sOwners;
+    g_PrintRemark(sText);
 }
 
 EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
@@ -205,7 +229,7 @@ EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
         const EExit eOwner = _ApplyOwner(i, uEnd);
         if (eExit == EExit::kDone || eOwner == EExit::kFailed) eExit = eOwner;
     }
-    if (bSkipped) _TellInterruption(rTool);
+    if (bSkipped) _TellInterruption();
     _Report(rDocument, bDryRun);
     return bSkipped ? EExit::kInterrupted : eExit;
 }

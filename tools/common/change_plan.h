@@ -23,6 +23,7 @@ struct CChange {
     std::function<std::optional<double>()> Read = {};  ///< nothing: no reading
     std::function<bool()> Write = {};
     std::function<bool(double)> Restore = {};         ///< writes an earlier reading again; empty: there is no way back
+    std::function<std::string(double)> Text = {};     ///< of a number that has words instead, "on"; empty: digits
     std::function<std::string(double)> Meaning = {};  ///< what a number stands for, shown beside it; empty: nothing
     std::string sNote = {};                           ///< what else has to be known of it, "in force after a reset"
     std::string sDoubt = "is not in this processor's table or beyond its limits";  ///< why another value was taken
@@ -54,7 +55,8 @@ private:
     static void _Apply(const CChange& rChange, CResult& rResult);
     static void _Undo(const CChange& rChange, CResult& rResult);
     size_t _EndOfOwner(size_t uFirst) const;
-    void _TellInterruption(const CTool& rTool) const;
+    void _TellInterruption() const;
+    std::string _LegalText(size_t uChange) const;  ///< told once for all that share it
     std::string _PlanText() const;
     void _Report(CDocument& rDocument, bool bDryRun) const;
 

@@ -222,6 +222,7 @@ public:
             const std::vector<std::string> Unknown = m_Root.remaining(true);
             throw CRefusal(Unknown.empty() ? rError.what() : _UnknownText(Unknown.front()));
         }
+        _RefuseArgumentsAbove();
         return Command();
     }
 
@@ -231,6 +232,16 @@ public:
     std::string Help() const { return m_Root.help(); }
 
 private:
+    /// "cpu 2 set": the parser gives the number to "cpu", which does not run, and nobody would look at it.
+    void _RefuseArgumentsAbove() const {
+        const CLI::App& rNamed = _Named();
+        for (const CLI::App* pApp = rNamed.get_parent(); pApp; pApp = pApp->get_parent())
+            for (const CLI::Option* const pOption : pApp->get_options({}))
+                if (pOption->get_positional() && pOption->count() > 0)
+                    throw CRefusal("unexpected argument '" + pOption->results().front() + "': '" + pApp->get_name() +
+                                   "' takes it, '" + pApp->get_name() + " " + rNamed.get_name() + "' does not");
+    }
+
     const CLI::App& _Named() const {
         const CLI::App* pNamed = &m_Root;
         while (!pNamed->get_subcommands().empty()) pNamed = pNamed->get_subcommands().front();
@@ -269,7 +280,7 @@ EExit g_Run(const CCommandTable& rTable, CParser& rParser, const CGlobalOptions&
         g_ChooseMachine(rOptions);
         return rEntry.pCall->Run(Tool);
     } catch (const CLI::CallForHelp&) {
-        g_Print(g_WrapLines(rParser.Help(), g_StdoutColumns().value_or(kUnlimited)));
+        g_Print(g_WrapLines(rParser.Help(), g_OutputWidth()));
     } catch (const CLI::CallForVersion& rVersion) {
         g_Print(bJson ? CDocument(rTable.sTool, "version").Json() : std::string(rVersion.what()) + "\n");
     }

@@ -23,14 +23,13 @@ void g_OnFile(const std::string& sName, auto Work) {
     } catch (const std::system_error& rError) { g_CannotWrite(sName, rError.code()); }
 }
 
-/// What is no terminal has the width that COLUMNS asks for.
+}  // namespace
+
 size_t g_OutputWidth(bool bToFile) {
     if (const auto oColumns = bToFile ? std::nullopt : g_StdoutColumns()) return *oColumns;
     const uint32_t uColumns = g_ParseUnsigned(g_Environment("COLUMNS")).value_or(0);
     return uColumns ? uColumns : kUnlimited;
 }
-
-}  // namespace
 
 void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, const std::string& sData) {
     g_OnFile(sName, [&] { CFileReplacement(rPath).Commit(sData); });

@@ -39,6 +39,9 @@ private:
 /// Replaces a file's contents, whole or not at all; ends the command when that fails. `sName` is what messages call it.
 void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, const std::string& sData);
 
+/// Of a line of text on stdout: the terminal's, else the one that COLUMNS asks for.
+size_t g_OutputWidth(bool bToFile = false);
+
 /// Writes to stdout and waits until it is gone; ends the command when that fails.
 void g_Print(const std::string& sData);
 

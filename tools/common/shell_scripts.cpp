@@ -29,7 +29,7 @@ constexpr CScript kScripts[] = {
     compopt -o default -o filenames
     [[ ${#COMPREPLY[@]} -eq 0 ]] || while IFS= read -r answer; do COMPREPLY+=("$answer"); done < <(compgen -f -- "$2")
 }
-complete -F _TOOL TOOL
+complete -o nosort -F _TOOL TOOL
 )script"},
     {"zsh", R"script(#compdef TOOL
 _TOOL() {

@@ -126,11 +126,12 @@ CCandidates g_DeviceCandidates(const CTool& rTool, const std::string&) {
     return Candidates;
 }
 
-CCandidates g_CoreCandidates(const CTool& rTool, const std::string&) {
+CCandidates g_CoreCandidates(const CTool& rTool, const std::string& sBegun) {
+    const std::string sPath = sBegun.starts_with('/') ? "/cpu/" : sBegun.starts_with('c') ? "cpu/" : "";  // ids as well
     const CHostLibrary Library(rTool.Options());
     CCandidates Candidates;
     for (const CInventoryEntry& rCore : Library.Devices(vxtapi::kDeviceCpu))
-        Candidates.push_back({std::to_string(rCore.uIndex), vxttools::g_Utf8(rCore.pDevice->GetName())});
+        Candidates.push_back({sPath + std::to_string(rCore.uIndex), vxttools::g_Utf8(rCore.pDevice->GetName())});
     return Candidates;
 }
 

@@ -78,15 +78,15 @@ CCoreLimits::CCoreLimits(CCPU& rCpu)
         for (uint32_t i = 0; i <= uLast; ++i) {
             vxtapi::CPstate State{};
             if (!rCpu.GetPstate(i, &State) || !State.bPstateEn) continue;
-            m_Pstates.push_back({g_Multiplier(eFamily, State.dCpuFid, State.dCpuDid), State.dCoreVoltage});
+            m_Pstates.push_back({{g_Multiplier(eFamily, State.dCpuFid, State.dCpuDid), State.dCoreVoltage}, i});
             PstateNumbers.push_back(i);
         }
     }
-    std::ranges::sort(m_Pstates, {}, &COperatingPoint::dMultiplier);
+    std::ranges::sort(m_Pstates, {}, &CPstatePoint::dMultiplier);
     const auto Told = [](double d) { return d > 0 ? std::optional(d) : std::nullopt; };
     Multiplier.Limits.oMaximum = Told(rCpu.GetMaxMultiplier());
     if (!m_Pstates.empty()) {
-        const auto [Lowest, Highest] = std::ranges::minmax(m_Pstates, {}, &COperatingPoint::dVoltage);
+        const auto [Lowest, Highest] = std::ranges::minmax(m_Pstates, {}, &CPstatePoint::dVoltage);
         Multiplier.Limits.oMinimum = m_Pstates.front().dMultiplier;
         if (!Multiplier.Limits.oMaximum) Multiplier.Limits.oMaximum = m_Pstates.back().dMultiplier;
         Voltage.Limits = {Told(Lowest.dVoltage), Told(Highest.dVoltage)};
@@ -105,6 +105,16 @@ const COperatingPoint* CCoreLimits::_PstateFor(double dMultiplier) const {
     const auto Reaches = [&](const COperatingPoint& r) { return r.dMultiplier >= dMultiplier - kTolerance; };
     const auto it = std::ranges::find_if(m_Pstates, Reaches);
     return it == m_Pstates.end() ? &m_Pstates.back() : &*it;
+}
+
+std::string CCoreLimits::PstateText(uint32_t uNumber) const {
+    const auto Text = [](double dMultiplier, double dVoltage) {
+        return vxttools::g_Trimmed(dMultiplier, 4) + " at " + g_FormatValue(dVoltage, "V") + " V";
+    };
+    const auto it = std::ranges::find(m_Pstates, uNumber, &CPstatePoint::uNumber);
+    if (it == m_Pstates.end() || !Multiplier.oValue || !Voltage.oValue) return "";
+    return "from multiplier " + Text(*Multiplier.oValue, *Voltage.oValue) + " to " +
+           Text(it->dMultiplier, it->dVoltage);
 }
 
 std::string CCoreLimits::WhyUnsafe(const COperatingPoint& rWanted) const {

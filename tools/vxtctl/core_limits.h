@@ -29,12 +29,17 @@ public:
     /// the fastest, when none does). Without P-states only the present point is known: a clock that is not below it
     /// needs its voltage.
     std::string WhyUnsafe(const COperatingPoint& rWanted) const;
+    /// What going to the P-state changes: "from multiplier 4 at 1.0000 V to 15 at 1.3500 V".
+    std::string PstateText(uint32_t uNumber) const;
 
 private:
     /// The slowest P-state that reaches the clock; the fastest, when none does; null without P-states.
     const COperatingPoint* _PstateFor(double dMultiplier) const;
 
-    std::vector<COperatingPoint> m_Pstates;  ///< the enabled ones, slowest first
+    struct CPstatePoint : COperatingPoint {
+        uint32_t uNumber;
+    };
+    std::vector<CPstatePoint> m_Pstates;  ///< the enabled ones, slowest first
 };
 
 }  // namespace vxtctl

@@ -93,7 +93,9 @@ std::vector<double> g_List(CClockGenerator& rGenerator, CListOperation pList) {
 
 CFirmwareDevice g_Clocks(const CHostLibrary& rLibrary) {
     const std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceClockGen);
-    if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine's firmware offers no clock generator");
+    if (Devices.empty())
+        throw CFailure(EExit::kNoSuchDevice,
+                       "this machine's firmware offers no clock generator" + CHostLibrary::FilterHint());
     CFirmwareDevice Device{Devices.front(), "clock generator"};
     CClockGenerator& rGenerator = *static_cast<CClockGenerator*>(Device.Entry.pDevice);
     for (const CClockRow& rRow : kClocks) {
@@ -130,7 +132,9 @@ std::string g_Key(const std::string& sName, const std::vector<CFirmwareSetting>&
 CFirmwareDevice g_Voltages(const CHostLibrary& rLibrary) {
     std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceCustomerPwm);  // it has the board's own, too
     if (Devices.empty()) Devices = rLibrary.Devices(vxtapi::kDeviceDefaultPwm);
-    if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine's firmware offers no voltage controller");
+    if (Devices.empty())
+        throw CFailure(EExit::kNoSuchDevice,
+                       "this machine's firmware offers no voltage controller" + CHostLibrary::FilterHint());
     CFirmwareDevice Device{Devices.front(), "voltage controller"};
     CVoltageController& rController = *static_cast<CVoltageController*>(Device.Entry.pDevice);
     const uint32_t uCount = std::min(rController.GetVoltageCount(), kMostVoltages);

@@ -78,12 +78,16 @@ EExit CHostLibrary::Finish(EExit eExit) const {
     return m_pSimulatedError && m_pSimulatedError() ? EExit::kFailed : eExit;  // the simulated system has said why
 }
 
+std::string CHostLibrary::FilterHint() {
+    return std::filesystem::exists("DeviceList.cfg") ? "; DeviceList.cfg in this folder leaves device types out" : "";
+}
+
 vxttools::CFindings CHostLibrary::Findings() const {
     vxttools::CFindings Findings;
     const size_t uCores = Devices(vxtapi::kDeviceCpu).size();
     const bool bLinks = !Devices(vxtapi::kDeviceHtLink).empty(),
                bMemory = !Devices(vxtapi::kDeviceMemoryController).empty();
-    const bool bIsFiltered = std::filesystem::exists("DeviceList.cfg");  // then types may be left out on purpose
+    const bool bIsFiltered = !FilterHint().empty();  // then types may be left out on purpose
     if ((uCores > 0 || bLinks || bMemory) && !bIsFiltered) {
         if (uCores < ExpectedCores())
             Findings.push_back(std::to_string(ExpectedCores() - uCores) + " of " + std::to_string(ExpectedCores()) +
@@ -99,7 +103,8 @@ vxttools::CFindings CHostLibrary::Findings() const {
 
 CFailure CHostLibrary::Absent(const std::string& sWhat) const {
     const vxttools::CFindings Found = Findings();
-    if (Found.empty()) return {EExit::kNoSuchDevice, "this machine has no " + sWhat + " that the library knows"};
+    if (Found.empty())
+        return {EExit::kNoSuchDevice, "this machine has no " + sWhat + " that the library knows" + FilterHint()};
     return {EExit::kFailed, "no " + sWhat + " could be read: " + Found.front() + "; --log tells more"};
 }
 

@@ -38,6 +38,8 @@ public:
     vxttools::CFindings Findings() const;
     /// After changes: how the command ends. A simulated PC that could not keep its state makes it a failure.
     vxttools::EExit Finish(vxttools::EExit eExit) const;
+    /// "; DeviceList.cfg in this folder leaves device types out" where that may be why something is missing; else empty.
+    static std::string FilterHint();
     /// Why there is no such thing, "processor": the machine lacks it, or, where anything could not be read, that.
     vxttools::CFailure Absent(const std::string& sWhat) const;
 

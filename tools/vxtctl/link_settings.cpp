@@ -76,6 +76,12 @@ std::vector<CSetting> g_Settings(const HTConfig& rConfig) {
     return Settings;
 }
 
+/// Fields that hold a reserved code are written as they are.
+void g_KeepReserved(HTConfig& rConfig) {
+    for (const CLinkRow& rRow : kRows)
+        if (double& rdValue = rConfig.*rRow.pField; rdValue == kReservedCode) rdValue = kUnlisted;
+}
+
 CHTLink& g_LinkDevice(const CHostLibrary& rLibrary) {
     const std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceHtLink);
     if (Devices.empty()) throw rLibrary.Absent("HyperTransport link");
@@ -130,8 +136,7 @@ CChangePlan g_PlanLinkChanges(const CHostLibrary& rLibrary, uint32_t uLink,
     if (!rDevice.GetHTConfig(uLink, &pPending->Config))
         throw CFailure(EExit::kFailed, "link " + std::to_string(uLink) + " could not be read; --log tells more");
     const std::vector<CSetting> Settings = g_Settings(pPending->Config);
-    for (const CLinkRow& rRow : kRows)
-        if (double& rdValue = pPending->Config.*rRow.pField; rdValue == kReservedCode) rdValue = kUnlisted;
+    g_KeepReserved(pPending->Config);
 
     CChangePlan Plan;
     for (const CAssignment& rAssignment : rAssignments) {
@@ -139,7 +144,14 @@ CChangePlan g_PlanLinkChanges(const CHostLibrary& rLibrary, uint32_t uLink,
         Change.sOwner = "link " + std::to_string(uLink);
         for (const CLinkRow& rRow : kRows) {
             if (rAssignment.sKey != rRow.pszKey) continue;
-            Change.sNote = "in force after the link's next reset";
+            Change.sNote += std::string(Change.sNote.empty() ? "" : "; ") + "in force after the link's next reset";
+            Change.Restore = [&rDevice, uLink, pField = rRow.pField](double dValue) {
+                HTConfig Back{};
+                if (!rDevice.GetHTConfig(uLink, &Back)) return false;
+                g_KeepReserved(Back);
+                Back.*pField = dValue;
+                return rDevice.SetHTConfig(uLink, &Back);
+            };
             pPending->Config.*rRow.pField = rAssignment.dValue;
             Change.Read = [&rDevice, uLink, pField = rRow.pField]() -> std::optional<double> {
                 HTConfig Now{};

@@ -270,6 +270,16 @@ private:
     std::optional<bool> m_oDone;
 };
 
+/// Writes one value of the configuration again; the switches stand as they are now.
+template <class TPut> bool g_RestoreConfig(CMemoryController& rController, TPut Put) {
+    const std::optional<MemConfig> oNow = g_ReadConfig(rController);
+    if (!oNow) return false;
+    CRecordWrite<MemConfig> Back(rController, &CMemoryController::SetMemConfig, oNow);
+    Back.KeepNumbers(kNumbers);
+    Put(Back.Record());
+    return Back();
+}
+
 }  // namespace
 
 void g_AddMemory(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings) {
@@ -312,17 +322,29 @@ CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<
         if (const auto* pRow = g_Find(kTimings, rAssignment.sKey)) {
             pRow->Field(pTiming->Record()) = rAssignment.dValue;
             Change.Write = [pTiming] { return (*pTiming)(); };
+            Change.Restore = [&rController, pRow](double dValue) {
+                CRecordWrite<MemTiming> Back(rController, &CMemoryController::SetMemTiming, g_ReadTiming(rController));
+                Back.KeepNumbers(kTimings);
+                pRow->Field(Back.Record()) = dValue;
+                return Back();
+            };
             Change.Read = [&rController, pRow, InUse = CInUse(MemConfig{})] {
                 return g_Setting(rController, *pRow, g_ReadTiming(rController), InUse).oValue;
             };
         } else if (const auto* pNumber = g_Find(kNumbers, rAssignment.sKey)) {
             pNumber->Field(pConfig->Record()) = rAssignment.dValue;
+            Change.Restore = [&rController, pNumber](double dValue) {
+                return g_RestoreConfig(rController, [&](MemConfig& r) { pNumber->Field(r) = dValue; });
+            };
             Change.Read = [&rController, pNumber] {
                 const std::optional<MemConfig> oNow = g_ReadConfig(rController);
                 return g_Setting(rController, *pNumber, oNow, CInUse(oNow.value_or(MemConfig{}))).oValue;
             };
         } else if (const auto* pSwitch = g_Find(kSwitches, rAssignment.sKey)) {
             pConfig->Record().*pSwitch->pFlag = rAssignment.dValue != 0;
+            Change.Restore = [&rController, pSwitch](double dValue) {
+                return g_RestoreConfig(rController, [&](MemConfig& r) { r.*pSwitch->pFlag = dValue != 0; });
+            };
             Change.Read = [&rController, pSwitch] {
                 return g_Setting(rController, *pSwitch, g_ReadConfig(rController)).oValue;
             };

@@ -103,7 +103,8 @@ std::vector<CAssignment> g_ParseAssignments(const std::vector<std::string>& rWor
     std::vector<CAssignment> Assignments;
     for (const std::string& sWord : rWords) {
         const size_t uSign = sWord.find('=');
-        const std::string sKey = sWord.substr(0, uSign), sValue = uSign == sWord.npos ? "" : sWord.substr(uSign + 1);
+        const std::string sKey = vxttools::g_Lower(sWord.substr(0, uSign)),
+                          sValue = uSign == sWord.npos ? "" : vxttools::g_Lower(sWord.substr(uSign + 1));
         const bool bIsWord = sValue == "on" || sValue == "off";
         const std::optional<double> oValue = bIsWord ? sValue == "on" : vxttools::g_ParseNumber(sValue);
         if (sKey.empty() || !oValue)
@@ -137,7 +138,7 @@ CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const std::string
 
 void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle,
                        const std::vector<CSetting>& rSettings) {
-    vxttools::CTextTable Table{sTitle, {"Name", "~Meaning", ">Value", "Unit", "Legal values"}};
+    vxttools::CTextTable Table{sTitle, {"Name", "~Meaning", ">Value", "Unit", "Legal values, [now]"}};
     const bool bDefaults = std::ranges::any_of(rSettings, [](const CSetting& r) { return r.oDefault.has_value(); });
     if (bDefaults) Table.Columns.insert(Table.Columns.begin() + 3, ">Default");
     for (const CSetting& rSetting : rSettings) {
@@ -146,7 +147,8 @@ void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle
         rRow = {rSetting.sKey, rSetting.sLabel, rSetting.oValue ? rSetting.Text(*rSetting.oValue) : "-"};
         if (bDefaults) rRow.push_back(rSetting.oDefault ? rSetting.Text(*rSetting.oDefault) : "-");
         rRow.push_back(rSetting.sUnit);
-        const std::string sLegal = oFixed.value_or(g_LegalText(rSetting));
+        std::string sLegal = oFixed.value_or(g_LegalText(rSetting));
+        if (sLegal.empty()) sLegal = kNothingKnown;
         rRow.push_back(rSetting.oValue || oFixed ? sLegal : rSetting.sReason + "; legal: " + sLegal);
     }
     rDocument.AddTable(std::move(Table));
@@ -161,15 +163,18 @@ void g_CheckLegal(const CSetting& rSetting, double dValue, const std::string& sA
 
 vxttools::CChange g_NewChange(const CSetting& rSetting, double dValue, const std::string& sPath) {
     const std::string sLegal = g_LegalText(rSetting);
-    return {.sId = sPath + "/" + rSetting.sKey,
-            .sOwner = {},
-            .sLabel = rSetting.sLabel,
-            .sUnit = rSetting.sUnit,
-            .dWanted = dValue,
-            .dTolerance = rSetting.dTolerance,
-            .sLegal = sLegal.empty() ? kNothingKnown : sLegal,
-            .Legal = rSetting.Legal,
-            .Limits = g_Limits(rSetting)};
+    vxttools::CChange Change{.sId = sPath + "/" + rSetting.sKey,
+                             .sOwner = {},
+                             .sLabel = rSetting.sLabel,
+                             .sUnit = rSetting.sUnit,
+                             .dWanted = dValue,
+                             .dTolerance = rSetting.dTolerance,
+                             .sLegal = sLegal.empty() ? kNothingKnown : sLegal,
+                             .Legal = rSetting.Legal,
+                             .Limits = g_Limits(rSetting)};
+    if (rSetting.TakesWord(0)) Change.Text = [rSetting](double d) { return rSetting.Text(d); };
+    if (!g_IsLegal(rSetting, dValue)) Change.sNote = "not a legal value, forced";
+    return Change;
 }
 
 vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CAssignment& rAssignment,
@@ -178,14 +183,16 @@ vxttools::CChange g_PlanSetting(const std::vector<CSetting>& rSettings, const CA
     if (it == rSettings.end()) {
         std::vector<std::string> Known(rSettings.size());
         std::ranges::transform(rSettings, Known.begin(), &CSetting::sKey);
-        throw CFailure(EExit::kNoSuchDevice, "no setting '" + rAssignment.sKey + "'" +
-                                                 vxttools::g_DidYouMean(rAssignment.sKey, Known) +
-                                                 "; the names stand in the first column of the list");
+        throw CFailure(EExit::kNoSuchDevice, "no setting '" + rAssignment.sKey +
+                                                 "'; the names stand in the first column of the list" +
+                                                 vxttools::g_DidYouMean(rAssignment.sKey, Known));
     }
     if (const auto oFixed = g_WhyFixed(*it))
         throw CFailure(EExit::kNoSuchDevice, "'" + it->sKey + "' cannot be set: " + *oFixed);
     if (rAssignment.bIsWord && !it->TakesWord(rAssignment.dValue))
         throw CFailure(EExit::kUsage, "'" + it->sKey + "' takes a number: 'on' and 'off' are for switches");
+    if (it->bSwitch && rAssignment.dValue != 0 && rAssignment.dValue != 1)
+        throw CFailure(EExit::kUsage, "'" + it->sKey + "' is a switch: it takes 'on' and 'off'");
     g_CheckLegal(*it, rAssignment.dValue, it->sKey + "=" + g_Trimmed(rAssignment.dValue, 6), bForce);
     return g_NewChange(*it, rAssignment.dValue, sPath);
 }

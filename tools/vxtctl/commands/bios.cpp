@@ -47,7 +47,9 @@ std::string g_IsoDate(const std::string& sText) {
 EExit g_Bios(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
     const std::vector<CInventoryEntry> Devices = Library.Devices(vxtapi::kDeviceBios);
-    if (Devices.empty()) throw CFailure(EExit::kNoSuchDevice, "this machine does not tell who made its BIOS");
+    if (Devices.empty())
+        throw CFailure(EExit::kNoSuchDevice,
+                       "this machine does not tell who made its BIOS" + CHostLibrary::FilterHint());
     CDocument Document = rTool.NewDocument();
     CJson& rRows = Document["bios"] = CJson::Array();
     Document.SetCsv("bios");

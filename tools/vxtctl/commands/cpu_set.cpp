@@ -53,6 +53,7 @@ CChange g_Pstate(CCPU& rCpu, uint32_t uPstate, const CCoreLimits& rLimits, const
     if (std::ranges::count(Pstate.Legal, Change.dWanted) == 0)
         throw CFailure(EExit::kNoSuchDevice, "no P-state " + std::to_string(uPstate) + ": this processor has " +
                                                  Change.sLegal + "; nothing was written");
+    Change.sNote = rLimits.PstateText(uPstate);
     Change.Read = [&rCpu] { return g_ReadCurrentPstate(rCpu); };
     Change.Restore = [&rCpu](double dValue) { return rCpu.SetCurPstate(static_cast<uint32_t>(dValue)); };
     return Change;

@@ -30,7 +30,7 @@ struct CSelector {
 
 CSelector g_ParseSelector(const std::string& sText) {
     const size_t uBegin = sText.starts_with('/') ? 1 : 0, uColon = sText.find_first_of(":/", uBegin);
-    const std::string sWord = sText.substr(uBegin, uColon - uBegin);
+    const std::string sWord = g_Lower(sText.substr(uBegin, uColon - uBegin));
     const auto pType = std::ranges::find(kDeviceTypes, sWord, &CDeviceTypeName::pszWord);
     if (pType == std::end(kDeviceTypes)) {
         std::string sWords;

@@ -73,7 +73,7 @@ constexpr CFeatureRow kFeatures[] = {
     {"threads", "several threads", kStandard, kEdx, 28},
     {"rdtscp", "RDTSCP", kExtended, kEdx, 27},
     {"long_mode", "long mode", kExtended, kEdx, 29},
-    {"mmx_floats_extensions", "packed floats in MMX registers, extensions", kExtended, kEdx, 30},
+    {"mmx_floats_extensions", "packed floats in MMX registers (extensions)", kExtended, kEdx, 30},
     {"mmx_floats", "packed floats in MMX registers", kExtended, kEdx, 31},
     {"lahf_long_mode", "LAHF in long mode", kExtended, kEcx, 0},
     {"several_cores", "several cores", kExtended, kEcx, 1},
