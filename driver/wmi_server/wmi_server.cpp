@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "class_object.h"
-#include "firmware.h"
+#include "firmware_runner.h"
 #include "platform/simulated/simulated_machine.h"
 
 using namespace vxtsim;

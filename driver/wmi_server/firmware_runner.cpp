@@ -1,4 +1,4 @@
-#include "firmware.h"
+#include "firmware_runner.h"
 
 #include <windows.h>
 
