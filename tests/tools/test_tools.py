@@ -78,6 +78,7 @@ def test_the_present_value_of_a_setting_is_among_its_legal_values():
     for machine in MACHINES:
         links = answer(f"vxtctl links --machine {machine}")["links"]
         assert any(row["value"] for row in links[0]["settings"]), f"{machine}: nothing is known of link 0"
+        assert len(links) == (3 if machine.startswith("k8") else 4), machine
         for row in [*settings(machine).values(), *(row for link in links for row in link["settings"])]:
             assert row["value"] is None or row["legal"] is None or row["value"] in row["legal"], (machine, row)
     assert [settings(machine)["trfc0"]["unit"] for machine in ("k8-first", "family10h-ddr3")] == ["clocks", "ns"]  # DDR's counts clocks
@@ -115,6 +116,12 @@ def test_an_answer_that_misses_something_never_looks_whole(line):
         if "fault: " in found.err:
             assert found.code in (1, 4, 6) or (found.code == 3 and machine == "k8-revf-dual" and "northbridge" in line), (machine, kinds, seed, found)
             assert "that the library knows" not in found.err or found.code == 3, found.err
+
+
+def test_missing_cores_are_counted():
+    found = answer("vxtctl devices --fault seed=3,rate=3,kinds=fail", 6)
+    cores = len([row for row in found["devices"] if row["id"].startswith("/cpu/")])
+    assert cores < 4 and f"{4 - cores} of 4 processor cores could not be read" in found["findings"]
 
 
 def test_more_cores_than_the_library_lists_are_said():
