@@ -118,6 +118,11 @@ def test_an_answer_that_misses_something_never_looks_whole(line):
             assert "that the library knows" not in found.err or found.code == 3, found.err
 
 
+@table("line", ["vxtctl cpu --fault seed=6,rate=1,kinds=ones", "vxtctl links --fault seed=6,rate=1,kinds=ones", "vxtctl memory --fault seed=11,rate=1,kinds=ones"])
+def test_a_wrong_answer_to_the_last_requests_is_a_finding_too(line):
+    assert any("went wrong" in finding for finding in answer(line, 6)["findings"])  # the library had started well
+
+
 def test_missing_cores_are_counted():
     found = answer("vxtctl devices --fault seed=3,rate=3,kinds=fail", 6)
     cores = len([row for row in found["devices"] if row["id"].startswith("/cpu/")])

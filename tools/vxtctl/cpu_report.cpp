@@ -126,21 +126,11 @@ constexpr CPstateFieldRow kPstateFields[] = {
 };
 
 constexpr const char* kLacks = "this processor has none";
-constexpr const char* kNotRead = "it could not be read";
 
 std::optional<double> g_Judged(double dRaw, const CPlausible& rPlausible) {
     CQuantity Quantity;
     Quantity.Judge(dRaw, rPlausible);
     return Quantity.oValue;
-}
-
-/// Takes what was read, or says why there is nothing. A reading that should be there and is not is a finding.
-void g_Take(CQuantity& rQuantity, double dRaw, const CPlausible& rPlausible, const char* pszWhenZero,
-            vxttools::CFindings& rFindings) {
-    rQuantity.Judge(dRaw, rPlausible);
-    if (rQuantity.oValue || rQuantity.bOutOfRange) return;
-    rQuantity.sReason = dRaw == 0 && pszWhenZero ? pszWhenZero : kNotRead;
-    if (rQuantity.sReason == kNotRead) rFindings.push_back(rQuantity.sId + " could not be read");
 }
 
 std::vector<CQuantity> g_ReadCore(CCPU& rCpu, const std::string& sPath, vxttools::CFindings& rFindings) {
@@ -151,7 +141,7 @@ std::vector<CQuantity> g_ReadCore(CCPU& rCpu, const std::string& sPath, vxttools
             Quantities.emplace_back(CQuantity{sPath + "/" + rRow.pszKey, rRow.pszLabel, rRow.pszUnit});
         rQuantity.sReason = kLacks;
         if (g_IsOneOf(eFamily, rRow.Families))
-            g_Take(rQuantity, rRow.pRead(rCpu), rRow.Plausible, rRow.pszWhenZero, rFindings);
+            vxttools::g_TakeReading(rQuantity, rRow.pRead(rCpu), rRow.Plausible, rRow.pszWhenZero, rFindings);
     }
     const auto Value = [&](const char* pszKey) {
         return std::ranges::find(Quantities, sPath + "/" + pszKey, &CQuantity::sId);
@@ -178,9 +168,9 @@ CJson g_ReadPstate(CCPU& rCpu, uint32_t uPstate, const std::string& sPath, vxtto
             bRead && State.*pField >= 0 && State.*pField <= 255 ? CJson(std::lround(State.*pField)) : nullptr;
     for (const CPstateReadingRow& rRow : kPstateReadings) {
         CQuantity Quantity{sPath + "/" + rRow.pszKey, rRow.pszLabel, rRow.pszUnit};
-        Quantity.sReason = bRead ? kLacks : kNotRead;
+        Quantity.sReason = bRead ? kLacks : vxttools::kNotRead;
         if (bRead && g_IsOneOf(eFamily, rRow.Families))
-            g_Take(Quantity, State.*rRow.pField, rRow.Plausible, "the definition says 0", rFindings);
+            vxttools::g_TakeReading(Quantity, State.*rRow.pField, rRow.Plausible, "the definition says 0", rFindings);
         Pstate[rRow.pszKey] = Quantity.ToJson();
     }
     return Pstate;
@@ -315,7 +305,7 @@ void g_AddPstateTables(CDocument& rDocument) {
 }
 
 std::string g_BoostText(const CJson& rBoost) {
-    if (rBoost["supported"].IsNull()) return kNotRead;
+    if (rBoost["supported"].IsNull()) return vxttools::kNotRead;
     return !rBoost["supported"].Flag() ? "not supported" : rBoost["enabled"].Flag() ? "on" : "off";
 }
 

@@ -68,10 +68,15 @@ uint32_t CHostLibrary::_SystemCores() const {
 
 uint32_t CHostLibrary::ExpectedCores() const { return std::min(_SystemCores(), kMostOfAKind); }
 
-std::string CHostLibrary::CoreRemark() const {
-    if (_SystemCores() <= kMostOfAKind || Devices(vxtapi::kDeviceCpu).empty()) return "";
-    return "the library lists " + std::to_string(kMostOfAKind) + " of this machine's " +
-           std::to_string(_SystemCores()) + " cores";
+void CHostLibrary::RemarkOnCores(const vxttools::COutput& rOutput) const {
+    if (_SystemCores() <= kMostOfAKind || Devices(vxtapi::kDeviceCpu).empty()) return;
+    rOutput.Note("the library lists " + std::to_string(kMostOfAKind) + " of this machine's " +
+                 std::to_string(_SystemCores()) + " cores");
+}
+
+EExit CHostLibrary::Emit(vxttools::CTool& rTool, vxttools::CDocument& rDocument, vxttools::CFindings Found) const {
+    for (std::string& rsFinding : Findings()) Found.push_back(std::move(rsFinding));  // now: all has been read
+    return vxttools::g_EmitWithFindings(rTool, rDocument, Found);
 }
 
 EExit CHostLibrary::Finish(EExit eExit) const {

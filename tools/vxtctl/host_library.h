@@ -31,11 +31,13 @@ public:
 
     /// Cores that the library lists when all goes well: it takes 16 of a kind at most.
     uint32_t ExpectedCores() const;
-    /// When the machine has more cores than the library lists: that, as a remark; else empty.
-    std::string CoreRemark() const;
+    /// Says so when the machine has more cores than the library lists.
+    void RemarkOnCores(const vxttools::COutput& rOutput) const;
     /// What shows that something is missing, up to now. The library itself only logs what it could not read: missing
     /// parts of a processor that others of its parts show to be there tell, and what a simulated system counts.
     vxttools::CFindings Findings() const;
+    /// A command's answer with its own findings and, behind them, those up to now. Returns how the command ends.
+    vxttools::EExit Emit(vxttools::CTool& rTool, vxttools::CDocument& rDocument, vxttools::CFindings Found = {}) const;
     /// After changes: how the command ends. A simulated PC that could not keep its state makes it a failure.
     vxttools::EExit Finish(vxttools::EExit eExit) const;
     /// "; DeviceList.cfg in this folder leaves device types out" where that may be why something is missing; else empty.

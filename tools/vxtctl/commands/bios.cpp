@@ -66,7 +66,7 @@ EExit g_Bios(CTool& rTool) {
         rRows.Push(std::move(Row));
         Document.AddTable(std::move(Table));
     }
-    return g_EmitWithFindings(rTool, Document, Library.Findings());
+    return Library.Emit(rTool, Document);
 }
 
 }  // namespace

@@ -11,9 +11,9 @@ namespace {
 EExit g_Clocks(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
     CDocument Document = rTool.NewDocument();
-    CFindings Findings = Library.Findings();
+    CFindings Findings;
     g_AddClocks(Document, Library, Findings);
-    return g_EmitWithFindings(rTool, Document, Findings);
+    return Library.Emit(rTool, Document, std::move(Findings));
 }
 
 }  // namespace

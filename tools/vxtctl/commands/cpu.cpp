@@ -54,13 +54,13 @@ void g_AddCoreTables(CDocument& rDocument) {
 EExit g_Cpu(CTool& rTool, const CWanted& rWanted) {
     const auto oCore = rWanted.oCore ? std::optional(g_ParseCore(*rWanted.oCore, "CORE")) : std::nullopt;
     const CHostLibrary Library(rTool.Options());
-    if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
+    Library.RemarkOnCores(rTool.Output());
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("cores");
-    CFindings Findings = Library.Findings();
+    CFindings Findings;
     g_AddCores(Document, g_SelectCores(Library, oCore), Findings);
     g_AddCoreTables(Document);
-    return g_EmitWithFindings(rTool, Document, Findings);
+    return Library.Emit(rTool, Document, std::move(Findings));
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ EExit g_Device(CTool& rTool, const CWanted& rWanted) {
     Document.SetCsv("devices");
     g_AddDevices(Document, Entries);
     g_AddDeviceTables(Document);
-    return g_EmitWithFindings(rTool, Document, Library.Findings());
+    return Library.Emit(rTool, Document);
 }
 
 }  // namespace

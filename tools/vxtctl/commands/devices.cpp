@@ -10,12 +10,12 @@ namespace {
 
 EExit g_Devices(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
-    if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
+    Library.RemarkOnCores(rTool.Output());
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("devices");
     g_AddDevices(Document, Library.Devices());
     g_AddInventoryTable(Document);
-    return g_EmitWithFindings(rTool, Document, Library.Findings());
+    return Library.Emit(rTool, Document);
 }
 
 }  // namespace

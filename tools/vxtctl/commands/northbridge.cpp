@@ -18,15 +18,10 @@ EExit g_NorthBridge(CTool& rTool) {
     const std::string sPath = g_DevicePath(vxtapi::kDeviceNorthBridge, 0);
     CQuantity Current{sPath + "/ht_multiplier", "HyperTransport multiplier", "x 200 MHz"};
     CQuantity Maximum{sPath + "/max_ht_multiplier", "Highest HyperTransport multiplier", "x 200 MHz"};
-    CFindings Findings = Library.Findings();
-    const auto Take = [&Findings](CQuantity& rQuantity, double dRaw) {
-        rQuantity.Judge(dRaw, {1, 13});
-        if (rQuantity.oValue || rQuantity.bOutOfRange) return;
-        rQuantity.sReason = "it could not be read";
-        Findings.push_back(rQuantity.sId + " could not be read");
-    };
-    Take(Current, rBridge.GetHTMultiplier());
-    Take(Maximum, rBridge.GetMaxHTMultiplier());
+    CFindings Findings;
+    constexpr CPlausible kMultiplier{1, 13};
+    g_TakeReading(Current, rBridge.GetHTMultiplier(), kMultiplier, nullptr, Findings);
+    g_TakeReading(Maximum, rBridge.GetMaxHTMultiplier(), kMultiplier, nullptr, Findings);
     Current.Limits.oMaximum = Maximum.oValue;
     CDocument Document = rTool.NewDocument();
     Document["model"] = g_Utf8(rBridge.GetModel());
@@ -37,7 +32,7 @@ EExit g_NorthBridge(CTool& rTool) {
         Table.Rows.push_back({"  " + g_Cell(rReading["label"]),
                               rReading["value"].IsNull() ? rReading["reason"].Text() : g_Cell(rReading, true)});
     Document.AddTable(std::move(Table));
-    return g_EmitWithFindings(rTool, Document, Findings);
+    return Library.Emit(rTool, Document, std::move(Findings));
 }
 
 }  // namespace

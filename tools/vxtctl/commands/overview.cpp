@@ -22,18 +22,18 @@ constexpr const char* kExamples =
 
 EExit g_Overview(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
-    if (const std::string sRemark = Library.CoreRemark(); !sRemark.empty()) rTool.Output().Note(sRemark);
+    Library.RemarkOnCores(rTool.Output());
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("devices", "cores");
     g_AddDevices(Document, Library.Devices());
     g_AddInventoryTable(Document);
     Document["cores"] = CJson::Array();
-    CFindings Findings = Library.Findings();
+    CFindings Findings;
     if (const std::vector<CInventoryEntry> Cores = Library.Devices(vxtapi::kDeviceCpu); !Cores.empty()) {
         g_AddCores(Document, Cores, Findings);
         g_AddCoreOverview(Document);
     }
-    return g_EmitWithFindings(rTool, Document, Findings);
+    return Library.Emit(rTool, Document, std::move(Findings));
 }
 
 }  // namespace
