@@ -14,6 +14,8 @@ namespace {
 template <class TDevice>
 constexpr CCreateFunction kProcessor = g_CreateDevice<TDevice, g_GetDriverHandler, g_GetACPITable>;
 template <class TDevice> constexpr CCreateFunction kOverDriver = g_CreateDevice<TDevice, g_GetDriverHandler>;
+template <class TDevice>
+constexpr CCreateFunction kSouthBridge = g_CreateDevice<TDevice, g_GetDriverHandler, g_GetCMOSItemList>;
 template <class TDevice> constexpr CCreateFunction kOverFirmware = g_CreateDevice<TDevice, g_GetQORBIOSHandler>;
 template <class TDevice> constexpr CCreateFunction kOverSystemWmi = g_CreateDevice<TDevice, g_GetSystemWmi>;
 template <class TDevice> constexpr CCreateFunction kAlone = g_CreateDevice<TDevice>;
@@ -32,11 +34,11 @@ constexpr CCreateFunction kDeviceList[] = {
     kOverDriver<CBrevikHTLink>,
     kOverDriver<CTalvorHTLink>,
     kAlone<CNYXGPU>,
-    kAlone<CF71882>,
-    kAlone<CIT8716F>,
+    kOverDriver<CF71882>,
+    kOverDriver<CIT8716F>,
     kOverDriver<CNBQ7>,
-    kAlone<CSQ3>,
-    kAlone<CSQ4>,
+    kOverDriver<CSQ3>,
+    kSouthBridge<CSQ4>,
     kAlone<CDefaultCDRom>,
     kAlone<CDefaultHardDisk>,
     kAlone<CIDEController>,

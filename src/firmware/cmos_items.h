@@ -44,6 +44,10 @@ public:
     static constexpr uint16_t kNoItem = 0xFFFF;
     /// First item of that name, letter for letter; kNoItem when there is none (and for item 65,535, which cannot be set).
     uint16_t FindItem(std::string_view sName) const;
+    /// Description of that item; null beyond the last one.
+    const QOR_CMOS_ITEM* GetItemInfo(uint16_t usItemIndex) const {
+        return usItemIndex < m_ItemList.size() ? &m_ItemList[usItemIndex] : nullptr;
+    }
     /// -1 on failure. Kept: the index goes to the firmware unchecked.
     int32_t GetItemValue(uint32_t uItemIndex);
     /// Values are 0 to 255.

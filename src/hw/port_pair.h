@@ -16,9 +16,9 @@ public:
     bool Read(uint8_t ucRegister, uint8_t& rucValue) const {
         return Select(ucRegister) && m_pDriver->ReadPort(_DataPort(), rucValue);
     }
-    bool Write(uint8_t ucRegister, uint8_t ucValue) const {
-        return Select(ucRegister) && m_pDriver->WritePort(_DataPort(), ucValue);
-    }
+    bool Write(uint8_t ucRegister, uint8_t ucValue) const { return Select(ucRegister) && WriteSelected(ucValue); }
+    /// Writes the register that was selected last: one request.
+    bool WriteSelected(uint8_t ucValue) const { return m_pDriver->WritePort(_DataPort(), ucValue); }
     /// Two neighbouring registers as one number, high byte first. `rusValue` is untouched on failure.
     bool ReadWord(uint8_t ucRegister, uint16_t& rusValue) const {
         uint8_t ucHigh = 0, ucLow = 0;

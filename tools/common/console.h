@@ -1,6 +1,7 @@
 // What the tools need of the terminal and the process around them.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -22,6 +23,9 @@ std::optional<size_t> g_StderrColumns();
 
 /// Waits for a line on stdin, or for a request to end: false.
 bool g_WaitForInput();
+
+/// Waits so long, or until a request to end: false.
+bool g_Pause(std::chrono::milliseconds Duration);
 
 /// The process was asked to end; commands look between two steps and g_AskYes gives up.
 bool g_WasInterrupted();

@@ -29,6 +29,7 @@ CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
     _Find(m_pSimulatedError, "VXTSimulatedError");
     _Find(m_pSimulatedFailures, "VXTSimulatedFailures");
     _Find(m_pSimulatedProcessors, "VXTSimulatedProcessors");
+    _Find(m_pSimulatedWait, "VXTSimulatedWait");
     if (const char* const pszError = m_pSimulatedError ? m_pSimulatedError() : nullptr)
         throw CFailure(std::string_view(pszError).starts_with("--fault: ") ? EExit::kUsage : EExit::kNoLibrary,
                        pszError);
@@ -77,6 +78,12 @@ void CHostLibrary::RemarkOnCores(const vxttools::COutput& rOutput) const {
 EExit CHostLibrary::Emit(vxttools::CTool& rTool, vxttools::CDocument& rDocument, vxttools::CFindings Found) const {
     for (std::string& rsFinding : Findings()) Found.push_back(std::move(rsFinding));  // now: all has been read
     return vxttools::g_EmitWithFindings(rTool, rDocument, Found);
+}
+
+bool CHostLibrary::Pause(std::chrono::milliseconds Duration) const {
+    if (!vxttools::g_Pause(Duration)) return false;
+    if (m_pSimulatedWait) m_pSimulatedWait(static_cast<uint32_t>(Duration.count()));
+    return true;
 }
 
 EExit CHostLibrary::Finish(EExit eExit) const {

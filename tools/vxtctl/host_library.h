@@ -3,6 +3,7 @@
 
 #include <vxtapi/vxtapi.h>
 
+#include <chrono>
 #include <string>
 
 #include "common/findings.h"
@@ -38,6 +39,8 @@ public:
     vxttools::CFindings Findings() const;
     /// A command's answer with its own findings and, behind them, those up to now. Returns how the command ends.
     vxttools::EExit Emit(vxttools::CTool& rTool, vxttools::CDocument& rDocument, vxttools::CFindings Found = {}) const;
+    /// Lets so much time pass, on a simulated PC too. False: the user asked to end before.
+    bool Pause(std::chrono::milliseconds Duration) const;
     /// After changes: how the command ends. A simulated PC that could not keep its state makes it a failure.
     vxttools::EExit Finish(vxttools::EExit eExit) const;
     /// "; DeviceList.cfg in this folder leaves device types out" where that may be why something is missing; else empty.
@@ -57,6 +60,7 @@ private:
     const char* (*m_pSimulatedError)() = nullptr;    ///< of a simulated build only
     uint64_t (*m_pSimulatedFailures)() = nullptr;    ///< the same
     uint32_t (*m_pSimulatedProcessors)() = nullptr;  ///< the same
+    void (*m_pSimulatedWait)(uint32_t) = nullptr;    ///< the same
     std::string m_sPath;
 };
 

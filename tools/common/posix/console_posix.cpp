@@ -20,6 +20,18 @@ std::optional<size_t> g_Columns(int nDescriptor) {
     return Size.ws_col;
 }
 
+/// Calls `Wait` until it says that it is over or the process is asked to end: false. It waits with the signals that it is
+/// given: they are held back from the look at the flag until the wait has begun, so that none can fall in between.
+template <class TWait> bool g_WaitUnlessAsked(TWait Wait) {
+    sigset_t Ending, Before;
+    sigemptyset(&Ending);
+    for (const int nSignal : kEndingSignals) sigaddset(&Ending, nSignal);
+    sigprocmask(SIG_BLOCK, &Ending, &Before);
+    while (!g_nInterrupted && !Wait(Before)) continue;
+    sigprocmask(SIG_SETMASK, &Before, nullptr);
+    return !g_nInterrupted;
+}
+
 }  // namespace
 
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
@@ -44,15 +56,19 @@ std::optional<size_t> g_StdoutColumns() { return g_Columns(STDOUT_FILENO); }
 std::optional<size_t> g_StderrColumns() { return g_Columns(STDERR_FILENO); }
 
 bool g_WaitForInput() {
-    // The signals are held back from the look at the flag until the wait has begun, so that none can fall in between.
-    sigset_t Ending, Before;
-    sigemptyset(&Ending);
-    for (const int nSignal : kEndingSignals) sigaddset(&Ending, nSignal);
-    sigprocmask(SIG_BLOCK, &Ending, &Before);
     pollfd Input{STDIN_FILENO, POLLIN, 0};
-    while (!g_nInterrupted && ppoll(&Input, 1, nullptr, &Before) < 0) continue;
-    sigprocmask(SIG_SETMASK, &Before, nullptr);
-    return !g_nInterrupted;
+    return g_WaitUnlessAsked([&](const sigset_t& rUnblocked) { return ppoll(&Input, 1, nullptr, &rUnblocked) >= 0; });
+}
+
+bool g_Pause(std::chrono::milliseconds Duration) {
+    const auto End = std::chrono::steady_clock::now() + Duration;
+    return g_WaitUnlessAsked([&](const sigset_t& rUnblocked) {
+        const auto Left = std::chrono::ceil<std::chrono::nanoseconds>(End - std::chrono::steady_clock::now()).count();
+        if (Left <= 0) return true;
+        constexpr long lSecond = 1'000'000'000;
+        const timespec Time{static_cast<time_t>(Left / lSecond), static_cast<long>(Left % lSecond)};
+        return ppoll(nullptr, 0, &Time, &rUnblocked) == 0;
+    });
 }
 
 bool g_WasInterrupted() { return g_nInterrupted; }

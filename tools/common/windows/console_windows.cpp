@@ -5,6 +5,7 @@
 #include <shellapi.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include "common/console.h"
@@ -75,6 +76,15 @@ bool g_IsStdoutTerminal() { return g_IsConsole(STD_OUTPUT_HANDLE); }
 std::optional<size_t> g_StdoutColumns() { return g_Columns(STD_OUTPUT_HANDLE); }
 std::optional<size_t> g_StderrColumns() { return g_Columns(STD_ERROR_HANDLE); }
 bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
+bool g_Pause(std::chrono::milliseconds Duration) {
+    constexpr std::chrono::milliseconds kLook{20};  // the handler has a thread of its own
+    const auto End = std::chrono::steady_clock::now() + Duration;
+    while (!g_bInterrupted && std::chrono::steady_clock::now() < End) {
+        const auto Left = std::chrono::ceil<std::chrono::milliseconds>(End - std::chrono::steady_clock::now());
+        if (Left.count() > 0) Sleep(static_cast<DWORD>(std::min(Left, kLook).count()));
+    }
+    return !g_bInterrupted;
+}
 bool g_WasInterrupted() { return g_bInterrupted; }
 
 void g_SetEnvironment(const char* pszName, const std::string& sValue) {

@@ -1,0 +1,162 @@
+#include "sensors.h"
+
+#include <cstring>
+#include <span>
+
+#include "common/text.h"
+#include "core_family.h"
+#include "device_types.h"
+
+namespace vxtctl {
+
+using vxtapi::CCPU;
+using vxtapi::CEnvironmentController;
+using vxtapi::CSouthBridge;
+using vxttools::CLimits;
+using vxttools::CPlausible;
+using vxttools::CQuantity;
+
+namespace {
+
+constexpr double kNone = CSouthBridge::kNoReading;
+constexpr const char* kNotConnected = "nothing is connected there, or it could not be read";
+constexpr const char* kStandsStill = "it stands still, is not connected, or could not be read";
+
+struct CKindRow {
+    const char* pszWord;   ///< in paths
+    const char* pszLabel;  ///< before the number
+    const char* pszUnit;
+    CPlausible Plausible;
+    const char* pszNone;
+};
+/// By ESensor.
+constexpr CKindRow kKinds[] = {
+    {"temperature", "Temperature", "°C", {-55, 150, true}, kNotConnected},
+    {"fan", "Fan", "RPM", {50, 30'000}, kStandsStill},
+    {"duty", "Fan duty", "%", {0, 100, true}, "the chip drives the fan itself, or it could not be read"},
+    {"voltage",
+     "Voltage",
+     "V",
+     {0.0001, 30},
+     "nothing is connected there, its scale is not known, or it could not be read"},
+};
+
+/// Equal sensors of one kind of device.
+template <class TDevice> struct CSeriesRow {
+    ESensor eKind;
+    int32_t nCount;
+    double (*pRead)(TDevice& rDevice, int32_t nIndex);
+    std::string_view sOnly = {};  ///< name of the one class of devices that has them; empty: all have
+    CLimits (*pLimits)(TDevice& rDevice, int32_t nIndex) = nullptr;
+};
+constexpr std::string_view kSQ3 = "SQ3 Series Chipset", kSQ4 = "SQ4 Series Chipset", kFintek = "Fintek SIO Chip",
+                           kIte = "ITE SIO Chip";
+
+// --- the chips
+
+/// The older chip tells kelvins divided by 273.16.
+double g_BridgeTemperature(CSouthBridge& rBridge, int32_t nIndex) {
+    const double dReading = rBridge.GetCurrentTemperature(nIndex);
+    const bool bOld = vxttools::g_Utf8(rBridge.GetName()) == kSQ3;
+    return bOld && dReading != kNone ? (dReading - 1) * 273.16 : dReading;
+}
+
+/// The highest of the limits that a chip has for a temperature.
+CLimits g_BridgeLimits(CSouthBridge& rBridge, int32_t nIndex) {
+    constexpr CPlausible kLimit = kKinds[0].Plausible;
+    CLimits Limits;
+    for (int32_t nWhich = 0; nWhich < 3; ++nWhich) {
+        const double dLimit = rBridge.GetTemperatureThreshold(nIndex, nWhich);
+        if (dLimit > 0 && dLimit <= kLimit.dHigh) Limits.oMaximum = std::max(dLimit, Limits.oMaximum.value_or(dLimit));
+    }
+    return Limits;
+}
+
+template <class TDevice> double g_Duty(TDevice& rDevice, int32_t nFan) {
+    uint32_t uPercent = 0;
+    return rDevice.GetCurrentFanSpeedPercentage(nFan, &uPercent) ? uPercent : kNone;
+}
+
+constexpr CSeriesRow<CSouthBridge> kSouthBridge[] = {
+    {ESensor::kTemperature, 4, g_BridgeTemperature, {}, g_BridgeLimits},
+    {ESensor::kFan, 3, [](CSouthBridge& r, int32_t nIndex) { return r.GetCurrentFanSpeed(nIndex); }},
+    {ESensor::kDuty, 3, g_Duty<CSouthBridge>, kSQ4},
+    {ESensor::kVoltage, 8, [](CSouthBridge& r, int32_t nIndex) { return r.GetCurrentVoltage(nIndex); }},
+};
+
+/// Whole numbers have two marks for a reading that is none.
+double g_Whole(uint32_t uReading) {
+    constexpr uint32_t kNoTemperature = 0xFFFF;
+    return uReading == CEnvironmentController::kNoReading || uReading == kNoTemperature ? kNone : uReading;
+}
+
+constexpr CSeriesRow<CEnvironmentController> kEnvironment[] = {
+    {ESensor::kTemperature, 3,
+     [](CEnvironmentController& r, int32_t nIndex) { return g_Whole(r.GetCurrentTemperature(nIndex)); }, kFintek},
+    {ESensor::kFan, 3, [](CEnvironmentController& r, int32_t nIndex) { return g_Whole(r.GetCurrentFanSpeed(nIndex)); },
+     kIte},
+    {ESensor::kDuty, 3, g_Duty<CEnvironmentController>},
+    {ESensor::kVoltage, 8, [](CEnvironmentController& r, int32_t nIndex) { return r.GetCurrentVoltage(nIndex); },
+     kFintek},
+};
+
+/// The first generation of K8 has no temperature in its thermal register.
+double g_CoreTemperature(CCPU& rCpu, int32_t) {
+    double dCelsius = kNone;
+    const void* const pThermal = g_Family(rCpu) == EFamily::kFirstK8 ? nullptr : rCpu.GetThermTrip();
+    if (pThermal) std::memcpy(&dCelsius, pThermal, sizeof dCelsius);
+    return dCelsius;
+}
+
+constexpr CSeriesRow<CCPU> kProcessor[] = {
+    {ESensor::kTemperature, 1, g_CoreTemperature},
+    {ESensor::kVoltage, 1, [](CCPU& r, int32_t) { return r.GetCurrentVoltage(); }},
+};
+
+template <class TDevice>
+void g_AddSeries(std::vector<CSensor>& rSensors, const CInventoryEntry& rEntry, const CSeriesRow<TDevice>& rRow) {
+    auto& rDevice = *static_cast<TDevice*>(rEntry.pDevice);
+    if (!rRow.sOnly.empty() && vxttools::g_Utf8(rDevice.GetName()) != rRow.sOnly) return;
+    const CKindRow& rKind = kKinds[static_cast<size_t>(rRow.eKind)];
+    for (int32_t i = 0; i < rRow.nCount; ++i) {
+        const std::string sNumber = std::to_string(i);
+        const bool bIsCore = rEntry.eType == vxtapi::kDeviceCpu;
+        CSensor& rSensor = rSensors.emplace_back(
+            CSensor{.sId = g_DevicePath(rEntry.eType, rEntry.uIndex) + "/" + rKind.pszWord + "/" + sNumber,
+                    .sDevice = bIsCore ? "Core " + std::to_string(rEntry.uIndex) : vxttools::g_Utf8(rDevice.GetModel()),
+                    .sLabel = rKind.pszLabel + (rRow.nCount > 1 ? " " + sNumber : std::string()),
+                    .eKind = rRow.eKind,
+                    .sUnit = rKind.pszUnit,
+                    .Plausible = rKind.Plausible,
+                    .pszNone = rKind.pszNone,
+                    .Read = [&rDevice, pRead = rRow.pRead, i] { return pRead(rDevice, i); }});
+        if (rRow.pLimits) rSensor.Limits = rRow.pLimits(rDevice, i);
+        if (rRow.eKind == ESensor::kFan || rRow.eKind == ESensor::kDuty) rSensor.oFan = static_cast<uint32_t>(i);
+    }
+}
+
+template <class TDevice>
+void g_AddDevices(std::vector<CSensor>& rSensors, const CHostLibrary& rLibrary, vxtapi::eDeviceType eType,
+                  std::span<const CSeriesRow<TDevice>> Rows) {
+    for (const CInventoryEntry& rEntry : rLibrary.Devices(eType))
+        for (const CSeriesRow<TDevice>& rRow : Rows) g_AddSeries(rSensors, rEntry, rRow);
+}
+
+}  // namespace
+
+std::vector<CSensor> g_FindSensors(const CHostLibrary& rLibrary) {
+    std::vector<CSensor> Sensors;
+    g_AddDevices<CCPU>(Sensors, rLibrary, vxtapi::kDeviceCpu, kProcessor);
+    g_AddDevices<CSouthBridge>(Sensors, rLibrary, vxtapi::kDeviceSouthBridge, kSouthBridge);
+    g_AddDevices<CEnvironmentController>(Sensors, rLibrary, vxtapi::kDeviceEnvironment, kEnvironment);
+    return Sensors;
+}
+
+CQuantity g_ReadSensor(const CSensor& rSensor) {
+    CQuantity Quantity{.sId = rSensor.sId, .sLabel = rSensor.sLabel, .sUnit = rSensor.sUnit, .Limits = rSensor.Limits};
+    Quantity.Judge(rSensor.Read(), rSensor.Plausible);
+    if (!Quantity.oValue && !Quantity.bOutOfRange) Quantity.sReason = rSensor.pszNone;
+    return Quantity;
+}
+
+}  // namespace vxtctl
