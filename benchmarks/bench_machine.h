@@ -12,15 +12,15 @@ namespace vxtbench {
 
 using namespace vxt::platform::simulated;
 
-/// The default machine, as a new process finds it.
-inline void SwitchOn() {
+/// A machine, as a new process finds it.
+inline void SwitchOn(const char* pszMachine = vxtsim::kDefaultMachine) {
     vxt::g_GetDriverHandler().UnInit();
     vxt::g_GetFirmwareWmi().Disconnect();
     vxt::g_GetQORBIOSHandler().Disconnect();
     vxt::g_GetACPITable().Clear();
     vxtsim::CMachineDescription Description;
     std::string sError;
-    if (!vxtsim::g_LoadMachine("family10h-ddr3", Description, sError)) std::fprintf(stderr, "%s\n", sError.c_str());
+    if (!vxtsim::g_LoadMachine(pszMachine, Description, sError)) std::fprintf(stderr, "%s\n", sError.c_str());
     g_Restart(std::move(Description));
 }
 

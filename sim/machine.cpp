@@ -59,6 +59,7 @@ struct CSimMachine::CState {
           Memory(rDescription.Memory),
           Ports(rDescription.Ports),
           oFirmware(rDescription.oFirmware),
+          Loads(rDescription.uCores),
           Acpi(g_LayOutAcpi(rDescription.Acpi)),
           Apic(rDescription.dReferenceMHz) {
         for (uint32_t uCore = 0; uCore < rDescription.uCores; ++uCore)
@@ -66,6 +67,8 @@ struct CSimMachine::CState {
                 for (auto it = rDescription.Msr.lower_bound({uWhich, 0});
                      it != rDescription.Msr.end() && it->first.first == uWhich; ++it)
                     Msr[uCore][it->first.second] = it->second;
+        for (size_t i = 0; i < std::min(Loads.size(), rDescription.Loads.size()); ++i)
+            Loads[i] = rDescription.Loads[i] / 100.0;
         for (auto& [Address, rFunction] : Pci) rFunction.resize(rFunction.size() <= kPciBytes ? kPciBytes : kPage);
         Memory.insert(Acpi.Regions.begin(), Acpi.Regions.end());
         for (const auto& [sSignature, Table] : rDescription.Acpi) {
@@ -124,6 +127,7 @@ struct CSimMachine::CState {
     std::map<uint64_t, std::vector<uint8_t>> Memory;
     std::map<uint16_t, uint8_t> Ports;
     std::optional<CFirmwareDescription> oFirmware;
+    std::vector<double> Loads;  ///< by core
     CAcpiLayout Acpi;
     std::vector<CEcamWindow> Ecam;
     bool bEcamReachesProcessor = true;
@@ -337,6 +341,7 @@ void CSimMachine::WriteMemory(uint64_t ullAddress, std::span<const uint8_t> Data
                 if (std::memcmp(pBytes, &Part[uOffset], uCount) != 0) Touch();
                 std::memcpy(pBytes, &Part[uOffset], uCount);
             });
+            for (const auto& pModel : m_Models) pModel->WroteMemory(ullAddress, Part.size());
         }
         ullAddress += Part.size();
         Data = Data.subspan(Part.size());
@@ -464,6 +469,18 @@ void CSimMachine::Advance(uint64_t ullNanoseconds) {
             m_pState->Apic.Synchronize(rMapping.pBacking,
                                        static_cast<uint32_t>(rMapping.ullPhysical - m_pState->ullApicBase),
                                        rMapping.uSize, m_ullNow);
+}
+
+// --- loads
+
+double CSimMachine::Load(uint32_t uCore) const {
+    const std::lock_guard Lock(m_Lock);
+    return uCore < m_pState->Loads.size() ? m_pState->Loads[uCore] : 0;
+}
+
+void CSimMachine::SetLoad(uint32_t uCore, double dLoad) {
+    const std::lock_guard Lock(m_Lock);
+    m_pState->Loads.at(uCore) = std::clamp(dLoad, 0.0, 1.0);
 }
 
 // --- reference clock

@@ -26,6 +26,8 @@ public:
     /// One aligned dword of configuration space.
     virtual bool ReadPci(CPciAddress, uint32_t /*uOffset*/, uint32_t& /*ruValue*/) { return false; }
     virtual bool WritePci(CPciAddress, uint32_t /*uOffset*/, uint32_t /*uValue*/) { return false; }
+    /// These bytes of described memory have been written.
+    virtual void WroteMemory(uint64_t /*ullAddress*/, size_t /*uSize*/) {}
     /// Called whenever virtual time has moved.
     virtual void Tick(uint64_t /*ullNanoseconds*/) {}
     /// Puts what the model keeps beside the machine's own registers into the machine's description, as it will be when
@@ -100,6 +102,10 @@ public:
     double ReferenceMHz() const;
     /// From now on. A clock beyond 1 to 1000 MHz is none that a board can make: the old one stays.
     void SetReferenceClock(double dMHz);
+
+    // --- what the cores do, as a share of time from 0 to 1; the description tells it at power-on and Describe forgets it
+    double Load(uint32_t uCore) const;  ///< 0 of a core that is not there
+    void SetLoad(uint32_t uCore, double dLoad);
 
     // --- the workbench: plain state behind the models, for tests and tools
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist

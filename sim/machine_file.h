@@ -74,6 +74,31 @@ struct CFirmwareDescription {
     bool operator==(const CFirmwareDescription&) const = default;
 };
 
+/// What can be dumped of a Super I/O chip: its global registers, those of a logical device, its hardware monitor's. Each
+/// dump begins at register 0, whatever the first one is that the part has.
+struct CSuperIoPart {
+    static constexpr size_t kGlobals = 0x30, kRegisters = 0x100;  ///< a device's follow the global ones
+    static constexpr uint8_t kMonitorDevice = 4;
+    enum EKind : uint8_t { kGlobal, kDevice, kMonitor };
+
+    uint16_t usPort;  ///< of its configuration
+    EKind eKind = kGlobal;
+    uint8_t ucDevice = 0;
+    auto operator<=>(const CSuperIoPart&) const = default;
+};
+
+/// Where a fan is connected: a Super I/O chip's configuration port or an index port, and which tachometer there.
+struct CFanPlace {
+    uint16_t usPort;
+    uint8_t ucFan;
+    auto operator<=>(const CFanPlace&) const = default;
+};
+struct CFan {
+    uint32_t uFullSpeed = 0;  ///< RPM at full duty
+    uint32_t uStart = 20;     ///< percent of duty below which it stands still
+    bool operator==(const CFan&) const = default;
+};
+
 /// What a machine file says. Plain data: equal files give equal descriptions.
 struct CMachineDescription {
     std::string sName;
@@ -91,8 +116,11 @@ struct CMachineDescription {
     std::vector<std::pair<std::string, std::vector<uint8_t>>> Acpi;  ///< signature and table, in file order
     std::map<uint16_t, uint8_t> Ports;                               ///< plain readable and writable ports
     std::map<uint8_t, std::vector<uint8_t>> Smbus;                   ///< by 7-bit address: up to 256 registers
-    std::map<std::string, std::string> Registry;                     ///< "key\\path!value" -> text of the line
-    std::vector<CWmiInstance> Wmi;                                   ///< in file order
+    std::map<uint16_t, std::vector<uint8_t>> IndexPorts;             ///< by index port: up to 256 registers
+    std::map<CSuperIoPart, std::vector<uint8_t>> SuperIo;            ///< dumps
+    std::map<CFanPlace, CFan> Fans;
+    std::map<std::string, std::string> Registry;  ///< "key\\path!value" -> text of the line
+    std::vector<CWmiInstance> Wmi;                ///< in file order
     std::optional<CFirmwareDescription> oFirmware;
     /// What is said of a register for this core alone: if nothing yet, what is said for all.
     uint64_t& CoreMsr(uint32_t uCore, uint32_t uIndex) {

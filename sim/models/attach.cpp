@@ -8,8 +8,11 @@
 #include "fid_vid.h"
 #include "link_phy.h"
 #include "pm_timer.h"
+#include "port_pairs.h"
 #include "pstates.h"
 #include "smbus_host.h"
+#include "south_bridge_monitor.h"
+#include "super_io.h"
 #include "thermal.h"
 #include "time_stamp_counter.h"
 
@@ -69,6 +72,11 @@ bool g_IsLater(const CSimMachine& rMachine) {
     return eFamily == EFamily::k10h || eFamily == EFamily::k11h;
 }
 
+bool g_HasBridge(const CSimMachine& rMachine, uint16_t usPort) {
+    const CMachineDescription& rDescription = rMachine.Description();
+    return rDescription.IndexPorts.contains(usPort) && g_FindBridgeMonitor(rDescription);
+}
+
 /// A model and what of a machine file asks for it. Plugged in this order.
 struct CModelRow {
     bool (*pIsDeclared)(const CSimMachine& rMachine);
@@ -91,6 +99,22 @@ constexpr CModelRow kModels[] = {
     {g_IsLater, [](CSimMachine& r) { r.Plug<CAdditionalData>(2u); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CReadOnlyTemperature>(); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CLinkPhy>(); }},
+    // Behind the cores' clock, which warms sensors. The bridge's own pairs are asked before plain ones.
+    {[](const CSimMachine& r) { return !r.Description().IndexPorts.empty(); },
+     [](CSimMachine& r) {
+         for (const auto& [usPort, rRegisters] : r.Description().IndexPorts) r.Plug<CPortPairs>(usPort);
+     }},
+    {[](const CSimMachine& r) { return g_HasBridge(r, kBridgeMonitorPort); },
+     [](CSimMachine& r) { r.Plug<CSouthBridgeMonitor>(*g_FindBridgeMonitor(r.Description())); }},
+    {[](const CSimMachine& r) { return g_HasBridge(r, kBridgePowerPort); },
+     [](CSimMachine& r) { r.Plug<CSouthBridgePower>(); }},
+    {[](const CSimMachine& r) { return !r.Description().SuperIo.empty(); },
+     [](CSimMachine& r) {
+         for (const auto& [Part, rRegisters] : r.Description().SuperIo)
+             if (const auto* const pChip = g_FindSuperIoChip(r.Description(), Part.usPort);
+                 pChip && Part == CSuperIoPart{Part.usPort})
+                 r.Plug<CSuperIo>(Part.usPort, *pChip);
+     }},
 };
 
 }  // namespace

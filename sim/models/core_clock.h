@@ -8,6 +8,7 @@ namespace vxtsim {
 class CCoreClock {
 public:
     virtual double CoreMHz(uint32_t uCore) const = 0;
+    virtual double SettledMHz(uint32_t uCore) const = 0;    ///< when the transition under way has ended
     virtual double TimeStampMHz(uint32_t uCore) const = 0;  ///< pace of the time-stamp counter
 
 protected:

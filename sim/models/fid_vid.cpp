@@ -59,9 +59,16 @@ void CFidVid::_Complete(uint64_t ullControl, uint64_t& rullStatus) const {
     rullStatus |= ullFrequency | ullVoltage << 32;
 }
 
-double CFidVid::CoreMHz(uint32_t uCore) const {
-    const auto uCode = static_cast<uint32_t>(m_rMachine.Msr(uCore, kStatus) & kFrequency);
-    return m_rMachine.ReferenceMHz() * (4.0 + 0.5 * uCode);
+double CFidVid::_MHz(uint64_t ullStatus) const {
+    return m_rMachine.ReferenceMHz() * (4.0 + 0.5 * static_cast<double>(ullStatus & kFrequency));
+}
+
+double CFidVid::CoreMHz(uint32_t uCore) const { return _MHz(m_rMachine.Msr(uCore, kStatus)); }
+
+double CFidVid::SettledMHz(uint32_t uCore) const {
+    uint64_t ullStatus = m_rMachine.Msr(uCore, kStatus);
+    if (m_Pending[uCore] && !m_bStuck) _Complete(m_Pending[uCore]->ullControl, ullStatus);
+    return _MHz(ullStatus);
 }
 
 }  // namespace vxtsim

@@ -20,6 +20,7 @@ public:
     void Tick(uint64_t ullNanoseconds) override;
     void Describe(CMachineDescription& rDescription) const override;
     double CoreMHz(uint32_t uCore) const override;
+    double SettledMHz(uint32_t uCore) const override;
     double TimeStampMHz(uint32_t uCore) const override { return CoreMHz(uCore); }
 
     uint64_t m_ullDelay = 100'000;  ///< ns that a transition takes
@@ -31,6 +32,7 @@ private:
         uint64_t ullControl;
     };
     void _Complete(uint64_t ullControl, uint64_t& rullStatus) const;
+    double _MHz(uint64_t ullStatus) const;
 
     CSimMachine& m_rMachine;
     bool m_bSixBitVoltage;  ///< revision F: bits 13:8 and 37:32, five bits before

@@ -89,6 +89,12 @@ double CPstates::_MHz(uint64_t ullFields) const {
 
 double CPstates::CoreMHz(uint32_t uCore) const { return _MHz(m_rMachine.Msr(uCore, kStatus)); }
 
+double CPstates::SettledMHz(uint32_t uCore) const {
+    uint64_t ullStatus = m_rMachine.Msr(uCore, kStatus), ullControl = 0, ullCurrent = 0;
+    if (m_Pending[uCore] && !m_bStuck) _Complete(*m_Pending[uCore], ullStatus, ullControl, ullCurrent);
+    return _MHz(ullStatus);
+}
+
 double CPstates::TimeStampMHz(uint32_t uCore) const {
     const bool bPstate0 = m_rMachine.HasMsr(uCore, kHwcr) && m_rMachine.Msr(uCore, kHwcr) >> 24 & 1;
     return bPstate0 ? _MHz(m_rMachine.Msr(uCore, kDefinitions)) : m_rMachine.ReferenceMHz();

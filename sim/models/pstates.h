@@ -23,6 +23,7 @@ public:
     void Tick(uint64_t ullNanoseconds) override;
     void Describe(CMachineDescription& rDescription) const override;
     double CoreMHz(uint32_t uCore) const override;
+    double SettledMHz(uint32_t uCore) const override;
     double TimeStampMHz(uint32_t uCore) const override;
 
     uint64_t m_ullDelay = 200'000;  ///< ns that a transition takes

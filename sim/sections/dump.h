@@ -10,9 +10,9 @@ class CDumpSection : public CSection {
 public:
     static size_t AsItIs(size_t uSize) { return uSize; }
 
-    /// `pRound`: the size of a dump that has to hold so many bytes.
-    CDumpSection(std::vector<uint8_t>& rDump, size_t uLimit, size_t (*pRound)(size_t uSize) = AsItIs)
-        : m_rDump(rDump), m_uLimit(uLimit), m_pRound(pRound) {}
+    /// `pRound`: the size of a dump that has to hold so many bytes. `uFirst`: the lowest offset that a line may name.
+    CDumpSection(std::vector<uint8_t>& rDump, size_t uLimit, size_t (*pRound)(size_t uSize) = AsItIs, size_t uFirst = 0)
+        : m_rDump(rDump), m_uLimit(uLimit), m_uNext(uFirst), m_pRound(pRound) {}
 
     bool Line(CMachineReader& rReader, std::string_view sLine) override;
     /// Makes room, within the budget of the whole file.
@@ -22,7 +22,7 @@ protected:
     std::vector<uint8_t>& m_rDump;
 
 private:
-    size_t m_uLimit, m_uNext = 0;
+    size_t m_uLimit, m_uNext;
     size_t (*m_pRound)(size_t uSize);
 };
 
@@ -30,9 +30,9 @@ private:
 template <class TKey>
 std::unique_ptr<CDumpSection> g_OpenDump(CMachineReader& rReader, std::map<TKey, std::vector<uint8_t>>& rDumps,
                                          const TKey& rKey, size_t uLimit, std::string_view sArgument,
-                                         size_t (*pRound)(size_t uSize) = CDumpSection::AsItIs) {
+                                         size_t (*pRound)(size_t uSize) = CDumpSection::AsItIs, size_t uFirst = 0) {
     const auto [it, bNew] = rDumps.try_emplace(rKey);
-    if (bNew) return std::make_unique<CDumpSection>(it->second, uLimit, pRound);
+    if (bNew) return std::make_unique<CDumpSection>(it->second, uLimit, pRound, uFirst);
     rReader.FailTwice("dump", sArgument);
     return nullptr;
 }

@@ -58,12 +58,10 @@ bool CMachineReader::Read(std::string_view sText, const std::string& sFile, std:
     if (!m_bMachine) return Fail("a [machine] section", "none");
     if (m_oBase)
         for (const CSectionKind* const pKind : g_SectionKinds()) pKind->pInherit(m_rMachine, *m_oBase);
-    for (const auto& [uCore, uLine] : m_Cores)
-        if (uCore >= m_rMachine.uCores) {
-            m_uLine = uLine;
-            return Fail("a core below " + std::to_string(m_rMachine.uCores), std::to_string(uCore));
-        }
-    return true;
+    return std::ranges::all_of(m_LaterChecks, [this](const CLaterCheck& rLater) {
+        m_uLine = rLater.uLine;
+        return rLater.Check(*this);
+    });
 }
 
 bool CMachineReader::_ReadLines(std::string_view sText) {
@@ -131,7 +129,16 @@ bool CMachineReader::Charge(size_t uBytes) {
     return m_uData <= kMaximumData || Fail("at most 32 MiB of data", "more");
 }
 
-void CMachineReader::NameCore(uint32_t uCore) { m_Cores.push_back({uCore, m_uLine}); }
+void CMachineReader::AtEnd(std::function<bool(CMachineReader& rReader)> Check) {
+    m_LaterChecks.push_back({m_uLine, std::move(Check)});
+}
+
+void CMachineReader::NameCore(uint32_t uCore) {
+    AtEnd([uCore](CMachineReader& rReader) {
+        const uint32_t uCores = rReader.Machine().uCores;
+        return uCore < uCores || rReader.Fail("a core below " + std::to_string(uCores), std::to_string(uCore));
+    });
+}
 
 // --- values
 

@@ -1,6 +1,7 @@
 // Reading machine files: what the readers of all sections share.
 #pragma once
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -47,6 +48,8 @@ public:
     bool MayAdd(size_t uPresent);
     /// Counts against what a whole file may hold.
     bool Charge(size_t uBytes);
+    /// What only the whole machine can tell, its base's part included: asked in the end, and blamed on this line.
+    void AtEnd(std::function<bool(CMachineReader& rReader)> Check);
     /// This line speaks of the core, which must be there in the end.
     void NameCore(uint32_t uCore);
 
@@ -96,9 +99,9 @@ public:
     bool Without(std::string_view sList);
 
 private:
-    struct CNamedCore {
-        uint32_t uCore;
+    struct CLaterCheck {
         size_t uLine;
+        std::function<bool(CMachineReader& rReader)> Check;
     };
     bool _ReadLines(std::string_view sText);
     bool _OpenSection(std::string_view sHeading);
@@ -117,7 +120,7 @@ private:
     bool m_bMachine = false;  ///< there is a [machine]
     bool m_bBegun = false, m_bEnded = false;
     size_t m_uData = 0;  ///< bytes of all that was read
-    std::vector<CNamedCore> m_Cores;
+    std::vector<CLaterCheck> m_LaterChecks;
 };
 
 }  // namespace vxtsim

@@ -291,6 +291,79 @@ TEST_F(CLibrarySweep, DevicesOfTheBoard) {
            .bMayBeSilent = true});
 }
 
+/// The monitors' chips: what each class can do.
+class CSensorSweep : public CLibrarySweep {
+protected:
+    void Bridge(const std::string& sClass, bool bNewer) {
+        auto& rBridge = Device<vxtapi::CSouthBridge>(vxtapi::kDeviceSouthBridge);
+        constexpr double kNone = vxtapi::CSouthBridge::kNoReading;
+        Each(sClass,
+             {{.sName = "Init", .Run = [&] { return rBridge.Init(0); }},
+              {.sName = "GetCurrentFanSpeed", .Run = [&] { return rBridge.GetCurrentFanSpeed(0) != kNone; }},
+              {.sName = "GetCurrentTemperature", .Run = [&] { return rBridge.GetCurrentTemperature(0) != kNone; }},
+              {.sName = "GetCurrentVoltage", .Run = [&] { return rBridge.GetCurrentVoltage(0) != kNone; }}});
+        // The sequence is the class's that both share.
+        Each("CMonitoringSouthBridge|" + sClass,
+             {{.sName = "PreparePowerManagement", .Run = [&] { return rBridge.PreparePowerManagement(); }}});
+        if (!bNewer) return;
+        uint32_t uPercent = 0, uState = 0;
+        ASSERT_TRUE(rBridge.SaveFanControl(0, &uState));
+        Each(sClass, {{.sName = "GetTemperatureThreshold",
+                       .Run = [&] { return rBridge.GetTemperatureThreshold(0, 0) != kNone; }},
+                      {.sName = "SetCurrentFanSpeed", .Run = [&] { return rBridge.SetCurrentFanSpeed(0, 50); }},
+                      {.sName = "GetCurrentFanSpeedPercentage",
+                       .Run = [&] { return rBridge.GetCurrentFanSpeedPercentage(0, &uPercent); }},
+                      {.sName = "SaveFanControl", .Run = [&] { return rBridge.SaveFanControl(0, &uState); }},
+                      {.sName = "RestoreFanControl", .Run = [&] { return rBridge.RestoreFanControl(0, uState); }},
+                      {.sName = "EnableWatchDogTimer", .Run = [&] { return rBridge.EnableWatchDogTimer(true); }},
+                      {.sName = "TriggerWatchDogTimer", .Run = [&] { return rBridge.TriggerWatchDogTimer(false); }},
+                      {.sName = "GetCTBState", .Run = [&] { return rBridge.GetCTBState(); }},
+                      {.sName = "SetCTBState", .Run = [&] { return rBridge.SetCTBState(true); }}});
+    }
+    void SuperIo(const std::string& sClass, const std::string& sFind) {
+        auto& rChip = Device<vxtapi::CEnvironmentController>(vxtapi::kDeviceEnvironment);
+        constexpr uint32_t kNone = vxtapi::CEnvironmentController::kNoReading;
+        uint32_t uPercent = 0, uState = 0;
+        int32_t nCelsius = 0;
+        ASSERT_TRUE(rChip.SaveFanControl(0, &uState));
+        // Where the first port fails the second is tried; configuration mode is left in any case, as far as that works.
+        Sweep({.sName = sClass + "::(Init|" + sFind + ")|CDriverHandler::WritePort",
+               .Run = [&] { return rChip.Init(0); },
+               .sSurvives = "in CDriverHandler::WritePort$",
+               .sStillWrites = " 00[24][EF] "});
+        Each(sClass, {{.sName = "SetCurrentFanSpeedPercentage",
+                       .Run = [&] { return rChip.SetCurrentFanSpeedPercentage(0, 50); }},
+                      {.sName = "GetCurrentFanSpeedPercentage",
+                       .Run = [&] { return rChip.GetCurrentFanSpeedPercentage(0, &uPercent); },
+                       .Arrange = [&] { rChip.SetCurrentFanSpeedPercentage(0, 50); }},
+                      {.sName = "SaveFanControl", .Run = [&] { return rChip.SaveFanControl(0, &uState); }},
+                      {.sName = "RestoreFanControl", .Run = [&] { return rChip.RestoreFanControl(0, uState); }}});
+        if (sClass == "CF71882")
+            Each(sClass,
+                 {{.sName = "GetCurrentTemperature", .Run = [&] { return rChip.GetCurrentTemperature(0) != 0xFFFF; }},
+                  {.sName = "GetCurrentVoltage", .Run = [&] { return rChip.GetCurrentVoltage(0) != 0.0; }}});
+        else
+            Each(sClass, {{.sName = "GetCurrentFanSpeed", .Run = [&] { return rChip.GetCurrentFanSpeed(0) != kNone; }},
+                          {.sName = "GetTemperatureLimitOfFanStart",
+                           .Run = [&] { return rChip.GetTemperatureLimitOfFanStart(0, &nCelsius); }}});
+    }
+};
+
+TEST_F(CSensorSweep, NewerChips) {
+    ASSERT_TRUE(InitVXTAPI(true));
+    Bridge("CSQ4", true);
+    SuperIo("CF71882", "_Find_F71882");
+}
+
+TEST_F(CSensorSweep, OlderChips) {
+    Start("family10h-ddr2");
+    m_sSecondWay = "^$";
+    Restart();
+    ASSERT_TRUE(InitVXTAPI(true));
+    Bridge("CSQ3", false);
+    SuperIo("CIT8716F", "_Find_IT8716F");
+}
+
 TEST_F(CLibrarySweep, Start) {
     std::ofstream("DeviceList.cfg") << "[off]\nMonitor\nKeyboard\n";
     // Devices, tables and firmware are looked for: a start goes on without them.

@@ -12,7 +12,7 @@ namespace {
 
 using namespace f71882;
 
-constexpr CSuperIoChip kChips[] = {{0x0541, L"F71882"}, {0x0723, L"F71889"}};
+constexpr CSuperIoChip kChips[] = {{0x0541, L"F71882", kMap}, {0x0723, L"F71889", kMap}};
 constexpr CSuperIoRules kRules{.pszClass = "CF71882",
                                .Identity = {.eType = vxtapi::kDeviceEnvironment,
                                             .pszName = L"Fintek SIO Chip",
@@ -71,50 +71,51 @@ bool CF71882::_ReadScales() {
 
 bool CF71882::GetCurrentFanSpeedPercentage(int32_t nFan, uint32_t* puPercent) {
     uint32_t uDuty = 0;
-    if (!kDuties.Has(nFan)) return false;
+    if (!Map().Duties.Has(nFan)) return false;
     LOG_PROCESS_ERROR(puPercent);
-    const bool bRetCode = kDuties.ReadRaw(Monitor(), nFan, uDuty);
+    const bool bRetCode = Map().Duties.ReadRaw(Monitor(), nFan, uDuty);
     LOG_PROCESS_ERROR(bRetCode);
     *puPercent = uDuty * 100 / kFullDuty;
     return true;
 }
 
 bool CF71882::SetCurrentFanSpeedPercentage(int32_t nFan, uint32_t uPercent) {
-    if (!kDuties.Has(nFan)) return false;
+    if (!Map().Duties.Has(nFan)) return false;
     LOG_PROCESS_ERROR(uPercent <= 100);
-    const bool bRetCode = Monitor().Write(kDuties.Register(nFan), static_cast<uint8_t>(uPercent * kFullDuty / 100));
+    const bool bRetCode =
+        Monitor().Write(Map().Duties.Register(nFan), static_cast<uint8_t>(uPercent * kFullDuty / 100));
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CF71882::SaveFanControl(int32_t nFan, uint32_t* puState) {
     LOG_PROCESS_ERROR(puState);
-    LOG_PROCESS_ERROR(kDuties.Has(nFan));
-    const bool bRetCode = kDuties.ReadRaw(Monitor(), nFan, *puState);
+    LOG_PROCESS_ERROR(Map().Duties.Has(nFan));
+    const bool bRetCode = Map().Duties.ReadRaw(Monitor(), nFan, *puState);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 bool CF71882::RestoreFanControl(int32_t nFan, uint32_t uState) {
-    LOG_PROCESS_ERROR(kDuties.Has(nFan));
-    const bool bRetCode = Monitor().Write(kDuties.Register(nFan), static_cast<uint8_t>(uState));
+    LOG_PROCESS_ERROR(Map().Duties.Has(nFan));
+    const bool bRetCode = Monitor().Write(Map().Duties.Register(nFan), static_cast<uint8_t>(uState));
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
 
 uint32_t CF71882::GetCurrentTemperature(int32_t nIndex) {
     constexpr uint32_t kNoTemperature = 0xFFFF;
-    if (!kTemperatures.Has(nIndex)) return kNoTemperature;
+    if (!Map().Temperatures.Has(nIndex)) return kNoTemperature;
     uint32_t uCelsius = 0;
-    const bool bRetCode = kTemperatures.ReadRaw(Monitor(), nIndex, uCelsius);
+    const bool bRetCode = Map().Temperatures.ReadRaw(Monitor(), nIndex, uCelsius);
     LOG_PROCESS_ERROR_OR(kNoTemperature, bRetCode);
     return uCelsius;
 }
 
 double CF71882::GetCurrentVoltage(int32_t nIndex) {
-    if (!kVoltages.Has(nIndex)) return 0.0;
+    if (!Map().Voltages.Has(nIndex)) return 0.0;
     uint32_t uRaw = 0;
-    const bool bRetCode = kVoltages.ReadRaw(Monitor(), nIndex, uRaw);
+    const bool bRetCode = Map().Voltages.ReadRaw(Monitor(), nIndex, uRaw);
     LOG_PROCESS_ERROR(bRetCode);
     const auto uIndex = static_cast<size_t>(nIndex);
     return uRaw * kInputFactors[uIndex] * kVoltsPerStep * m_auScales[uIndex];

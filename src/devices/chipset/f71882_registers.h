@@ -3,7 +3,7 @@
 
 #include <iterator>
 
-#include "devices/chipset/sensor_series.h"
+#include "devices/chipset/super_io.h"
 
 namespace vxt::f71882 {
 
@@ -13,17 +13,14 @@ inline constexpr uint8_t kVendorHigh = 0x23, kVendorLow = 0x24;
 inline constexpr uint16_t SIO_FINTEK_ID = 0x1934;
 
 // --- monitor
-inline constexpr CSensorSeries kDuties{
-    .nCount = 3, .ucLow = 0xA3, .ucHigh = CSensorSeries::kNoRegister, .ucStep = 0x10, .pszCheck = nullptr};
-inline constexpr CSensorSeries kTemperatures{
-    .nCount = 3, .ucLow = 0x72, .ucHigh = CSensorSeries::kNoRegister, .ucStep = 2, .pszCheck = nullptr};
-inline constexpr CSensorSeries kVoltages{
-    .nCount = 8, .ucLow = 0x21, .ucHigh = CSensorSeries::kNoRegister, .ucStep = 1, .pszCheck = nullptr};
+inline constexpr CSuperIoMap kMap{.Duties = {.nCount = 3, .ucLow = 0xA3, .ucStep = 0x10},
+                                  .Temperatures = {.nCount = 3, .ucLow = 0x72, .ucStep = 2},
+                                  .Voltages = {.nCount = 8, .ucLow = 0x21, .ucStep = 1}};
 inline constexpr uint32_t kFullDuty = 255;
 inline constexpr double kVoltsPerStep = 0.008;
 /// What the inputs are multiplied by before the board's divider counts.
 inline constexpr uint32_t kInputFactors[] = {1, 2, 11, 2, 1, 1, 1, 1};
-static_assert(std::size(kInputFactors) == kVoltages.nCount);
+static_assert(std::size(kInputFactors) == kMap.Voltages.nCount);
 
 /// Where the scale of a voltage is: two bits that choose one of the scales. The last two voltages have none.
 struct CScaleBits {

@@ -12,7 +12,7 @@ namespace {
 
 using namespace it8716f;
 
-constexpr CSuperIoChip kChips[] = {{0x8716, L"IT8716F"}, {0x8718, L"IT8718F"}, {0x8720, L"IT8720F"}};
+constexpr CSuperIoChip kChips[] = {{0x8716, L"IT8716F", kMap}, {0x8718, L"IT8718F", kMap}, {0x8720, L"IT8720F", kMap}};
 constexpr CSuperIoRules kRules{.pszClass = "CIT8716F",
                                .Identity = {.eType = vxtapi::kDeviceEnvironment,
                                             .pszName = L"ITE SIO Chip",
@@ -62,16 +62,17 @@ bool CIT8716F::_PrepareMonitor() {
 }
 
 uint32_t CIT8716F::GetCurrentFanSpeed(int32_t nFan) {
-    if (!kTachometers.Has(nFan)) return kNoReading;
+    if (!Map().Tachometers.Has(nFan)) return kNoReading;
     uint32_t uCount = 0;
-    const bool bRetCode = kTachometers.ReadRaw(Monitor(), nFan, uCount, m_abWideCounters[static_cast<size_t>(nFan)]);
+    const bool bRetCode =
+        Map().Tachometers.ReadRaw(Monitor(), nFan, uCount, m_abWideCounters[static_cast<size_t>(nFan)]);
     LOG_PROCESS_ERROR_OR(kNoReading, bRetCode);
     if (uCount == 0 || uCount >= kNoSignal) return kNoReading;
     return kTachometerClock / (2 * uCount);
 }
 
 bool CIT8716F::GetCurrentFanSpeedPercentage(int32_t nFan, uint32_t* puPercent) {
-    if (!kDuties.Has(nFan)) return false;
+    if (!Map().Duties.Has(nFan)) return false;
     LOG_PROCESS_ERROR(puPercent);
     uint8_t ucModes = 0, ucSwitches = 0;
     bool bRetCode = Monitor().Read(kFanModes, ucModes);
@@ -83,7 +84,7 @@ bool CIT8716F::GetCurrentFanSpeedPercentage(int32_t nFan, uint32_t* puPercent) {
         return true;
     }
     uint32_t uDuty = 0;
-    bRetCode = kDuties.ReadRaw(Monitor(), nFan, uDuty);
+    bRetCode = Map().Duties.ReadRaw(Monitor(), nFan, uDuty);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR((uDuty & kAutomatic) == 0);
     *puPercent = uDuty * 100 / kFullDuty;
@@ -98,10 +99,11 @@ bool CIT8716F::_SetMode(int32_t nFan, bool bDuty) {
 }
 
 bool CIT8716F::SetCurrentFanSpeedPercentage(int32_t nFan, uint32_t uPercent) {
-    if (!kDuties.Has(nFan)) return false;
+    if (!Map().Duties.Has(nFan)) return false;
     LOG_PROCESS_ERROR(uPercent <= 100);
-    const bool bRetCode = Monitor().Write(kDuties.Register(nFan), static_cast<uint8_t>(uPercent * kFullDuty / 100)) &&
-                          _SetMode(nFan, true);
+    const bool bRetCode =
+        Monitor().Write(Map().Duties.Register(nFan), static_cast<uint8_t>(uPercent * kFullDuty / 100)) &&
+        _SetMode(nFan, true);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
@@ -110,7 +112,7 @@ bool CIT8716F::GetTemperatureLimitOfFanStart(int32_t zoneIndex, int32_t* pnCelsi
     LOG_PROCESS_ERROR(pnCelsius);
     LOG_PROCESS_ERROR(zoneIndex >= 0 && zoneIndex < MAX_ZONE);
     uint32_t uRaw = 0;
-    const bool bRetCode = kStartLimits.ReadRaw(Monitor(), zoneIndex, uRaw);
+    const bool bRetCode = Map().StartLimits.ReadRaw(Monitor(), zoneIndex, uRaw);
     LOG_PROCESS_ERROR(bRetCode);
     *pnCelsius = static_cast<int8_t>(uRaw);
     return true;
@@ -120,19 +122,19 @@ bool CIT8716F::GetTemperatureLimitOfFanStart(int32_t zoneIndex, int32_t* pnCelsi
 
 bool CIT8716F::SaveFanControl(int32_t nFan, uint32_t* puState) {
     LOG_PROCESS_ERROR(puState);
-    LOG_PROCESS_ERROR(kDuties.Has(nFan));
+    LOG_PROCESS_ERROR(Map().Duties.Has(nFan));
     uint32_t uDuty = 0;
     uint8_t ucModes = 0;
-    const bool bRetCode = kDuties.ReadRaw(Monitor(), nFan, uDuty) && Monitor().Read(kFanModes, ucModes);
+    const bool bRetCode = Map().Duties.ReadRaw(Monitor(), nFan, uDuty) && Monitor().Read(kFanModes, ucModes);
     LOG_PROCESS_ERROR(bRetCode);
     *puState = uDuty | (ucModes & g_FanBit(nFan) ? 1u << 8 : 0u);
     return true;
 }
 
 bool CIT8716F::RestoreFanControl(int32_t nFan, uint32_t uState) {
-    LOG_PROCESS_ERROR(kDuties.Has(nFan));
+    LOG_PROCESS_ERROR(Map().Duties.Has(nFan));
     const bool bRetCode =
-        Monitor().Write(kDuties.Register(nFan), static_cast<uint8_t>(uState)) && _SetMode(nFan, uState >> 8 & 1);
+        Monitor().Write(Map().Duties.Register(nFan), static_cast<uint8_t>(uState)) && _SetMode(nFan, uState >> 8 & 1);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }

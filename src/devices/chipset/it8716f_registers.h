@@ -1,7 +1,7 @@
 // Registers of ITE's IT8716F, IT8718F and IT8720F: configuration and environment controller (data sheet of the IT8716F, V0.3).
 #pragma once
 
-#include "devices/chipset/sensor_series.h"
+#include "devices/chipset/super_io.h"
 
 namespace vxt::it8716f {
 
@@ -15,20 +15,17 @@ inline constexpr uint16_t kMonitorAlignment = 8;
 
 // --- environment controller
 inline constexpr uint8_t kVendorRegister = 0x58, kVendor = 0x90;
-/// Tachometers: bits 0 to 2 of the enable register give them a high byte.
+/// Temperature zones that drive fans.
+inline constexpr int32_t MAX_ZONE = 3;
+inline constexpr CSuperIoMap kMap{.Duties = {.nCount = 3, .ucLow = 0x15, .ucStep = 1},
+                                  .Tachometers = {.nCount = 3, .ucLow = 0x0D, .ucHigh = 0x18, .ucStep = 1},
+                                  .StartLimits = {.nCount = MAX_ZONE, .ucLow = 0x61, .ucStep = 8}};
+/// Tachometers: bits 0 to 2 give them a high byte.
 inline constexpr uint8_t kWideCounters = 0x0C;
-inline constexpr CSensorSeries kTachometers{
-    .nCount = 3, .ucLow = 0x0D, .ucHigh = 0x18, .ucStep = 1, .pszCheck = nullptr};
 inline constexpr uint32_t kNoSignal = 0xFFFF, kTachometerClock = 1'350'000;  ///< two pulses a turn
 /// Duties: bits 6:0 by hand; bit 7: the chip drives the fan by temperature.
-inline constexpr CSensorSeries kDuties{
-    .nCount = 3, .ucLow = 0x15, .ucHigh = CSensorSeries::kNoRegister, .ucStep = 1, .pszCheck = nullptr};
 inline constexpr uint32_t kFullDuty = 0x7F, kAutomatic = 0x80;
 /// Bits 0 to 2: a fan has a duty; else it is full on or off, as bits 0 to 2 of the switches say.
 inline constexpr uint8_t kFanModes = 0x13, kFanSwitches = 0x14;
-/// Temperature in degrees Celsius, signed, at which an automatic fan starts; one zone a fan.
-inline constexpr int32_t MAX_ZONE = 3;
-inline constexpr CSensorSeries kStartLimits{
-    .nCount = MAX_ZONE, .ucLow = 0x61, .ucHigh = CSensorSeries::kNoRegister, .ucStep = 8, .pszCheck = nullptr};
 
 }  // namespace vxt::it8716f

@@ -9,26 +9,29 @@ namespace vxt {
 struct CSensorSeries {
     static constexpr uint8_t kNoRegister = 0xFF;
 
-    int32_t nCount;
-    uint8_t ucLow;         ///< register of the first one's reading
-    uint8_t ucHigh;        ///< of its upper byte; kNoRegister: readings have eight bits
-    uint8_t ucStep;        ///< from one sensor's registers to the next one's
-    const char* pszCheck;  ///< of a number, as it is logged beyond the last one; null: without a line
+    int32_t nCount = 0;
+    uint8_t ucLow = 0;               ///< register of the first one's reading
+    uint8_t ucHigh = kNoRegister;    ///< of its upper byte; kNoRegister: readings have eight bits
+    uint8_t ucStep = 0;              ///< from one sensor's registers to the next one's
+    const char* pszCheck = nullptr;  ///< of a number, as it is logged beyond the last one; null: without a line
     double (*pConvert)(uint32_t uRaw) = nullptr;  ///< from the reading to its unit; null: what it means is not here
 
     constexpr bool Has(int32_t nIndex) const { return nIndex >= 0 && nIndex < nCount; }
-    /// Register of a sensor that there is, before those `uBehind` further.
-    constexpr uint8_t Register(int32_t nIndex, uint32_t uBehind = 0) const {
-        return static_cast<uint8_t>(ucLow + ucStep * static_cast<uint32_t>(nIndex) + uBehind);
-    }
+    /// Register of a sensor that there is.
+    constexpr uint8_t Register(int32_t nIndex) const { return _OfSensor(ucLow, nIndex); }
     /// The reading of a sensor that there is: two port accesses a byte, the lower byte first. Untouched on failure.
+    /// `bHigh`: with the upper byte, where there is one.
     bool ReadRaw(const CPortPair& rMonitor, int32_t nIndex, uint32_t& ruRaw, bool bHigh = true) const {
         uint8_t ucLowByte = 0, ucHighByte = 0;
         if (!rMonitor.Read(Register(nIndex), ucLowByte)) return false;
-        const auto uHigh = static_cast<uint8_t>(ucHigh + ucStep * static_cast<uint32_t>(nIndex));
-        if (ucHigh != kNoRegister && bHigh && !rMonitor.Read(uHigh, ucHighByte)) return false;
+        if (bHigh && ucHigh != kNoRegister && !rMonitor.Read(_OfSensor(ucHigh, nIndex), ucHighByte)) return false;
         ruRaw = static_cast<uint32_t>(ucHighByte << 8 | ucLowByte);
         return true;
+    }
+
+private:
+    constexpr uint8_t _OfSensor(uint8_t ucFirst, int32_t nIndex) const {
+        return static_cast<uint8_t>(ucFirst + ucStep * static_cast<uint32_t>(nIndex));
     }
 };
 

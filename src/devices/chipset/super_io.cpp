@@ -15,12 +15,12 @@ constexpr uint8_t kMonitorDevice = 4;
 }  // namespace
 
 CSuperIo::CSuperIo(CDriverHandler& rDriver, const CSuperIoRules& rRules)
-    : CDeviceBase(rRules.Identity), m_rDriver(rDriver), m_rRules(rRules) {}
+    : CDeviceBase(rRules.Identity), m_rDriver(rDriver), m_rRules(rRules), m_pChip(rRules.Chips.data()) {}
 
 bool CSuperIo::TakeName(uint16_t usId) {
     const auto pChip = std::ranges::find(m_rRules.Chips, usId, &CSuperIoChip::usId);
     if (pChip == m_rRules.Chips.end()) return false;
-    m_pChip = &*pChip;
+    m_pChip = &*pChip, m_bNamed = true;
     std::swprintf(m_szName.data(), m_szName.size(), L"%ls SIO Chip", m_pChip->pszModel);
     g_GetLog().WriteLog(kLogInformation, "Found device %ls.", m_szName.data());  // ASCII
     return true;

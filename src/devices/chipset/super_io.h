@@ -11,10 +11,16 @@
 
 namespace vxt {
 
+/// What a chip's monitor measures and drives, as far as its class has a rule for it.
+struct CSuperIoMap {
+    CSensorSeries Duties, Tachometers = {}, Temperatures = {}, Voltages = {}, StartLimits = {};
+};
+
 /// A chip that a class drives.
 struct CSuperIoChip {
     uint16_t usId;  ///< registers 20h (high) and 21h of the configuration
     const wchar_t* pszModel;
+    const CSuperIoMap& rMap;
 };
 
 /// What tells one class of chips from another.
@@ -30,7 +36,7 @@ class CSuperIo : public CDeviceBase<vxtapi::CEnvironmentController> {
 public:
     static constexpr uint16_t kPorts[] = {0x2E, 0x4E};  ///< of the configuration, in search order
 
-    const wchar_t* GetModel() override { return m_pChip ? m_pChip->pszModel : CDeviceBase::GetModel(); }
+    const wchar_t* GetModel() override { return m_bNamed ? m_pChip->pszModel : CDeviceBase::GetModel(); }
     const wchar_t* GetDescription() override { return m_szName[0] ? m_szName.data() : CDeviceBase::GetDescription(); }
 
     bool GetCurrentFanSpeedPercentage(int32_t, uint32_t*) override { return false; }
@@ -48,6 +54,8 @@ protected:
 
     const char* LogClass() const { return m_rRules.pszClass; }
 
+    /// Of the chip that was found; before, of the first that the class drives.
+    const CSuperIoMap& Map() const { return m_pChip->rMap; }
     /// Registers of the hardware monitor.
     CPortPair Monitor() const { return {m_rDriver, static_cast<uint16_t>(m_usBaseAddr + 5)}; }
 
@@ -65,7 +73,8 @@ protected:
 
 private:
     const CSuperIoRules& m_rRules;
-    const CSuperIoChip* m_pChip = nullptr;
+    const CSuperIoChip* m_pChip;
+    bool m_bNamed = false;  ///< a chip has told its number
     std::array<wchar_t, 32> m_szName{};
 };
 
