@@ -20,7 +20,7 @@ BUILD32, BUILD64, NATIVE = (pathlib.Path(word).resolve() for word in sys.argv[1:
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
 READS = [f"vxtctl {command} --json".replace("  ", " ")
-         for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages")]
+         for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages", "sensors")]
 READS += [f"vxtdiag {command} --json" for command in ("firmware", "cmos", "acpi", "pci")]
 WRITES = {
     "family10h-ddr2": ["vxtctl links set frequency=6 --yes", "vxtctl links --output 'Übersicht-日本.txt'"],

@@ -290,6 +290,7 @@ EExit g_Run(const CCommandTable& rTable, CParser& rParser, const CGlobalOptions&
 /// The answer of a command that has none.
 void g_PrintFailure(CDocument Document, EExit eExit, const std::string& sMessage) {
     Document["error"] = {{"code", static_cast<int>(eExit)}, {"message", sMessage}};
+    Document.SetOneLine();  // lines of answers may stand before it
     try {
         g_Print(Document.Json());
     } catch (const CFailure&) {}  // its message may be this very failure

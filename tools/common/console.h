@@ -11,7 +11,8 @@
 namespace vxttools {
 
 /// Makes the standard streams fit for UTF-8 with plain line feeds, and lets the first request to end (Ctrl-C, SIGTERM, a
-/// closed terminal or console) only be remembered; a second one ends the process at once. Returns the arguments as UTF-8, without the program's name.
+/// closed terminal or console) only be remembered; a second one ends the process at once. Returns the arguments as UTF-8,
+/// without the program's name.
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments);
 
 bool g_IsStdinTerminal();
@@ -20,6 +21,17 @@ bool g_IsStdoutTerminal();
 /// How many columns the terminal has that the stream writes to; nothing where it is none, or does not tell.
 std::optional<size_t> g_StdoutColumns();
 std::optional<size_t> g_StderrColumns();
+
+struct CTerminalSize {
+    size_t uColumns, uRows;
+    bool operator==(const CTerminalSize&) const = default;
+};
+/// Of the terminal behind stdout, as it is now; nothing where it is none, or does not tell.
+std::optional<CTerminalSize> g_StdoutSize();
+
+/// What stdout gets when a second request ends the process at once: what a terminal needs to be as it was. A text that
+/// lives as long as the process; null: nothing.
+void g_SetLastWords(const char* pszWords);
 
 /// Waits for a line on stdin, or for a request to end: false.
 bool g_WaitForInput();

@@ -26,7 +26,7 @@ std::string CDocument::Text(bool bColor, size_t uWidth, std::vector<std::string>
     return sText;
 }
 
-std::string CDocument::Json() const { return m_Data.Dump(2) + "\n"; }
+std::string CDocument::Json() const { return m_Data.Dump(m_nIndent) + "\n"; }
 
 std::string CDocument::Csv() const {
     CCsvTable Table;

@@ -26,6 +26,9 @@ public:
     /// The members whose objects are the rows of --csv; what else there is stands at the end of each of them.
     void SetCsv(auto... pszKeys) { m_CsvKeys = {std::string(pszKeys)...}; }
 
+    /// Its JSON is a single line: one of several documents, a line each.
+    void SetOneLine() { m_nIndent = -1; }
+
     /// Lines of at most `uWidth` columns, but for the text that is printed as it is; `pLeftOut` takes the headings of
     /// columns that found no room.
     std::string Text(bool bColor, size_t uWidth = kUnlimited, std::vector<std::string>* pLeftOut = nullptr) const;
@@ -34,6 +37,7 @@ public:
 
 private:
     CJson m_Data;
+    int m_nIndent = 2;
     std::vector<CTextTable> m_Tables;
     std::string m_sText;
     std::vector<std::string> m_CsvKeys;

@@ -30,7 +30,8 @@ inline constexpr CExitMeaning kExitMeanings[] = {
     {EExit::kNoSuchDevice, "no such device or setting"},
     {EExit::kNoLibrary, "library or driver not available"},
     {EExit::kNotTaken, "the hardware did not take the value"},
-    {EExit::kFindings, "done, with findings: something that belongs to the answer could not be read"},
+    {EExit::kFindings,
+     "done, with findings: something that belongs to the answer could not be read, or a limit is exceeded"},
     {EExit::kInterrupted, "interrupted"},
 };
 

@@ -10,20 +10,12 @@
 #include "common/text.h"
 
 namespace vxttools {
-namespace {
 
-[[noreturn]] void g_CannotWrite(const std::string& sWhat, const std::error_code& rReason) {
-    throw CFailure(EExit::kFailed, "cannot write " + sWhat + ": " + rReason.message());
+void g_CannotWrite(const std::string& sWhat, const std::error_code& rReason) {
+    const bool bTaken = rReason == std::errc::device_or_resource_busy;
+    throw CFailure(EExit::kFailed,
+                   "cannot write " + sWhat + ": " + (bTaken ? "another process is writing to it" : rReason.message()));
 }
-
-/// Work on a file, whose failure ends the command.
-void g_OnFile(const std::string& sName, auto Work) {
-    try {
-        Work();
-    } catch (const std::system_error& rError) { g_CannotWrite(sName, rError.code()); }
-}
-
-}  // namespace
 
 size_t g_OutputWidth(bool bToFile) {
     if (const auto oColumns = bToFile ? std::nullopt : g_StdoutColumns()) return *oColumns;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "common/document.h"
 
@@ -26,6 +27,7 @@ public:
     /// A remark on stderr; silent when quiet.
     void Note(const std::string& sText) const;
     EFormat Format() const { return m_eFormat; }
+    bool IsColored() const { return m_bColor; }
 
 private:
     void _Write(const std::string& sData);
@@ -35,6 +37,16 @@ private:
     bool m_bColor = false, m_bQuiet = false;
     std::optional<std::string> m_oFile;
 };
+
+/// Ends the command.
+[[noreturn]] void g_CannotWrite(const std::string& sWhat, const std::error_code& rReason);
+
+/// Work on a file, whose failure ends the command. `sName` is what the message calls the file.
+template <class TWork> auto g_OnFile(const std::string& sName, TWork Work) {
+    try {
+        return Work();
+    } catch (const std::system_error& rError) { g_CannotWrite(sName, rError.code()); }
+}
 
 /// Replaces a file's contents, whole or not at all; ends the command when that fails. `sName` is what messages call it.
 void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, const std::string& sData);

@@ -43,7 +43,7 @@ CJson CQuantity::ToJson() const {
 }
 
 std::string g_FormatValue(double dValue, const std::string& sUnit) {
-    const int nDecimals = sUnit == "MHz" || sUnit == "°C" ? 1 : 4;
+    const int nDecimals = sUnit == "RPM" ? 0 : sUnit == "MHz" || sUnit == "°C" ? 1 : 4;
     std::string sText = g_Trimmed(dValue, nDecimals);
     if (sUnit != "MHz" && sUnit != "V" && sUnit != "°C") return sText;
     size_t uPoint = sText.find('.');  // fixed decimals line up

@@ -22,7 +22,7 @@ struct CLimits {
 struct CQuantity {
     std::string sId;  ///< stable path, "/cpu/0/core_voltage"
     std::string sLabel;
-    std::string sUnit;  ///< "MHz", "V", "°C", "%"; empty for a plain number
+    std::string sUnit;  ///< "MHz", "V", "°C", "%", "RPM"; empty for a plain number
     std::optional<double> oValue = std::nullopt;
     bool bOutOfRange = false;
     std::string sReason = {};  ///< why there is no value
@@ -37,7 +37,7 @@ CJson g_ToJson(const CLimits& rLimits);
 /// Without the last binary digits, which no instrument here has: 1.3250000000000002 is 1.325.
 CJson g_ToJson(const std::optional<double>& oValue);
 
-/// A number as the unit is usually written: MHz with one decimal, volts with four.
+/// A number as the unit is usually written: MHz with one decimal, volts with four, RPM without.
 std::string g_FormatValue(double dValue, const std::string& sUnit);
 
 /// One cell of a text table: quantities with or without their unit, yes/no, "-" where there is nothing.

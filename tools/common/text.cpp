@@ -131,6 +131,17 @@ std::string g_HexDump(std::span<const uint8_t> Data) {
     return Data.empty() ? sDump : sDump + "\n";
 }
 
+std::string g_IsoTime(std::chrono::system_clock::time_point Time) {
+    using namespace std::chrono;
+    const auto Day = floor<days>(Time);
+    const year_month_day Date(Day);
+    const hh_mm_ss Clock(floor<milliseconds>(Time - Day));
+    return g_Format("%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(Date.year()),
+                    static_cast<unsigned>(Date.month()), static_cast<unsigned>(Date.day()),
+                    static_cast<int>(Clock.hours().count()), static_cast<int>(Clock.minutes().count()),
+                    static_cast<int>(Clock.seconds().count()), static_cast<int>(Clock.subseconds().count()));
+}
+
 size_t g_Width(std::string_view sUtf8) {
     return static_cast<size_t>(std::ranges::count_if(sUtf8, [](char c) { return (c & 0xC0) != 0x80; }));
 }

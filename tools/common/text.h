@@ -1,6 +1,7 @@
 // Text on its way out of the tools: UTF-8, printable, numbers without noise.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -39,6 +40,9 @@ std::string g_HexString(std::span<const uint8_t> Data);
 
 /// Lines of sixteen bytes, "00: 22 10 ...", as machine files take them back.
 std::string g_HexDump(std::span<const uint8_t> Data);
+
+/// Universal time as ISO 8601 with milliseconds, "2009-12-04T08:30:00.250Z".
+std::string g_IsoTime(std::chrono::system_clock::time_point Time);
 
 /// Columns a text takes on a terminal (code points; none of ours is wide).
 size_t g_Width(std::string_view sUtf8);

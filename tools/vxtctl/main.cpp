@@ -5,7 +5,7 @@ namespace vxtctl {
 
 // Each stands in commands/, in the file that is called like it.
 extern const vxttools::CCommand kOverview, kDevices, kDevice, kCpu, kCpuSet, kMemory, kMemorySet, kLinks, kLinksSet,
-    kNorthBridge, kBios, kClocks, kClocksSet, kVoltages, kVoltagesSet;
+    kNorthBridge, kBios, kClocks, kClocksSet, kVoltages, kVoltagesSet, kSensors;
 
 }  // namespace vxtctl
 
@@ -13,7 +13,7 @@ int main(int nArguments, char** ppszArguments) {
     using namespace vxtctl;
     constexpr const vxttools::CCommand* kCommands[] = {
         &kOverview, &kDevices,     &kDevice, &kCpu,    &kCpuSet,    &kMemory,   &kMemorySet,   &kLinks,
-        &kLinksSet, &kNorthBridge, &kBios,   &kClocks, &kClocksSet, &kVoltages, &kVoltagesSet,
+        &kLinksSet, &kNorthBridge, &kBios,   &kClocks, &kClocksSet, &kVoltages, &kVoltagesSet, &kSensors,
     };
     return vxttools::g_RunTool({"vxtctl", true, kCommands}, nArguments, ppszArguments);
 }

@@ -1,8 +1,10 @@
 #include "sensors.h"
 
+#include <cmath>
 #include <cstring>
 #include <span>
 
+#include "common/findings.h"
 #include "common/text.h"
 #include "core_family.h"
 #include "device_types.h"
@@ -22,23 +24,25 @@ constexpr double kNone = CSouthBridge::kNoReading;
 constexpr const char* kNotConnected = "nothing is connected there, or it could not be read";
 constexpr const char* kStandsStill = "it stands still, is not connected, or could not be read";
 
+struct CExpected {
+    CPlausible Plausible;
+    const char* pszNone;
+};
 struct CKindRow {
     const char* pszWord;   ///< in paths
     const char* pszLabel;  ///< before the number
     const char* pszUnit;
-    CPlausible Plausible;
-    const char* pszNone;
+    CExpected Expected;
 };
-/// By ESensor.
+/// By ESensor. Sensors of silicon end at 125 °C: what reads more is open or does not answer.
 constexpr CKindRow kKinds[] = {
-    {"temperature", "Temperature", "°C", {-55, 150, true}, kNotConnected},
-    {"fan", "Fan", "RPM", {50, 30'000}, kStandsStill},
-    {"duty", "Fan duty", "%", {0, 100, true}, "the chip drives the fan itself, or it could not be read"},
+    {"temperature", "Temperature", "°C", {{-55, 125, true}, kNotConnected}},
+    {"fan", "Fan", "RPM", {{50, 30'000}, kStandsStill}},
+    {"duty", "Fan duty", "%", {{0, 100, true}, "the chip drives the fan itself, or it could not be read"}},
     {"voltage",
      "Voltage",
      "V",
-     {0.0001, 30},
-     "nothing is connected there, its scale is not known, or it could not be read"},
+     {{0.0001, 30}, "nothing is connected there, its scale is not known, or it could not be read"}},
 };
 
 /// Equal sensors of one kind of device.
@@ -48,6 +52,7 @@ template <class TDevice> struct CSeriesRow {
     double (*pRead)(TDevice& rDevice, int32_t nIndex);
     std::string_view sOnly = {};  ///< name of the one class of devices that has them; empty: all have
     CLimits (*pLimits)(TDevice& rDevice, int32_t nIndex) = nullptr;
+    const CExpected* pExpected = nullptr;  ///< null: as sensors of that kind are
 };
 constexpr std::string_view kSQ3 = "SQ3 Series Chipset", kSQ4 = "SQ4 Series Chipset", kFintek = "Fintek SIO Chip",
                            kIte = "ITE SIO Chip";
@@ -61,9 +66,16 @@ double g_BridgeTemperature(CSouthBridge& rBridge, int32_t nIndex) {
     return bOld && dReading != kNone ? (dReading - 1) * 273.16 : dReading;
 }
 
+/// A fan that stands still reads 10 RPM or infinity on the older chip.
+double g_BridgeFan(CSouthBridge& rBridge, int32_t nIndex) {
+    const double dReading = rBridge.GetCurrentFanSpeed(nIndex);
+    constexpr CPlausible kFan = kKinds[static_cast<size_t>(ESensor::kFan)].Expected.Plausible;
+    return dReading >= kFan.dLow && std::isfinite(dReading) ? dReading : kNone;
+}
+
 /// The highest of the limits that a chip has for a temperature.
 CLimits g_BridgeLimits(CSouthBridge& rBridge, int32_t nIndex) {
-    constexpr CPlausible kLimit = kKinds[0].Plausible;
+    constexpr CPlausible kLimit = kKinds[0].Expected.Plausible;
     CLimits Limits;
     for (int32_t nWhich = 0; nWhich < 3; ++nWhich) {
         const double dLimit = rBridge.GetTemperatureThreshold(nIndex, nWhich);
@@ -77,11 +89,17 @@ template <class TDevice> double g_Duty(TDevice& rDevice, int32_t nFan) {
     return rDevice.GetCurrentFanSpeedPercentage(nFan, &uPercent) ? uPercent : kNone;
 }
 
+/// Ten bits of 2.933 mV: the highest, 3.0005 V, stands for all that is more, and for a converter that does not answer.
+constexpr CExpected kBridgeVoltage{{0.0001, 3.0}, kKinds[static_cast<size_t>(ESensor::kVoltage)].Expected.pszNone};
+
 constexpr CSeriesRow<CSouthBridge> kSouthBridge[] = {
     {ESensor::kTemperature, 4, g_BridgeTemperature, {}, g_BridgeLimits},
-    {ESensor::kFan, 3, [](CSouthBridge& r, int32_t nIndex) { return r.GetCurrentFanSpeed(nIndex); }},
+    {ESensor::kFan, 3, g_BridgeFan},
     {ESensor::kDuty, 3, g_Duty<CSouthBridge>, kSQ4},
-    {ESensor::kVoltage, 8, [](CSouthBridge& r, int32_t nIndex) { return r.GetCurrentVoltage(nIndex); }},
+    {.eKind = ESensor::kVoltage,
+     .nCount = 8,
+     .pRead = [](CSouthBridge& r, int32_t nIndex) { return r.GetCurrentVoltage(nIndex); },
+     .pExpected = &kBridgeVoltage},
 };
 
 /// Whole numbers have two marks for a reading that is none.
@@ -108,9 +126,15 @@ double g_CoreTemperature(CCPU& rCpu, int32_t) {
     return dCelsius;
 }
 
+constexpr CExpected kCoreTemperature{{0.0001, 150}, "the thermal register of this processor holds none"};
+constexpr CExpected kCoreVoltage{{0.0001, 3}, nullptr};
+
 constexpr CSeriesRow<CCPU> kProcessor[] = {
-    {ESensor::kTemperature, 1, g_CoreTemperature},
-    {ESensor::kVoltage, 1, [](CCPU& r, int32_t) { return r.GetCurrentVoltage(); }},
+    {.eKind = ESensor::kTemperature, .nCount = 1, .pRead = g_CoreTemperature, .pExpected = &kCoreTemperature},
+    {.eKind = ESensor::kVoltage,
+     .nCount = 1,
+     .pRead = [](CCPU& r, int32_t) { return r.GetCurrentVoltage(); },
+     .pExpected = &kCoreVoltage},
 };
 
 template <class TDevice>
@@ -118,17 +142,20 @@ void g_AddSeries(std::vector<CSensor>& rSensors, const CInventoryEntry& rEntry, 
     auto& rDevice = *static_cast<TDevice*>(rEntry.pDevice);
     if (!rRow.sOnly.empty() && vxttools::g_Utf8(rDevice.GetName()) != rRow.sOnly) return;
     const CKindRow& rKind = kKinds[static_cast<size_t>(rRow.eKind)];
+    const CExpected& rExpected = rRow.pExpected ? *rRow.pExpected : rKind.Expected;
+    const std::string sPath = g_DevicePath(rEntry.eType, rEntry.uIndex);
     for (int32_t i = 0; i < rRow.nCount; ++i) {
         const std::string sNumber = std::to_string(i);
         const bool bIsCore = rEntry.eType == vxtapi::kDeviceCpu;
         CSensor& rSensor = rSensors.emplace_back(
-            CSensor{.sId = g_DevicePath(rEntry.eType, rEntry.uIndex) + "/" + rKind.pszWord + "/" + sNumber,
+            CSensor{.sId = sPath + "/" + rKind.pszWord + "/" + sNumber,
+                    .sDevicePath = sPath,
                     .sDevice = bIsCore ? "Core " + std::to_string(rEntry.uIndex) : vxttools::g_Utf8(rDevice.GetModel()),
                     .sLabel = rKind.pszLabel + (rRow.nCount > 1 ? " " + sNumber : std::string()),
                     .eKind = rRow.eKind,
                     .sUnit = rKind.pszUnit,
-                    .Plausible = rKind.Plausible,
-                    .pszNone = rKind.pszNone,
+                    .Plausible = rExpected.Plausible,
+                    .pszNone = rExpected.pszNone,
                     .Read = [&rDevice, pRead = rRow.pRead, i] { return pRead(rDevice, i); }});
         if (rRow.pLimits) rSensor.Limits = rRow.pLimits(rDevice, i);
         if (rRow.eKind == ESensor::kFan || rRow.eKind == ESensor::kDuty) rSensor.oFan = static_cast<uint32_t>(i);
@@ -144,6 +171,8 @@ void g_AddDevices(std::vector<CSensor>& rSensors, const CHostLibrary& rLibrary, 
 
 }  // namespace
 
+const char* g_KindWord(ESensor eKind) { return kKinds[static_cast<size_t>(eKind)].pszWord; }
+
 std::vector<CSensor> g_FindSensors(const CHostLibrary& rLibrary) {
     std::vector<CSensor> Sensors;
     g_AddDevices<CCPU>(Sensors, rLibrary, vxtapi::kDeviceCpu, kProcessor);
@@ -155,7 +184,8 @@ std::vector<CSensor> g_FindSensors(const CHostLibrary& rLibrary) {
 CQuantity g_ReadSensor(const CSensor& rSensor) {
     CQuantity Quantity{.sId = rSensor.sId, .sLabel = rSensor.sLabel, .sUnit = rSensor.sUnit, .Limits = rSensor.Limits};
     Quantity.Judge(rSensor.Read(), rSensor.Plausible);
-    if (!Quantity.oValue && !Quantity.bOutOfRange) Quantity.sReason = rSensor.pszNone;
+    if (!Quantity.oValue && !Quantity.bOutOfRange)
+        Quantity.sReason = rSensor.pszNone ? rSensor.pszNone : vxttools::kNotRead;
     return Quantity;
 }
 

@@ -10,16 +10,20 @@ namespace vxtctl {
 
 enum class ESensor { kTemperature, kFan, kDuty, kVoltage };
 
+/// "temperature", as in ids.
+const char* g_KindWord(ESensor eKind);
+
 /// One sensor, which can be read again and again as long as the library runs.
 struct CSensor {
-    std::string sId;      ///< stable path, "/south-bridge/0/temperature/1"
-    std::string sDevice;  ///< whose it is, for people: the chip's name
-    std::string sLabel;   ///< "Temperature 1"
+    std::string sId;          ///< stable path, "/south-bridge/0/temperature/1"
+    std::string sDevicePath;  ///< "/south-bridge/0"
+    std::string sDevice;      ///< whose it is, for people: the chip's name
+    std::string sLabel;       ///< "Temperature 1"
     ESensor eKind;
     std::string sUnit;                  ///< "°C", "RPM", "%", "V"
     vxttools::CPlausible Plausible;     ///< what a reading can be
     vxttools::CLimits Limits = {};      ///< of a good reading, where the chip tells them
-    const char* pszNone;                ///< why there may be no reading though nothing went wrong
+    const char* pszNone;                ///< why there may be no reading though nothing went wrong; null: there is one
     std::function<double()> Read;       ///< raw, in the unit; may be an in-band failure
     std::optional<uint32_t> oFan = {};  ///< of a fan or a duty: which fan of its device
 };

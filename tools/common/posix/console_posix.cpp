@@ -4,20 +4,39 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstring>
+
 #include "common/console.h"
 
 namespace vxttools {
 namespace {
 
 volatile sig_atomic_t g_nInterrupted = 0;
+const char* volatile g_pszLastWords = nullptr;
 
 /// Ctrl-C, the request to end, the closed terminal.
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-std::optional<size_t> g_Columns(int nDescriptor) {
+/// Remembers the first request, and lets the system act on a second one as if there was no handler.
+void g_OnSignal(int nSignal) {
+    if (!g_nInterrupted) {
+        g_nInterrupted = 1;
+        return;
+    }
+    if (const char* const pszWords = g_pszLastWords) (void)!write(STDOUT_FILENO, pszWords, std::strlen(pszWords));
+    signal(nSignal, SIG_DFL);
+    raise(nSignal);  // comes when the handler is left
+}
+
+std::optional<CTerminalSize> g_Size(int nDescriptor) {
     winsize Size = {};
     if (ioctl(nDescriptor, TIOCGWINSZ, &Size) != 0 || Size.ws_col == 0) return std::nullopt;
-    return Size.ws_col;
+    return CTerminalSize{Size.ws_col, Size.ws_row};
+}
+
+std::optional<size_t> g_Columns(int nDescriptor) {
+    const std::optional<CTerminalSize> oSize = g_Size(nDescriptor);
+    return oSize ? std::optional(oSize->uColumns) : std::nullopt;
 }
 
 /// Calls `Wait` until it says that it is over or the process is asked to end: false. It waits with the signals that it is
@@ -36,14 +55,12 @@ template <class TWait> bool g_WaitUnlessAsked(TWait Wait) {
 
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
     struct sigaction Action = {}, Before = {};
-    Action.sa_handler = [](int) { g_nInterrupted = 1; };
-    Action.sa_flags = static_cast<int>(SA_RESETHAND);
+    Action.sa_handler = g_OnSignal;
     for (const int nSignal : kEndingSignals)  // what was ignored from the start stays so: nohup
         if (sigaction(nSignal, nullptr, &Before) == 0 && Before.sa_handler != SIG_IGN)
             sigaction(nSignal, &Action, nullptr);
     // A reader that goes away must not end the process amid a change: the write fails instead.
     Action.sa_handler = SIG_IGN;
-    Action.sa_flags = 0;
     sigaction(SIGPIPE, &Action, nullptr);
     return {ppszArguments + (nArguments > 0), ppszArguments + nArguments};
 }
@@ -54,6 +71,8 @@ bool g_IsStdinTerminal() { return isatty(STDIN_FILENO); }
 bool g_IsStdoutTerminal() { return isatty(STDOUT_FILENO); }
 std::optional<size_t> g_StdoutColumns() { return g_Columns(STDOUT_FILENO); }
 std::optional<size_t> g_StderrColumns() { return g_Columns(STDERR_FILENO); }
+std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STDOUT_FILENO); }
+void g_SetLastWords(const char* pszWords) { g_pszLastWords = pszWords; }
 
 bool g_WaitForInput() {
     pollfd Input{STDIN_FILENO, POLLIN, 0};

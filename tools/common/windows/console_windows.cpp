@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 
 #include "common/console.h"
 
@@ -14,11 +15,17 @@ namespace vxttools {
 namespace {
 
 std::atomic<bool> g_bInterrupted = false;
+std::atomic<const char*> g_pszLastWords = nullptr;
 
 /// Runs on a thread of its own (HandlerRoutine callback). FALSE passes on to the default handler, which ends the
 /// process.
 BOOL WINAPI g_OnControl(DWORD dwEvent) {
     const bool bIsFirst = !g_bInterrupted.exchange(true);
+    const char* const pszWords = bIsFirst ? nullptr : g_pszLastWords.load();
+    DWORD dwWritten = 0;
+    if (pszWords)
+        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), pszWords, static_cast<DWORD>(std::strlen(pszWords)), &dwWritten,
+                  nullptr);
     if (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) return bIsFirst;
     // A closed console, the end of the session: the process ends when this returns, so it waits for the main thread to
     // end the process in its own way. The system's patience (some seconds) is the limit.
@@ -31,12 +38,19 @@ bool g_IsConsole(DWORD dwHandle) {
     return GetConsoleMode(GetStdHandle(dwHandle), &dwMode) != 0;
 }
 
-/// One less than the window has: behind a character in its last column older consoles begin a new line by themselves.
-std::optional<size_t> g_Columns(DWORD dwHandle) {
+/// One column less than the window has: behind a character in its last column older consoles begin a new line by
+/// themselves.
+std::optional<CTerminalSize> g_Size(DWORD dwHandle) {
     CONSOLE_SCREEN_BUFFER_INFO Info{};
     if (!GetConsoleScreenBufferInfo(GetStdHandle(dwHandle), &Info)) return std::nullopt;
-    const int nColumns = Info.srWindow.Right - Info.srWindow.Left;
-    return nColumns > 0 ? std::optional(static_cast<size_t>(nColumns)) : std::nullopt;
+    const auto [sLeft, sTop, sRight, sBottom] = Info.srWindow;
+    if (sRight <= sLeft || sBottom < sTop) return std::nullopt;
+    return CTerminalSize{static_cast<size_t>(sRight - sLeft), static_cast<size_t>(sBottom - sTop + 1)};
+}
+
+std::optional<size_t> g_Columns(DWORD dwHandle) {
+    const std::optional<CTerminalSize> oSize = g_Size(dwHandle);
+    return oSize ? std::optional(oSize->uColumns) : std::nullopt;
 }
 
 std::wstring g_Wide(const std::string& sUtf8) { return g_Path(sUtf8).wstring(); }
@@ -75,6 +89,8 @@ bool g_IsStdinTerminal() { return g_IsConsole(STD_INPUT_HANDLE); }
 bool g_IsStdoutTerminal() { return g_IsConsole(STD_OUTPUT_HANDLE); }
 std::optional<size_t> g_StdoutColumns() { return g_Columns(STD_OUTPUT_HANDLE); }
 std::optional<size_t> g_StderrColumns() { return g_Columns(STD_ERROR_HANDLE); }
+std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STD_OUTPUT_HANDLE); }
+void g_SetLastWords(const char* pszWords) { g_pszLastWords = pszWords; }
 bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
 bool g_Pause(std::chrono::milliseconds Duration) {
     constexpr std::chrono::milliseconds kLook{20};  // the handler has a thread of its own

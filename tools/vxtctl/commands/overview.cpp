@@ -18,6 +18,7 @@ constexpr const char* kExamples =
     "  vxtctl cpu set --multiplier 10 --yes    all cores, without asking\n"
     "  vxtctl memory set tcl=9 trcd=9 --yes    timings; vxtctl memory lists the legal values\n"
     "  vxtctl clocks set external=205 --yes    through the firmware, where the board offers it\n"
+    "  vxtctl sensors --watch --count 3        live on a terminal; without --count until Ctrl-C\n"
     "  vxtctl --machine k8-revf-dual cpu       a simulated PC (simulated builds)";
 
 EExit g_Overview(CTool& rTool) {
