@@ -121,6 +121,11 @@ def test_a_temperature_above_its_limit_gives_full_duty_which_stays():
     assert run("vxtctl fan restore --yes --state pc.state").code == 0 and (duty(), duty("/south-bridge/0/fan/0")) == (67, 60)
 
 
+def test_fans_at_full_duty_are_held_whatever_the_temperature():
+    assert answer("vxtctl fan set environment/0/fan/0=100 --for 1 --limit 1 --yes --state pc.state")["hold"]["ended"] == "done"
+    assert duty() == 67
+
+
 def test_a_fan_that_stands_still_gets_back_what_was_in_force():
     # It starts at 30 %, of which the chip's eight bits are a little less.
     line = "vxtctl fan set south-bridge/fan/1={} --yes --state pc.state"

@@ -29,7 +29,7 @@ WRITES = {
                        "vxtctl clocks set external=205 pcie=101 --yes",
                        "vxtctl voltages set memory_voltage=1.6 --yes",
                        "vxtdiag cmos set 'Core Trim Boost=Disabled' --yes", "vxtctl ctb set on --yes",
-                       "vxtctl fan set environment/0/fan/1=50 --for 1 --yes", "vxtctl fan set environment/0/fan/2=60 --yes",
+                       "vxtctl fan set environment/0/fan/1=50 --yes", "vxtctl fan set environment/0/fan/2=60 --yes",
                        "vxtctl watchdog start --yes", "vxtctl watchdog stop --yes"],
     "k8-revf-dual": ["vxtctl cpu set --multiplier 99 --yes"],
 }

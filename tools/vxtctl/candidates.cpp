@@ -203,7 +203,7 @@ CCandidates g_FanCandidates(const CTool& rTool, const std::string& sBegun) {
         if (!rFan.IsControlled()) continue;
         const std::string sBegin = rFan.Name() + "=";
         if (!sBegun.starts_with(sBegin)) Candidates.push_back({sBegin, rFan.Label() + " of " + rFan.Chip()});
-        for (uint32_t u = kStartDuty; u <= 100 && sBegun.starts_with(sBegin); u += 10)
+        for (uint32_t u = kStartDuty; u <= kFullDuty && sBegun.starts_with(sBegin); u += 10)
             Candidates.push_back({sBegin + std::to_string(u), "%"});
     }
     return Candidates;

@@ -84,10 +84,9 @@ bool CFanHold::PutAllBack() {
 void CFanHold::Keep() { m_bBegun = false; }
 
 std::string CFanHold::_Cool() {
-    constexpr uint32_t kFull = 100;
     std::string sFailed;
     for (CHeld& rHeld : m_Fans) {
-        if (rHeld.pFan->SetDuty(kFull) || rHeld.pFan->SetDuty(kFull)) continue;
+        if (rHeld.pFan->SetDuty(kFullDuty) || rHeld.pFan->SetDuty(kFullDuty)) continue;
         sFailed += (sFailed.empty() ? "" : ", ") + rHeld.pFan->Name();
     }
     if (!sFailed.empty()) return "full duty could not be set on " + sFailed;
@@ -96,7 +95,9 @@ std::string CFanHold::_Cool() {
 }
 
 ERunEnd CFanHold::_Look(CTimedRun& rRun, CTemperatureWatch& rWatch) {
-    if (const std::string sHot = rWatch.TooHot(); !sHot.empty()) {
+    const auto IsFull = [](const CHeld& rHeld) { return rHeld.uPercent == kFullDuty; };
+    const std::string sHot = rWatch.TooHot();
+    if (!sHot.empty() && !std::ranges::all_of(m_Fans, IsFull)) {  // fans at full duty can do no more
         rRun.sReason = sHot + ": " + _Cool();
         return ERunEnd::kTooHot;
     }

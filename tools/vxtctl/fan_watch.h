@@ -8,6 +8,7 @@ namespace vxtctl {
 /// The highest duty in percent that a fan of four wires may need to start: "4-Wire Pulse Width Modulation (PWM) Controlled
 /// Fans" 1.3. Below it a fan may stand still, so nothing lower is set without --force.
 inline constexpr uint32_t kStartDuty = 30;
+inline constexpr uint32_t kFullDuty = 100;
 
 /// What a fan came to after its duty was changed.
 enum class ETurning { kTurns, kStops, kInterrupted };

@@ -27,8 +27,6 @@ constexpr COption<CWanted> kOptions[] = {
     {"--force", "", "Also duties at which a fan may stand still", &CWanted::bForce},
 };
 
-constexpr uint32_t kFullDuty = 100;
-
 struct CWantedDuty {
     CFan* pFan;
     uint32_t uPercent;
