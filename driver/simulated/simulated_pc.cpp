@@ -152,11 +152,21 @@ vxtsim::CControlReply CSimulatedPc::Control(const CClient& rClient, uint32_t uCo
     const std::lock_guard Guard(m_Lock);
     m_Mappings.SetClient(rClient);
     m_Machine.Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
+    _LetPausePass();
     const vxtsim::CControlReply Reply = _Serve(rClient, uCode, In, Out);
+    m_LastRequest = std::chrono::steady_clock::now();
     std::string sError;
     if (!m_pState || m_pState->Keep(m_Machine, sError)) return Reply;
     if (m_sStateError.empty()) g_LeaveError(m_sStateError = sError);
     return {};
+}
+
+void CSimulatedPc::_LetPausePass() {
+    using namespace std::chrono_literals;
+    const auto Pause = std::chrono::steady_clock::now() - m_LastRequest;
+    if (Pause > 100ms)
+        m_Machine.Advance(
+            static_cast<uint64_t>(std::chrono::nanoseconds(std::min<decltype(Pause)>(Pause, 60s)).count()));
 }
 
 vxtsim::CControlReply CSimulatedPc::_Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,

@@ -1,6 +1,7 @@
 // What stands behind the simulated kernel driver: one PC, and real memory mapped into its clients.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -62,6 +63,10 @@ private:
     vxtsim::CControlReply _RunFirmware(const void* pFile, std::span<const uint8_t> In, std::span<uint8_t> Out);
     vxtsim::CControlReply _TakeAnswer(const void* pFile, std::span<uint8_t> Out);
 
+    /// A pause since the last request is time in which fans and temperatures live; anything up to 100 ms is only how long
+    /// programs run, and at most a minute counts.
+    void _LetPausePass();
+
     std::mutex m_Lock;
     CClientMappings m_Mappings;  // outlives the machine, which uses it
     vxtsim::CSimMachine m_Machine;
@@ -70,6 +75,7 @@ private:
     std::map<const void*, std::vector<uint8_t>> m_Answers;  ///< of the firmware, by opened device
     std::unique_ptr<vxtsim::CMachineState> m_pState;
     std::string m_sStateError;
+    std::chrono::steady_clock::time_point m_LastRequest = std::chrono::steady_clock::now();  ///< its end
 };
 
 /// The PC that the files beside the loaded driver file describe; they have its name and another extension.

@@ -80,7 +80,6 @@ constexpr CMonitorLayout kSq3 = g_Bridge(kSq3PerDegree, 1792 + (273.15 - 1.5) * 
 
 // --- who has them
 
-constexpr uint16_t kSuperIoPorts[] = {0x2E, 0x4E};
 constexpr uint8_t kFintekKeys[2][4] = {{0x87, 0x87}, {0x87, 0x87}};
 constexpr uint8_t kIteKeys[2][4] = {{0x87, 0x01, 0x55, 0x55}, {0x87, 0x01, 0x55, 0xAA}};
 

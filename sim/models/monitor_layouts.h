@@ -38,6 +38,8 @@ struct CMonitorLayout {
 /// Ends of an open configuration: a key that is written to the index port, or bit 1 of register 02.
 inline constexpr uint8_t kLeavesByRegister = 0;
 
+inline constexpr uint16_t kSuperIoPorts[] = {0x2E, 0x4E};  ///< a chip is strapped to one of them
+
 struct CSuperIoChip {
     uint16_t usId;                   ///< registers 20 (high) and 21
     uint8_t ucKeys;                  ///< how many
@@ -45,6 +47,10 @@ struct CSuperIoChip {
     uint8_t ucLeave;                 ///< key, or kLeavesByRegister
     uint8_t ucLastIdentity;          ///< registers from 20 to this one cannot be written
     const CMonitorLayout* pMonitor;  ///< of logical device 4
+
+    std::span<const uint8_t> Keys(uint16_t usPort) const {
+        return std::span(aucKeys[usPort == kSuperIoPorts[0] ? 0 : 1]).first(ucKeys);
+    }
 };
 
 bool g_IsSuperIoPort(uint16_t usPort);

@@ -8,7 +8,6 @@ constexpr uint8_t kNobody = 0xFF;
 constexpr uint8_t kControl = 0x02, kLeaveBit = 1 << 1, kDevice = 0x07, kFirstIdentity = 0x20;
 constexpr uint8_t kActive = 0x30, kBaseHigh = 0x60, kBaseLow = 0x61;  // of a logical device
 constexpr uint16_t kDecoded = 0xFFF8, kMonitorOffset = 5;
-constexpr uint16_t kFirstPort = 0x2E;  ///< of the two that a chip can be strapped to
 
 std::vector<uint8_t> g_MonitorDump(const CMachineDescription& rMachine, uint16_t usPort) {
     const auto it = rMachine.SuperIo.find({usPort, CSuperIoPart::kMonitor});
@@ -58,9 +57,9 @@ bool CSuperIo::WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) {
 }
 
 void CSuperIo::_Key(uint8_t ucKey) {
-    const auto& rKeys = m_rChip.aucKeys[m_usPort == kFirstPort ? 0 : 1];
-    m_uKeys = ucKey == rKeys[m_uKeys] ? m_uKeys + 1 : ucKey == rKeys[0] ? 1 : 0;
-    if (m_uKeys < m_rChip.ucKeys) return;
+    const std::span<const uint8_t> Keys = m_rChip.Keys(m_usPort);
+    m_uKeys = ucKey == Keys[m_uKeys] ? m_uKeys + 1 : ucKey == Keys[0] ? 1 : 0;
+    if (m_uKeys < Keys.size()) return;
     m_bOpen = true, m_uKeys = 0;
 }
 

@@ -111,10 +111,13 @@ TEST_F(MachineFolder, AMachineIsNotBasedOnItself) {
 }
 
 TEST(MachineFile, KeysOverrideAndWholeSectionsReplaceWhatTheBaseSays) {
+    constexpr uint16_t kIndexPort = 0xCD0, kChipPort = 0x2E;
     const CMachineDescription Base = g_Embedded("family10h-ddr3");
     CMachineDescription Machine = g_Parsed(
-        "[machine]\nbased_on = family10h-ddr3\nwithout = dram_data, pci 02:00.0, acpi MCFG, firmware object 02010000\n"
-        "cores = 1\n[cpuid]\n1 = 1 2 3 4\n[msr]\nC0010061 = 10\n[pci 00:18.4]\n00: 77\n[smbus 51]\nFF\n"
+        "[machine]\nbased_on = family10h-ddr3\nwithout = dram_data, pci 02:00.0, acpi MCFG, firmware object 02010000, "
+        "fan CD0.1, superio 2E monitor\n"
+        "cores = 1\n[cpuid]\n1 = 1 2 3 4\n[msr]\nC0010061 = 10\n[pci 00:18.4]\n00: 77\n[smbus 51]\nFF\n[fan "
+        "2E.0]\nstart = 50\n"
         "[acpi SSDT]\n01\n[acpi APIC]\n02\n[acpi APIC]\n03\n[wmi root\\cimv2 Win32_BIOS]\nOther = null\n"
         "[firmware]\nversion = 9\n[firmware object 01010000]\nvalue = 195000\n[firmware object 7]\n[firmware item]\n");
     CMachineDescription Expected = Base;
@@ -126,6 +129,9 @@ TEST(MachineFile, KeysOverrideAndWholeSectionsReplaceWhatTheBaseSays) {
     Expected.Pci.erase({2, 0, 0});
     Expected.DramData.clear();
     Expected.Smbus[0x51] = {0xFF};
+    Expected.Fans.erase({kIndexPort, 1});
+    Expected.Fans[{kChipPort, 0}].uStart = 50;
+    Expected.SuperIo.erase({kChipPort, CSuperIoPart::kMonitor});
     std::erase_if(Expected.Acpi, [](const auto& rTable) { return rTable.first == "MCFG"; });
     ASSERT_EQ(Expected.Acpi[0].first, "APIC");
     Expected.Acpi[0].second = {2};

@@ -108,6 +108,12 @@ protected:
         if (auto* const pFidVid = Machine().Model<CFidVid>()) pFidVid->m_bStuck = Word(1) == "stuck";
         return 0;
     }
+    /// A register behind an index port, read or written.
+    Answer Register() {
+        m_pClient->Out(Port(1), Dword(2));
+        const auto usData = static_cast<uint16_t>(Port(1) + 1);
+        return m_Words.size() > 3 ? Done(m_pClient->Out(usData, Dword(3))) : m_pClient->In(usData);
+    }
     Answer Sensor() {
         if (auto* const pEighths = Machine().Model<CReadOnlyTemperature>())
             pEighths->SetCelsius(Dword(1) / 8.0);
@@ -119,6 +125,13 @@ protected:
         const std::vector<std::string> Kinds{"", "fail", "zero", "count", "drop", "ones", "delay"};
         m_Plan = CFaultPlan::After(0, static_cast<EFault>(std::ranges::find(Kinds, Word(1)) - Kinds.begin()));
         return m_pClient->m_Server.SetFaults(&m_Plan), 0;
+    }
+    /// A PC that is made of this one's description, which is the same again.
+    Answer Again() {
+        const CMachineDescription State = g_Parsed(g_FormatMachine(Machine().Describe()));
+        Use(State);
+        EXPECT_EQ(Machine().Describe(), State);
+        return 0;
     }
     Answer Traced() {
         const std::vector<std::string> Trace = std::exchange(m_Trace, {});
@@ -161,7 +174,11 @@ protected:
         {"transfer", [this] { return Transfer(); }},
         {"plug", [this] { return Plug(); }},
         {"sensor", [this] { return Sensor(); }},
+        {"at", [this] { return Register(); }},
+        {"load", [this] { return Machine().SetLoad(Dword(1), Dword(2) / 100.0), 0; }},
         {"fault", [this] { return Fault(); }},
+        {"again", [this] { return Again(); }},
+        {"changes", [this] { return Machine().Changes(); }},
         {"traced", [this] { return Traced(); }},
         {"pace", [this] { return Pace(); }},
         {"now", [this] { return Machine().Now(); }},

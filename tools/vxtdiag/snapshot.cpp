@@ -18,6 +18,7 @@
 #include "platform/cpuid.h"
 #include "platform/system.h"
 #include "platform/thread.h"
+#include "sensor_chips.h"
 #include "setup_items.h"
 
 namespace vxtdiag {
@@ -318,7 +319,7 @@ void g_ReadFirmware(CSnapshot& rSnapshot) {
 CSnapshot g_TakeSnapshot() {
     CSnapshot Snapshot;
     for (const auto pStep : {g_ReadCpuid, g_ReadProcessors, g_ReadPci, g_ReadDramData, g_ReadAcpi, g_ReadSpd,
-                             g_ReadBiosDate, g_ReadIdentities, g_ReadFirmware}) {
+                             g_ReadSensorChips, g_ReadBiosDate, g_ReadIdentities, g_ReadFirmware}) {
         if (vxttools::g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted");
         pStep(Snapshot);
     }

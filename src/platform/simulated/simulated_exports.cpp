@@ -1,6 +1,7 @@
 // What a host may ask of the library about the simulated PC that it runs on, beside the eight exports of every build.
 #include <cstdint>
 
+#include "platform/clock.h"
 #include "platform/simulated/simulated_system.h"
 
 extern "C" {
@@ -20,5 +21,12 @@ __attribute__((visibility("default"))) uint64_t VXTSimulatedFailures() {
 /// Processors of the simulated PC.
 __attribute__((visibility("default"))) uint32_t VXTSimulatedProcessors() {
     return vxt::platform::simulated::g_GetMachine().ProcessorCount();
+}
+
+/// Lets so much virtual time pass. A host that waits by itself, and not in the library, does not move the simulated PC's
+/// clock: its fans and temperatures would stand still.
+__attribute__((visibility("default"))) void VXTSimulatedWait(uint32_t uMilliseconds) {
+    vxt::platform::Sleep(uMilliseconds);
+    (void)vxt::platform::simulated::g_KeepState();  // the run's error tells
 }
 }

@@ -171,6 +171,30 @@ TEST_F(SensorChips, EveryOperationAnswersAsksAndLogsWhatItsRowSays) {
     }
 }
 
+TEST_F(SensorChips, OfTheMachinesDecodeAsTheirMakersSay) {
+    std::string sMachine, sClass;
+    CRunner Chip;
+    for (const auto& rRow : g_CaseRows("sensor_machines.txt")) {
+        ASSERT_EQ(rRow.size(), 4u) << rRow[0];
+        SCOPED_TRACE(rRow[0] + " | " + rRow[1] + " | " + rRow[2]);
+        if (rRow[0] != sMachine || rRow[1] != sClass) {
+            Start(sMachine = rRow[0]);
+            ASSERT_TRUE(StartDriver());
+            Chip = g_MakeRunner(sClass = rRow[1]);
+            ASSERT_TRUE(Chip.Init(0));
+        }
+        std::istringstream Operation(rRow[2]), Values(rRow[3]);
+        std::string sName, sValue;
+        int32_t nWhich = 0;
+        Operation >> sName >> nWhich;
+        for (int32_t i = 0; Values >> sValue; ++i) {
+            std::string sFound = Chip.Run(sName, i, nWhich);
+            if (sFound.starts_with("yes ")) sFound.erase(0, 4);
+            EXPECT_EQ(sFound, sValue) << i;
+        }
+    }
+}
+
 struct ClockCalibration : CFirmwarePc {
     /// A board whose setup has the item with these options, as the library finds it at its start.
     void UseOptions(const std::string& sOptions, const std::string& sValue) {
