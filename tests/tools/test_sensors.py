@@ -232,6 +232,17 @@ def test_on_every_way_out_the_cursor_is_back(signals, codes):
     assert terminal.end() in codes and (terminal.visible, terminal.second) == (True, False)
 
 
+def test_a_process_that_the_shell_stops_leaves_the_screen_and_draws_it_again():
+    terminal = Terminal("vxtctl sensors cpu --watch --interval 9", 30, 80)
+    terminal.until(lambda: terminal.shown.endswith("\033[H"))
+    os.kill(terminal.child.pid, signal.SIGTSTP)
+    terminal.until(lambda: not terminal.second and terminal.visible)
+    os.kill(terminal.child.pid, signal.SIGCONT)
+    terminal.until(lambda: terminal.second and not terminal.visible and terminal.screen[0].startswith("Sample 1, "))
+    os.close(terminal.master)  # and a terminal that goes away ends it
+    assert terminal.child.wait(10) == 130
+
+
 # --- recordings -----------------------------------------------------------------------------------------------------------------
 
 RECORD = "vxtctl sensors cpu/0 fan --machine desktop-a --record log.csv"

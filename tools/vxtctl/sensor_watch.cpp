@@ -88,7 +88,7 @@ CDocument g_Event(const CTool& rTool, const CSensorSamples& rSamples, const char
     return Document;
 }
 
-bool g_IsLive(const CTool& rTool) { return rTool.Output().Format() == EFormat::kText && CLiveScreen::IsPossible(); }
+bool g_IsLive(const CTool& rTool) { return rTool.Output().Format() == EFormat::kText && g_IsStdoutObedient(); }
 
 std::unique_ptr<CSink> g_NewDisplay(const CTool& rTool, milliseconds Interval) {
     if (g_IsLive(rTool)) return std::make_unique<CScreen>(rTool, Interval);
