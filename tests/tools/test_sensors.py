@@ -23,9 +23,27 @@ from tools import FOLDER, MACHINES, SOURCE, answer, parsed, read, run, table, wr
 SENSORS = [f"/south-bridge/0/{kind}/{n}" for kind, count in (("temperature", 4), ("fan", 3), ("voltage", 8)) for n in range(count)]
 
 
-def start(line, **options):
+CHILDREN = []
+
+
+@pytest.fixture(autouse=True)
+def nobody_stays():
+    yield
+    for child in CHILDREN:
+        child.kill()
+        child.wait()
+    CHILDREN.clear()
+
+
+def start(line, prepare=lambda: None, **options):
+    """Starts it with Ctrl-C at work, also where the tests run in the background."""
     words = line.split()
-    return subprocess.Popen([FOLDER / words[0], *words[1:]], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, **options)
+    CHILDREN.append(subprocess.Popen([FOLDER / words[0], *words[1:]], preexec_fn=lambda: (signal.signal(signal.SIGINT, signal.SIG_DFL), prepare()), **options))
+    return CHILDREN[-1]
+
+
+def start_piped(line, **options):
+    return start(line, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, **options)
 
 
 def wait_for(condition):
@@ -125,7 +143,7 @@ def test_elsewhere_a_sample_is_a_line_of_pairs_or_of_cells():
 
 @table("how, code", [(signal.SIGINT, 130), (signal.SIGTERM, 130), ("close", 1)])
 def test_a_stream_ends_quietly_when_it_is_asked_to_or_its_reader_goes(how, code):
-    child = start("vxtctl sensors cpu/0 --watch --json --interval 0.1")
+    child = start_piped("vxtctl sensors cpu/0 --watch --json --interval 0.1")
     assert parsed(child.stdout.readline())["event"] == "sample"  # at once
     if how == "close":
         child.stdout.close()
@@ -145,9 +163,9 @@ class Terminal:
         self.master, slave = pty.openpty()
         self.shown, self.screen, self.row, self.column, self.visible, self.second = "", [], 0, 0, True, False
         self.resize(rows, columns)
-        words = line.split()
-        self.child = subprocess.Popen([FOLDER / words[0], *words[1:]], stdin=slave, stdout=slave, stderr=slave, start_new_session=True,
-                                      env={**os.environ, "NO_COLOR": "1"}, preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+        self.end_of_patience = time.monotonic() + 20
+        self.child = start(line, lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0), stdin=slave, stdout=slave, stderr=slave, start_new_session=True,
+                           env={**os.environ, "NO_COLOR": "1"})
         os.close(slave)
 
     def resize(self, rows, columns):
@@ -156,8 +174,7 @@ class Terminal:
 
     def next(self):
         """Takes what was written last; false at the end."""
-        if not select.select([self.master], [], [], 20)[0]:
-            raise AssertionError("nothing is written")
+        assert select.select([self.master], [], [], max(0, self.end_of_patience - time.monotonic()))[0], f"it does not come: {self.shown}"
         try:
             piece = os.read(self.master, 1 << 16).decode()
         except OSError:
@@ -191,7 +208,7 @@ class Terminal:
 
     def until(self, condition):
         while not condition():
-            assert self.next(), self.shown
+            assert self.next(), f"it ended: {self.shown}"
 
     def end(self):
         while self.next():
@@ -274,7 +291,7 @@ def test_a_file_of_something_else_is_left_as_it_is(text):
 
 
 def test_who_is_killed_leaves_whole_lines_and_nobody_else_writes_meanwhile():
-    child = start(f"{RECORD} --interval 0.1")
+    child = start_piped(f"{RECORD} --interval 0.1")
     wait_for(lambda: os.path.exists("log.csv") and read("log.csv").count("\n") > 2)
     second = run(f"{RECORD} --count 1")
     assert (second.code, second.err) == (1, "vxtctl: cannot write log.csv: another process is writing to it\n")
@@ -285,7 +302,7 @@ def test_who_is_killed_leaves_whole_lines_and_nobody_else_writes_meanwhile():
 
 def test_a_full_disk_ends_a_recording_with_whole_lines():
     limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (250, 250))
-    out, err = (child := start(f"{RECORD} --interval 0.1 --watch", preexec_fn=limit, restore_signals=False)).communicate(timeout=10)
+    out, err = (child := start_piped(f"{RECORD} --interval 0.1 --watch", prepare=limit, restore_signals=False)).communicate(timeout=10)
     assert (child.returncode, err) == (1, "vxtctl: cannot write log.csv: File too large\n") and out.count("\n") == len(rows()) == 1
     assert run(RECORD.replace("log.csv", "/dev/full")).err == "vxtctl: cannot write /dev/full: No space left on device\n"
 
