@@ -222,7 +222,11 @@ def test_the_live_screen_follows_the_window_and_gives_the_terminal_back():
     terminal.until(lambda: "F71889" in terminal.screen and terminal.shown.endswith("\033[H"))
     assert (terminal.second, terminal.visible) == (True, False) and terminal.screen[0].startswith("Sample 1, ")
     assert re.search(r"Temperature 0 +42\.0  °C +42\.0 +42\.0 +42\.0 +92\.0$", "\n".join(terminal.screen), re.M)
-    terminal.resize(12, 44)  # the next sample is far away
+    lines = terminal.screen.index("")
+    for rows, last in ((lines, "  Voltage 7"), (lines - 1, "... 2 more lines")):  # the next sample is far away
+        terminal.resize(rows, 100)
+        terminal.until(lambda: terminal.screen[-1].startswith(last))
+    terminal.resize(12, 44)
     terminal.until(lambda: "more lines" in terminal.screen[-1])
     assert "Average" not in terminal.screen[1] and terminal.screen[0].startswith("Sample 1, ")
     os.write(terminal.master, b"\x03")
@@ -253,6 +257,7 @@ def test_a_process_that_the_shell_stops_leaves_the_screen_and_draws_it_again():
     terminal = Terminal("vxtctl sensors cpu --watch --interval 9", 30, 80)
     terminal.until(lambda: terminal.shown.endswith("\033[H"))
     os.kill(terminal.child.pid, signal.SIGTSTP)
+    wait_for(lambda: read(f"/proc/{terminal.child.pid}/stat").split()[2] == "T")
     terminal.until(lambda: not terminal.second and terminal.visible)
     os.kill(terminal.child.pid, signal.SIGCONT)
     terminal.until(lambda: terminal.second and not terminal.visible and terminal.screen[0].startswith("Sample 1, "))
