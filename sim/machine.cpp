@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <numbers>
 #include <optional>
 #include <set>
 
@@ -128,6 +130,7 @@ struct CSimMachine::CState {
     std::map<uint16_t, uint8_t> Ports;
     std::optional<CFirmwareDescription> oFirmware;
     std::vector<double> Loads;  ///< by core
+    uint64_t ullRested = 0;     ///< ns
     CAcpiLayout Acpi;
     std::vector<CEcamWindow> Ecam;
     bool bEcamReachesProcessor = true;
@@ -471,11 +474,33 @@ void CSimMachine::Advance(uint64_t ullNanoseconds) {
                                        rMapping.uSize, m_ullNow);
 }
 
+void CSimMachine::Rest(uint64_t ullNanoseconds) {
+    const std::lock_guard Lock(m_Lock);
+    m_pState->ullRested += ullNanoseconds;
+    for (const auto& pModel : m_Models) pModel->Rest(ullNanoseconds);
+}
+
 // --- loads
 
+// A swing is a raised cosine: none at power-on, all of the load after half a period.
 double CSimMachine::Load(uint32_t uCore) const {
     const std::lock_guard Lock(m_Lock);
-    return uCore < m_pState->Loads.size() ? m_pState->Loads[uCore] : 0;
+    const double dSwing = m_Description.uLoadPeriod ? (1 - std::cos(_SwingAngle())) / 2 : 1;
+    return uCore < m_pState->Loads.size() ? m_pState->Loads[uCore] * dSwing : 0;
+}
+
+double CSimMachine::AverageSwing() const {
+    const std::lock_guard Lock(m_Lock);
+    const double dAngle = _SwingAngle();
+    if (m_Description.uLoadPeriod == 0) return 1;
+    return dAngle > 0 ? (1 - std::sin(dAngle) / dAngle) / 2 : 0;
+}
+
+double CSimMachine::_SwingAngle() const {
+    if (m_Description.uLoadPeriod == 0) return 0;
+    constexpr double kNanoseconds = 1e-9;
+    return 2 * std::numbers::pi * kNanoseconds * static_cast<double>(m_ullNow + m_pState->ullRested) /
+           m_Description.uLoadPeriod;
 }
 
 void CSimMachine::SetLoad(uint32_t uCore, double dLoad) {

@@ -30,6 +30,8 @@ public:
     virtual void WroteMemory(uint64_t /*ullAddress*/, size_t /*uSize*/) {}
     /// Called whenever virtual time has moved.
     virtual void Tick(uint64_t /*ullNanoseconds*/) {}
+    /// Called when the PC was left alone for so long, see CSimMachine::Rest.
+    virtual void Rest(uint64_t /*ullNanoseconds*/) {}
     /// Puts what the model keeps beside the machine's own registers into the machine's description, as it will be when
     /// everything under way has ended. What changes that calls CSimMachine::Touch.
     virtual void Describe(CMachineDescription& /*rDescription*/) const {}
@@ -97,6 +99,9 @@ public:
     // --- virtual time
     uint64_t Now() const;  ///< ns since power-on
     void Advance(uint64_t ullNanoseconds);
+    /// Nobody has asked the PC for anything for so long: what is slow (fans, temperatures, the watchdog) has gone on. What
+    /// programs measure time by stands still, so that a program which the system holds up amid a measurement sees none of it.
+    void Rest(uint64_t ullNanoseconds);
 
     // --- the clock that cores and APIC timers are derived from; the description tells it at power-on
     double ReferenceMHz() const;
@@ -104,8 +109,10 @@ public:
     void SetReferenceClock(double dMHz);
 
     // --- what the cores do, as a share of time from 0 to 1; the description tells it at power-on and Describe forgets it
-    double Load(uint32_t uCore) const;  ///< 0 of a core that is not there
+    double Load(uint32_t uCore) const;  ///< now; 0 of a core that is not there
     void SetLoad(uint32_t uCore, double dLoad);
+    /// Where loads swing: how much of them there was on average since power-on, 0 to 1.
+    double AverageSwing() const;
 
     // --- the workbench: plain state behind the models, for tests and tools
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist
@@ -135,6 +142,7 @@ public:
 
 private:
     struct CState;
+    double _SwingAngle() const;
     template <class TValue> void _Store(TValue& rPlace, TValue Value) {
         if (rPlace != Value) Touch();
         rPlace = Value;

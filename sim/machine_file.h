@@ -106,7 +106,8 @@ struct CMachineDescription {
     uint64_t ullStateDigest = 0;  ///< and its g_Digest; 0: not known yet
     uint32_t uCores = 1;
     double dReferenceMHz = 200.0;
-    std::vector<uint8_t> Loads;                                      ///< percent of time each core is busy; else none
+    std::vector<uint8_t> Loads;  ///< percent of time each core is busy; else none
+    uint32_t uLoadPeriod = 0;    ///< seconds of one swing of the loads; 0: they are steady
     std::map<std::pair<uint32_t, uint32_t>, CCpuidResult> Cpuid;     ///< by leaf and subleaf
     std::map<std::pair<uint32_t, uint32_t>, uint64_t> Msr;           ///< by core (or kAllCores) and index
     std::map<CPciAddress, std::vector<uint8_t>> Pci;                 ///< 256 or 4096 bytes each

@@ -165,8 +165,7 @@ void CSimulatedPc::_LetPausePass() {
     using namespace std::chrono_literals;
     const auto Pause = std::chrono::steady_clock::now() - m_LastRequest;
     if (Pause > 100ms)
-        m_Machine.Advance(
-            static_cast<uint64_t>(std::chrono::nanoseconds(std::min<decltype(Pause)>(Pause, 60s)).count()));
+        m_Machine.Rest(static_cast<uint64_t>(std::chrono::nanoseconds(std::min<decltype(Pause)>(Pause, 60s)).count()));
 }
 
 vxtsim::CControlReply CSimulatedPc::_Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,

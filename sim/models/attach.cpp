@@ -72,9 +72,15 @@ bool g_IsLater(const CSimMachine& rMachine) {
     return eFamily == EFamily::k10h || eFamily == EFamily::k11h;
 }
 
-bool g_HasBridge(const CSimMachine& rMachine, uint16_t usPort) {
-    const CMachineDescription& rDescription = rMachine.Description();
-    return rDescription.IndexPorts.contains(usPort) && g_FindBridgeMonitor(rDescription);
+void g_PlugIndexPorts(CSimMachine& rMachine) {
+    const CMonitorLayout* const pBridgeMonitor = g_FindBridgeMonitor(rMachine.Description());
+    for (const auto& [usPort, rRegisters] : rMachine.Description().IndexPorts)
+        if (pBridgeMonitor && usPort == kBridgeMonitorPort)
+            rMachine.Plug<CSouthBridgeMonitor>(*pBridgeMonitor);
+        else if (pBridgeMonitor && usPort == kBridgePowerPort)
+            rMachine.Plug<CSouthBridgePower>();
+        else
+            rMachine.Plug<CPortPairs>(usPort);
 }
 
 /// A model and what of a machine file asks for it. Plugged in this order.
@@ -99,15 +105,8 @@ constexpr CModelRow kModels[] = {
     {g_IsLater, [](CSimMachine& r) { r.Plug<CAdditionalData>(2u); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CReadOnlyTemperature>(); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CLinkPhy>(); }},
-    // Behind the cores' clock, which warms sensors. The bridge's own pairs are asked before plain ones.
-    {[](const CSimMachine& r) { return !r.Description().IndexPorts.empty(); },
-     [](CSimMachine& r) {
-         for (const auto& [usPort, rRegisters] : r.Description().IndexPorts) r.Plug<CPortPairs>(usPort);
-     }},
-    {[](const CSimMachine& r) { return g_HasBridge(r, kBridgeMonitorPort); },
-     [](CSimMachine& r) { r.Plug<CSouthBridgeMonitor>(*g_FindBridgeMonitor(r.Description())); }},
-    {[](const CSimMachine& r) { return g_HasBridge(r, kBridgePowerPort); },
-     [](CSimMachine& r) { r.Plug<CSouthBridgePower>(); }},
+    // Behind the cores' clock, which warms sensors.
+    {[](const CSimMachine& r) { return !r.Description().IndexPorts.empty(); }, g_PlugIndexPorts},
     {[](const CSimMachine& r) { return !r.Description().SuperIo.empty(); },
      [](CSimMachine& r) {
          for (const auto& [Part, rRegisters] : r.Description().SuperIo)

@@ -12,7 +12,8 @@ constexpr uint64_t kStep = 10'000'000;
 constexpr double kStepSeconds = 0.01;
 constexpr double kSameRpm = 0.5, kSameCelsius = 0.002;  ///< this near is there
 
-constexpr double kLeastAir = 0.1;  ///< share of the fan's full speed that a case without any wind is worth
+constexpr double kLeastWarmth = 1;  ///< degrees above the room, lest a description make a sensor none
+constexpr double kLeastAir = 0.1;   ///< share of the fan's full speed that a case without any wind is worth
 
 /// Moves a value towards its target. False when it is there already.
 bool g_Approach(double& rdValue, double dTarget, double dSeconds, double dSame) {
@@ -92,8 +93,10 @@ std::vector<uint8_t> CHardwareMonitor::Describe() const {
     std::vector<uint8_t> Registers = m_Registers;
     for (const CTurning& rFan : m_Fans) _Show(Registers, rFan, _TargetRpm(rFan));
     const double dWarmth = m_Heat.SettledIdle() / (m_Fans.empty() ? 1.0 : _Air(_TargetRpm(m_Fans.front())));
-    for (const CWarm& rSensor : m_Sensors)
-        _Show(Registers, rSensor, std::min(kRoom + (rSensor.dDumped - kRoom) * dWarmth, kHottest));
+    for (const CWarm& rSensor : m_Sensors) {
+        const double dLeast = std::min(kRoom + kLeastWarmth, rSensor.dDumped);
+        _Show(Registers, rSensor, std::clamp(kRoom + (rSensor.dDumped - kRoom) * dWarmth, dLeast, kHottest));
+    }
     return Registers;
 }
 

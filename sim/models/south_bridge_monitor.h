@@ -15,6 +15,7 @@ public:
     uint8_t Read(uint8_t ucRegister) const override { return m_Monitor.Read(ucRegister); }
     void Write(uint8_t ucRegister, uint8_t ucValue) override { m_Monitor.Write(ucRegister, ucValue); }
     void Tick(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
+    void Rest(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
     void Describe(CMachineDescription& rDescription) const override {
         rDescription.IndexPorts[kBridgeMonitorPort] = m_Monitor.Describe();
     }
@@ -35,6 +36,7 @@ public:
     void Write(uint8_t ucRegister, uint8_t ucValue) override;
     void WroteMemory(uint64_t ullAddress, size_t uSize) override;
     void Tick(uint64_t ullNanoseconds) override;
+    void Rest(uint64_t ullNanoseconds) override { Tick(ullNanoseconds); }
     void Describe(CMachineDescription& rDescription) const override;
 
 private:

@@ -18,6 +18,7 @@ public:
     bool ReadPort(uint16_t usPort, uint32_t uWidth, uint32_t& ruValue) override;
     bool WritePort(uint16_t usPort, uint32_t uWidth, uint32_t uValue) override;
     void Tick(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
+    void Rest(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
     void Describe(CMachineDescription& rDescription) const override;
 
     bool IsOpen() const { return m_bOpen; }

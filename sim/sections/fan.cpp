@@ -65,6 +65,14 @@ void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
     }
 }
 
+/// A fan goes with its chip.
+void g_Inherit(CMachineDescription& rMachine, const CMachineDescription& rBase) {
+    for (const auto& [Place, rFan] : rBase.Fans) {
+        const CMonitorLayout* const pLayout = g_FindMonitorLayout(rMachine, Place.usPort);
+        if (pLayout && Place.ucFan < pLayout->ucFans) rMachine.Fans.try_emplace(Place, rFan);
+    }
+}
+
 }  // namespace
 
 const CSectionKind kFanSection = {
@@ -74,7 +82,7 @@ const CSectionKind kFanSection = {
     g_KeyNames<kKeys>,
     g_Open,
     g_Write,
-    g_InheritEntries<&CMachineDescription::Fans>,
+    g_Inherit,
     g_ForgetEntry<&CMachineDescription::Fans, g_ReadPlace>,
 };
 

@@ -41,6 +41,11 @@ bool g_ReadLoads(CMachineReader& rReader, std::string_view sValue, CMachineDescr
     return bRetCode;
 }
 
+bool g_ReadLoadPeriod(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    constexpr int64_t kDay = 86'400;
+    return rReader.Number(sValue, rMachine.uLoadPeriod, kDay, 0);
+}
+
 bool g_ReadDigest(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
     const auto oDigest = g_Hex(g_Trim(CMachineReader::WithoutComment(sValue)), 16);
     rMachine.ullStateDigest = oDigest.value_or(0);
@@ -56,7 +61,7 @@ bool g_ReadBase(CMachineReader& rReader, std::string_view sValue, CMachineDescri
     if (!rReader.BaseOn(g_Trim(CMachineReader::WithoutComment(sValue)))) return false;
     const CMachineDescription& rBase = *rReader.Base();
     rMachine.sName = rBase.sName, rMachine.uCores = rBase.uCores, rMachine.dReferenceMHz = rBase.dReferenceMHz;
-    rMachine.Loads = rBase.Loads;
+    rMachine.Loads = rBase.Loads, rMachine.uLoadPeriod = rBase.uLoadPeriod;
     return true;
 }
 
@@ -70,6 +75,8 @@ constexpr CMachineKey kKeys[] = {
      kAlways},
     {"reference_clock", g_ReadClock, g_ClockText, kAlways},
     {"load", g_ReadLoads, [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.Loads); }},
+    {"load_period", g_ReadLoadPeriod,
+     [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uLoadPeriod); }},
     g_Key<&CMachineDescription::sStateOf>("state_of"),
     {"state_digest", g_ReadDigest, g_DigestText},
 };

@@ -1,5 +1,5 @@
 // Hostile machine files: the parser neither crashes nor asks for much memory; what it accepts survives the way through
-// text, and a share of it runs as a machine and answers management queries.
+// text, and a share of it runs as a machine, answers management queries, has its ports used and comes back from its description.
 #include <cstdlib>
 
 #include "sim/driver_server.h"
@@ -50,6 +50,23 @@ void g_Ask(CSimMachine& rMachine) {
         }
 }
 
+/// Keys that open every chip, then each register behind each pair of ports, read and written.
+void g_UsePorts(CSimMachine& rMachine) {
+    std::vector<uint16_t> Pairs{0x2E, 0x4E};
+    for (const auto& [Part, rRegisters] : rMachine.Description().SuperIo)
+        if (Part.eKind == CSuperIoPart::kDevice && rRegisters.size() > 0x61)
+            Pairs.push_back(static_cast<uint16_t>((rRegisters[0x60] << 8 | (rRegisters[0x61] & 0xF8)) + 5));
+    for (const auto& [usPort, rRegisters] : rMachine.Description().IndexPorts) Pairs.push_back(usPort);
+    for (const uint32_t uKey : {0x87, 0x87, 0x01, 0x55, 0x55, 0x87, 0x01, 0x55, 0xAA})
+        rMachine.WritePort(0x2E, 1, uKey), rMachine.WritePort(0x4E, 1, uKey);
+    for (const uint16_t usPort : Pairs)
+        for (uint32_t uRegister = 0; uRegister < 0x100; ++uRegister) {
+            rMachine.WritePort(usPort, 1, uRegister);
+            const uint32_t uData = rMachine.ReadPort(static_cast<uint16_t>(usPort + 1), 1);
+            rMachine.WritePort(static_cast<uint16_t>(usPort + 1), 1, uData ^ uRegister);
+        }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
@@ -75,6 +92,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t uSize) {
     }
     for (const auto& [Key, ullValue] : Running.Description().Msr) Running.WriteMsr(0, Key.second, ~ullValue);
     g_Ask(Running);
-    Running.Advance(1'000'000);
+    g_UsePorts(Running);
+    Running.Advance(1'000'000'000);
+    const CMachineDescription State = Running.Describe();
+    if (CSimMachine(State).Describe() != State) std::abort();
     return 0;
 }

@@ -146,6 +146,8 @@ TEST(MachineFile, KeysOverrideAndWholeSectionsReplaceWhatTheBaseSays) {
     EXPECT_EQ(g_FormatMachine(Machine), g_FormatMachine(Expected));
     EXPECT_FALSE(g_Parsed("[machine]\nbased_on = family10h-ddr3\nwithout = firmware\n").oFirmware);
     EXPECT_EQ(g_Parsed("[machine]\nbased_on = family10h-ddr3\n"), Base);
+    EXPECT_EQ(g_Parsed("[machine]\nbased_on = family10h-ddr3\nwithout = pci\n").Fans.count({kIndexPort, 0}), 0u)
+        << "nobody knows its chip any more";
 }
 
 // --- the page

@@ -172,5 +172,19 @@ TEST(Machine, TheApicTimerRunsInMemoryThatAClientSharesWithTheDriver) {
     EXPECT_EQ(Client.m_Machine.MappingCount(), 0u);
 }
 
+TEST(SimMachine, LoadsSwingAndRestIsNoTimeThatProgramsCanMeasure) {
+    CSimMachine Machine(g_Parsed("[machine]\ncores = 2\nload = 80\nload_period = 10\n"));
+    constexpr uint64_t kSecond = 1'000'000'000;
+    EXPECT_EQ(Machine.Load(0), 0);
+    Machine.Advance(2 * kSecond);
+    Machine.Rest(3 * kSecond);
+    EXPECT_DOUBLE_EQ(Machine.Load(0), 0.8);
+    EXPECT_EQ(Machine.Load(1), 0);
+    EXPECT_EQ(Machine.Now(), 2 * kSecond);
+    Machine.Advance(5 * kSecond);
+    EXPECT_NEAR(Machine.Load(0), 0, 1e-9);
+    EXPECT_NEAR(Machine.AverageSwing(), 0.5, 1e-9);
+}
+
 }  // namespace
 }  // namespace vxtsim

@@ -44,8 +44,9 @@ uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
     if (rSystem.Refuses("ProcessorIdleTimes")) return 0;
     const auto uCount = static_cast<uint32_t>(std::min(IdleTimes.size(), rSystem.m_Loads.size()));
     const double dNow = static_cast<double>(g_GetMachine().Now()) / kNanosecondsPerIdleUnit;
+    const double dSwing = g_GetMachine().AverageSwing();
     std::ranges::transform(std::span(rSystem.m_Loads).first(uCount), IdleTimes.begin(),
-                           [&](double dLoad) { return static_cast<uint64_t>(dNow * (1.0 - dLoad)); });
+                           [&](double dLoad) { return static_cast<uint64_t>(dNow * (1.0 - dLoad * dSwing)); });
     return uCount;
 }
 
