@@ -78,8 +78,15 @@ if [[ -n $state ]]; then
         printf '[begin]\n[machine]\nbased_on = %s\nstate_of = %s\n[end]\n' "${known##*\\}" "$machine" >"$stage/VXTDriver.state"
     fi
 fi
+# A machine has its own cores, or those of the one that it is based on.
+_cores() {
+    local cores base
+    cores=$(sed -nE 's/^cores *= *([0-9]+).*/\1/p' "$1" | head -n 1)
+    base=$here/../machines/$(sed -nE 's/^based_on *= *([^ #]+).*/\1/p' "$1" | head -n 1).machine
+    if [[ $cores || ! -f $base ]]; then echo "$cores"; else _cores "$base"; fi
+}
 if [[ -n ${file-} ]]; then
-    processors=$(sed -nE 's/^cores *= *([0-9]+).*/\1/p' "$file" | head -n 1)
+    processors=$(_cores "$file")
     [[ $processors -ge 1 && $processors -le 64 ]] || processors=1  # the driver refuses what is no PC
 fi
 

@@ -39,6 +39,7 @@ def offered(line):
     ("vxtctl devices --js", {"--json"}), ("vxtctl --json cp", {"cpu"}), ("vxtctl devices cp", set()), ("vxtctl devices ", {"-h", "--help"}),
     ("vxtctl --machine k8", {":files", "k8-first", "k8-revf-dual"}), ("vxtctl --state x", {":files"}), ("vxtctl cpu --fault s", set()),
     ("vxtdiag snapshot ", {":files"}), ("vxtdiag snapshot x ", {"-h", "--help"}), ("vxtdiag pci 2>x >", {":files"}), ("vxtdiag pci >x 00:18.4", {"00:18.4"}),
+    ("vxtctl sensors t", {"temperature"}), ("vxtctl sensors cpu/1/", {"cpu/1/temperature/0", "cpu/1/voltage/0"}), ("vxtctl sensors fan --record ", {":files"}),
     ("vxtctl device cpu/", {"cpu/0", "cpu/1", "cpu/2", "cpu/3"}), ("vxtctl --machine 'k8-revf-dual' cpu ", {"set", "0", "1"}),
     ("vxtctl --machine ~/fw.machine clocks set pcie=100 p", set()), ("vxtctl --machine fw.machine voltages set mem", {"memvddq="}),
     ("vxtctl cpu set --core a", {"all"}), ("vxtctl cpu set --pstate ", {"0", "1", "2", "3"}), ("vxtctl cpu set --voltage 1.1", {"1.1", "1.1125", "1.125", "1.1375", "1.15", "1.1625", "1.175", "1.1875"}),

@@ -14,7 +14,7 @@ import pytest
 from tools import FIRMWARE, FOLDER, SOURCE, TOOLS, answer, parsed, read, run, run_on_terminal, table, write
 
 MACHINE_OPTIONS = ("--machine family10h-ddr3", "--machine k8-revf-dual", "--machine fw.machine")
-COMMANDS = ("vxtctl", "vxtctl devices", "vxtctl device cpu", "vxtctl cpu", "vxtctl memory", "vxtctl links", "vxtctl northbridge", "vxtctl bios", "vxtctl clocks", "vxtctl voltages",
+COMMANDS = ("vxtctl", "vxtctl devices", "vxtctl device cpu", "vxtctl cpu", "vxtctl memory", "vxtctl links", "vxtctl northbridge", "vxtctl bios", "vxtctl clocks", "vxtctl voltages", "vxtctl sensors",
             "vxtctl memory set tcl=5 --force --dry-run", "vxtctl cpu set --core 0 --multiplier 7.2 --yes", "vxtdiag pci", "vxtdiag pci 00:18.3", "vxtdiag acpi", "vxtdiag cpu", "vxtdiag machines",
             "vxtdiag firmware", "vxtdiag cmos")
 
@@ -100,7 +100,7 @@ def rows_of(node, below=()):
             yield from rows_of(value)
 
 
-@table("line", ["vxtctl", "vxtctl cpu", "vxtctl cpu --machine k8-revf-dual", "vxtdiag cpu", "vxtctl memory", "vxtctl links", "vxtctl clocks --machine fw.machine", "vxtctl northbridge", "vxtctl memory set tcl=5 --dry-run", "vxtdiag firmware --machine fw.machine",
+@table("line", ["vxtctl", "vxtctl cpu", "vxtctl cpu --machine k8-revf-dual", "vxtdiag cpu", "vxtctl memory", "vxtctl links", "vxtctl clocks --machine fw.machine", "vxtctl northbridge", "vxtctl sensors", "vxtctl memory set tcl=5 --dry-run", "vxtdiag firmware --machine fw.machine",
                 "vxtdiag cmos --machine fw.machine", "vxtdiag snapshot copy.machine"])
 def test_csv_has_a_row_of_equal_width_for_every_object_and_a_cell_for_every_value(line):
     document = answer(line)

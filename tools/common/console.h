@@ -16,7 +16,6 @@ namespace vxttools {
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments);
 
 bool g_IsStdinTerminal();
-bool g_IsStdoutTerminal();
 
 /// How many columns the terminal has that the stream writes to; nothing where it is none, or does not tell.
 std::optional<size_t> g_StdoutColumns();
@@ -29,9 +28,18 @@ struct CTerminalSize {
 /// Of the terminal behind stdout, as it is now; nothing where it is none, or does not tell.
 std::optional<CTerminalSize> g_StdoutSize();
 
-/// What stdout gets when a second request ends the process at once: what a terminal needs to be as it was. A text that
-/// lives as long as the process; null: nothing.
-void g_SetLastWords(const char* pszWords);
+/// Whether stdout is a terminal that obeys control sequences.
+bool g_IsStdoutObedient();
+
+/// What a terminal needs so that a program has it for itself, and so that it is as it was.
+struct CScreenWords {
+    const char *pszTake, *pszGiveBack;
+};
+/// As long as they are set, stdout gets the second ones also when a second request ends the process at once and when the
+/// shell stops it (Ctrl-Z), and the first ones when it goes on. They live as long as the process; null: nothing.
+void g_HoldScreen(const CScreenWords* pWords);
+/// The process was stopped, and went on, since the last call: what was on the screen is gone.
+bool g_WentOn();
 
 /// Waits for a line on stdin, or for a request to end: false.
 bool g_WaitForInput();

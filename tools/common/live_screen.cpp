@@ -11,8 +11,7 @@ namespace {
 
 // Control sequences of ECMA-48, and DEC's private modes: 1049 the second screen, 25 the cursor, 7 going on in the next line
 // behind the last column, which would make a line that is too long take two.
-constexpr const char* kTake = "\033[?1049h\033[?25l\033[?7l";
-constexpr const char* kGiveBack = "\033[?7h\033[?25h\033[?1049l";
+constexpr CScreenWords kWords{.pszTake = "\033[?1049h\033[?25l\033[?7l", .pszGiveBack = "\033[?7h\033[?25h\033[?1049l"};
 constexpr const char* kHome = "\033[H";
 constexpr const char* kClearLine = "\033[K";   // behind the cursor
 constexpr const char* kClearBelow = "\033[J";  // and everything below it
@@ -33,19 +32,17 @@ std::vector<std::string> g_Lines(const std::string& sText) {
 
 }  // namespace
 
-bool CLiveScreen::IsPossible() { return g_IsStdoutTerminal() && g_Environment("TERM") != "dumb"; }
-
 CLiveScreen::CLiveScreen() {
     static char acPicture[1u << 16];  // stdout holds on to it until the process ends
     std::setvbuf(stdout, acPicture, _IOFBF, sizeof acPicture);
-    g_SetLastWords(kGiveBack);
-    g_Print(kTake);
+    g_HoldScreen(&kWords);
+    g_Print(kWords.pszTake);
 }
 
 CLiveScreen::~CLiveScreen() {
-    std::fputs(kGiveBack, stdout);  // nobody is left to hear of a terminal that is gone
+    std::fputs(kWords.pszGiveBack, stdout);  // nobody is left to hear of a terminal that is gone
     std::fflush(stdout);
-    g_SetLastWords(nullptr);
+    g_HoldScreen(nullptr);
 }
 
 void CLiveScreen::Draw(const CPicture& rPicture) {
@@ -63,7 +60,7 @@ void CLiveScreen::Draw(const CPicture& rPicture) {
 }
 
 void CLiveScreen::Follow(const CPicture& rPicture) {
-    if (g_SizeNow() != m_Size) Draw(rPicture);
+    if (g_WentOn() || g_SizeNow() != m_Size) Draw(rPicture);
 }
 
 }  // namespace vxttools

@@ -8,13 +8,11 @@
 
 namespace vxttools {
 
-/// Takes the terminal's second screen and hides the cursor; gives both back when it goes, and when a second request to
-/// end takes the process away.
+/// Takes the terminal's second screen and hides the cursor; gives both back when it goes, when a second request to end
+/// takes the process away, and while the shell stops the process.
 class CLiveScreen {
 public:
-    /// Whether stdout is a terminal that can move its cursor.
-    static bool IsPossible();
-
+    /// For a stdout that obeys control sequences.
     CLiveScreen();
     CLiveScreen(const CLiveScreen&) = delete;
     ~CLiveScreen();
@@ -23,7 +21,7 @@ public:
     using CPicture = std::function<std::string(size_t uColumns)>;
     /// Draws what there is to see, in a single write. Lines that find no room are counted in the last one.
     void Draw(const CPicture& rPicture);
-    /// Draws it again when the terminal's size has changed since.
+    /// Draws it again when the terminal's size has changed since, or the picture is gone.
     void Follow(const CPicture& rPicture);
 
 private:

@@ -30,6 +30,8 @@ void g_WriteFile(const std::filesystem::path& rPath, const std::string& sName, c
 void g_Print(const std::string& sData) {
     const bool bWritten = std::fwrite(sData.data(), 1, sData.size(), stdout) == sData.size();
     if (bWritten && std::fflush(stdout) == 0) return;
+    // Amid the write, or because the terminal is gone.
+    if (g_WasInterrupted() && (errno == EINTR || errno == EIO)) throw CFailure(EExit::kInterrupted, "");
     if (errno == EPIPE) throw CFailure(EExit::kFailed, "");  // the reader has seen enough: nothing to complain about
     g_CannotWrite("to standard output", std::error_code(errno, std::generic_category()));
 }
@@ -51,8 +53,7 @@ void COutput::Open(EFormat eFormat, const std::optional<std::string>& oColor, co
     m_bQuiet = bQuiet;
     if (oFile != "-") m_oFile = oFile;
     m_uWidth = g_OutputWidth(m_oFile.has_value());
-    const bool bAuto =
-        !m_oFile && g_IsStdoutTerminal() && g_Environment("NO_COLOR").empty() && g_Environment("TERM") != "dumb";
+    const bool bAuto = !m_oFile && g_IsStdoutObedient() && g_Environment("NO_COLOR").empty();
     m_bColor = oColor.value_or("auto") == "auto" ? bAuto : oColor == "always";
     if (m_oFile) g_OnFile(*m_oFile, [&] { CFileReplacement Test(g_Path(*m_oFile)); });
 }

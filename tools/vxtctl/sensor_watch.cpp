@@ -88,10 +88,8 @@ CDocument g_Event(const CTool& rTool, const CSensorSamples& rSamples, const char
     return Document;
 }
 
-bool g_IsLive(const CTool& rTool) { return rTool.Output().Format() == EFormat::kText && CLiveScreen::IsPossible(); }
-
-std::unique_ptr<CSink> g_NewDisplay(const CTool& rTool, milliseconds Interval) {
-    if (g_IsLive(rTool)) return std::make_unique<CScreen>(rTool, Interval);
+std::unique_ptr<CSink> g_NewDisplay(const CTool& rTool, milliseconds Interval, bool bLive) {
+    if (bLive) return std::make_unique<CScreen>(rTool, Interval);
     switch (rTool.Output().Format()) {
         case EFormat::kCsv:
             return std::make_unique<CLines>([bFirst = true](const CSensorSamples& rSamples) mutable {
@@ -146,14 +144,16 @@ EExit g_WatchSensors(CTool& rTool, const CHostLibrary& rLibrary, CSensorSamples&
         if (!rWatching.bWatch && !rWatching.oCount)
             rTool.Output().Note("recording every " + g_Seconds(rWatching.Interval) + " until Ctrl-C");
     }
+    const EFormat eFormat = rTool.Output().Format();
+    const bool bLive = eFormat == EFormat::kText && g_IsStdoutObedient();  // as it begins: a terminal may go away
     std::unique_ptr<CSink> pDisplay;
-    if (rWatching.bWatch) Sinks.push_back((pDisplay = g_NewDisplay(rTool, rWatching.Interval)).get());
+    if (rWatching.bWatch) Sinks.push_back((pDisplay = g_NewDisplay(rTool, rWatching.Interval, bLive)).get());
     const bool bEnough = g_TakeAll(rLibrary, rSamples, rWatching, Sinks);
     pDisplay.reset();  // the terminal is as it was
     if (oRecorder) oRecorder->Sync();
 
     // Lines of text or CSV are all there is; what they were altogether is a table, or a line of JSON.
-    const bool bLines = rWatching.bWatch && !g_IsLive(rTool) && rTool.Output().Format() != EFormat::kJson;
+    const bool bLines = rWatching.bWatch && !bLive && eFormat != EFormat::kJson;
     CDocument Document = bLines ? rTool.NewDocument() : g_Event(rTool, rSamples, "summary");
     if (!bLines)
         Document.AddTable(g_SeriesTable(rSamples)).sTitle = "Sensors, samples: " + std::to_string(rSamples.Count());

@@ -12,10 +12,13 @@ namespace vxttools {
 namespace {
 
 volatile sig_atomic_t g_nInterrupted = 0;
-const char* volatile g_pszLastWords = nullptr;
+volatile sig_atomic_t g_nWentOn = 0;
+const CScreenWords* volatile g_pScreen = nullptr;
 
 /// Ctrl-C, the request to end, the closed terminal.
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+void g_Say(const char* pszWords) { (void)!write(STDOUT_FILENO, pszWords, std::strlen(pszWords)); }
 
 /// Remembers the first request, and lets the system act on a second one as if there was no handler.
 void g_OnSignal(int nSignal) {
@@ -23,9 +26,18 @@ void g_OnSignal(int nSignal) {
         g_nInterrupted = 1;
         return;
     }
-    if (const char* const pszWords = g_pszLastWords) (void)!write(STDOUT_FILENO, pszWords, std::strlen(pszWords));
+    if (const CScreenWords* const pScreen = g_pScreen) g_Say(pScreen->pszGiveBack);
     signal(nSignal, SIG_DFL);
     raise(nSignal);  // comes when the handler is left
+}
+
+/// Ctrl-Z: the shell has the terminal until it lets the process go on.
+void g_OnStop(int) {
+    const CScreenWords* const pScreen = g_pScreen;
+    if (pScreen) g_Say(pScreen->pszGiveBack);
+    raise(SIGSTOP);
+    if (pScreen) g_Say(pScreen->pszTake);
+    g_nWentOn = 1;
 }
 
 std::optional<CTerminalSize> g_Size(int nDescriptor) {
@@ -68,11 +80,24 @@ std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
 uint32_t g_ProcessorCount() { return static_cast<uint32_t>(sysconf(_SC_NPROCESSORS_ONLN)); }
 
 bool g_IsStdinTerminal() { return isatty(STDIN_FILENO); }
-bool g_IsStdoutTerminal() { return isatty(STDOUT_FILENO); }
 std::optional<size_t> g_StdoutColumns() { return g_Columns(STDOUT_FILENO); }
 std::optional<size_t> g_StderrColumns() { return g_Columns(STDERR_FILENO); }
 std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STDOUT_FILENO); }
-void g_SetLastWords(const char* pszWords) { g_pszLastWords = pszWords; }
+bool g_IsStdoutObedient() { return isatty(STDOUT_FILENO) && g_Environment("TERM") != "dumb"; }
+
+void g_HoldScreen(const CScreenWords* pWords) {
+    g_pScreen = pWords;
+    struct sigaction Action = {}, Before = {};
+    Action.sa_handler = pWords ? g_OnStop : SIG_DFL;
+    Action.sa_flags = static_cast<int>(SA_RESTART);  // a picture that is being written goes on
+    if (sigaction(SIGTSTP, nullptr, &Before) == 0 && Before.sa_handler != SIG_IGN) sigaction(SIGTSTP, &Action, nullptr);
+}
+
+bool g_WentOn() {
+    const bool bWentOn = g_nWentOn != 0;
+    g_nWentOn = 0;
+    return bWentOn;
+}
 
 bool g_WaitForInput() {
     pollfd Input{STDIN_FILENO, POLLIN, 0};

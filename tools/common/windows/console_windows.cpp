@@ -15,17 +15,16 @@ namespace vxttools {
 namespace {
 
 std::atomic<bool> g_bInterrupted = false;
-std::atomic<const char*> g_pszLastWords = nullptr;
+std::atomic<const CScreenWords*> g_pScreen = nullptr;
 
 /// Runs on a thread of its own (HandlerRoutine callback). FALSE passes on to the default handler, which ends the
 /// process.
 BOOL WINAPI g_OnControl(DWORD dwEvent) {
     const bool bIsFirst = !g_bInterrupted.exchange(true);
-    const char* const pszWords = bIsFirst ? nullptr : g_pszLastWords.load();
     DWORD dwWritten = 0;
-    if (pszWords)
-        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), pszWords, static_cast<DWORD>(std::strlen(pszWords)), &dwWritten,
-                  nullptr);
+    if (const CScreenWords* const pScreen = bIsFirst ? nullptr : g_pScreen.load())
+        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), pScreen->pszGiveBack,
+                  static_cast<DWORD>(std::strlen(pScreen->pszGiveBack)), &dwWritten, nullptr);
     if (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) return bIsFirst;
     // A closed console, the end of the session: the process ends when this returns, so it waits for the main thread to
     // end the process in its own way. The system's patience (some seconds) is the limit.
@@ -86,11 +85,15 @@ uint32_t g_ProcessorCount() {
 }
 
 bool g_IsStdinTerminal() { return g_IsConsole(STD_INPUT_HANDLE); }
-bool g_IsStdoutTerminal() { return g_IsConsole(STD_OUTPUT_HANDLE); }
 std::optional<size_t> g_StdoutColumns() { return g_Columns(STD_OUTPUT_HANDLE); }
 std::optional<size_t> g_StderrColumns() { return g_Columns(STD_ERROR_HANDLE); }
 std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STD_OUTPUT_HANDLE); }
-void g_SetLastWords(const char* pszWords) { g_pszLastWords = pszWords; }
+bool g_IsStdoutObedient() {
+    DWORD dwMode = 0;
+    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &dwMode) && (dwMode & ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+void g_HoldScreen(const CScreenWords* pWords) { g_pScreen = pWords; }
+bool g_WentOn() { return false; }                  // consoles stop nobody
 bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
 bool g_Pause(std::chrono::milliseconds Duration) {
     constexpr std::chrono::milliseconds kLook{20};  // the handler has a thread of its own

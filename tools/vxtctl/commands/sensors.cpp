@@ -33,6 +33,8 @@ CWatching g_Watching(const CTool& rTool, const CWanted& rWanted) {
     if (dInterval < kShortest || dInterval > kLongest)
         throw CFailure(EExit::kUsage, "--interval: expected 0.1 to 3600 seconds");
     if (rWanted.oCount == 0u) throw CFailure(EExit::kUsage, "--count: expected at least one sample");
+    if (rWanted.oRecord == "-")
+        throw CFailure(EExit::kUsage, "--record: expected a file; --watch --csv shows the lines");
     if (rWanted.bWatch && oOutput && oOutput != "-")
         throw CFailure(EExit::kUsage, "--watch shows its samples on standard output; --record FILE keeps them");
     return {.bWatch = rWanted.bWatch,
