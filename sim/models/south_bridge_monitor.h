@@ -16,7 +16,7 @@ public:
     void Write(uint8_t ucRegister, uint8_t ucValue) override { m_Monitor.Write(ucRegister, ucValue); }
     void Tick(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
     void Describe(CMachineDescription& rDescription) const override {
-        rDescription.IndexPorts[kBridgeMonitorPort] = m_Monitor.Describe();
+        m_Monitor.Describe(rDescription, rDescription.IndexPorts[kBridgeMonitorPort]);
     }
 
 private:
