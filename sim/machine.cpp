@@ -485,19 +485,21 @@ void CSimMachine::Rest(uint64_t ullNanoseconds) {
 // A swing is a raised cosine: none at power-on, all of the load after half a period.
 double CSimMachine::Load(uint32_t uCore) const {
     const std::lock_guard Lock(m_Lock);
-    const double dSwing = m_Description.uLoadPeriod ? (1 - std::cos(_SwingAngle())) / 2 : 1;
-    return uCore < m_pState->Loads.size() ? m_pState->Loads[uCore] * dSwing : 0;
+    return m_Description.uLoadPeriod == 0 ? _FullLoad(uCore) : _FullLoad(uCore) * (1 - std::cos(_SwingAngle())) / 2;
 }
 
-double CSimMachine::AverageSwing() const {
+double CSimMachine::AverageLoad(uint32_t uCore) const {
     const std::lock_guard Lock(m_Lock);
+    if (m_Description.uLoadPeriod == 0) return _FullLoad(uCore);
     const double dAngle = _SwingAngle();
-    if (m_Description.uLoadPeriod == 0) return 1;
-    return dAngle > 0 ? (1 - std::sin(dAngle) / dAngle) / 2 : 0;
+    return dAngle > 0 ? _FullLoad(uCore) * (1 - std::sin(dAngle) / dAngle) / 2 : 0;
+}
+
+double CSimMachine::_FullLoad(uint32_t uCore) const {
+    return uCore < m_pState->Loads.size() ? m_pState->Loads[uCore] : 0;
 }
 
 double CSimMachine::_SwingAngle() const {
-    if (m_Description.uLoadPeriod == 0) return 0;
     constexpr double kNanoseconds = 1e-9;
     return 2 * std::numbers::pi * kNanoseconds * static_cast<double>(m_ullNow + m_pState->ullRested) /
            m_Description.uLoadPeriod;

@@ -111,8 +111,8 @@ public:
     // --- what the cores do, as a share of time from 0 to 1; the description tells it at power-on and Describe forgets it
     double Load(uint32_t uCore) const;  ///< now; 0 of a core that is not there
     void SetLoad(uint32_t uCore, double dLoad);
-    /// Where loads swing: how much of them there was on average since power-on, 0 to 1.
-    double AverageSwing() const;
+    /// Since power-on, where SetLoad did not change it.
+    double AverageLoad(uint32_t uCore) const;
 
     // --- the workbench: plain state behind the models, for tests and tools
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist
@@ -142,7 +142,8 @@ public:
 
 private:
     struct CState;
-    double _SwingAngle() const;
+    double _FullLoad(uint32_t uCore) const;
+    double _SwingAngle() const;  ///< since power-on; loads swing
     template <class TValue> void _Store(TValue& rPlace, TValue Value) {
         if (rPlace != Value) Touch();
         rPlace = Value;

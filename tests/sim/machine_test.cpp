@@ -183,7 +183,7 @@ TEST(SimMachine, LoadsSwingAndRestIsNoTimeThatProgramsCanMeasure) {
     EXPECT_EQ(Machine.Now(), 2 * kSecond);
     Machine.Advance(5 * kSecond);
     EXPECT_NEAR(Machine.Load(0), 0, 1e-9);
-    EXPECT_NEAR(Machine.AverageSwing(), 0.5, 1e-9);
+    EXPECT_NEAR(Machine.AverageLoad(0), 0.4, 1e-9);
 }
 
 }  // namespace

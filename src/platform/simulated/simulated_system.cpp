@@ -19,9 +19,6 @@ std::unique_ptr<CSimulatedSystem>& g_SystemPointer() {
 
 CSimulatedSystem::CSimulatedSystem() : m_Server(g_GetMachine()), m_Wmi(g_GetMachine()) {
     m_bDriverFileExists = !g_MachineError();
-    const std::vector<uint8_t>& rPercent = g_GetMachine().Description().Loads;
-    m_Loads.assign(g_GetMachine().ProcessorCount(), 0.0);
-    std::ranges::transform(rPercent, m_Loads.begin(), [](uint8_t ucPercent) { return ucPercent / 100.0; });
     m_Server.SetFaults(&m_RequestFaults);
     const char* const pszFaults = std::getenv("VXT_FAULT");
     if (!pszFaults || !*pszFaults) return;

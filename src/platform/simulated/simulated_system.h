@@ -48,7 +48,6 @@ public:
     uint32_t m_uOtherDriverHandles = 0;  ///< that other processes have open: as long the driver cannot be unloaded
     uint32_t m_uStopMilliseconds = 0;    ///< of virtual time that a driver takes to stop
     uint32_t m_uStopQueries = 0;         ///< times a stopping service is asked for its state before it has stopped
-    std::vector<double> m_Loads;         ///< share of time that each processor is busy, 0 to 1; at first the machine's
     vxtsim::CFaultPlan m_RequestFaults;  ///< in front of the driver's requests
 
     /// The call after `ullGood` good ones fails, whichever capability it asks for; no sweep without it.

@@ -40,13 +40,12 @@ uint32_t ExecutablePath(std::span<wchar_t> Path) {
 }
 
 uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
-    CSimulatedSystem& rSystem = g_GetSystem();
-    if (rSystem.Refuses("ProcessorIdleTimes")) return 0;
-    const auto uCount = static_cast<uint32_t>(std::min(IdleTimes.size(), rSystem.m_Loads.size()));
-    const double dNow = static_cast<double>(g_GetMachine().Now()) / kNanosecondsPerIdleUnit;
-    const double dSwing = g_GetMachine().AverageSwing();
-    std::ranges::transform(std::span(rSystem.m_Loads).first(uCount), IdleTimes.begin(),
-                           [&](double dLoad) { return static_cast<uint64_t>(dNow * (1.0 - dLoad * dSwing)); });
+    if (g_GetSystem().Refuses("ProcessorIdleTimes")) return 0;
+    const vxtsim::CSimMachine& rMachine = g_GetMachine();
+    const auto uCount = std::min(static_cast<uint32_t>(IdleTimes.size()), rMachine.ProcessorCount());
+    const double dNow = static_cast<double>(rMachine.Now()) / kNanosecondsPerIdleUnit;
+    for (uint32_t uCore = 0; uCore < uCount; ++uCore)
+        IdleTimes[uCore] = static_cast<uint64_t>(dNow * (1.0 - rMachine.AverageLoad(uCore)));
     return uCount;
 }
 

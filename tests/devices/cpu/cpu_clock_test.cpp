@@ -137,17 +137,17 @@ TEST_F(CpuClock, UsageIsTheShareOfTimeThatWasNotIdleSinceThePreviousCall) {
     } kCases[] = {{0.0, 0.5, 1000}, {0.25, 25.5, 1000}, {0.6, 60.5, 10}, {1.0, 100.5, 250}};  // half a percent is added
     Machine().Advance(kMillisecond - Machine().Now() % kMillisecond);  // whole milliseconds from here
     for (const auto& [dLoad, dUsage, ullMilliseconds] : kCases) {
-        System().m_Loads = {dLoad, 0.9, 0.1, 0.5};
+        Machine().SetLoad(0, dLoad), Machine().SetLoad(1, 0.9);
         m_Cpu.GetCurrentUsage();
         Machine().Advance(ullMilliseconds * kMillisecond);
         EXPECT_NEAR(m_Cpu.GetCurrentUsage(), dUsage, 1e-6);
         EXPECT_EQ(m_Cpu.GetCurrentUsage(), 0.0) << "no time has passed";
     }
-    System().m_Loads[0] = 0.0;  // the idle time leaps ahead of the clock
+    Machine().SetLoad(0, 0.0);  // the idle time leaps ahead of the clock
     Machine().Advance(kMillisecond);
     EXPECT_EQ(m_Cpu.GetCurrentUsage(), 0.0);
 
-    System().m_Loads[0] = 0.25;
+    Machine().SetLoad(0, 0.25);
     Machine().Advance((uint64_t{1} << 32) * kMillisecond - 500 * kMillisecond - Machine().Now());
     m_Cpu.GetCurrentUsage();
     Machine().Advance(1000 * kMillisecond);
