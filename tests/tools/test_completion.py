@@ -44,6 +44,7 @@ def offered(line):
     ("vxtctl --machine ~/fw.machine clocks set pcie=100 p", set()), ("vxtctl --machine fw.machine voltages set mem", {"memvddq="}),
     ("vxtctl cpu set --core a", {"all"}), ("vxtctl cpu set --pstate ", {"0", "1", "2", "3"}), ("vxtctl cpu set --voltage 1.1", {"1.1", "1.1125", "1.125", "1.1375", "1.15", "1.1625", "1.175", "1.1875"}),
     ("vxtctl cpu set --multiplier 1 --machine k8-first --multiplier 1", {"10"}), ("vxtctl cpu set --multiplier 15 --voltage 1.3", {"1.35"}), ("vxtctl links set in_width=1", {"in_width=16"}), ("vxtctl links set --link 1 in", set()),
+    ("vxtctl fan set environment/0/fan/1", {"environment/0/fan/1="}), ("vxtctl fan set environment/0/fan/1=9", {"environment/0/fan/1=90"}), ("vxtctl ctb set ", {"on", "off"}),
     ("vxtctl memory set dcc=", {"dcc=on", "dcc=off"}), ("vxtdiag acpi mc", {"MCFG"}), ("vxtdiag cpu 3", {"3"}), ("vxtdiag firmware 0107", set()),
     ("vxtctl --machine nosuch memory set t", set()), ("vxtdiag cmos set 5=p", {"5=plain"}), ("vxtdiag cmos set \"Burst Length=", {f"Burst Length={n}" for n in (0, 1, 2)}),
     ("vxtdiag cmos set 6", {"6="}), ("vxtdiag cmos set 6=", {"6=0", "6=1"}),

@@ -28,11 +28,13 @@ WRITES = {
                        "vxtctl memory set tcl=8 slow_access=on --yes",
                        "vxtctl clocks set external=205 pcie=101 --yes",
                        "vxtctl voltages set memory_voltage=1.6 --yes",
-                       "vxtdiag cmos set 'Core Trim Boost=Disabled' --yes"],
+                       "vxtdiag cmos set 'Core Trim Boost=Disabled' --yes", "vxtctl ctb set on --yes",
+                       "vxtctl fan set environment/0/fan/1=50 --yes", "vxtctl fan set environment/0/fan/2=60 --yes",
+                       "vxtctl watchdog start --yes", "vxtctl watchdog stop --yes"],
     "k8-revf-dual": ["vxtctl cpu set --multiplier 99 --yes"],
 }
 # Behind the writes of a machine whose state is kept: what they left.
-KEPT = [f"vxtctl {command} --json" for command in ("cpu", "memory", "links", "clocks", "voltages")] + ["vxtdiag cmos --json"]
+KEPT = [f"vxtctl {command} --json" for command in ("cpu", "memory", "links", "clocks", "voltages", "fan", "ctb")] + ["vxtdiag cmos --json"]
 # A firmware whose answers have other types than they should have.
 ODD = """
 [firmware answer GetValue]

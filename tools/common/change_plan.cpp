@@ -28,6 +28,8 @@ bool g_Is(const CChange& rChange, const std::optional<double>& rReading, double 
     return rReading && std::abs(*rReading - dValue) <= rChange.dTolerance;
 }
 
+std::optional<double> g_Read(const CChange& rChange) { return rChange.Read ? rChange.Read() : std::nullopt; }
+
 /// Some processors report the end of a transition, others only begin it, and a firmware may take its time: reads until
 /// the value is there, for a while.
 std::optional<double> g_ReadBack(const CChange& rChange, double dExpected) {
@@ -46,6 +48,11 @@ std::optional<double> g_ReadBack(const CChange& rChange, double dExpected) {
 
 void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
     const bool bAccepted = rChange.Write();
+    if (!rChange.Read) {
+        rResult.eOutcome = bAccepted ? EOutcome::kTaken : EOutcome::kFailed;
+        if (!bAccepted) rResult.sReason = "the library reports a failure: " + rChange.sDoubt;
+        return;
+    }
     rResult.oAfter = g_ReadBack(rChange, rChange.dWanted);
     const std::string sAsked = g_WithUnit(rChange, rChange.dWanted);
     const std::string sAfter = g_WithUnit(rChange, rResult.oAfter);
@@ -57,6 +64,9 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
         rResult.eOutcome = bAccepted ? EOutcome::kTaken : EOutcome::kFailed;
         if (!bAccepted)
             rResult.sReason = "the library reports a failure, but the hardware shows " + sAfter + "; --log tells more";
+        else if (rChange.Verify)
+            rResult.sReason = rChange.Verify();
+        if (bAccepted && !rResult.sReason.empty()) rResult.eOutcome = EOutcome::kNotTaken;
     } else {
         rResult.eOutcome = EOutcome::kNotTaken;
         rResult.sReason =
@@ -66,19 +76,28 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
 }
 
 void CChangePlan::_Undo(const CChange& rChange, CResult& rResult) {
-    if (!rResult.oBefore || g_Is(rChange, rResult.oAfter, *rResult.oBefore)) return;
+    const bool bUnchanged = rResult.oBefore && g_Is(rChange, rResult.oAfter, *rResult.oBefore);
+    if (!rChange.PutBack && (!rResult.oBefore || bUnchanged)) return;
     const bool bWasTaken = rResult.eOutcome == EOutcome::kTaken;
     if (bWasTaken) rResult.sReason = "another change to " + rChange.sOwner + " went wrong";
-    if (!rChange.Restore) {
+    if (!rChange.Restore && !rChange.PutBack) {
         rResult.sReason += "; there is no way to put it back";
         return;
     }
-    rChange.Restore(*rResult.oBefore);
-    rResult.oAfter = g_ReadBack(rChange, *rResult.oBefore);
-    const bool bIsBack = g_Is(rChange, rResult.oAfter, *rResult.oBefore);
-    rResult.sReason += bIsBack
-                           ? "; put back to " + g_WithUnit(rChange, rResult.oBefore)
-                           : "; it could not be put back, the hardware shows " + g_WithUnit(rChange, rResult.oAfter);
+    bool bIsBack = false;
+    if (rChange.PutBack) {
+        bIsBack = rChange.PutBack();
+        rResult.oAfter = g_Read(rChange);
+    } else {
+        rChange.Restore(*rResult.oBefore);
+        rResult.oAfter = g_ReadBack(rChange, *rResult.oBefore);
+        bIsBack = g_Is(rChange, rResult.oAfter, *rResult.oBefore);
+    }
+    const std::string sBefore = rResult.oBefore ? g_WithUnit(rChange, rResult.oBefore) : "what it was";
+    if (!bIsBack)
+        rResult.sReason += "; it could not be put back, the hardware shows " + g_WithUnit(rChange, rResult.oAfter);
+    else if (!bUnchanged)
+        rResult.sReason += "; put back to " + sBefore;
     if (!bIsBack)
         rResult.eOutcome = EOutcome::kFailed;
     else if (bWasTaken)
@@ -168,9 +187,10 @@ void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
     rDocument.AddTable(std::move(Table));
 }
 
-EExit CChangePlan::Run(CTool& rTool) {
+EExit CChangePlan::Run(CTool& rTool, const CThen& rThen) {
     CDocument Document = rTool.NewDocument();
-    const EExit eExit = _Run(Document, rTool);
+    EExit eExit = _Run(Document, rTool);
+    if (rThen) eExit = rThen(Document, eExit);
     try {
         return rTool.Emit(Document, eExit);
     } catch (const CFailure&) {
@@ -213,7 +233,7 @@ void CChangePlan::_TellInterruption() const {
 EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
     const bool bDryRun = rTool.Options().bDryRun;
     m_Results.assign(m_Changes.size(), {});
-    for (size_t i = 0; i < m_Changes.size(); ++i) m_Results[i].oBefore = m_Changes[i].Read();
+    for (size_t i = 0; i < m_Changes.size(); ++i) m_Results[i].oBefore = g_Read(m_Changes[i]);
     if (!bDryRun) _Ask(rTool);
 
     EExit eExit = EExit::kDone;

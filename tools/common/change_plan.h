@@ -20,25 +20,33 @@ struct CChange {
     std::string sLegal;              ///< legal values in words, as far as they are known
     std::vector<double> Legal = {};  ///< the same as a list, ascending; empty: there is none
     CLimits Limits = {};
-    std::function<std::optional<double>()> Read = {};  ///< nothing: no reading
+    std::function<std::optional<double>()> Read = {};  ///< nothing: no reading; empty: nobody can read it
     std::function<bool()> Write = {};
-    std::function<bool(double)> Restore = {};         ///< writes an earlier reading again; empty: there is no way back
+    std::function<std::string()> Verify = {};  ///< why a value that was taken cannot stay; an empty text: it can
+    std::function<bool(double)> Restore = {};  ///< writes an earlier reading again; empty: there is no way back
+    /// In the place of Restore where more was in force than a reading tells. True: it is again.
+    std::function<bool()> PutBack = {};
     std::function<std::string(double)> Text = {};     ///< of a number that has words instead, "on"; empty: digits
     std::function<std::string(double)> Meaning = {};  ///< what a number stands for, shown beside it; empty: nothing
     std::string sNote = {};                           ///< what else has to be known of it, "in force after a reset"
-    std::string sDoubt = "is not in this processor's table or beyond its limits";  ///< why another value was taken
+    /// Why another value was taken; of what cannot be read: why nothing was.
+    std::string sDoubt = "is not in this processor's table or beyond its limits";
 };
 
 class CChangePlan {
 public:
-    void Add(CChange Change) { m_Changes.push_back(std::move(Change)); }
+    /// What follows the changes before the answer goes out, which it may add to. Told how they went, says how the command
+    /// ends. Comes after a dry run and after changes that went wrong, too.
+    using CThen = std::function<EExit(CDocument& rDocument, EExit eExit)>;
+
+    CChange& Add(CChange Change) { return m_Changes.emplace_back(std::move(Change)); }
     bool IsEmpty() const { return m_Changes.empty(); }
 
     /// Carries the plan out in order. With --dry-run nothing is written; without a terminal to ask on, --yes is needed.
     /// When one of an owner's changes goes wrong, that one and those before it are undone and the rest is skipped. A
     /// signal lets the owner at hand finish and skips the others.
     /// The answer has the array "changes" and its table. Returns how the command ends.
-    EExit Run(CTool& rTool);
+    EExit Run(CTool& rTool, const CThen& rThen = {});
 
 private:
     enum class EOutcome { kPlanned, kTaken, kNotTaken, kFailed, kSkipped, kUndone };

@@ -55,6 +55,10 @@ std::string g_Environment(const char* pszName);
 /// For this process and the libraries it loads later.
 void g_SetEnvironment(const char* pszName, const std::string& sValue);
 
+/// Where programs of this user keep what has to outlive them (XDG_STATE_HOME or ~/.local/state; %LOCALAPPDATA%). It need not
+/// be there yet; empty: there is no such place.
+std::filesystem::path g_StateFolder();
+
 /// Processors of this system that programs may use.
 uint32_t g_ProcessorCount();
 

@@ -23,6 +23,25 @@ struct CRenderer {
     }
 };
 
+/// Nothing where it is nested deeper than anything that the tools write.
+std::optional<CJson> g_FromRendered(const CRendered& rRendered, int nDepth = 0) {
+    constexpr int kDeepest = 16;
+    if (nDepth > kDeepest) return std::nullopt;
+    if (rRendered.is_boolean()) return CJson(rRendered.get<bool>());
+    if (rRendered.is_number_integer()) return CJson(rRendered.get<int64_t>());
+    if (rRendered.is_number()) return CJson(rRendered.get<double>());
+    if (rRendered.is_string()) return CJson(rRendered.get<std::string>());
+    CJson Value = rRendered.is_array() ? CJson::Array() : nullptr;
+    if (rRendered.is_object()) Value = std::initializer_list<CJsonMember>{};
+    if (!rRendered.is_structured()) return Value;
+    for (const auto& [sKey, rItem] : rRendered.items()) {
+        std::optional<CJson> oItem = g_FromRendered(rItem, nDepth + 1);
+        if (!oItem) return std::nullopt;
+        (rRendered.is_array() ? Value.Push(nullptr) : Value[sKey]) = std::move(*oItem);
+    }
+    return Value;
+}
+
 }  // namespace
 
 CJson::CJson(std::initializer_list<CJsonMember> Members) : m_Value(std::list<CJsonMember>(Members)) {}
@@ -53,6 +72,11 @@ CJson& CJson::operator[](std::string_view sKey) {
 }
 
 CJson& CJson::Push(CJson Item) { return Items().emplace_back(std::move(Item)); }
+
+std::optional<CJson> CJson::Parse(std::string_view sText) {
+    const CRendered Rendered = CRendered::parse(sText, nullptr, false);
+    return Rendered.is_discarded() ? std::nullopt : g_FromRendered(Rendered);
+}
 
 std::string CJson::Dump(int nIndent) const {
     constexpr auto kErrors = CRendered::error_handler_t::replace;  // file names need not be UTF-8

@@ -56,6 +56,8 @@ public:
 
     bool operator==(const CJson&) const = default;
 
+    /// Nothing where the text is no JSON, or is nested deeper than anything that the tools write.
+    static std::optional<CJson> Parse(std::string_view sText);
     /// One line; `nIndent` above zero: one line for each value.
     std::string Dump(int nIndent = -1) const;
 

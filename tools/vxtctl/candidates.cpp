@@ -11,6 +11,7 @@
 #include "cpu_report.h"
 #include "device_report.h"
 #include "device_types.h"
+#include "fan_watch.h"
 #include "firmware_settings.h"
 #include "link_settings.h"
 #include "memory_settings.h"
@@ -194,6 +195,18 @@ CCandidates g_LinkSettingCandidates(const CTool& rTool, const std::string& sBegu
 }
 CCandidates g_ClockSettingCandidates(const CTool& rTool, const std::string& sBegun) {
     return g_SettingsOf<g_AddClocks>(rTool, sBegun);
+}
+CCandidates g_FanCandidates(const CTool& rTool, const std::string& sBegun) {
+    const CHostLibrary Library(rTool.Options());
+    CCandidates Candidates;
+    for (const CFan& rFan : g_FindFans(Library)) {
+        if (!rFan.IsControlled()) continue;
+        const std::string sBegin = rFan.Name() + "=";
+        if (!sBegun.starts_with(sBegin)) Candidates.push_back({sBegin, rFan.Label() + " of " + rFan.Chip()});
+        for (uint32_t u = kStartDuty; u <= kFullDuty && sBegun.starts_with(sBegin); u += 10)
+            Candidates.push_back({sBegin + std::to_string(u), "%"});
+    }
+    return Candidates;
 }
 CCandidates g_VoltageSettingCandidates(const CTool& rTool, const std::string& sBegun) {
     return g_SettingsOf<g_AddVoltages>(rTool, sBegun);

@@ -22,6 +22,7 @@ std::vector<vxttools::CCandidate> g_VoltageCandidates(const vxttools::CTool& rTo
 std::vector<vxttools::CCandidate> g_MemorySettingCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_LinkSettingCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_ClockSettingCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
+std::vector<vxttools::CCandidate> g_FanCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_VoltageSettingCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 
 }  // namespace vxtctl

@@ -41,6 +41,8 @@ public:
     vxttools::EExit Emit(vxttools::CTool& rTool, vxttools::CDocument& rDocument, vxttools::CFindings Found = {}) const;
     /// Lets so much time pass, on a simulated PC too. False: the user asked to end before.
     bool Pause(std::chrono::milliseconds Duration) const;
+    /// The PC is a simulated one within this process, and gone with it unless its state is kept.
+    bool IsSimulated() const { return m_pSimulatedProcessors; }
     /// After changes: how the command ends. A simulated PC that could not keep its state makes it a failure.
     vxttools::EExit Finish(vxttools::EExit eExit) const;
     /// "; DeviceList.cfg in this folder leaves device types out" where that may be why something is missing; else empty.

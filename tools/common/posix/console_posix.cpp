@@ -115,6 +115,13 @@ bool g_Pause(std::chrono::milliseconds Duration) {
     });
 }
 
+std::filesystem::path g_StateFolder() {
+    // The base directory standard: what is no absolute path does not count.
+    for (const auto& [pszName, pszBelow] : {std::pair("XDG_STATE_HOME", ""), std::pair("HOME", ".local/state")})
+        if (const std::filesystem::path Folder = g_Environment(pszName); Folder.is_absolute()) return Folder / pszBelow;
+    return {};
+}
+
 bool g_WasInterrupted() { return g_nInterrupted; }
 void g_SetEnvironment(const char* pszName, const std::string& sValue) { setenv(pszName, sValue.c_str(), 1); }
 std::filesystem::path g_ExecutableFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }

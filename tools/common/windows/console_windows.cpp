@@ -110,6 +110,11 @@ void g_SetEnvironment(const char* pszName, const std::string& sValue) {
     _wputenv((g_Wide(pszName) + L"=" + g_Wide(sValue)).c_str());  // the C runtime's copy and the process's block
 }
 
+std::filesystem::path g_StateFolder() {
+    const wchar_t* const pszFolder = _wgetenv(L"LOCALAPPDATA");  // in UTF-16: users' names have all letters
+    return pszFolder ? pszFolder : L"";
+}
+
 std::filesystem::path g_ExecutableFolder() {
     std::wstring sPath(32768, L'\0');  // the longest path there is
     sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
