@@ -84,18 +84,19 @@ struct CSuperIoPart {
     uint16_t usPort;  ///< of its configuration
     EKind eKind = kGlobal;
     uint8_t ucDevice = 0;
-    auto operator<=>(const CSuperIoPart&) const = default;
+    auto operator<=>(const CSuperIoPart&) const = default;  // NOLINT(modernize-use-nullptr): takes 0 for a pointer
 };
 
 /// Where a fan is connected: a Super I/O chip's configuration port or an index port, and which tachometer there.
 struct CFanPlace {
     uint16_t usPort;
     uint8_t ucFan;
-    auto operator<=>(const CFanPlace&) const = default;
+    auto operator<=>(const CFanPlace&) const = default;  // NOLINT(modernize-use-nullptr): takes 0 for a pointer
 };
 struct CFan {
     uint32_t uFullSpeed = 0;  ///< RPM at full duty
     uint32_t uStart = 20;     ///< percent of duty below which it stands still
+    int32_t nIdleSpeed = -1;  ///< RPM to which the dumped temperatures belong; -1: as the tachometer says
     bool operator==(const CFan&) const = default;
 };
 
@@ -106,8 +107,9 @@ struct CMachineDescription {
     uint64_t ullStateDigest = 0;  ///< and its g_Digest; 0: not known yet
     uint32_t uCores = 1;
     double dReferenceMHz = 200.0;
-    std::vector<uint8_t> Loads;  ///< percent of time each core is busy; else none
-    uint32_t uLoadPeriod = 0;    ///< seconds of one swing of the loads; 0: they are steady
+    std::vector<uint8_t> Loads;        ///< percent of time each core is busy; else none
+    uint32_t uLoadPeriod = 0;          ///< seconds of one swing of the loads; 0: they are steady
+    std::vector<uint32_t> IdleClocks;  ///< kHz to which dumped temperatures belong; else now's
     std::map<std::pair<uint32_t, uint32_t>, CCpuidResult> Cpuid;     ///< by leaf and subleaf
     std::map<std::pair<uint32_t, uint32_t>, uint64_t> Msr;           ///< by core (or kAllCores) and index
     std::map<CPciAddress, std::vector<uint8_t>> Pci;                 ///< 256 or 4096 bytes each

@@ -12,8 +12,19 @@ constexpr uint64_t kStep = 10'000'000;
 constexpr double kStepSeconds = 0.01;
 constexpr double kSameRpm = 0.5, kSameCelsius = 0.002;  ///< this near is there
 
-constexpr double kLeastWarmth = 1;  ///< degrees above the room, lest a description make a sensor none
-constexpr double kLeastAir = 0.1;   ///< share of the fan's full speed that a case without any wind is worth
+constexpr double kLeastAir = 0.1;  ///< share of the fan's full speed that a case without any wind is worth
+
+constexpr double kFastest = 30'000;  ///< RPM that a machine file can say
+
+int32_t g_WholeRpm(double dRpm) { return static_cast<int32_t>(std::lround(std::min(dRpm, kFastest))); }
+
+uint8_t g_Byte(const std::vector<uint8_t>& rRegisters, uint8_t ucRegister) {
+    return ucRegister < rRegisters.size() ? rRegisters[ucRegister] : uint8_t{0xFF};
+}
+uint16_t g_Word(const std::vector<uint8_t>& rRegisters, const CMonitorWord& rWord, uint32_t uChannel, bool bHigh) {
+    const uint8_t ucHigh = bHigh ? g_Byte(rRegisters, rWord.High(uChannel)) : uint8_t{0};
+    return static_cast<uint16_t>(ucHigh << 8 | g_Byte(rRegisters, rWord.Low(uChannel)));
+}
 
 /// Moves a value towards its target. False when it is there already.
 bool g_Approach(double& rdValue, double dTarget, double dSeconds, double dSame) {
@@ -27,28 +38,25 @@ bool g_Approach(double& rdValue, double dTarget, double dSeconds, double dSame) 
 
 CHardwareMonitor::CHardwareMonitor(CSimMachine& rMachine, const CMonitorLayout& rLayout, uint16_t usPort,
                                    std::vector<uint8_t> Registers)
-    : m_rMachine(rMachine), m_rLayout(rLayout), m_Registers(std::move(Registers)), m_Heat(rMachine) {
+    : m_rMachine(rMachine), m_rLayout(rLayout), m_usPort(usPort), m_Registers(std::move(Registers)), m_Heat(rMachine) {
     for (const auto& [Place, rFan] : rMachine.Description().Fans) {
         if (Place.usPort != usPort || Place.ucFan >= rLayout.ucFans) continue;
-        const uint16_t usStopped = rLayout.pStopped(m_Registers, Place.ucFan);
-        const uint16_t usCount = _Word(rLayout.Tachometer, Place.ucFan, usStopped > 0xFF);
-        const int nCounted = usCount & ~rLayout.usUncounted;
-        const double dRpm = usCount >= usStopped || nCounted == 0 ? 0 : rLayout.dTachometer / nCounted;
+        const double dRpm = _Rpm(m_Registers, Place.ucFan);
         m_Fans.push_back({Place.ucFan, rFan, rLayout.pDuty(m_Registers, Place.ucFan), dRpm, dRpm});
+        int32_t& rnIdleSpeed = m_Fans.back().Fan.nIdleSpeed;
+        if (rnIdleSpeed < 0) rnIdleSpeed = g_WholeRpm(dRpm);
     }
-    const double dHeat = m_Heat.Now();
     for (uint8_t ucChannel = 0; ucChannel < rLayout.ucTemperatures; ++ucChannel) {
-        const uint16_t usReading = _Word(rLayout.Temperature, ucChannel, rLayout.Temperature.HasHigh());
+        const uint16_t usReading = g_Word(m_Registers, rLayout.Temperature, ucChannel, rLayout.Temperature.HasHigh());
         const double dDumped = (usReading - rLayout.dZero) / rLayout.dPerDegree;
         if (dDumped <= kRoom || dDumped > kHottest) continue;
-        m_Sensors.push_back({ucChannel, dDumped, std::min(kRoom + (dDumped - kRoom) * dHeat, kHottest)});
-        _Show(m_Registers, m_Sensors.back(), m_Sensors.back().dCelsius);
+        CWarm& rSensor = m_Sensors.emplace_back(CWarm{ucChannel, dDumped, dDumped});
+        rSensor.dCelsius = _Target(rSensor);
+        _Show(m_Registers, rSensor, rSensor.dCelsius);
     }
 }
 
-uint8_t CHardwareMonitor::Read(uint8_t ucRegister) const {
-    return ucRegister < m_Registers.size() ? m_Registers[ucRegister] : uint8_t{0xFF};
-}
+uint8_t CHardwareMonitor::Read(uint8_t ucRegister) const { return g_Byte(m_Registers, ucRegister); }
 
 void CHardwareMonitor::Write(uint8_t ucRegister, uint8_t ucValue) {
     if (ucRegister >= m_Registers.size() || _IsReading(ucRegister)) return;
@@ -69,10 +77,8 @@ bool CHardwareMonitor::_Step() {
     for (CTurning& rFan : m_Fans)
         if (g_Approach(rFan.dRpm, _TargetRpm(rFan), kFanSeconds, kSameRpm))
             bMoving = true, _Show(m_Registers, rFan, rFan.dRpm);
-    const double dWarmth = m_Heat.Now() / (m_Fans.empty() ? 1.0 : _Air(m_Fans.front().dRpm));
     for (CWarm& rSensor : m_Sensors)
-        if (g_Approach(rSensor.dCelsius, std::min(kRoom + (rSensor.dDumped - kRoom) * dWarmth, kHottest),
-                       kTemperatureSeconds, kSameCelsius))
+        if (g_Approach(rSensor.dCelsius, _Target(rSensor), kTemperatureSeconds, kSameCelsius))
             bMoving = true, _Show(m_Registers, rSensor, rSensor.dCelsius);
     return bMoving;
 }
@@ -83,21 +89,26 @@ double CHardwareMonitor::_TargetRpm(const CTurning& rFan) const {
     return dDuty * 100 < rFan.Fan.uStart ? 0 : dDuty * rFan.Fan.uFullSpeed;
 }
 
-double CHardwareMonitor::_Air(double dRpm) const {
-    const CTurning& rFan = m_Fans.front();
-    const double dFull = rFan.Fan.uFullSpeed;
-    return std::sqrt(std::max(dRpm / dFull, kLeastAir) / std::max(rFan.dRpmAtPowerOn / dFull, kLeastAir));
+double CHardwareMonitor::_Air() const {
+    if (m_Fans.empty()) return 1;
+    const auto& [ucFan, Fan, dDuty, dAtPowerOn, dRpm] = m_Fans.front();
+    const double dFull = Fan.uFullSpeed;
+    return std::sqrt(std::max(g_WholeRpm(dRpm) / dFull, kLeastAir) / std::max(Fan.nIdleSpeed / dFull, kLeastAir));
 }
 
-std::vector<uint8_t> CHardwareMonitor::Describe() const {
-    std::vector<uint8_t> Registers = m_Registers;
-    for (const CTurning& rFan : m_Fans) _Show(Registers, rFan, _TargetRpm(rFan));
-    const double dWarmth = m_Heat.SettledIdle() / (m_Fans.empty() ? 1.0 : _Air(_TargetRpm(m_Fans.front())));
-    for (const CWarm& rSensor : m_Sensors) {
-        const double dLeast = std::min(kRoom + kLeastWarmth, rSensor.dDumped);
-        _Show(Registers, rSensor, std::clamp(kRoom + (rSensor.dDumped - kRoom) * dWarmth, dLeast, kHottest));
-    }
-    return Registers;
+double CHardwareMonitor::_Target(const CWarm& rSensor) const {
+    return std::min(kRoom + (rSensor.dDumped - kRoom) * m_Heat.Now() / _Air(), kHottest);
+}
+
+void CHardwareMonitor::Describe(CMachineDescription& rDescription, std::vector<uint8_t>& rRegisters) const {
+    rRegisters = m_Registers;
+    for (const CTurning& rFan : m_Fans) _Show(rRegisters, rFan, _TargetRpm(rFan));
+    for (const CWarm& rSensor : m_Sensors) _Show(rRegisters, rSensor, rSensor.dDumped);
+    m_Heat.Describe(rDescription);
+    if (m_Fans.empty()) return;
+    const CTurning& rFirst = m_Fans.front();
+    const bool bTachometerSaysIt = g_WholeRpm(_Rpm(rRegisters, rFirst.ucFan)) == rFirst.Fan.nIdleSpeed;
+    rDescription.Fans[{m_usPort, rFirst.ucFan}].nIdleSpeed = bTachometerSaysIt ? -1 : rFirst.Fan.nIdleSpeed;
 }
 
 bool CHardwareMonitor::_IsReading(uint8_t ucRegister) const {
@@ -109,9 +120,11 @@ bool CHardwareMonitor::_IsReading(uint8_t ucRegister) const {
     return IsOf(m_rLayout.Tachometer, m_rLayout.ucFans) || IsOf(m_rLayout.Temperature, m_rLayout.ucTemperatures);
 }
 
-uint16_t CHardwareMonitor::_Word(const CMonitorWord& rWord, uint32_t uChannel, bool bHigh) const {
-    const uint8_t ucLow = Read(rWord.Low(uChannel));
-    return static_cast<uint16_t>(bHigh ? Read(rWord.High(uChannel)) << 8 | ucLow : ucLow);
+double CHardwareMonitor::_Rpm(const std::vector<uint8_t>& rRegisters, uint8_t ucFan) const {
+    const uint16_t usStopped = m_rLayout.pStopped(rRegisters, ucFan);
+    const uint16_t usCount = g_Word(rRegisters, m_rLayout.Tachometer, ucFan, usStopped > 0xFF);
+    const int nCounted = usCount & ~m_rLayout.usUncounted;
+    return usCount >= usStopped || nCounted == 0 ? 0 : m_rLayout.dTachometer / nCounted;
 }
 
 namespace {

@@ -8,21 +8,21 @@
 
 namespace vxtsim {
 
-/// The cores' heat, 1 for idle ones at the clocks of power-on. It grows with the root of the clock, so that a way there and
-/// back ends where it began, also when the PC is described and switched on in between; a busy core gives kBusy more.
+/// The cores' heat, 1 for idle ones at the clocks that dumped temperatures belong to: those of power-on, unless the machine
+/// file names them. It grows with the root of each clock, and a busy core gives kBusy more.
 class CHeat {
 public:
     static constexpr double kBusy = 1.25;
 
     explicit CHeat(const CSimMachine& rMachine);
     double Now() const;
-    /// As it will be when transitions have ended and nothing is to do.
-    double SettledIdle() const;
+    /// Names the clocks if they are not those of now: a PC that goes on from here has the same heat.
+    void Describe(CMachineDescription& rDescription) const;
 
 private:
     const CSimMachine& m_rMachine;
-    const CCoreClock* m_pClock;  ///< null: clocks that never change
-    std::vector<double> m_MHz;   ///< of each core at power-on
+    const CCoreClock* m_pClock;    ///< null: clocks that never change
+    std::vector<uint32_t> m_Idle;  ///< kHz of each core
 };
 
 }  // namespace vxtsim

@@ -17,7 +17,7 @@ public:
     void Tick(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
     void Rest(uint64_t ullNanoseconds) override { m_Monitor.Tick(ullNanoseconds); }
     void Describe(CMachineDescription& rDescription) const override {
-        rDescription.IndexPorts[kBridgeMonitorPort] = m_Monitor.Describe();
+        m_Monitor.Describe(rDescription, rDescription.IndexPorts[kBridgeMonitorPort]);
     }
 
 private:

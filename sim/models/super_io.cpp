@@ -98,7 +98,7 @@ std::optional<uint16_t> CSuperIo::_MonitorPort() const {
 void CSuperIo::Describe(CMachineDescription& rDescription) const {
     for (const auto& [Part, rRegisters] : m_Parts) rDescription.SuperIo[Part] = rRegisters;
     if (const auto it = rDescription.SuperIo.find({m_usPort, CSuperIoPart::kMonitor}); it != rDescription.SuperIo.end())
-        it->second = m_Monitor.Describe();
+        m_Monitor.Describe(rDescription, it->second);
 }
 
 }  // namespace vxtsim

@@ -16,6 +16,11 @@ constexpr CKey<CFan> kKeys[] = {
          return rReader.Number(sValue, rFan.uFullSpeed, kFastest, kSlowest);
      },
      [](const CFan& rFan) { return g_ValueText(rFan.uFullSpeed); }, kAlways},
+    {"idle_speed",
+     [](CMachineReader& rReader, std::string_view sValue, CFan& rFan) {
+         return rReader.Number(sValue, rFan.nIdleSpeed, kFastest, 0);
+     },
+     [](const CFan& rFan) { return g_ValueText(rFan.nIdleSpeed); }},
     {"start",
      [](CMachineReader& rReader, std::string_view sValue, CFan& rFan) {
          return rReader.Number(sValue, rFan.uStart, kPercent);

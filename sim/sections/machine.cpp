@@ -46,6 +46,16 @@ bool g_ReadLoadPeriod(CMachineReader& rReader, std::string_view sValue, CMachine
     return rReader.Number(sValue, rMachine.uLoadPeriod, kDay, 0);
 }
 
+bool g_ReadIdleClocks(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    constexpr uint32_t kFastest = 100'000'000;
+    const bool bRetCode = rReader.List(
+        sValue, rMachine.IdleClocks, kMaximumCores,
+        [&](std::string_view sWord, uint32_t& rukHz) { return rReader.Number(sWord, rukHz, kFastest, 1); });
+    if (bRetCode && !rMachine.IdleClocks.empty())
+        rReader.NameCore(static_cast<uint32_t>(rMachine.IdleClocks.size() - 1));
+    return bRetCode;
+}
+
 bool g_ReadDigest(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
     const auto oDigest = g_Hex(g_Trim(CMachineReader::WithoutComment(sValue)), 16);
     rMachine.ullStateDigest = oDigest.value_or(0);
@@ -62,6 +72,7 @@ bool g_ReadBase(CMachineReader& rReader, std::string_view sValue, CMachineDescri
     const CMachineDescription& rBase = *rReader.Base();
     rMachine.sName = rBase.sName, rMachine.uCores = rBase.uCores, rMachine.dReferenceMHz = rBase.dReferenceMHz;
     rMachine.Loads = rBase.Loads, rMachine.uLoadPeriod = rBase.uLoadPeriod;
+    rMachine.IdleClocks = rBase.IdleClocks;
     return true;
 }
 
@@ -77,6 +88,8 @@ constexpr CMachineKey kKeys[] = {
     {"load", g_ReadLoads, [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.Loads); }},
     {"load_period", g_ReadLoadPeriod,
      [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uLoadPeriod); }},
+    {"idle_clocks", g_ReadIdleClocks,
+     [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.IdleClocks); }},
     g_Key<&CMachineDescription::sStateOf>("state_of"),
     {"state_digest", g_ReadDigest, g_DigestText},
 };
@@ -95,6 +108,8 @@ void g_Write(CMachineWriter& rWriter, const CMachineDescription& rMachine) {
 void g_Inherit(CMachineDescription& rMachine, const CMachineDescription& rBase) {
     if (rMachine.Loads == rBase.Loads && rMachine.Loads.size() > rMachine.uCores)
         rMachine.Loads.resize(rMachine.uCores);
+    if (rMachine.IdleClocks == rBase.IdleClocks && rMachine.IdleClocks.size() > rMachine.uCores)
+        rMachine.IdleClocks.resize(rMachine.uCores);
 }
 
 }  // namespace

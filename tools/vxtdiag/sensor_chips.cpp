@@ -68,7 +68,8 @@ void g_AddFans(uint16_t usPort, const vxtsim::CMonitorLayout& rLayout, const std
 
 void g_ReadBridge(CSnapshot& rSnapshot) {
     constexpr uint16_t kVendor = 0x1002, kSmbusDevice = 0x4385;
-    constexpr uint8_t kWatchdogBase = 0x6C, kReservedBase = 7;
+    constexpr size_t kWatchdogBase = 0x6C;
+    constexpr uint32_t kReservedBase = 7;
     vxtsim::CMachineDescription& rMachine = rSnapshot.Machine;
     const vxtsim::CMonitorLayout* const pLayout = vxtsim::g_FindBridgeMonitor(rMachine);
     if (!pLayout && !vxt::g_GetDriverHandler().FindPciFunction(kVendor, kSmbusDevice)) return;
@@ -80,8 +81,8 @@ void g_ReadBridge(CSnapshot& rSnapshot) {
     if (!g_ReadPair(vxtsim::kBridgePowerPort, Registers, rSnapshot)) return;
     rMachine.IndexPorts[vxtsim::kBridgePowerPort] = Registers;
     uint32_t uBase = 0;
-    for (int i = 3; i >= 0; --i) uBase = uBase << 8 | Registers[static_cast<size_t>(kWatchdogBase + i)];
-    uBase &= ~uint32_t{kReservedBase};
+    for (size_t i = 4; i-- > 0;) uBase = uBase << 8 | Registers[kWatchdogBase + i];
+    uBase &= ~kReservedBase;
     std::vector<uint8_t> Watchdog(8);
     const bool bWatchdog = uBase != 0 && vxt::g_GetDriverHandler().ReadMemory(
                                              uBase, static_cast<uint32_t>(Watchdog.size()), Watchdog.data());
