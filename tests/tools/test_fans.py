@@ -55,6 +55,13 @@ def test_a_fan_shows_what_its_chip_tells(machine, path, expected, settable):
     assert ((found["speed"]["value"], found["duty"]["value"], found["mode"], found["start_temperature"]["value"]), found["settable"]) == (expected, settable)
 
 
+def test_a_fan_of_the_south_bridge_leaves_the_others_their_control():
+    machine = read(SOURCE / "machines/family10h-ddr3.machine")
+    write("both.machine", machine.replace("\n00: 05 00 00 99", "\n00: 15 00 00 99"))
+    answer("vxtctl fan set south-bridge/fan/0=80 --yes --machine both.machine --state pc.state")
+    assert "\n00: 15 00 00 CC" in read("pc.state").upper(), "fan 2 stays under manual control"
+
+
 @table("machine", ["desktop-a", "automatic.machine", "family10h-ddr3"])
 def test_mode_and_duty_are_back_when_the_time_is_over(machine):
     # On and off by a switch, by the chip's own curve, by hand.

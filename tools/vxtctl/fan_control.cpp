@@ -19,8 +19,15 @@ namespace {
 
 // --- the two kinds of devices
 
+/// The chip takes manual control away from the fan two further on: that one is put back as it was.
 bool g_SetDuty(CSouthBridge& rBridge, int32_t nFan, uint32_t uPercent) {
-    return rBridge.SetCurrentFanSpeed(nFan, uPercent);
+    constexpr int32_t kFans = 4;
+    const int32_t nOther = nFan + 2;
+    uint32_t uOther = 0;
+    const bool bHasOther = nOther < kFans && rBridge.SaveFanControl(nOther, &uOther);
+    if (nOther < kFans && !bHasOther) return false;
+    const bool bRetCode = rBridge.SetCurrentFanSpeed(nFan, uPercent);
+    return (!bHasOther || rBridge.RestoreFanControl(nOther, uOther)) && bRetCode;
 }
 bool g_SetDuty(CEnvironmentController& rChip, int32_t nFan, uint32_t uPercent) {
     return rChip.SetCurrentFanSpeedPercentage(nFan, uPercent);

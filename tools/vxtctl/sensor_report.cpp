@@ -1,5 +1,7 @@
 #include "sensor_report.h"
 
+#include <algorithm>
+
 namespace vxtctl {
 
 using vxttools::CJson;
@@ -66,7 +68,10 @@ void g_AddEvent(vxttools::CDocument& rDocument, const CSensorSamples& rSamples, 
 }
 
 CTextTable g_SeriesTable(const CSensorSamples& rSamples) {
-    CTextTable Table{"", {"Sensor", ">Now", "Unit", ">Minimum", ">Maximum", "~>Average", "Limit"}};
+    CTextTable Table{"", {"Sensor", ">Now", "~~Unit", ">Min", ">Max", "~>Average"}};
+    const bool bLimits = std::ranges::any_of(
+        rSamples.Sensors(), [](const CSensor& rSensor) { return rSensor.Limits.oMaximum.has_value(); });
+    if (bLimits) Table.Columns.emplace_back("Limit");
     const std::string* psDevice = nullptr;
     for (size_t i = 0; i < rSamples.Sensors().size(); ++i) {
         const CSensor& rSensor = rSamples.Sensors()[i];
@@ -75,8 +80,8 @@ CTextTable g_SeriesTable(const CSensorSamples& rSamples) {
         psDevice = &rSensor.sDevicePath;
         Table.Rows.push_back({"  " + rSensor.sLabel, g_Number(rSamples.Readings()[i].oValue, rSensor.sUnit),
                               rSensor.sUnit, g_Number(rSeries.oMinimum, rSensor.sUnit),
-                              g_Number(rSeries.oMaximum, rSensor.sUnit), g_Number(rSeries.oAverage, rSensor.sUnit),
-                              g_LimitText(rSamples, i)});
+                              g_Number(rSeries.oMaximum, rSensor.sUnit), g_Number(rSeries.oAverage, rSensor.sUnit)});
+        if (bLimits) Table.Rows.back().push_back(g_LimitText(rSamples, i));
     }
     return Table;
 }
