@@ -227,10 +227,10 @@ TEST_F(ClockCalibration, IsTheSetupItemsOption) {
     UseOptions("options = Disabled|On", "1");
     EXPECT_TRUE(m_Bridge.SetCTBState(true)) << "no such option: nothing changes";
     EXPECT_EQ(Value(), 1);
-    UseOptions("", "77");
-    EXPECT_TRUE(m_Bridge.GetCTBState()) << "a value without a text is not off";
+    UseOptions("", "20");
+    EXPECT_TRUE(m_Bridge.GetCTBState()) << "a value behind the last text is not off";
     EXPECT_TRUE(m_Bridge.SetCTBState(false));
-    EXPECT_EQ(Value(), 77);
+    EXPECT_EQ(Value(), 20);
     EXPECT_THAT(m_Log.TakeErrors(), IsEmpty());
 }
 
