@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ranges>
 
 #include "common/text.h"
 
@@ -73,8 +72,8 @@ bool CFanHold::PutBack(CFan& rFan) {
 bool CFanHold::PutAllBack() {
     if (!m_bBegun) return true;
     std::vector<std::string> Back;
-    for (CHeld& rHeld : std::views::reverse(m_Fans))
-        if (PutBack(*rHeld.pFan)) Back.push_back(rHeld.pFan->Id());
+    for (auto itHeld = m_Fans.rbegin(); itHeld != m_Fans.rend(); ++itHeld)
+        if (PutBack(*itHeld->pFan)) Back.push_back(itHeld->pFan->Id());
     const bool bAll = Back.size() == m_Fans.size();
     if (m_bOnDisk) m_rRecords.Remove(Back);
     if (bAll) m_bBegun = false;

@@ -7,7 +7,6 @@ namespace vxtctl {
 using vxttools::CJson;
 using vxttools::CQuantity;
 using vxttools::CTextTable;
-using vxttools::g_Cell;
 using vxttools::g_FormatValue;
 using vxttools::g_ToJson;
 

@@ -114,7 +114,7 @@ bool CIT8716F::GetTemperatureLimitOfFanStart(int32_t zoneIndex, int32_t* pnCelsi
     uint32_t uRaw = 0;
     const bool bRetCode = Map().StartLimits.ReadRaw(Monitor(), zoneIndex, uRaw);
     LOG_PROCESS_ERROR(bRetCode);
-    *pnCelsius = static_cast<int8_t>(uRaw);
+    *pnCelsius = static_cast<int32_t>(uRaw ^ 0x80) - 0x80;  // signed, eight bits
     return true;
 }
 
