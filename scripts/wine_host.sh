@@ -104,6 +104,11 @@ bits=32
 [[ $(realpath "$build") != "$(realpath "$build64")" ]] || bits=64
 [[ ! -f $build/e2e/vxt_wmi_server.dll ]] || cp "$build/e2e/vxt_wmi_server.dll" "$stage"
 [[ -z $folder ]] || binds=(--bind "$folder:/mnt/here")
+# What the tools keep of this PC for their next run lasts as long as the PC does: longer than one Windows.
+if [[ -n $state && -n ${HOME-} ]]; then
+    notes=${XDG_STATE_HOME:-$HOME/.local/state}/vxt/windows/$(cksum <<<"$state" | cut -d" " -f1)
+    if mkdir -p "$notes" 2>/dev/null; then binds+=(--bind "$notes:/prefix/drive_c/users/root/AppData/Local/vxt"); fi
+fi
 
 # Names the files as the user did, instead of where Windows has them.
 _as_named() {

@@ -69,8 +69,9 @@ template <class TDevice> CFanOperations g_Operations(const CInventoryEntry& rEnt
                 constexpr vxttools::CPlausible kCelsius{-127, 127, true};
                 CQuantity Start{.sId = {}, .sLabel = "Starts at", .sUnit = "°C"};
                 const std::optional<int32_t> oCelsius = g_StartTemperature(rDevice, nFan);
-                if (oCelsius) Start.Judge(*oCelsius, kCelsius);
-                if (!oCelsius) Start.sReason = "the chip does not tell it";
+                if (oCelsius && *oCelsius < kCelsius.dHigh) Start.Judge(*oCelsius, kCelsius);
+                if (!Start.oValue)
+                    Start.sReason = oCelsius ? "never: its limit is as high as it goes" : "the chip does not tell it";
                 return Start;
             },
     };

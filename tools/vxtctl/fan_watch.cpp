@@ -69,8 +69,9 @@ std::optional<double> CTemperatureWatch::Highest() const {
 std::string CTemperatureWatch::Text() const {
     const auto [itLow, itHigh] = std::ranges::minmax_element(m_Watched, {}, &CWatched::dLimit);
     return std::to_string(m_Watched.size()) + (m_Watched.size() == 1 ? " temperature" : " temperatures") +
-           ", the highest is " + g_Trimmed(Highest().value_or(0), 1) + " °C; limits from " +
-           g_Trimmed(itLow->dLimit, 1) + " to " + g_Trimmed(itHigh->dLimit, 1) + " °C";
+           ", the highest is " + g_Trimmed(Highest().value_or(0), 1) + " °C; " +
+           (itLow->dLimit == itHigh->dLimit ? "limit " : "limits from " + g_Trimmed(itLow->dLimit, 1) + " to ") +
+           g_Trimmed(itHigh->dLimit, 1) + " °C";
 }
 
 std::string CTemperatureWatch::TooHot() {

@@ -63,7 +63,9 @@ constexpr std::string_view kSQ3 = "SQ3 Series Chipset", kSQ4 = "SQ4 Series Chips
 double g_BridgeTemperature(CSouthBridge& rBridge, int32_t nIndex) {
     const double dReading = rBridge.GetCurrentTemperature(nIndex);
     const bool bOld = vxttools::g_Utf8(rBridge.GetName()) == kSQ3;
-    return bOld && dReading != kNone ? (dReading - 1) * 273.16 : dReading;
+    const double dCelsius = bOld && dReading != kNone ? (dReading - 1) * 273.16 : dReading;
+    constexpr double kColdest = -273.15;  // an input that reads 0 is below it
+    return dCelsius > kColdest ? dCelsius : kNone;
 }
 
 /// A fan that stands still reads 10 RPM or infinity on the older chip.
@@ -92,10 +94,15 @@ template <class TDevice> double g_Duty(TDevice& rDevice, int32_t nFan) {
 /// Ten bits of 2.933 mV: the highest, 3.0005 V, stands for all that is more, and for a converter that does not answer.
 constexpr CExpected kBridgeVoltage{{0.0001, 3.0}, kKinds[static_cast<size_t>(ESensor::kVoltage)].Expected.pszNone};
 
+/// None while the chip drives the fan itself: what was written last is not in force then.
+double g_BridgeDuty(CSouthBridge& rBridge, int32_t nFan) {
+    return rBridge.GetFanControlStatus(nFan) & 1 ? g_Duty(rBridge, nFan) : kNone;
+}
+
 constexpr CSeriesRow<CSouthBridge> kSouthBridge[] = {
     {ESensor::kTemperature, 4, g_BridgeTemperature, {}, g_BridgeLimits},
     {ESensor::kFan, 3, g_BridgeFan},
-    {ESensor::kDuty, 3, g_Duty<CSouthBridge>, kSQ4},
+    {ESensor::kDuty, 3, g_BridgeDuty, kSQ4},
     {.eKind = ESensor::kVoltage,
      .nCount = 8,
      .pRead = [](CSouthBridge& r, int32_t nIndex) { return r.GetCurrentVoltage(nIndex); },

@@ -74,6 +74,7 @@ std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
     // A reader that goes away must not end the process amid a change: the write fails instead.
     Action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &Action, nullptr);
+    sigaction(SIGXFSZ, &Action, nullptr);  // likewise a file that may not grow any more
     return {ppszArguments + (nArguments > 0), ppszArguments + nArguments};
 }
 

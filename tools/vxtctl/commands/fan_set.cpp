@@ -74,7 +74,7 @@ void g_CheckHolds(const CTool& rTool, const std::vector<CWantedDuty>& rSelected,
             throw CFailure(EExit::kFailed,
                            pFan->Name() + ": another vxtctl holds it at this moment; nothing was written");
         if (bHold) throw CFailure(EExit::kFailed, rRecords.LeftBehind(pFan->Id()) + "; nothing was written");
-        rTool.Output().Note(rRecords.LeftBehind(pFan->Id()));
+        rTool.Output().Note(rRecords.LeftBehind(pFan->Id()) + ", until this duty takes its place");
     }
     if (bHold && rRecords.IsHeldElsewhere())
         throw CFailure(EExit::kFailed,
@@ -85,10 +85,11 @@ void g_CheckHolds(const CTool& rTool, const std::vector<CWantedDuty>& rSelected,
 std::string g_NoteOf(const CFan& rFan, uint32_t uPercent, const CWanted& rWanted, const CTemperatureWatch& rWatch) {
     std::string sNote;
     const auto Add = [&sNote](const std::string& sText) { sNote += (sNote.empty() ? "" : "; ") + sText; };
-    if (rFan.Mode() == EFanMode::kAutomatic) Add("the chip drives it now");
+    if (rFan.Mode() == EFanMode::kAutomatic && !rWanted.oSeconds)
+        Add("it ends the chip's own control, which only --for puts back");
     if (uPercent < kStartDuty) Add("below " + std::to_string(kStartDuty) + " % it may stand still, forced");
     if (rWanted.oSeconds) {
-        Add("held for " + std::to_string(*rWanted.oSeconds) + " s, then put back");
+        Add("for " + std::to_string(*rWanted.oSeconds) + " s at most, 'hold' tells how it ended");
         if (rWatch.IsEmpty()) Add("there is no temperature that could be watched");
     }
     return sNote;
@@ -110,6 +111,14 @@ CChange g_NewChange(CFan& rFan, uint32_t uPercent, CFanHold& rHold) {
         .PutBack = [&rFan, &rHold] { return rHold.PutBack(rFan); },
         .sDoubt = "was not taken over by the chip",
     };
+}
+
+/// A duty that was set for good takes the place of what a hold left behind.
+void g_Retire(const std::vector<CWantedDuty>& rSelected, CHoldRecords& rRecords) {
+    std::vector<std::string> Retired;
+    for (const auto& [pFan, uPercent] : rSelected)
+        if (rRecords.Find(pFan->Id())) Retired.push_back(pFan->Id());
+    if (!Retired.empty()) rRecords.Remove(Retired);
 }
 
 /// What follows the changes.
@@ -146,6 +155,10 @@ EExit g_FanSet(CTool& rTool, const CWanted& rWanted) {
         rTool.Output().Note(
             "there is no folder to remember what is in force now: killed by force, this leaves the fans as they are");
     CTemperatureWatch Watch(Library, rWanted.oLimit);
+    const std::string sHot = rWanted.oSeconds ? Watch.TooHot() : "";
+    const auto IsFull = [](const CWantedDuty& r) { return r.uPercent == kFullDuty; };
+    if (!sHot.empty() && !std::ranges::all_of(Selected, IsFull))
+        throw CFailure(EExit::kFailed, sHot + " already; nothing was written");
     if (rWanted.oSeconds && !Watch.IsEmpty()) rTool.Output().Note("watched meanwhile: " + Watch.Text());
     CFanHold Hold(Library, Records, rWanted.oSeconds.has_value());
     CChangePlan Plan;
@@ -155,7 +168,9 @@ EExit g_FanSet(CTool& rTool, const CWanted& rWanted) {
         rChange.sNote = g_NoteOf(*pFan, uPercent, rWanted, Watch);
     }
     return Library.Finish(Plan.Run(rTool, [&](CDocument& rDocument, EExit eExit) {
-        return g_Finish(rDocument, eExit, rTool, rWanted, Hold, Watch);
+        const EExit eFinished = g_Finish(rDocument, eExit, rTool, rWanted, Hold, Watch);
+        if (!rWanted.oSeconds && !rTool.Options().bDryRun && eExit == EExit::kDone) g_Retire(Selected, Records);
+        return eFinished;
     }));
 }
 
