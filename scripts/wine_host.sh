@@ -149,4 +149,4 @@ exec 3>&1
     # What the driver found wrong with machine or state.
     [[ ! -f $host/qor64/VXTDriver.error ]] || tr -d "\r" <"$host/qor64/VXTDriver.error" >&2
     exit $status
-' bash "$machine" $bits "$each" "$(basename "$program")" "$@" 9>&- 2>&1 >&3 | _as_named >&2
+' bash "$machine" $bits "$each" "$(basename "$program")" "$@" 9>&- 2>&1 >&3 | (trap "" INT; _as_named) >&2

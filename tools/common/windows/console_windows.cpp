@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
+#include <stdio.h>
 #include <stdlib.h>
 
 #include <algorithm>
@@ -64,6 +65,7 @@ std::vector<std::string> g_StartConsole(int, char**) {
     if (GetConsoleMode(hOutput, &dwMode)) SetConsoleMode(hOutput, dwMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
+    setvbuf(stderr, nullptr, _IONBF, 0);  // a plan has to be seen before the act, through pipes, too
 
     // main() got the arguments in the code page; the command line itself is UTF-16.
     std::vector<std::string> Arguments;
