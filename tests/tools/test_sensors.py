@@ -73,6 +73,7 @@ def test_a_sensor_reads_what_its_registers_say(sensor, value, text):
 @table("words, expected", [
     ("fan", {"/south-bridge/0/fan", "/environment/0/fan"}), ("/cpu/1 south-bridge/0/Voltage", {"/cpu/1/temperature", "/cpu/1/voltage", "/south-bridge/0/voltage"}),
     ("environment", {"/environment/0/fan", "/environment/0/duty"}),
+    ("fan/1", {"/south-bridge/0/fan", "/environment/0/fan"}),
 ])
 def test_words_choose_kinds_devices_and_ids(words, expected):
     assert {row["id"].rsplit("/", 1)[0] for row in answer(f"vxtctl sensors {words} --machine desktop-a")["sensors"]} == expected

@@ -110,12 +110,12 @@ ERunEnd CFanHold::_Look(CTimedRun& rRun, CTemperatureWatch& rWatch) {
 }
 
 std::string CFanHold::_Progress(const CTemperatureWatch& rWatch) const {
-    std::string sText;
+    std::string sText;  // what matters most in front: a narrow terminal shows no more
+    if (const std::optional<double> oHighest = rWatch.Highest())
+        sText += ", highest temperature " + vxttools::g_Trimmed(*oHighest, 1) + " °C";
     for (const CHeld& rHeld : m_Fans)
         if (const std::optional<double> oSpeed = rHeld.pFan->Speed())
             sText += ", " + rHeld.pFan->Name() + " " + vxttools::g_Trimmed(*oSpeed, 0) + " RPM";
-    if (const std::optional<double> oHighest = rWatch.Highest())
-        sText += ", highest temperature " + vxttools::g_Trimmed(*oHighest, 1) + " °C";
     return sText;
 }
 

@@ -13,7 +13,8 @@ namespace {
 bool g_IsNamed(const CSensor& rSensor, const std::string& sWord) {
     if (sWord == g_KindWord(rSensor.eKind)) return true;
     const std::string sPath = (sWord.starts_with('/') ? "" : "/") + sWord;
-    return rSensor.sId == sPath || rSensor.sId.starts_with(sPath + "/");
+    const bool bIsEnd = sWord.find('/', 1) != std::string::npos && rSensor.sId.ends_with(sPath);
+    return rSensor.sId == sPath || rSensor.sId.starts_with(sPath + "/") || bIsEnd;
 }
 
 /// Kinds, types of devices, devices.
