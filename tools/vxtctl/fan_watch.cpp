@@ -75,15 +75,19 @@ std::string CTemperatureWatch::Text() const {
 }
 
 std::string CTemperatureWatch::TooHot() {
-    std::string sReason;
     for (CWatched& rWatched : m_Watched) {
         rWatched.oNow = g_ReadSensor(rWatched.Sensor).oValue;
         rWatched.nMissed = rWatched.oNow ? 0 : rWatched.nMissed + 1;
-        if (sReason.empty() && rWatched.oNow && *rWatched.oNow > rWatched.dLimit)
-            sReason = rWatched.Sensor.sId.substr(1) + " is at " + g_Trimmed(*rWatched.oNow, 1) + " °C, above " +
-                      g_Trimmed(rWatched.dLimit, 1) + " °C";
     }
-    return sReason;
+    return Hot();
+}
+
+std::string CTemperatureWatch::Hot() const {
+    for (const CWatched& rWatched : m_Watched)
+        if (rWatched.oNow && *rWatched.oNow > rWatched.dLimit)
+            return rWatched.Sensor.sId.substr(1) + " is at " + g_Trimmed(*rWatched.oNow, 1) + " °C, above " +
+                   g_Trimmed(rWatched.dLimit, 1) + " °C";
+    return "";
 }
 
 std::string CTemperatureWatch::Lost() const {

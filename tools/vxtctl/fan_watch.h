@@ -33,6 +33,8 @@ public:
     std::string Text() const;
     /// Reads all. Why the fans cannot stay as they are; empty: they can.
     std::string TooHot();
+    /// The same, of what was read last.
+    std::string Hot() const;
     /// A sensor that could be read before, and not for several looks in a row; empty: none.
     std::string Lost() const;
     /// Of the last look.

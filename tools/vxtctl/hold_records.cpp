@@ -157,8 +157,8 @@ void CHoldRecords::Add(std::vector<CHoldRecord> Records) {
 }
 
 void CHoldRecords::Remove(const std::vector<std::string>& rFans) {
-    std::erase_if(m_Records, [&](const CHoldRecord& r) { return r.sPc == m_sPc && std::ranges::count(rFans, r.sFan); });
-    _Write();
+    const auto IsMeant = [&](const CHoldRecord& r) { return r.sPc == m_sPc && std::ranges::count(rFans, r.sFan); };
+    if (std::erase_if(m_Records, IsMeant) != 0) _Write();
 }
 
 void CHoldRecords::_Write() const {

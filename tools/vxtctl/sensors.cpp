@@ -59,13 +59,20 @@ constexpr std::string_view kSQ3 = "SQ3 Series Chipset", kSQ4 = "SQ4 Series Chips
 
 // --- the chips
 
-/// The older chip tells kelvins divided by 273.16.
+/// An input that reads 0 is below the coldest that there is.
+double g_Celsius(double dReading) {
+    constexpr double kColdest = -273.15;
+    return dReading > kColdest ? dReading : kNone;
+}
+
 double g_BridgeTemperature(CSouthBridge& rBridge, int32_t nIndex) {
-    const double dReading = rBridge.GetCurrentTemperature(nIndex);
-    const bool bOld = vxttools::g_Utf8(rBridge.GetName()) == kSQ3;
-    const double dCelsius = bOld && dReading != kNone ? (dReading - 1) * 273.16 : dReading;
-    constexpr double kColdest = -273.15;  // an input that reads 0 is below it
-    return dCelsius > kColdest ? dCelsius : kNone;
+    return g_Celsius(rBridge.GetCurrentTemperature(nIndex));
+}
+
+/// The older chip tells kelvins divided by 273.16.
+double g_OldBridgeTemperature(CSouthBridge& rBridge, int32_t nIndex) {
+    return g_Celsius((rBridge.GetCurrentTemperature(nIndex) - 1) *
+                     273.16);  // of no reading it makes less than the coldest
 }
 
 /// A fan that stands still reads 10 RPM or infinity on the older chip.
@@ -100,7 +107,8 @@ double g_BridgeDuty(CSouthBridge& rBridge, int32_t nFan) {
 }
 
 constexpr CSeriesRow<CSouthBridge> kSouthBridge[] = {
-    {ESensor::kTemperature, 4, g_BridgeTemperature, {}, g_BridgeLimits},
+    {ESensor::kTemperature, 4, g_OldBridgeTemperature, kSQ3},
+    {ESensor::kTemperature, 4, g_BridgeTemperature, kSQ4, g_BridgeLimits},
     {ESensor::kFan, 3, g_BridgeFan},
     {ESensor::kDuty, 3, g_BridgeDuty, kSQ4},
     {.eKind = ESensor::kVoltage,

@@ -75,15 +75,14 @@ bool CF71882::GetCurrentFanSpeedPercentage(int32_t nFan, uint32_t* puPercent) {
     LOG_PROCESS_ERROR(puPercent);
     const bool bRetCode = Map().Duties.ReadRaw(Monitor(), nFan, uDuty);
     LOG_PROCESS_ERROR(bRetCode);
-    *puPercent = uDuty * 100 / kFullDuty;
+    *puPercent = g_DutyPercent(uDuty, kFullDuty);
     return true;
 }
 
 bool CF71882::SetCurrentFanSpeedPercentage(int32_t nFan, uint32_t uPercent) {
     if (!Map().Duties.Has(nFan)) return false;
     LOG_PROCESS_ERROR(uPercent <= 100);
-    const bool bRetCode =
-        Monitor().Write(Map().Duties.Register(nFan), static_cast<uint8_t>(uPercent * kFullDuty / 100));
+    const bool bRetCode = Monitor().Write(Map().Duties.Register(nFan), g_DutyOf(uPercent, kFullDuty));
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }

@@ -87,7 +87,7 @@ bool CIT8716F::GetCurrentFanSpeedPercentage(int32_t nFan, uint32_t* puPercent) {
     bRetCode = Map().Duties.ReadRaw(Monitor(), nFan, uDuty);
     LOG_PROCESS_ERROR(bRetCode);
     LOG_PROCESS_ERROR((uDuty & kAutomatic) == 0);
-    *puPercent = uDuty * 100 / kFullDuty;
+    *puPercent = g_DutyPercent(uDuty, kFullDuty);
     return true;
 }
 
@@ -102,8 +102,7 @@ bool CIT8716F::SetCurrentFanSpeedPercentage(int32_t nFan, uint32_t uPercent) {
     if (!Map().Duties.Has(nFan)) return false;
     LOG_PROCESS_ERROR(uPercent <= 100);
     const bool bRetCode =
-        Monitor().Write(Map().Duties.Register(nFan), static_cast<uint8_t>(uPercent * kFullDuty / 100)) &&
-        _SetMode(nFan, true);
+        Monitor().Write(Map().Duties.Register(nFan), g_DutyOf(uPercent, kFullDuty)) && _SetMode(nFan, true);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }

@@ -5,6 +5,10 @@
 
 namespace vxt {
 
+/// Percent of a fan's full duty, rounded down, and the duty for percents.
+constexpr uint32_t g_DutyPercent(uint32_t uDuty, uint32_t uFull) { return uDuty * 100 / uFull; }
+constexpr uint8_t g_DutyOf(uint32_t uPercent, uint32_t uFull) { return static_cast<uint8_t>(uPercent * uFull / 100); }
+
 /// Equal sensors of one chip.
 struct CSensorSeries {
     static constexpr uint8_t kNoRegister = 0xFF;

@@ -122,11 +122,11 @@ bool CSQ4::Init(uint32_t uIndex) {
 }
 
 bool CSQ4::_ReadStatus() {
-    uint8_t ucLow = 0, ucHigh = 0;
+    uint32_t uVoltageStatus = 0;
     const bool bRetCode = m_Monitor.Read(sb::kFanStatus, m_ucFanStatus) &&
                           m_Monitor.Read(sb::kTemperatureStatus, m_ucTemperatureStatus) &&
-                          m_Monitor.Read(sb::kVoltageStatus, ucLow) && m_Monitor.Read(sb::kVoltageStatus + 1, ucHigh);
-    if (bRetCode) m_usVoltageStatus = static_cast<uint16_t>(ucHigh << 8 | ucLow);
+                          sb::kVoltageStatus.ReadRaw(m_Monitor, 0, uVoltageStatus);
+    m_usVoltageStatus = static_cast<uint16_t>(uVoltageStatus);
     return bRetCode;
 }
 
@@ -167,10 +167,11 @@ double CSQ4::GetTemperatureThreshold(int32_t index, int32_t nWhich) {
     const int64_t llRegister = sb::g_ThresholdRegister(index, nWhich);
     LOG_PROCESS_ERROR_OR(kNoReading, llRegister >= 0 && llRegister < 0xFF);  // it and the next one
     const auto ucRegister = static_cast<uint8_t>(llRegister);
-    uint8_t ucLow = 0, ucHigh = 0;
-    const bool bRetCode = m_Monitor.Read(ucRegister, ucLow) && m_Monitor.Read(static_cast<uint8_t>(ucRegister + 1), ucHigh);
+    const CSensorSeries Threshold{.nCount = 1, .ucLow = ucRegister, .ucHigh = static_cast<uint8_t>(ucRegister + 1)};
+    uint32_t uRaw = 0;
+    const bool bRetCode = Threshold.ReadRaw(m_Monitor, 0, uRaw);
     LOG_PROCESS_ERROR_OR(kNoReading, bRetCode);
-    return sb::g_Temperature(static_cast<uint32_t>(ucHigh << 8 | ucLow));
+    return sb::g_Temperature(uRaw);
 }
 // clang-format on
 
@@ -184,7 +185,7 @@ bool CSQ4::SetCurrentFanSpeed(int32_t nIndex, uint32_t uPercent) {
     LOG_PROCESS_ERROR(bRetCode);
     bRetCode = m_Monitor.WriteSelected(sb::g_Manual(ucStatus, nIndex));  // Kept: the index stands from reading
     LOG_PROCESS_ERROR(bRetCode);
-    bRetCode = m_Monitor.Write(sb::g_DutyRegister(nIndex), static_cast<uint8_t>(uPercent * sb::kFullDuty / 100));
+    bRetCode = m_Monitor.Write(sb::g_DutyRegister(nIndex), g_DutyOf(uPercent, sb::kFullDuty));
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
@@ -195,7 +196,7 @@ bool CSQ4::GetCurrentFanSpeedPercentage(int32_t nIndex, uint32_t* puPercent) {
     uint8_t ucDuty = 0;
     const bool bRetCode = m_Monitor.Read(sb::g_DutyRegister(nIndex), ucDuty);
     LOG_PROCESS_ERROR(bRetCode);
-    *puPercent = ucDuty * 100u / sb::kFullDuty;
+    *puPercent = g_DutyPercent(ucDuty, sb::kFullDuty);
     return true;
 }
 

@@ -54,7 +54,8 @@ constexpr int64_t g_ThresholdRegister(int32_t nIndex, int32_t nWhich) {
 }
 
 /// Status words: bits 11h of each channel after a shift by two a channel.
-inline constexpr uint8_t kFanStatus = 0x00, kTemperatureStatus = 0x42, kVoltageStatus = 0x56;
+inline constexpr uint8_t kFanStatus = 0x00, kTemperatureStatus = 0x42;
+inline constexpr CSensorSeries kVoltageStatus{.nCount = 1, .ucLow = 0x56, .ucHigh = 0x57};
 constexpr uint32_t g_ChannelStatus(uint32_t uStatus, int32_t nIndex) { return uStatus >> (2 * nIndex) & 0x11; }
 /// The fan status with one fan under manual control.
 constexpr uint8_t g_Manual(uint8_t ucStatus, int32_t nFan) {

@@ -20,7 +20,7 @@ CSuperIo::CSuperIo(CDriverHandler& rDriver, const CSuperIoRules& rRules)
 bool CSuperIo::TakeName(uint16_t usId) {
     const auto pChip = std::ranges::find(m_rRules.Chips, usId, &CSuperIoChip::usId);
     if (pChip == m_rRules.Chips.end()) return false;
-    m_pChip = &*pChip, m_bNamed = true;
+    m_pChip = &*pChip;
     std::swprintf(m_szName.data(), m_szName.size(), L"%ls SIO Chip", m_pChip->pszModel);
     g_GetLog().WriteLog(kLogInformation, "Found device %ls.", m_szName.data());  // ASCII
     return true;

@@ -36,7 +36,7 @@ class CSuperIo : public CDeviceBase<vxtapi::CEnvironmentController> {
 public:
     static constexpr uint16_t kPorts[] = {0x2E, 0x4E};  ///< of the configuration, in search order
 
-    const wchar_t* GetModel() override { return m_bNamed ? m_pChip->pszModel : CDeviceBase::GetModel(); }
+    const wchar_t* GetModel() override { return m_szName[0] ? m_pChip->pszModel : CDeviceBase::GetModel(); }
     const wchar_t* GetDescription() override { return m_szName[0] ? m_szName.data() : CDeviceBase::GetDescription(); }
 
     bool GetCurrentFanSpeedPercentage(int32_t, uint32_t*) override { return false; }
@@ -74,8 +74,7 @@ protected:
 private:
     const CSuperIoRules& m_rRules;
     const CSuperIoChip* m_pChip;
-    bool m_bNamed = false;  ///< a chip has told its number
-    std::array<wchar_t, 32> m_szName{};
+    std::array<wchar_t, 32> m_szName{};  ///< empty until a chip has told its number
 };
 
 }  // namespace vxt

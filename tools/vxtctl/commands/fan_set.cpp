@@ -115,10 +115,9 @@ CChange g_NewChange(CFan& rFan, uint32_t uPercent, CFanHold& rHold) {
 
 /// A duty that was set for good takes the place of what a hold left behind.
 void g_Retire(const std::vector<CWantedDuty>& rSelected, CHoldRecords& rRecords) {
-    std::vector<std::string> Retired;
-    for (const auto& [pFan, uPercent] : rSelected)
-        if (rRecords.Find(pFan->Id())) Retired.push_back(pFan->Id());
-    if (!Retired.empty()) rRecords.Remove(Retired);
+    std::vector<std::string> Set(rSelected.size());
+    std::ranges::transform(rSelected, Set.begin(), [](const CWantedDuty& r) { return r.pFan->Id(); });
+    rRecords.Remove(Set);
 }
 
 /// What follows the changes.
@@ -155,7 +154,7 @@ EExit g_FanSet(CTool& rTool, const CWanted& rWanted) {
         rTool.Output().Note(
             "there is no folder to remember what is in force now: killed by force, this leaves the fans as they are");
     CTemperatureWatch Watch(Library, rWanted.oLimit);
-    const std::string sHot = rWanted.oSeconds ? Watch.TooHot() : "";
+    const std::string sHot = rWanted.oSeconds ? Watch.Hot() : "";
     const auto IsFull = [](const CWantedDuty& r) { return r.uPercent == kFullDuty; };
     if (!sHot.empty() && !std::ranges::all_of(Selected, IsFull))
         throw CFailure(EExit::kFailed, sHot + " already; nothing was written");
