@@ -63,7 +63,9 @@ public:
     virtual double GetCurrentNBMultiplier() = 0;  ///< slot 32: north-bridge clock / reference clock (family 10h)
     virtual uint32_t Reserved33() = 0;
     virtual double GetCurrentNBVoltage() = 0;  ///< slot 34: V (family 10h)
-    virtual uint32_t Reserved35() = 0;
+    /// Slot 35: requests a north-bridge voltage in V (family 10h). As SetCurrentVoltage; it is for this core, and the hardware
+    /// uses one voltage for all: ask every core for the same.
+    virtual bool SetCurrentNBVoltage(double dVoltage) = 0;
     virtual uint32_t Reserved36() = 0;
     virtual uint32_t Reserved37() = 0;
     virtual uint32_t Reserved38() = 0;

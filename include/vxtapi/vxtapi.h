@@ -9,11 +9,13 @@
 #include <vxtapi/device.h>
 #include <vxtapi/device_manager.h>
 #include <vxtapi/environment_controller.h>
+#include <vxtapi/graphics_processor.h>
 #include <vxtapi/ht_link.h>
 #include <vxtapi/log.h>
 #include <vxtapi/memory_controller.h>
 #include <vxtapi/north_bridge.h>
 #include <vxtapi/performance_control.h>
+#include <vxtapi/profile_keys.h>
 #include <vxtapi/profile_settings.h>
 #include <vxtapi/south_bridge.h>
 #include <vxtapi/voltage_controller.h>

@@ -1,3 +1,4 @@
+#include "devices/device_list.h"
 #include "perf/performance_control.h"
 #include "perf/profile_settings.h"
 
@@ -9,7 +10,7 @@ CPerformanceControl& g_GetPerformanceControl() {
 }
 
 CProfileSettgins& g_GetProfileSettings() {
-    static CProfileSettgins s_ProfileSettings;
+    static CProfileSettgins s_ProfileSettings(g_GetDeviceManager());
     return s_ProfileSettings;
 }
 

@@ -10,8 +10,9 @@ namespace vxt::platform {
 void CloseRegistryKey(uintptr_t uHandle);
 using CRegistryKey = COwnedHandle<CloseRegistryKey>;
 
-/// Opens a key below the current user's hive to read its values; none when it is absent or refused.
+/// Opens a key below the current user's, and below the machine's hive to read its values; none when it is absent or refused.
 CRegistryKey OpenUserKey(const wchar_t* pszPath);
+CRegistryKey OpenMachineKey(const wchar_t* pszPath);
 
 /// Reads a value of any type into `Data`. Untouched (and false) when the value is absent or longer than `Data`, or memory
 /// runs out; a shorter value fills the first bytes only. Texts come as they are stored, two bytes a character.

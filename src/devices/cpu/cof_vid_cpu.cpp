@@ -223,6 +223,13 @@ double CBrevikCPU::GetCurrentNBVoltage() {
     return g_DecodeField(kNbVid, kCofVidTable, Status);
 }
 
+bool CBrevikCPU::SetCurrentNBVoltage(double dVoltage) {
+    if (!_EnterCore()) return false;
+    const char* const pszFailed = _RequestVoltage(kNbVid, dVoltage);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
+}
+
 const void* CBrevikCPU::GetThermTrip() {
     if (!CCofVidCPU::GetThermTrip()) return nullptr;
     if (m_dTemperature != 0.0) return &m_dTemperature;

@@ -42,6 +42,7 @@ public:
     bool SetCurrentMultiplier(double dMultiplier) override;
     double GetCurrentNBMultiplier() override;
     double GetCurrentNBVoltage() override;
+    bool SetCurrentNBVoltage(double dVoltage) override;
     /// A double in degrees Celsius: the processor's own reading, else its SMBus sensor's.
     const void* GetThermTrip() override;
     /// Two switches that profiles know as clock divisor ("supported": the clock is not divided in halt) and TLB caching

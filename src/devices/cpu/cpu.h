@@ -48,6 +48,7 @@ public:
     bool SetCurrentMultiplier(double) override { return false; }
     double GetCurrentNBMultiplier() override { return 0.0; }
     double GetCurrentNBVoltage() override { return 0.0; }
+    bool SetCurrentNBVoltage(double) override { return false; }
     const void* GetThermTrip() override { return nullptr; }
     bool GetPstate(uint32_t, vxtapi::CPstate*) override { return false; }
     bool SetPstate(uint32_t, const vxtapi::CPstate*) override { return false; }
@@ -69,7 +70,6 @@ public:
     uint32_t Reserved25() override { return 0; }
     uint32_t Reserved30() override { return 0; }
     uint32_t Reserved33() override { return 0; }
-    uint32_t Reserved35() override { return 0; }
     uint32_t Reserved36() override { return 0; }
     uint32_t Reserved37() override { return 0; }
     uint32_t Reserved38() override { return 0; }

@@ -65,17 +65,20 @@ double CFamilyCPU::GetCurrentVoltage() {
 
 bool CFamilyCPU::SetCurrentVoltage(double dVoltage) {
     if (!_EnterCore()) return false;
+    const char* const pszFailed = _RequestVoltage(m_rRules.ControlVid, dVoltage);
+    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
+    return true;
+}
+
+const char* CFamilyCPU::_RequestVoltage(const CRegisterField& rVid, double dVoltage) {
     CMsrWords Control{};
-    const bool bRetCode = _ReadMsr(m_rRules.rVid.uControlMsr, Control);
-    LOG_PROCESS_ERROR(bRetCode);
+    if (!_ReadMsr(m_rRules.rVid.uControlMsr, Control)) return "bRetCode";
     CMsrWords Wanted = Control;
     const std::optional<uint32_t> oVid = m_rRules.rVid.Volts.Encode(dVoltage, m_rRules.rVid.dTolerance);
     // Kept: a value that is not in the table changes nothing, and is written all the same. 0 V, the code that switches
-    // the core off, is never asked for.
-    if (oVid && m_rRules.rVid.Volts.Decode(*oVid) > 0.0) m_rRules.ControlVid.Set(Wanted, *oVid);
-    const char* const pszFailed = _StartTransition(Control, Wanted);
-    LOG_PROCESS_ERROR(!pszFailed, pszFailed);
-    return true;
+    // off, is never asked for.
+    if (oVid && m_rRules.rVid.Volts.Decode(*oVid) > 0.0) rVid.Set(Wanted, *oVid);
+    return _StartTransition(Control, Wanted);
 }
 
 bool CFamilyCPU::_ReadMsr(uint32_t uIndex, CMsrWords& rWords) const {

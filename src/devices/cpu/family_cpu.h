@@ -41,6 +41,9 @@ protected:
     /// Brings the core from the control register as read to the one wanted. Text of the failed check; null when done.
     virtual const char* _StartTransition(const CMsrWords& rNow, CMsrWords Wanted) = 0;
 
+    /// Asks for a voltage by the ID in that field of the control register. Text of the failed check; null when done.
+    const char* _RequestVoltage(const CRegisterField& rVid, double dVoltage);
+
     bool _CheckCpuid() const;
     /// The capability gate: whether the processor lets software control its clock and voltage.
     bool _CheckFVID() const;

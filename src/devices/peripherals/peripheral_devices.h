@@ -1,6 +1,8 @@
 // Graphics, disks, controllers, memory modules, firmware, monitor and input devices.
 #pragma once
 
+#include <vxtapi/graphics_processor.h>
+
 #include "devices/framework/controller.h"
 #include "devices/framework/unbuilt_device.h"
 #include "devices/peripherals/board.h"
@@ -25,7 +27,12 @@ inline constexpr CDeviceIdentity kDefaultMemoryIdentity{.eType = vxtapi::kDevice
 inline constexpr CDeviceIdentity kDefaultMonitorIdentity{.eType = vxtapi::kDeviceMonitor,
                                                          .pszName = L"Default Monitor"};
 
-class CNYXGPU final : public CUnbuiltDevice<kNYXGPUIdentity> {};
+class CNYXGPU final : public CUnbuiltDevice<kNYXGPUIdentity, vxtapi::CGraphicsProcessor> {
+public:
+    bool IsIntegrated() override { return false; }
+    double GetEngineClock() override { return 0.0; }
+    bool SetEngineClock(double /*dMHz*/) override { return false; }
+};
 class CDefaultCDRom final : public CUnbuiltDevice<kDefaultCDRomIdentity> {};
 class CDefaultHardDisk final : public CUnbuiltDevice<kDefaultHardDiskIdentity> {};
 class CIDEController final : public CUnbuiltDevice<kIDEControllerIdentity> {};

@@ -16,7 +16,8 @@ using EHandle = CSimulatedSystem::EHandle;
 
 namespace {
 
-constexpr std::string_view kUserHive = "HKCU\\";
+constexpr const char* kUserHive = "HKCU\\";
+constexpr const char* kMachineHive = "HKLM\\";
 
 /// The bytes of a value as the machine file spells it: "dword:HEX" or "sz:TEXT" (kept as UTF-16 with its terminator).
 std::vector<uint8_t> g_ValueBytes(std::string_view sText) {
@@ -32,28 +33,34 @@ std::vector<uint8_t> g_ValueBytes(std::string_view sText) {
     return Bytes;
 }
 
+/// The handle's name is the key's with its hive and the mark that stands before a value's name.
+CRegistryKey g_Open(const char* pszCall, const char* pszHive, const wchar_t* pszPath) {
+    const CSystemSide SystemSide;
+    CSimulatedSystem& rSystem = g_GetSystem();
+    if (rSystem.Refuses(pszCall, kErrorFileNotFound)) return {};
+    const std::string sKey = pszHive + NarrowText(pszPath) + '!';
+    const auto& rValues = simulated::g_GetMachine().Description().Registry;
+    const auto it = rValues.lower_bound(sKey);
+    const bool bExists = it != rValues.end() && it->first.starts_with(sKey);
+    return CRegistryKey(bExists ? rSystem.Open(EHandle::kRegistryKey, std::wstring(sKey.begin(), sKey.end()))
+                                : rSystem.Fail(kErrorFileNotFound));
+}
+
 }  // namespace
 
 void CloseRegistryKey(uintptr_t uHandle) { g_GetSystem().Close(uHandle); }
 
-CRegistryKey OpenUserKey(const wchar_t* pszPath) {
-    const CSystemSide SystemSide;
-    CSimulatedSystem& rSystem = g_GetSystem();
-    if (rSystem.Refuses("OpenUserKey", kErrorFileNotFound)) return {};
-    const std::string sPrefix = std::string(kUserHive) + NarrowText(pszPath) + '!';
-    const auto& rValues = simulated::g_GetMachine().Description().Registry;
-    const auto it = rValues.lower_bound(sPrefix);
-    const bool bExists = it != rValues.end() && it->first.starts_with(sPrefix);
-    return CRegistryKey(bExists ? rSystem.Open(EHandle::kRegistryKey, pszPath) : rSystem.Fail(kErrorFileNotFound));
-}
+CRegistryKey OpenUserKey(const wchar_t* pszPath) { return g_Open("OpenUserKey", kUserHive, pszPath); }
+
+CRegistryKey OpenMachineKey(const wchar_t* pszPath) { return g_Open("OpenMachineKey", kMachineHive, pszPath); }
 
 bool QueryRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue, std::span<std::byte> Data) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
-    const std::wstring* const pPath = rSystem.Find(rKey.Get(), EHandle::kRegistryKey);
-    if (rSystem.Refuses("QueryRegistryValue", kErrorFileNotFound) || !pPath) return false;
+    const std::wstring* const pKey = rSystem.Find(rKey.Get(), EHandle::kRegistryKey);
+    if (rSystem.Refuses("QueryRegistryValue", kErrorFileNotFound) || !pKey) return false;
     const auto& rValues = simulated::g_GetMachine().Description().Registry;
-    const auto it = rValues.find(std::string(kUserHive) + NarrowText(*pPath) + '!' + NarrowText(pszValue));
+    const auto it = rValues.find(NarrowText(*pKey) + NarrowText(pszValue));
     if (it == rValues.end()) return false;
     const std::vector<uint8_t> Bytes = g_ValueBytes(it->second);
     if (Bytes.size() > Data.size()) return false;

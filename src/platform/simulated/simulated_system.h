@@ -93,6 +93,7 @@ public:
         kWmiServices,
         kWmiEnumerator,
         kWmiObject,
+        kXmlDocument,
     };
     struct CHandle {
         EHandle eKind;

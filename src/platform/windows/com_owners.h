@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -76,6 +77,29 @@ private:
     SAFEARRAY* m_pArray;
     void* m_pData = nullptr;
     HRESULT m_lResult;
+};
+
+inline std::wstring g_ReadText(BSTR pszText) { return {pszText ? pszText : L"", SysStringLen(pszText)}; }
+
+/// COM on this thread. Each successful CoInitialize, S_FALSE among them, is to be balanced; RPC_E_CHANGED_MODE says that
+/// the thread has COM in another mode, which serves as well and is not ours to end.
+class CComOnThread {
+public:
+    CComOnThread() : m_lResult(CoInitialize(nullptr)) {}
+    CComOnThread(const CComOnThread&) = delete;
+    ~CComOnThread() {
+        if (SUCCEEDED(m_lResult)) CoUninitialize();
+    }
+    HRESULT Result() const { return m_lResult == RPC_E_CHANGED_MODE ? S_OK : m_lResult; }
+
+private:
+    HRESULT m_lResult;
+};
+
+/// What a handle stands for that holds COM on its thread: the interface goes before COM does.
+template <class TInterface> struct CConnection {
+    CComOnThread Com;
+    CReference<TInterface> pInterface;
 };
 
 /// Runs an operation that may run out of memory: nothing is thrown across the seam.

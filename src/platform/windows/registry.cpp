@@ -10,11 +10,19 @@ namespace vxt::platform {
 
 void CloseRegistryKey(uintptr_t uHandle) { RegCloseKey(g_ToHandle<HKEY>(uHandle)); }
 
-CRegistryKey OpenUserKey(const wchar_t* pszPath) {
+namespace {
+
+CRegistryKey g_Open(HKEY hHive, const wchar_t* pszPath) {
     HKEY hKey = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, pszPath, 0, KEY_QUERY_VALUE, &hKey) != ERROR_SUCCESS) return {};
+    if (RegOpenKeyExW(hHive, pszPath, 0, KEY_QUERY_VALUE, &hKey) != ERROR_SUCCESS) return {};
     return CRegistryKey(reinterpret_cast<uintptr_t>(hKey));
 }
+
+}  // namespace
+
+CRegistryKey OpenUserKey(const wchar_t* pszPath) { return g_Open(HKEY_CURRENT_USER, pszPath); }
+
+CRegistryKey OpenMachineKey(const wchar_t* pszPath) { return g_Open(HKEY_LOCAL_MACHINE, pszPath); }
 
 bool QueryRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue, std::span<std::byte> Data) {
     // A value that is too long leaves the buffer undefined, so it never is the caller's.

@@ -6,10 +6,12 @@
 #undef CreateDirectory
 #undef CreateMutex
 #undef CreateSemaphore
+#undef DeleteFile
 #undef GetObject
 #undef OpenMutex
 #undef OpenSemaphore
 #undef OpenService
+#undef ReplaceFile
 #undef StartService
 
 #include <sddl.h>

@@ -9,26 +9,6 @@ namespace vxt::platform {
 
 namespace {
 
-/// COM on this thread. Each successful CoInitialize, S_FALSE among them, is to be balanced; RPC_E_CHANGED_MODE says that
-/// the thread has COM in another mode, which serves as well and is not ours to end.
-class CComOnThread {
-public:
-    CComOnThread() : m_lResult(CoInitialize(nullptr)) {}
-    CComOnThread(const CComOnThread&) = delete;
-    ~CComOnThread() {
-        if (SUCCEEDED(m_lResult)) CoUninitialize();
-    }
-    HRESULT Result() const { return m_lResult == RPC_E_CHANGED_MODE ? S_OK : m_lResult; }
-
-private:
-    HRESULT m_lResult;
-};
-
-/// What a locator or services handle stands for: the interface goes before COM does.
-template <class TInterface> struct CConnection {
-    CComOnThread Com;
-    CReference<TInterface> pInterface;
-};
 using CLocator = CConnection<IWbemLocator>;
 using CServices = CConnection<IWbemServices>;
 
@@ -53,7 +33,6 @@ template <> struct CElement<uint8_t> {
     static uint8_t Read(BYTE ucValue) { return ucValue; }
     static BYTE Write(uint8_t ucValue) { return ucValue; }
 };
-std::wstring g_ReadText(BSTR pszText) { return {pszText ? pszText : L"", SysStringLen(pszText)}; }
 template <> struct CElement<std::wstring> {
     using Stored = BSTR;
     static constexpr VARTYPE kType = VT_BSTR;
