@@ -7,6 +7,8 @@
 #include <vxtapi/profile_keys.h>
 #include <vxtapi/voltage_controller.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <cwchar>
 #include <iterator>
@@ -55,17 +57,19 @@ private:
     void _ApplyGraphics();
     void _ApplyOwnVoltages();
     void _ApplyVoltages();
-    bool _ApplyMemory();
+    void _ApplyMemory();
+    bool _ReadTiming(CMemoryController& rMemory, MemTiming& rTiming);
     bool _WriteTiming(CMemoryController& rMemory, const MemTiming& rTiming);
-    bool _ApplyConfiguration(CMemoryController& rMemory);
 
     template <class TDevice> TDevice* _Device(eDeviceType eType, uint32_t uIndex) {
         return static_cast<TDevice*>(m_rDevices.GetDevice(eType, uIndex));
     }
     std::optional<double> _Value(const wchar_t* pszSection, CDevice& rDevice, const wchar_t* pszKey) const;
-    /// Puts what the profile has of a record into it. False when it has nothing of it.
+    template <size_t uCount> using CValues = std::array<std::optional<double>, uCount>;
+    /// What the profile has of a record.
+    template <size_t uCount> CValues<uCount> _Values(const ProfileField (&aFields)[uCount], CDevice& rDevice) const;
     template <class TRecord, size_t uCount>
-    bool _Fill(TRecord& rRecord, const ProfileField (&aFields)[uCount], CDevice& rDevice) const;
+    static void _Put(TRecord& rRecord, const ProfileField (&aFields)[uCount], const CValues<uCount>& rValues);
 
     vxtapi::CDeviceManager& m_rDevices;
     const CConfigParser& m_rProfile;
@@ -79,20 +83,25 @@ std::optional<double> CProfileWalk::_Value(const wchar_t* pszSection, CDevice& r
     return oNumber;
 }
 
+template <size_t uCount>
+CProfileWalk::CValues<uCount> CProfileWalk::_Values(const ProfileField (&aFields)[uCount], CDevice& rDevice) const {
+    CValues<uCount> Values;
+    std::ranges::transform(aFields, Values.begin(), [&](const ProfileField& rField) {
+        return _Value(rDevice.GetTypeName(), rDevice, rField.pszKey);
+    });
+    return Values;
+}
+
 template <class TRecord, size_t uCount>
-bool CProfileWalk::_Fill(TRecord& rRecord, const ProfileField (&aFields)[uCount], CDevice& rDevice) const {
-    bool bAny = false;
-    for (const ProfileField& rField : aFields) {
-        const std::optional<double> oValue = _Value(rDevice.GetTypeName(), rDevice, rField.pszKey);
-        if (!oValue) continue;
-        bAny = true;
-        auto* const pPlace = reinterpret_cast<std::byte*>(&rRecord) + rField.uOffset;
-        if (rField.bIsFlag)
-            *pPlace = std::byte(*oValue != 0.0);
+void CProfileWalk::_Put(TRecord& rRecord, const ProfileField (&aFields)[uCount], const CValues<uCount>& rValues) {
+    for (size_t i = 0; i < uCount; ++i) {
+        if (!rValues[i]) continue;
+        auto* const pPlace = reinterpret_cast<std::byte*>(&rRecord) + aFields[i].uOffset;
+        if (aFields[i].bIsFlag)
+            *pPlace = std::byte(*rValues[i] != 0.0);
         else
-            std::memcpy(pPlace, &*oValue, sizeof *oValue);
+            std::memcpy(pPlace, &*rValues[i], sizeof(double));
     }
-    return bAny;
 }
 
 void CProfileWalk::_ApplySwitches() {
@@ -192,32 +201,40 @@ void CProfileWalk::_ApplyVoltages() {
     }
 }
 
-// Nothing is written back that the profile has nothing of: where several codes mean one value even that may change bits.
-bool CProfileWalk::_ApplyMemory() {
+// What the profile has nothing of is neither written back nor read: where several codes mean one value writing changes bits,
+// and the configuration is read through index registers.
+void CProfileWalk::_ApplyMemory() {
     CMemoryController* const pMC = _Device<CMemoryController>(kDeviceMemoryController, 0);
     LOG_CHECK_ERROR(pMC);
-    if (!pMC) return false;
-    MemTiming Timing{};
-    const bool bRetCode = pMC->GetMemTiming(&Timing);
+    if (!pMC) return;
+    const auto IsThere = [](const std::optional<double>& r) { return r.has_value(); };
+    if (const auto Values = _Values(kProfileTimings, *pMC); std::ranges::any_of(Values, IsThere)) {
+        MemTiming Timing{};
+        if (!_ReadTiming(*pMC, Timing)) return;
+        _Put(Timing, kProfileTimings, Values);
+        _WriteTiming(*pMC, Timing);  // a failure stops nothing
+    }
+    if (const auto Values = _Values(kProfileConfiguration, *pMC); std::ranges::any_of(Values, IsThere)) {
+        MemConfig Config{};
+        bool bRetCode = pMC->GetMemConfig(&Config);
+        LOG_CHECK_ERROR(bRetCode);
+        if (!bRetCode) return;
+        _Put(Config, kProfileConfiguration, Values);
+        bRetCode = pMC->SetMemConfig(&Config);
+        LOG_CHECK_ERROR(bRetCode);
+    }
+}
+
+bool CProfileWalk::_ReadTiming(CMemoryController& rMemory, MemTiming& rTiming) {
+    const bool bRetCode = rMemory.GetMemTiming(&rTiming);
     LOG_PROCESS_ERROR(bRetCode);
-    if (_Fill(Timing, kProfileTimings, *pMC)) _WriteTiming(*pMC, Timing);  // a failure stops nothing
-    return _ApplyConfiguration(*pMC);
+    return true;
 }
 
 bool CProfileWalk::_WriteTiming(CMemoryController& rMemory, const MemTiming& rTiming) {
     const bool bRetCode = rMemory.SetMemTiming(&rTiming);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
-}
-
-bool CProfileWalk::_ApplyConfiguration(CMemoryController& rMemory) {
-    MemConfig Config{};
-    bool bRetCode = rMemory.GetMemConfig(&Config);
-    LOG_CHECK_ERROR(bRetCode);
-    if (!bRetCode || !_Fill(Config, kProfileConfiguration, rMemory)) return bRetCode;
-    bRetCode = rMemory.SetMemConfig(&Config);
-    LOG_CHECK_ERROR(bRetCode);
-    return bRetCode;
 }
 
 }  // namespace
