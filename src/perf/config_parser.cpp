@@ -153,7 +153,11 @@ CConfigParser::ERead CConfigParser::_Read() {
     }
     platform::CXmlParseError Error;
     const int32_t hRetCode = platform::LoadXml(m_Document, Text, Error);
-    if (hRetCode >= 0) return ERead::kGood;
+    if (hRetCode < 0) {
+        m_sProblem = L"the system's XML parser failed";
+        return ERead::kRefused;
+    }
+    if (hRetCode != platform::kXmlNotWellFormed) return ERead::kGood;
     m_sProblem = L"it is no XML";
     if (Error.uLine != 0) m_sProblem = L"line " + std::to_wstring(Error.uLine) + L": " + m_sProblem;
     Error.sReason.erase(Error.sReason.find_last_not_of(L" \r\n") + 1);

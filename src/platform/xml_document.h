@@ -28,8 +28,10 @@ struct CXmlParseError {
     uint32_t uLine = 0;  ///< from 1; 0: not told
     std::wstring sReason = {};
 };
-/// Parses a text, which says itself how it is encoded, in the place of what the document held. On failure the document is
-/// empty, and `rError` tells why as far as the parser does.
+inline constexpr int32_t kXmlNotWellFormed = 1;  ///< S_FALSE: the call worked, the text is no XML
+
+/// Parses a text, which says itself how it is encoded, in the place of what the document held. When it is no XML the document
+/// is empty, and `rError` tells why as far as the parser does.
 int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, CXmlParseError& rError);
 
 /// The document as UTF-8. Whether a declaration with an encoding stands in front is the parser's choice.

@@ -1,6 +1,7 @@
 // Every operation of the library with each of its requests, system calls and allocations failing in turn.
 #include "support/sweep.h"
 
+#include <unistd.h>
 #include <vxtapi/vxtapi.h>
 
 #include <fstream>
@@ -108,6 +109,7 @@ TEST_P(CMachineSweep, Processor) {
         ASSERT_TRUE(rCpu.GetPstate(1, &Pstate));
         bool bSupported = false, bEnabled = false;
         Add("GetCurrentNBVoltage", [&] { return rCpu.GetCurrentNBVoltage() != 0.0; });
+        Add("SetCurrentNBVoltage", [&] { return rCpu.SetCurrentNBVoltage(1.1); });
         Add("GetCurPstate", [&] { return rCpu.GetCurPstate() != 0xFFFFFFFF; });
         Add("GetMaxPstate", [&] { return rCpu.GetMaxPstate() != 0; });
         Add("SetPstate", [&] { return rCpu.SetPstate(1, &Pstate); });
@@ -285,6 +287,17 @@ TEST_F(CLibrarySweep, DevicesOfTheBoard) {
          {{.sName = "Init",
            .Run = [&] { return rVoltages.Init(0); },
            .sSurvives = "::_InitFunctionTable$|in CQORBIOSHandler::GetValue$"}});  // a limit less
+    auto* const pProfile = GetProfileSettings()->OpenProfile(L"./profile.xml");
+    ASSERT_TRUE(pProfile &&
+                pProfile->SetValue(L"HTLink", L"Internal HyperTransport(TM) 3 Link Controller", L"Multiplier", 5.0));
+    ASSERT_TRUE(pProfile->SetValue(L"ClockGen", rClocks.GetName(), L"HTRefClock", 210.0) && pProfile->Save());
+    const auto Apply = [] { return GetProfileSettings()->ApplySettings(L"./profile.xml"); };
+    // What fails is logged and the answer stays; a file that was not read is still there.
+    Sweep({.sName = "CProfileSettgins::ApplySettings",
+           .Run = [&] { return Apply() && access("profile.xml", F_OK) == 0; },
+           .Arrange = Apply,
+           .sSurvives = ".*"});
+    pProfile->Release();
     Sweep({.sName = "CDefaultBIOS::Init|CWmiHandler::GetInstance",
            .Run = [&] { return Device<vxtapi::CBIOS>(vxtapi::kDeviceBios).Init(0); },
            .sSurvives = "^$",  // not every system shows the area with the date

@@ -79,7 +79,7 @@ int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, 
     const xmlError& rLast = pParser->lastError;
     rError.uLine = static_cast<uint32_t>(rLast.line);
     rError.sReason = g_Wide(reinterpret_cast<const xmlChar*>(rLast.message));
-    return kFailed;
+    return rLast.code == XML_ERR_NO_MEMORY ? kOutOfMemory : kXmlNotWellFormed;
 }
 
 int32_t SaveXml(const CXmlDocument& rDocument, std::string& rsText) {

@@ -87,7 +87,8 @@ int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, 
         Source.parray = pBytes.release();
         VARIANT_BOOL bLoaded = VARIANT_FALSE;
         const HRESULT hRetCode = g_Document(rDocument)->load(Source, &bLoaded);
-        if (SUCCEEDED(hRetCode) && bLoaded) return hRetCode;
+        if (FAILED(hRetCode)) return hRetCode;
+        if (bLoaded) return S_OK;
         CReference<IXMLDOMParseError> pError;
         if (SUCCEEDED(g_Document(rDocument)->get_parseError(pError.Receive())) && pError) {
             LONG lLine = 0;
@@ -95,7 +96,7 @@ int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, 
             if (SUCCEEDED(pError->get_line(&lLine)) && lLine > 0) rError.uLine = static_cast<uint32_t>(lLine);
             if (SUCCEEDED(pError->get_reason(&Reason.pszText))) rError.sReason = Reason;
         }
-        return FAILED(hRetCode) ? hRetCode : E_FAIL;
+        return kXmlNotWellFormed;
     });
 }
 
