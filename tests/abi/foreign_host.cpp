@@ -106,6 +106,23 @@ void g_CheckServices(void* pLog, CLog* pSdkLog, CPerformanceControl* pControl) {
     g_Check("performance 2: benchmark center", g_Call<void*>(pControl, 2) == pControl->GetBenchmarkCenter());
 }
 
+void g_CheckProfiles(CProfileSettgins* pProfiles) {
+    CProfile* const pProfile = pProfiles->OpenProfile(L"./foreign.xml");
+    g_Check("profiles 1, profile 3: opened", pProfile && !pProfile->FileExists() && !pProfile->GetProblem()[0]);
+    if (!pProfile) return;
+    double dValue = 0;
+    const bool bSet = g_Call<bool>(pProfile, 7, L"CPU", L"QOR Family 10h Processor", L"Multiplier3", 11.5);
+    g_Check("profile 7, 6: a value and back",
+            bSet && g_Call<bool>(pProfile, 6, L"CPU", L"QOR Family 10h Processor", L"Multiplier3", &dValue) &&
+                dValue == 11.5);
+    ProfileEntry Entry{};
+    g_Check("profile 5: an entry", pProfile->GetEntry(0, &Entry) && g_IsSame(Entry.pszKey, L"Multiplier3") &&
+                                       Entry.dValue == 11.5 && Entry.bIsNumber == 1);
+    g_Check("profile 9: saved", g_Call<bool>(pProfile, 9));
+    pProfile->Release();
+    g_Check("profiles 0: applied", pProfiles->ApplySettings(L"./foreign.xml") && !pProfiles->ApplySettings(L""));
+}
+
 }  // namespace
 
 extern "C" void start() {
@@ -116,9 +133,10 @@ extern "C" void start() {
     decltype(&GetDeviceManager) pGetManager;
     decltype(&GetLog) pGetLog;
     decltype(&GetPerformanceControl) pGetControl;
+    decltype(&GetProfileSettings) pGetProfiles;
     g_Find(hLibrary, "InitVXTAPI", pInit), g_Find(hLibrary, "UnInitVXTAPI", pUnInit);
     g_Find(hLibrary, "GetDeviceManager", pGetManager), g_Find(hLibrary, "GetLog", pGetLog);
-    g_Find(hLibrary, "GetPerformanceControl", pGetControl);
+    g_Find(hLibrary, "GetPerformanceControl", pGetControl), g_Find(hLibrary, "GetProfileSettings", pGetProfiles);
 
     const bool bStarted = pInit(true);
     g_Check("the library starts", bStarted);
@@ -128,6 +146,8 @@ extern "C" void start() {
         g_CheckDevice(pCpu, pCpu);
         g_CheckCpu(pCpu, pCpu);
         g_CheckServices(pGetLog(), pGetLog(), pGetControl());
+        g_CheckProfiles(pGetProfiles());
+        g_Check("core 2 follows the profile", pCpu->GetCurrentMultiplier() == 11.5);
     }
     g_Check("core 2 is there", pCpu);
     g_Check("the library ends", pUnInit());
