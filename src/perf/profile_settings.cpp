@@ -15,6 +15,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "api/log/log.h"
@@ -28,6 +29,18 @@ namespace vxt {
 using namespace vxtapi;  // the devices' interfaces; NOLINT(google-build-using-namespace)
 
 namespace {
+
+/// A name for the log, cut and in ASCII: names of the firmware may hold anything.
+struct CLogText {
+    char sz[64] = {};
+    explicit CLogText(const wchar_t* psz) {
+        for (char& r : std::span(sz).first(sizeof sz - 1)) {
+            if (*psz == 0) break;
+            r = *psz >= ' ' && *psz < 0x7F ? static_cast<char>(*psz) : '?';
+            ++psz;
+        }
+    }
+};
 
 /// One walk over the devices, in the order of its steps. What fails is logged and the walk goes on.
 class CProfileWalk {
@@ -79,7 +92,9 @@ std::optional<double> CProfileWalk::_Value(const wchar_t* pszSection, CDevice& r
     std::wstring sText;
     if (!m_rProfile.ReadValue(pszSection, rDevice.GetName(), pszKey, sText)) return std::nullopt;
     const std::optional<double> oNumber = g_ParseNumber(sText);
-    if (!oNumber) g_GetLog().WriteLog(kLogError, "The profile's %ls of %ls is no number.\n", pszKey, rDevice.GetName());
+    if (!oNumber)
+        g_GetLog().WriteLog(kLogError, "The profile's %s of %s is no number.", CLogText(pszKey).sz,
+                            CLogText(rDevice.GetName()).sz);
     return oNumber;
 }
 
