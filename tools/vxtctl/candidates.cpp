@@ -179,6 +179,11 @@ CCandidates g_VoltageCandidates(const CTool& rTool, const std::string&) {
     });
 }
 
+CCandidates g_NbVoltageCandidates(const CTool& rTool, const std::string&) {
+    const CHostLibrary Library(rTool.Options());
+    return g_LegalCandidates(g_Limits(rTool, Library).NbVoltage, [](double) { return true; });
+}
+
 CCandidates g_MemorySettingCandidates(const CTool& rTool, const std::string& sBegun) {
     return g_SettingsOf<g_AddMemory>(rTool, sBegun);
 }

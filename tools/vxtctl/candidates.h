@@ -17,6 +17,7 @@ std::vector<vxttools::CCandidate> g_LinkCandidates(const vxttools::CTool& rTool,
 std::vector<vxttools::CCandidate> g_PstateCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_MultiplierCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 std::vector<vxttools::CCandidate> g_VoltageCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
+std::vector<vxttools::CCandidate> g_NbVoltageCandidates(const vxttools::CTool& rTool, const std::string& sBegun);
 
 /// "NAME=" of each setting that can be written; behind that "NAME=VALUE" for each legal value.
 std::vector<vxttools::CCandidate> g_MemorySettingCandidates(const vxttools::CTool& rTool, const std::string& sBegun);

@@ -1,4 +1,4 @@
-// vxtctl cpu set: changing a core's multiplier, voltage or P-state.
+// vxtctl cpu set: changing a core's multiplier, voltages or P-state.
 #include <algorithm>
 
 #include "candidates.h"
@@ -18,7 +18,7 @@ namespace {
 
 struct CWanted {
     std::optional<std::string> oCore;
-    std::optional<double> oMultiplier, oVoltage;
+    std::optional<double> oMultiplier, oVoltage, oNbVoltage;
     std::optional<uint32_t> oPstate;
     bool bForce = false;
 };
@@ -29,15 +29,19 @@ constexpr COption<CWanted> kOptions[] = {
     {"--multiplier", "X", "Core clock / reference clock", &CWanted::oMultiplier, false, "--pstate",
      g_MultiplierCandidates},
     {"--voltage", "V", "Core voltage in volts", &CWanted::oVoltage, false, "--pstate", g_VoltageCandidates},
+    {"--nb-voltage", "V", "North-bridge voltage in volts (family 10h), which all cores ask for", &CWanted::oNbVoltage,
+     false, "--pstate", g_NbVoltageCandidates},
     {"--force", "", "Also try values beyond what the core is rated for", &CWanted::bForce},
 };
 
 /// Which core; nothing: all of them. Ends the command when the request makes no sense on any machine.
 std::optional<uint32_t> g_CheckRequest(const CWanted& rWanted) {
-    if (!rWanted.oMultiplier && !rWanted.oVoltage && !rWanted.oPstate)
-        throw CFailure(EExit::kUsage, "cpu set: nothing to set; give --multiplier, --voltage or --pstate");
+    if (!rWanted.oMultiplier && !rWanted.oVoltage && !rWanted.oNbVoltage && !rWanted.oPstate)
+        throw CFailure(EExit::kUsage,
+                       "cpu set: nothing to set; give --multiplier, --voltage, --nb-voltage or --pstate");
     for (const auto& [pszOption, rValue] :
-         {std::pair("--multiplier", rWanted.oMultiplier), std::pair("--voltage", rWanted.oVoltage)})
+         {std::pair("--multiplier", rWanted.oMultiplier), std::pair("--voltage", rWanted.oVoltage),
+          std::pair("--nb-voltage", rWanted.oNbVoltage)})
         if (rValue && *rValue <= 0)
             throw CFailure(EExit::kUsage, std::string(pszOption) + ": expected a number above zero");
     if (!rWanted.oCore || rWanted.oCore == "all") return std::nullopt;
@@ -59,24 +63,24 @@ CChange g_Pstate(CCPU& rCpu, uint32_t uPstate, const CCoreLimits& rLimits, const
     return Change;
 }
 
-CChange g_Multiplier(CCPU& rCpu, double dMultiplier, const CCoreLimits& rLimits, const std::string& sPath) {
-    CChange Change = g_NewChange(rLimits.Multiplier, dMultiplier, sPath);
-    Change.Read = [&rCpu] { return g_ReadMultiplier(rCpu); };
-    Change.Restore = [&rCpu](double dValue) { return rCpu.SetCurrentMultiplier(dValue); };
-    return Change;
-}
-
-CChange g_Voltage(CCPU& rCpu, double dVoltage, const CCoreLimits& rLimits, const std::string& sPath) {
-    CChange Change = g_NewChange(rLimits.Voltage, dVoltage, sPath);
-    Change.Read = [&rCpu] { return g_ReadVoltage(rCpu); };
-    Change.Restore = [&rCpu](double dValue) { return rCpu.SetCurrentVoltage(dValue); };
+/// Of a number that the core reads and writes as one.
+CChange g_Number(CCPU& rCpu, const CSetting& rSetting, double dWanted, const std::string& sPath,
+                 std::optional<double> (*pRead)(CCPU&), bool (CCPU::*pWrite)(double)) {
+    CChange Change = g_NewChange(rSetting, dWanted, sPath);
+    Change.Read = [&rCpu, pRead] { return pRead(rCpu); };
+    Change.Restore = [&rCpu, pWrite](double dValue) { return (rCpu.*pWrite)(dValue); };
     return Change;
 }
 
 /// Ends the command when one of the values, or both together, are not known to be harmless.
 void g_CheckLimits(const CWanted& rWanted, const CCoreLimits& rLimits, const std::string& sCore) {
-    if (rWanted.bForce || rWanted.oPstate) return;
     const std::string sWhere = sCore + ": ";
+    if (rWanted.oNbVoltage && !rLimits.NbVoltage.oValue)
+        throw CFailure(EExit::kNoSuchDevice, sWhere + "no north-bridge voltage of its own can be read there");
+    if (rWanted.bForce || rWanted.oPstate) return;
+    if (rWanted.oNbVoltage)
+        g_CheckLegal(rLimits.NbVoltage, *rWanted.oNbVoltage,
+                     sWhere + "--nb-voltage " + g_Trimmed(*rWanted.oNbVoltage, 6), false);
     if (rWanted.oMultiplier)
         g_CheckLegal(rLimits.Multiplier, *rWanted.oMultiplier,
                      sWhere + "--multiplier " + g_Trimmed(*rWanted.oMultiplier, 6), false);
@@ -98,12 +102,19 @@ std::vector<CChange> g_PlanCore(const CInventoryEntry& rCore, const CWanted& rWa
     g_CheckLimits(rWanted, Limits, sCore);
     std::vector<CChange> Changes;
     if (rWanted.oPstate) Changes.push_back(g_Pstate(rCpu, *rWanted.oPstate, Limits, sPath));
-    if (rWanted.oMultiplier) Changes.push_back(g_Multiplier(rCpu, *rWanted.oMultiplier, Limits, sPath));
+    if (rWanted.oMultiplier)
+        Changes.push_back(g_Number(rCpu, Limits.Multiplier, *rWanted.oMultiplier, sPath, g_ReadMultiplier,
+                                   &CCPU::SetCurrentMultiplier));
     if (rWanted.oVoltage) {
         // A rising clock needs its voltage first, a falling one must have fallen before the voltage does.
         const bool bRises = rWanted.oMultiplier && Limits.Multiplier.oValue.value_or(0) < *rWanted.oMultiplier;
-        Changes.insert(bRises ? Changes.begin() : Changes.end(), g_Voltage(rCpu, *rWanted.oVoltage, Limits, sPath));
+        Changes.insert(
+            bRises ? Changes.begin() : Changes.end(),
+            g_Number(rCpu, Limits.Voltage, *rWanted.oVoltage, sPath, g_ReadVoltage, &CCPU::SetCurrentVoltage));
     }
+    if (rWanted.oNbVoltage)
+        Changes.push_back(
+            g_Number(rCpu, Limits.NbVoltage, *rWanted.oNbVoltage, sPath, g_ReadNbVoltage, &CCPU::SetCurrentNBVoltage));
     for (CChange& rChange : Changes) {
         rChange.sOwner = sCore;
         rChange.Write = [Write = rChange.Restore, dWanted = rChange.dWanted] { return Write(dWanted); };
@@ -122,7 +133,7 @@ EExit g_CpuSet(CTool& rTool, const CWanted& rWanted) {
 
 }  // namespace
 
-extern constexpr CCommand kCpuSet{"cpu set", "Change multiplier, voltage or P-state",
+extern constexpr CCommand kCpuSet{"cpu set", "Change multiplier, voltages or P-state",
                                   "  vxtctl cpu set --core 0 --multiplier 12 --dry-run\n"
                                   "  vxtctl cpu set --multiplier 8 --voltage 1.2\n"
                                   "  vxtctl cpu set --pstate 0 --yes",
