@@ -9,6 +9,7 @@
 
 #include "api/log/log_checks.h"
 #include "perf/number_text.h"
+#include "perf/xml_elements.h"
 #include "perf/xml_guard.h"
 #include "platform/error_code.h"
 #include "platform/registry.h"
@@ -25,8 +26,9 @@ constexpr const wchar_t* kMachineKey = L"Software\\QOR\\QOR Velomar";
 constexpr const wchar_t* kFolderValue = L"InstallDir";
 constexpr const wchar_t* kCurrentFolder = L".\\";
 constexpr const wchar_t* kNewSuffix = L".new";
+constexpr const wchar_t* kUnreadable = L"it cannot be read";
 constexpr size_t kLargest = 1u << 20;  ///< bytes; a whole machine's profile has about 4,000
-constexpr std::string_view kDeclaration = "<?xml version=\"1.0\"?>\n";
+constexpr std::string_view kDeclarationName = "<?xml", kDeclaration = "<?xml version=\"1.0\"?>\n";
 
 using CPath = std::span<wchar_t, CConfigParser::kPathSize>;
 
@@ -74,21 +76,41 @@ private:
 };
 
 /// The first element of that name below a node; none when there is none.
-CXmlNode g_FindChild(const CXmlNode& rParent, const wchar_t* pszName) {
-    std::wstring sName;
-    for (CXmlNode Child = platform::FirstXmlChild(rParent); Child; Child = platform::NextXmlNode(Child))
-        if (platform::IsXmlElement(Child) && platform::GetXmlName(Child, sName) >= 0 && sName == pszName) return Child;
-    return {};
-}
-
-CXmlNode g_FindRoot(const platform::CXmlDocument& rDocument) {
-    CXmlNode Root = platform::RootXmlElement(rDocument);
-    std::wstring sName;
-    if (!Root || platform::GetXmlName(Root, sName) < 0 || sName != kRootName) return {};
-    return Root;
+int32_t g_FindChild(const CXmlNode& rParent, const CElementName& rName, CXmlNode& rFound) {
+    rFound = {};
+    return g_ForEachElement(rParent, [&](CXmlNode& rChild, const std::wstring& rsName) {
+        if (rsName != rName.szName) return true;
+        rFound = std::move(rChild);
+        return false;
+    });
 }
 
 std::wstring g_Indentation(uint32_t uDepth) { return L'\n' + std::wstring(2 * uDepth, L' '); }
+
+/// All of a file, but no more than a byte beyond what is read of any.
+bool g_ReadAll(const platform::CFile& rFile, std::vector<std::byte>& rText) {
+    size_t uRead = 0;
+    for (size_t uRoom = 8192; uRead == rText.size() && uRead <= kLargest; uRoom *= 2) {
+        rText.resize(std::min(uRoom, kLargest + 1));
+        size_t uNow = 0;
+        if (!platform::ReadFile(rFile, std::span(rText).subspan(uRead), uNow)) return false;
+        uRead += uNow;
+    }
+    rText.resize(uRead);
+    return true;
+}
+
+/// How a file is written, whatever the parser makes of a document: the declaration says no encoding, so it is UTF-8; lines
+/// end in LF. (A CR that belongs to a text is spelt as a reference.)
+void g_Normalize(std::string& rsText) {
+    constexpr const char* kBlanks = " \t\r\n";
+    const bool bIsDeclared = rsText.starts_with("<?xml") && rsText.find_first_of(kBlanks) == kDeclarationName.size();
+    const size_t uBody = rsText.find_first_not_of(kBlanks, bIsDeclared ? rsText.find("?>") + 2 : 0);
+    rsText.replace(0, std::min(uBody, rsText.size()), kDeclaration);
+    rsText.erase(rsText.find_last_not_of(kBlanks) + 1);
+    rsText += '\n';
+    for (size_t uAt = 0; (uAt = rsText.find("\r\n", uAt)) != rsText.npos;) rsText.erase(uAt, 1);
+}
 
 }  // namespace
 
@@ -114,19 +136,12 @@ bool CConfigParser::_GetInstallDir(CPath Folder) {
     const auto itEnd = std::find(std::begin(ausValue), std::end(ausValue), uint16_t{0});
     const auto ch = std::find(std::reverse_iterator(itEnd), std::rend(ausValue), uint16_t{'\\'}).base();
     LOG_PROCESS_ERROR(ch != std::begin(ausValue), "ch != NULL");
-    if (ch == std::end(ausValue)) return false;  // no room for the end
+    LOG_PROCESS_ERROR(ch != std::end(ausValue));  // no room for the end
     *std::copy(std::begin(ausValue), ch, Folder.begin()) = 0;
     return true;
 }
 
-bool CConfigParser::_CreateDocument() {
-    const int32_t hRetCode = platform::CreateXmlDocument(m_Document);
-    LOG_COM_PROCESS_ERROR(hRetCode);
-    return true;
-}
-
 CConfigParser::ERead CConfigParser::_Read() {
-    m_sProblem.clear();
     m_hFile = platform::OpenFileToRead(m_szPath);
     if (!m_hFile) {
         m_bFileExists = platform::LastError() != platform::kErrorFileNotFound &&
@@ -136,44 +151,58 @@ CConfigParser::ERead CConfigParser::_Read() {
         return ERead::kRefused;
     }
     m_bFileExists = true;
-    std::vector<std::byte> Text(kLargest + 1);
-    size_t uRead = 0;
-    if (!platform::ReadFile(m_hFile, Text, uRead)) {
-        m_sProblem = L"it cannot be read";
+    std::vector<std::byte> Text;
+    if (!g_ReadAll(m_hFile, Text)) {
+        m_sProblem = kUnreadable;
         return ERead::kRefused;
     }
-    if (uRead > kLargest) {
+    if (Text.size() > kLargest) {
         m_sProblem = L"it is larger than 1 MiB";
         return ERead::kForeign;
     }
-    Text.resize(uRead);
     if (const wchar_t* const pszWhy = g_WhyNoSettings(Text)) {
         m_sProblem = pszWhy;
-        return ERead::kBad;
+        return pszWhy == kNoXml ? ERead::kBad : ERead::kForeign;
     }
     platform::CXmlParseError Error;
-    const int32_t hRetCode = platform::LoadXml(m_Document, Text, Error);
-    if (hRetCode < 0) {
-        m_sProblem = L"the system's XML parser failed";
+    CXmlNode Root;
+    std::wstring sName;
+    const bool bIsXml = platform::LoadXml(m_Document, Text, Error) >= 0;
+    if (bIsXml && platform::RootXmlElement(m_Document, Root) >= 0 && platform::GetXmlName(Root, sName) >= 0) {
+        if (sName == kRootName) return ERead::kGood;
+        m_sProblem = L"its element is not VXT_Configuration_File";
+        return ERead::kForeign;
+    }
+    if (!Error.bIsText) {
+        m_sProblem = kUnreadable;
         return ERead::kRefused;
     }
-    if (hRetCode != platform::kXmlNotWellFormed) return ERead::kGood;
-    m_sProblem = L"it is no XML";
+    m_sProblem = kNoXml;
     if (Error.uLine != 0) m_sProblem = L"line " + std::to_wstring(Error.uLine) + L": " + m_sProblem;
     Error.sReason.erase(Error.sReason.find_last_not_of(L" \r\n") + 1);
     if (!Error.sReason.empty()) m_sProblem += L": " + Error.sReason;
     return ERead::kBad;
 }
 
+void CConfigParser::_Forget() {
+    m_hFile.Reset();
+    m_Document.Reset();
+    m_sProblem.clear();
+}
+
 bool CConfigParser::Load(bool bReset) {
-    if (!_CreateDocument()) return false;
+    _Forget();
+    const int32_t hRetCode = platform::CreateXmlDocument(m_Document);
+    LOG_COM_PROCESS_ERROR(hRetCode);
     ERead eRead = ERead::kRefused;
     bool bRetCode = g_NoThrow([&] { eRead = _Read(); });
+    if (!bRetCode) _Forget();
     LOG_PROCESS_ERROR(bRetCode);
     if (eRead == ERead::kGood) {
         m_hFile.Reset();
         return true;
     }
+    m_Document.Reset();
     if (eRead == ERead::kAbsent) return Clear();
     LOG_CHECK_ERROR(eRead == ERead::kGood, "bRetCode");
     if (!bReset) return false;
@@ -188,23 +217,26 @@ bool CConfigParser::Load(bool bReset) {
 bool CConfigParser::Reload() { return Load(false); }
 
 bool CConfigParser::Clear() {
-    m_hFile.Reset();
-    if (!_CreateDocument()) return false;
-    m_sProblem.clear();
-    CXmlNode Root;
-    const int32_t hRetCode = platform::PutXmlRoot(m_Document, kRootName, Root);
+    platform::CXmlDocument New;
+    int32_t hRetCode = platform::CreateXmlDocument(New);
     LOG_COM_PROCESS_ERROR(hRetCode);
+    CXmlNode Root;
+    hRetCode = platform::PutXmlRoot(New, kRootName, Root);
+    LOG_COM_PROCESS_ERROR(hRetCode);
+    _Forget();
+    m_Document = std::move(New);
     return true;
 }
 
 CXmlNode CConfigParser::FindNode(const wchar_t* pszSection, const wchar_t* pszElement, const wchar_t* pszKey) const {
+    if (!m_Document) return {};
     CXmlNode Node;
-    const bool bRetCode = g_NoThrow([&] {
-        Node = g_FindRoot(m_Document);
-        for (const wchar_t* const pszName : {pszSection, pszElement, pszKey})
-            if (Node) Node = g_FindChild(Node, CElementName(pszName).szName);
-    });
-    LOG_PROCESS_ERROR(bRetCode);
+    int32_t hRetCode = platform::RootXmlElement(m_Document, Node);
+    for (const wchar_t* const pszName : {pszSection, pszElement, pszKey}) {
+        const CXmlNode Parent = std::move(Node);
+        if (hRetCode >= 0 && Parent) hRetCode = g_FindChild(Parent, CElementName(pszName), Node);
+    }
+    LOG_COM_PROCESS_ERROR(hRetCode);
     return Node;
 }
 
@@ -219,10 +251,10 @@ bool CConfigParser::ReadValue(const wchar_t* pszSection, const wchar_t* pszEleme
 
 // An element opens a line of its own, indented by its depth, and its parent's end one behind it.
 bool CConfigParser::_Append(const CXmlNode& rParent, uint32_t uDepth, const wchar_t* pszName, CXmlNode& rChild) const {
-    const bool bIsFirst = !platform::FirstXmlChild(rParent);
-    bool bRetCode = false;
+    CXmlNode First;
+    bool bRetCode = platform::FirstXmlChild(rParent, First) >= 0;
     const bool bHasMemory = g_NoThrow([&] {
-        bRetCode = platform::AppendXmlText(rParent, bIsFirst ? g_Indentation(uDepth).c_str() : L"  ") >= 0 &&
+        bRetCode = bRetCode && platform::AppendXmlText(rParent, First ? L"  " : g_Indentation(uDepth).c_str()) >= 0 &&
                    platform::AppendXmlElement(rParent, pszName, rChild) >= 0 &&
                    platform::AppendXmlText(rParent, g_Indentation(uDepth - 1).c_str()) >= 0;
     });
@@ -238,14 +270,15 @@ bool CConfigParser::WriteValue(const wchar_t* pszSection, const wchar_t* pszElem
     LOG_PROCESS_ERROR(bRetCode);
     CXmlNode Node;
     uint32_t uDepth = 0;
-    bRetCode = g_NoThrow([&] { Node = g_FindRoot(m_Document); });
-    LOG_PROCESS_ERROR(bRetCode && Node, "pRoot");
+    bRetCode = m_Document && platform::RootXmlElement(m_Document, Node) >= 0;
+    LOG_PROCESS_ERROR(bRetCode, "pRoot");
     for (const CElementName& rName : aNames) {
         ++uDepth;
         CXmlNode Child;
-        bRetCode = g_NoThrow([&] { Child = g_FindChild(Node, rName.szName); });
+        const int32_t hRetCode = g_FindChild(Node, rName, Child);
+        LOG_COM_PROCESS_ERROR(hRetCode);
+        bRetCode = Child || _Append(Node, uDepth, rName.szName, Child);
         LOG_PROCESS_ERROR(bRetCode);
-        if (!Child && !_Append(Node, uDepth, rName.szName, Child)) return false;
         Node = std::move(Child);
     }
     wchar_t szValue[kNumberSize];
@@ -257,27 +290,22 @@ bool CConfigParser::WriteValue(const wchar_t* pszSection, const wchar_t* pszElem
 
 bool CConfigParser::Save() {
     std::string sText;
-    bool bRetCode = m_szPath[0] != 0 && g_FindRoot(m_Document);
+    bool bRetCode = m_szPath[0] != 0 && m_Document;
     LOG_PROCESS_ERROR(bRetCode);
     const int32_t hRetCode = platform::SaveXml(m_Document, sText);
     LOG_COM_PROCESS_ERROR(hRetCode);
     std::wstring sNew;
-    // One form of declaration, whatever the parser writes and whatever stood there: the text is UTF-8.
     bRetCode = g_NoThrow([&] {
-        size_t uBody = sText.starts_with("<?xml") ? sText.find("?>") + 2 : 0;
-        uBody = std::min(sText.find_first_not_of(" \t\r\n", uBody), sText.size());
-        sText.replace(0, uBody, kDeclaration);
-        sText.erase(sText.find_last_not_of(" \t\r\n") + 1);
-        sText += '\n';
+        g_Normalize(sText);
         sNew = std::wstring(m_szPath) + kNewSuffix;
     });
     LOG_PROCESS_ERROR(bRetCode);
+    LOG_PROCESS_ERROR(sText.size() <= kLargest);  // or nobody could read it
     platform::CFile hNew = platform::CreateFileToWrite(sNew.c_str());
     LOG_PROCESS_ERROR(hNew);
-    bRetCode = platform::WriteFile(hNew, std::as_bytes(std::span(sText)));
-    hNew.Reset();
-    if (bRetCode) bRetCode = platform::ReplaceFile(sNew.c_str(), m_szPath);
-    if (!bRetCode) platform::DeleteFile(sNew.c_str());
+    bRetCode = platform::WriteFile(hNew, std::as_bytes(std::span(sText))) &&
+               platform::ReplaceFile(hNew, sNew.c_str(), m_szPath);
+    if (!bRetCode) platform::DeleteFile(sNew.c_str(), std::move(hNew));
     LOG_PROCESS_ERROR(bRetCode);
     m_bFileExists = true;
     return true;

@@ -20,9 +20,9 @@ public:
     explicit CConfigParser(const wchar_t* pszFile) : CConfigParser(pszFile, true) {}
     CConfigParser(const wchar_t* pszFile, bool bReset);
 
-    /// Reads the file. What is not there becomes an empty document; so does what cannot be read with `bReset`, and is
-    /// deleted; without, it is left alone and kept open until the next call. A file that is too large for settings is
-    /// never deleted. True when there is a document.
+    /// Reads the file. What is not there becomes an empty document; so does what cannot be read with `bReset`, and what is
+    /// no XML is deleted then; without, it is left alone and kept open until the next call. XML that is not for settings
+    /// (xml_guard.h, another element, more than 1 MiB) is never deleted. True when there is a document.
     bool Load(bool bReset);
     /// Reads the file again, for what others wrote meanwhile. False, and no settings, when that fails.
     bool Reload();
@@ -35,7 +35,7 @@ public:
     /// Sets a value, finite, as its shortest decimal text; what is missing on the way is created. `bSave`: writes the file.
     bool WriteValue(const wchar_t* pszSection, const wchar_t* pszElement, const wchar_t* pszKey, double dValue,
                     bool bSave);
-    /// Begins an empty document.
+    /// Begins an empty document. On failure everything stays as it was.
     bool Clear();
     /// Writes the file: beside the old one, to the disk, then in its place. False, and nothing written, without a document.
     bool Save();
@@ -50,9 +50,9 @@ private:
     /// How reading went. Refused: by the system; foreign: this class never wrote such a file; bad: no settings.
     enum class ERead { kGood, kAbsent, kRefused, kForeign, kBad };
 
+    void _Forget();
     bool _SetPath(const wchar_t* pszFile);
     static bool _GetInstallDir(std::span<wchar_t, kPathSize> Folder);
-    bool _CreateDocument();
     ERead _Read();
     bool _Append(const platform::CXmlNode& rParent, uint32_t uDepth, const wchar_t* pszName,
                  platform::CXmlNode& rChild) const;

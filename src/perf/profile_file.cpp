@@ -2,43 +2,48 @@
 
 #include "api/log/log_checks.h"
 #include "perf/number_text.h"
+#include "perf/xml_elements.h"
 #include "registers/no_throw.h"
 
 namespace vxt {
 
 using platform::CXmlNode;
 
-namespace {
-
-/// Calls `Work` with each element below a node and its name.
-void g_ForEachElement(const CXmlNode& rParent, auto Work) {
-    std::wstring sName;
-    for (CXmlNode Child = platform::FirstXmlChild(rParent); Child; Child = platform::NextXmlNode(Child))
-        if (platform::IsXmlElement(Child) && platform::GetXmlName(Child, sName) >= 0) Work(Child, sName);
-}
-
-}  // namespace
-
 CProfileFile::CProfileFile(const wchar_t* pszPath) : m_Config(pszPath, false) {}
 
-void CProfileFile::_List() {
+int32_t CProfileFile::_List() {
     m_Entries.clear();
-    const CXmlNode Root = platform::RootXmlElement(m_Config.Document());
-    g_ForEachElement(Root, [&](const CXmlNode& rSection, const std::wstring& rsSection) {
-        g_ForEachElement(rSection, [&](const CXmlNode& rElement, const std::wstring& rsElement) {
-            g_ForEachElement(rElement, [&](const CXmlNode& rKey, const std::wstring& rsKey) {
+    CXmlNode Root;
+    int32_t hRetCode = platform::RootXmlElement(m_Config.Document(), Root);
+    // A failure on one level ends all of them.
+    const auto ForEach = [&](const CXmlNode& rParent, auto Work) {
+        const int32_t hWalk = g_ForEachElement(rParent, [&](const CXmlNode& rChild, const std::wstring& rsName) {
+            Work(rChild, rsName);
+            return hRetCode >= 0;
+        });
+        if (hRetCode >= 0) hRetCode = hWalk;
+    };
+    if (hRetCode < 0) return hRetCode;
+    ForEach(Root, [&](const CXmlNode& rSection, const std::wstring& rsSection) {
+        ForEach(rSection, [&](const CXmlNode& rElement, const std::wstring& rsElement) {
+            ForEach(rElement, [&](const CXmlNode& rKey, const std::wstring& rsKey) {
                 std::wstring sText;
-                if (platform::GetXmlText(rKey, sText) >= 0)
-                    m_Entries.push_back({rsSection, rsElement, rsKey, std::move(sText)});
+                hRetCode = platform::GetXmlText(rKey, sText);
+                if (hRetCode >= 0) m_Entries.push_back({rsSection, rsElement, rsKey, std::move(sText)});
             });
         });
     });
-    m_bIsListed = true;
+    return hRetCode;
 }
 
 uint32_t CProfileFile::GetEntryCount() {
-    const bool bRetCode = m_bIsListed || g_NoThrow([this] { _List(); });
-    LOG_PROCESS_ERROR(bRetCode);
+    if (!m_Config.Document()) return 0;
+    if (!m_bIsListed) {
+        int32_t hRetCode = 0;
+        const bool bHasMemory = g_NoThrow([&] { hRetCode = _List(); });
+        m_bIsListed = bHasMemory && hRetCode >= 0;
+    }
+    LOG_PROCESS_ERROR(m_bIsListed);
     return static_cast<uint32_t>(m_Entries.size());
 }
 

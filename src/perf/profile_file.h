@@ -13,8 +13,8 @@ class CProfileFile final : public vxtapi::CProfile {
 public:
     explicit CProfileFile(const wchar_t* pszPath);
 
-    /// There is a path and a document, if only an empty one: the object can be used.
-    bool IsUsable() const { return m_Config.Path()[0] != 0 && m_Config.Document(); }
+    /// There is a path and a document, if only an empty one, or a reason why not: the object can be used.
+    bool IsUsable() const { return m_Config.Path()[0] != 0 && (m_Config.Document() || !m_Config.Problem().empty()); }
 
     void Release() override { delete this; }
     const wchar_t* GetProblem() override { return m_Config.Problem().c_str(); }
@@ -32,7 +32,7 @@ private:
     struct CEntry {
         std::wstring sSection, sElement, sKey, sText;
     };
-    void _List();
+    int32_t _List();
 
     CConfigParser m_Config;
     std::vector<CEntry> m_Entries;  ///< of the document, once somebody asked for them

@@ -8,7 +8,9 @@ namespace vxt {
 
 namespace {
 
-constexpr int kDeepest = 32;  ///< a setting stands at the fourth level
+constexpr std::string_view kBlanks = " \t\r\n";
+/// Encodings whose bytes below 80h are ASCII wherever they stand, so that the structure can be read.
+constexpr std::string_view kByteEncodings[] = {"utf-8", "us-ascii", "iso-8859-1", "windows-1252"};
 
 /// The characters of a text as far as its structure goes: what is not ASCII is '?'. Reads on to the end.
 class CCharacters {
@@ -20,7 +22,15 @@ public:
         if (Starts(0xFF, 0xFE) || Starts('<', 0)) m_uStep = 2;
         if (Starts(0xFE, 0xFF) || Starts(0, '<')) m_uStep = 2, m_uLow = 1;
         if (m_uStep == 2 && Text[0] != std::byte('<') && Text[0] != std::byte(0)) m_uAt = 2;  // the mark in front
-        if (Starts(0xEF, 0xBB)) m_uAt = 3;
+        if (Starts(0xEF, 0xBB) && Text.size() >= 3 && Text[2] == std::byte(0xBF)) m_uAt = 3;
+    }
+
+    /// Whole characters, none of them zero: a parser may stop there, or take the text for one of four bytes a character.
+    bool AreSound() const {
+        if (m_Text.size() % m_uStep != 0) return false;
+        for (size_t uAt = 0; uAt < m_Text.size(); uAt += m_uStep)
+            if (m_Text[uAt] == std::byte(0) && m_Text[uAt + m_uStep - 1] == std::byte(0)) return false;
+        return true;
     }
 
     bool IsWide() const { return m_uStep == 2; }
@@ -52,16 +62,17 @@ private:
 bool g_IsEncodingKnown(CCharacters Characters) {
     const bool bIsWide = Characters.IsWide();
     if (!Characters.Take("<?xml")) return true;
+    if (kBlanks.find(Characters.Peek()) == kBlanks.npos) return true;  // another instruction, as xml-stylesheet
     std::string sDeclaration;
     for (char c; (c = Characters.Peek()) != 0 && c != '>'; Characters.Skip(1))
-        if (sDeclaration.size() < 256) sDeclaration += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+        sDeclaration += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     const size_t uEncoding = sDeclaration.find("encoding");
     if (uEncoding == sDeclaration.npos) return true;
     const size_t uFirst = sDeclaration.find_first_of("\"'", uEncoding);
     if (uFirst == sDeclaration.npos) return true;  // not well-formed
     const std::string sName =
         sDeclaration.substr(uFirst + 1, sDeclaration.find_first_of("\"'", uFirst + 1) - uFirst - 1);
-    return bIsWide ? sName == "utf-16" : sName == "utf-8" || sName == "us-ascii";
+    return bIsWide ? sName == "utf-16" : std::ranges::find(kByteEncodings, sName) != std::end(kByteEncodings);
 }
 
 /// Behind "<" and a name's first character: up to the end of the tag. True when it has no contents.
@@ -85,7 +96,10 @@ bool g_SkipTag(CCharacters& rCharacters) {
 
 const wchar_t* g_WhyNoSettings(std::span<const std::byte> Text) {
     CCharacters Characters(Text);
-    if (!g_IsEncodingKnown(Characters)) return L"its encoding is neither UTF-8 nor UTF-16";
+    if (!Characters.AreSound()) return kNoXml;
+    if (!g_IsEncodingKnown(Characters)) return L"its encoding is not known";
+    while (!Characters.AtEnd() && kBlanks.find(Characters.Peek()) != kBlanks.npos) Characters.Skip(1);
+    if (Characters.Peek() != '<') return kNoXml;
     int nDepth = 0;
     while (!Characters.AtEnd()) {
         if (Characters.Take("<!--"))
@@ -97,10 +111,10 @@ const wchar_t* g_WhyNoSettings(std::span<const std::byte> Text) {
         else if (Characters.Take("<!"))
             return L"it has a document type";
         else if (Characters.Take("</"))
-            --nDepth;
+            nDepth = std::max(nDepth - 1, 0);
         else if (!Characters.Take("<"))
             Characters.Skip(1);
-        else if (!g_SkipTag(Characters) && ++nDepth > kDeepest)
+        else if (!g_SkipTag(Characters) && ++nDepth > kDeepestXml)
             return L"its elements are nested too deep";
     }
     return nullptr;

@@ -25,25 +25,23 @@ int32_t CreateXmlDocument(CXmlDocument& rDocument);
 
 /// Where and why a text could not be parsed.
 struct CXmlParseError {
-    uint32_t uLine = 0;  ///< from 1; 0: not told
+    bool bIsText = false;  ///< the text is to blame: it is not well-formed
+    uint32_t uLine = 0;    ///< from 1; 0: not told
     std::wstring sReason = {};
 };
-inline constexpr int32_t kXmlNotWellFormed = 1;  ///< S_FALSE: the call worked, the text is no XML
-
-/// Parses a text, which says itself how it is encoded, in the place of what the document held. When it is no XML the document
-/// is empty, and `rError` tells why as far as the parser does.
+/// Parses a text, which says itself how it is encoded, in the place of what the document held. Prefixes have to be declared.
+/// On failure the document is empty, and `rError` tells why as far as the parser does.
 int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, CXmlParseError& rError);
 
 /// The document as UTF-8. Whether a declaration with an encoding stands in front is the parser's choice.
 int32_t SaveXml(const CXmlDocument& rDocument, std::string& rsText);
 
-/// The document's element; none for an empty document.
-CXmlNode RootXmlElement(const CXmlDocument& rDocument);
-/// The first child of any kind, and the one behind a node; none at the end.
-CXmlNode FirstXmlChild(const CXmlNode& rNode);
-CXmlNode NextXmlNode(const CXmlNode& rNode);
-bool IsXmlElement(const CXmlNode& rNode);
-/// An element's name with its prefix.
+/// The document's element; none, and no failure, for an empty document.
+int32_t RootXmlElement(const CXmlDocument& rDocument, CXmlNode& rRoot);
+// The first child of any kind, and the one behind a node; none, and no failure, at the end. The results may be the arguments.
+int32_t FirstXmlChild(const CXmlNode& rNode, CXmlNode& rChild);
+int32_t NextXmlNode(const CXmlNode& rNode, CXmlNode& rNext);
+/// An element's name with its prefix; empty for a node of another kind.
 int32_t GetXmlName(const CXmlNode& rNode, std::wstring& rsName);
 /// The text of a node and of all below it, comments left out.
 int32_t GetXmlText(const CXmlNode& rNode, std::wstring& rsText);
@@ -52,7 +50,8 @@ int32_t PutXmlText(const CXmlNode& rElement, const wchar_t* pszText);
 
 /// Gives an empty document its element.
 int32_t PutXmlRoot(const CXmlDocument& rDocument, const wchar_t* pszName, CXmlNode& rRoot);
-// Behind an element's last child. Names are not checked by every parser: hand over names only.
+// Behind an element's last child. Names are not checked by every parser: hand over names only. A new element is of its
+// parent's namespace.
 int32_t AppendXmlElement(const CXmlNode& rParent, const wchar_t* pszName, CXmlNode& rElement);
 int32_t AppendXmlText(const CXmlNode& rParent, const wchar_t* pszText);
 

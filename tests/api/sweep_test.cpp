@@ -377,6 +377,28 @@ TEST_F(CSensorSweep, OlderChips) {
     SuperIo("CIT8716F", "_Find_IT8716F");
 }
 
+TEST_F(CLibrarySweep, Profiles) {
+    auto& rProfiles = *GetProfileSettings();
+    const auto Release = [](vxtapi::CProfile* pProfile) { pProfile->Release(); };
+    using CProfilePointer = std::unique_ptr<vxtapi::CProfile, decltype(Release)>;
+    const auto Open = [&](const wchar_t* pszPath) { return CProfilePointer(rProfiles.OpenProfile(pszPath)); };
+    const CProfilePointer pProfile = Open(L"./profile.xml");
+    const auto Set = [&] { return pProfile->SetValue(L"CPU", L"P", L"K", 5.0); };
+    ASSERT_TRUE(Set() && pProfile->Save());
+    double dValue = 0.0;
+    const auto IsGood = [](const CProfilePointer& rpProfile) { return rpProfile && !*rpProfile->GetProblem(); };
+    Sweep({.sName = "CConfigParser::(Load|Clear)|CProfileSettgins::OpenProfile",
+           .Run = [&] { return IsGood(Open(L"./profile.xml")) && IsGood(Open(L"./none.xml")); }});
+    Each(
+        "CProfileFile",
+        {{.sName = "SetValue", .Run = Set, .Arrange = [&] { pProfile->Clear(); }},
+         {.sName = "GetEntryCount", .Run = [&] { return pProfile->GetEntryCount() == 1; }, .Arrange = [&] { Set(); }}});
+    Each("CConfigParser",
+         {{.sName = "Clear", .Run = [&] { return pProfile->Clear(); }},
+          {.sName = "Save", .Run = [&] { return pProfile->Save(); }, .Arrange = [&] { pProfile->Clear(), Set(); }},
+          {.sName = "(FindNode|ReadValue)", .Run = [&] { return pProfile->GetValue(L"CPU", L"P", L"K", &dValue); }}});
+}
+
 TEST_F(CLibrarySweep, Start) {
     std::ofstream("DeviceList.cfg") << "[off]\nMonitor\nKeyboard\n";
     // Devices, tables and firmware are looked for: a start goes on without them.

@@ -33,9 +33,10 @@ done
 for build in "$build32" "$build64"; do
     bits=32
     [[ $build == "$build32" ]] || bits=64
-    for program in vxt_wmi_tests vxt_windows_tests; do
-        status=0
-        "$wine_host" "$build" "$build64" "$build/e2e/$program.exe" --gtest_color=no \
+    for program in vxt_wmi_tests vxt_settings_tests vxt_windows_tests; do
+        status=0 folder=()
+        [[ $program != vxt_settings_tests ]] || folder=(--in "$here/../..")  # its cases are the checkout's
+        "$wine_host" "${folder[@]}" "$build" "$build64" "$build/e2e/$program.exe" --gtest_color=no \
             </dev/null 2>&1 | tr -d '\r' >"$log" || status=$?
         while read -r verdict name; do
             _report "$verdict" "$bits-bit $name"

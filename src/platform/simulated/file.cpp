@@ -41,13 +41,21 @@ uintptr_t g_Fail() {
 CFile g_Open(const char* pszCall, const wchar_t* pszPath, int nFlags) {
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses(pszCall)) return {};
-    const int nFile = open(g_Path(pszPath).c_str(), nFlags | O_CLOEXEC, 0666);
+    const int nFile = open(g_Path(pszPath).c_str(), nFlags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
     struct stat About {};
-    if (nFile >= 0 && fstat(nFile, &About) == 0 && S_ISDIR(About.st_mode)) {
+    if (nFile >= 0 && (fstat(nFile, &About) != 0 || !S_ISREG(About.st_mode))) {
         close(nFile);
         return CFile(g_GetSystem().Fail(kErrorAccessDenied));
     }
     return CFile(nFile < 0 ? g_Fail() : static_cast<uintptr_t>(nFile) + 1);
+}
+
+/// The path still stands for the file that was opened by it.
+bool g_IsNamed(const CFile& rFile, const std::string& sPath) {
+    struct stat Mine {
+    }, Named{};
+    return fstat(g_Descriptor(rFile), &Mine) == 0 && stat(sPath.c_str(), &Named) == 0 && Mine.st_dev == Named.st_dev &&
+           Mine.st_ino == Named.st_ino;
 }
 
 /// Flushes what a name of the folder stands for.
@@ -81,9 +89,11 @@ bool ReadFile(const CFile& rFile, std::span<std::byte> Data, size_t& ruRead) {
 }
 
 CFile CreateFileToWrite(const wchar_t* pszPath) {
-    CFile hFile = g_Open("CreateFileToWrite", pszPath, O_WRONLY | O_CREAT);
-    // Only its owner may empty it.
-    if (hFile && (flock(g_Descriptor(hFile), LOCK_EX | LOCK_NB) != 0 || ftruncate(g_Descriptor(hFile), 0) != 0)) {
+    const CSystemSide SystemSide;
+    CFile hFile = g_Open("CreateFileToWrite", pszPath, O_WRONLY | O_CREAT | O_NOFOLLOW);
+    // Only its owner may empty it, who keeps it until it has another name or none.
+    if (hFile && (flock(g_Descriptor(hFile), LOCK_EX | LOCK_NB) != 0 || !g_IsNamed(hFile, g_Path(pszPath)) ||
+                  ftruncate(g_Descriptor(hFile), 0) != 0)) {
         g_Fail();
         hFile.Reset();
     }
@@ -101,16 +111,18 @@ bool WriteFile(const CFile& rFile, std::span<const std::byte> Data) {
     return fsync(g_Descriptor(rFile)) == 0 || g_Fail();
 }
 
-bool DeleteFile(const wchar_t* pszPath) {
+// The handle is closed at the end: nobody else has the file before its name is gone.
+bool DeleteFile(const wchar_t* pszPath, CFile) {
     const CSystemSide SystemSide;
     return !g_GetSystem().Refuses("DeleteFile") && (unlink(g_Path(pszPath).c_str()) == 0 || g_Fail());
 }
 
-bool ReplaceFile(const wchar_t* pszOld, const wchar_t* pszNew) {
+bool ReplaceFile(CFile& rFile, const wchar_t* pszOld, const wchar_t* pszNew) {
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("ReplaceFile")) return false;
     const std::string sNew = g_Path(pszNew);
     if (std::rename(g_Path(pszOld).c_str(), sNew.c_str()) != 0) return g_Fail();
+    rFile.Reset();
     g_FlushFolder(sNew);
     return true;
 }

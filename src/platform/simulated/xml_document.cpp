@@ -75,11 +75,13 @@ int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, 
     pTree->reset(xmlCtxtReadMemory(pParser.get(), reinterpret_cast<const char*>(Text.data()),
                                    static_cast<int>(Text.size()), nullptr, nullptr,
                                    XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-    if (*pTree) return kOk;
+    if (*pTree && pParser->nsWellFormed) return kOk;
+    pTree->reset();
     const xmlError& rLast = pParser->lastError;
+    rError.bIsText = rLast.code != XML_ERR_NO_MEMORY;
     rError.uLine = static_cast<uint32_t>(rLast.line);
     rError.sReason = g_Wide(reinterpret_cast<const xmlChar*>(rLast.message));
-    return rLast.code == XML_ERR_NO_MEMORY ? kOutOfMemory : kXmlNotWellFormed;
+    return kFailed;
 }
 
 int32_t SaveXml(const CXmlDocument& rDocument, std::string& rsText) {
@@ -96,19 +98,37 @@ int32_t SaveXml(const CXmlDocument& rDocument, std::string& rsText) {
     return kOk;
 }
 
-CXmlNode RootXmlElement(const CXmlDocument& rDocument) {
+int32_t RootXmlElement(const CXmlDocument& rDocument, CXmlNode& rRoot) {
+    const CSystemSide SystemSide;
     const auto pTree = g_Tree(rDocument);
-    return g_Handle(pTree && *pTree ? xmlDocGetRootElement(pTree->get()) : nullptr);
+    if (!pTree) return kInvalidHandle;
+    if (g_GetSystem().Refuses("RootXmlElement")) return kFailed;
+    rRoot = g_Handle(*pTree ? xmlDocGetRootElement(pTree->get()) : nullptr);
+    return kOk;
 }
 
-CXmlNode FirstXmlChild(const CXmlNode& rNode) { return g_Handle(rNode ? g_Node(rNode)->children : nullptr); }
-CXmlNode NextXmlNode(const CXmlNode& rNode) { return g_Handle(rNode ? g_Node(rNode)->next : nullptr); }
-bool IsXmlElement(const CXmlNode& rNode) { return rNode && g_Node(rNode)->type == XML_ELEMENT_NODE; }
+int32_t FirstXmlChild(const CXmlNode& rNode, CXmlNode& rChild) {
+    const CSystemSide SystemSide;
+    if (!rNode) return kInvalidHandle;
+    if (g_GetSystem().Refuses("FirstXmlChild")) return kFailed;
+    rChild = g_Handle(g_Node(rNode)->children);
+    return kOk;
+}
+
+int32_t NextXmlNode(const CXmlNode& rNode, CXmlNode& rNext) {
+    const CSystemSide SystemSide;
+    if (!rNode) return kInvalidHandle;
+    if (g_GetSystem().Refuses("NextXmlNode")) return kFailed;
+    rNext = g_Handle(g_Node(rNode)->next);
+    return kOk;
+}
 
 int32_t GetXmlName(const CXmlNode& rNode, std::wstring& rsName) {
     const CSystemSide SystemSide;
     if (!rNode) return kInvalidHandle;
     if (g_GetSystem().Refuses("GetXmlName")) return kFailed;
+    rsName.clear();
+    if (g_Node(rNode)->type != XML_ELEMENT_NODE) return kOk;
     const xmlNs* const pPrefix = g_Node(rNode)->ns;
     rsName = (pPrefix && pPrefix->prefix ? g_Wide(pPrefix->prefix) + L":" : L"") + g_Wide(g_Node(rNode)->name);
     return kOk;

@@ -46,10 +46,14 @@ HRESULT g_Arrange(IXMLDOMDocument& rDocument) {
     return hRetCode;
 }
 
-CXmlNode g_Neighbour(const CXmlNode& rNode, HRESULT (__stdcall IXMLDOMNode::*pNeighbour)(IXMLDOMNode**)) {
+// At the end the call succeeds and hands out nothing.
+int32_t g_Neighbour(const CXmlNode& rNode, HRESULT (__stdcall IXMLDOMNode::*pNeighbour)(IXMLDOMNode**),
+                    CXmlNode& rFound) {
+    if (!rNode) return E_HANDLE;
     CReference<IXMLDOMNode> pFound;
-    if (!rNode || (g_Node(rNode)->*pNeighbour)(pFound.Receive()) != S_OK) return {};
-    return g_Own(pFound);
+    const HRESULT hRetCode = (g_Node(rNode)->*pNeighbour)(pFound.Receive());
+    if (SUCCEEDED(hRetCode)) rFound = g_Own(pFound);
+    return hRetCode;
 }
 
 }  // namespace
@@ -87,16 +91,17 @@ int32_t LoadXml(const CXmlDocument& rDocument, std::span<const std::byte> Text, 
         Source.parray = pBytes.release();
         VARIANT_BOOL bLoaded = VARIANT_FALSE;
         const HRESULT hRetCode = g_Document(rDocument)->load(Source, &bLoaded);
-        if (FAILED(hRetCode)) return hRetCode;
-        if (bLoaded) return S_OK;
+        if (SUCCEEDED(hRetCode) && bLoaded) return hRetCode;
         CReference<IXMLDOMParseError> pError;
         if (SUCCEEDED(g_Document(rDocument)->get_parseError(pError.Receive())) && pError) {
-            LONG lLine = 0;
+            LONG lLine = 0, lError = E_OUTOFMEMORY;
             CReceivedText Reason;
+            rError.bIsText =
+                SUCCEEDED(hRetCode) && SUCCEEDED(pError->get_errorCode(&lError)) && lError != E_OUTOFMEMORY;
             if (SUCCEEDED(pError->get_line(&lLine)) && lLine > 0) rError.uLine = static_cast<uint32_t>(lLine);
             if (SUCCEEDED(pError->get_reason(&Reason.pszText))) rError.sReason = Reason;
         }
-        return kXmlNotWellFormed;
+        return FAILED(hRetCode) ? hRetCode : E_FAIL;
     });
 }
 
@@ -110,26 +115,29 @@ int32_t SaveXml(const CXmlDocument& rDocument, std::string& rsText) {
     });
 }
 
-CXmlNode RootXmlElement(const CXmlDocument& rDocument) {
+int32_t RootXmlElement(const CXmlDocument& rDocument, CXmlNode& rRoot) {
+    if (!rDocument) return E_HANDLE;
     CReference<IXMLDOMElement> pRoot;
-    if (!rDocument || g_Document(rDocument)->get_documentElement(pRoot.Receive()) != S_OK) return {};
+    const HRESULT hRetCode = g_Document(rDocument)->get_documentElement(pRoot.Receive());
     CReference<IXMLDOMNode> pNode(pRoot.Detach());
-    return g_Own(pNode);
+    if (SUCCEEDED(hRetCode)) rRoot = g_Own(pNode);
+    return hRetCode;
 }
 
-CXmlNode FirstXmlChild(const CXmlNode& rNode) { return g_Neighbour(rNode, &IXMLDOMNode::get_firstChild); }
-CXmlNode NextXmlNode(const CXmlNode& rNode) { return g_Neighbour(rNode, &IXMLDOMNode::get_nextSibling); }
-
-bool IsXmlElement(const CXmlNode& rNode) {
-    DOMNodeType eType = NODE_INVALID;
-    return rNode && SUCCEEDED(g_Node(rNode)->get_nodeType(&eType)) && eType == NODE_ELEMENT;
+int32_t FirstXmlChild(const CXmlNode& rNode, CXmlNode& rChild) {
+    return g_Neighbour(rNode, &IXMLDOMNode::get_firstChild, rChild);
+}
+int32_t NextXmlNode(const CXmlNode& rNode, CXmlNode& rNext) {
+    return g_Neighbour(rNode, &IXMLDOMNode::get_nextSibling, rNext);
 }
 
 int32_t GetXmlName(const CXmlNode& rNode, std::wstring& rsName) {
     if (!rNode) return E_HANDLE;
     return g_Guarded([&]() -> HRESULT {
+        DOMNodeType eType = NODE_INVALID;
         CReceivedText Name;
-        const HRESULT hRetCode = g_Node(rNode)->get_nodeName(&Name.pszText);
+        HRESULT hRetCode = g_Node(rNode)->get_nodeType(&eType);
+        if (SUCCEEDED(hRetCode) && eType == NODE_ELEMENT) hRetCode = g_Node(rNode)->get_nodeName(&Name.pszText);
         if (SUCCEEDED(hRetCode)) rsName = Name;
         return hRetCode;
     });
@@ -153,9 +161,11 @@ int32_t PutXmlText(const CXmlNode& rElement, const wchar_t* pszText) {
 int32_t PutXmlRoot(const CXmlDocument& rDocument, const wchar_t* pszName, CXmlNode& rRoot) {
     if (!rDocument) return E_HANDLE;
     return g_Guarded([&]() -> HRESULT {
-        if (RootXmlElement(rDocument)) return E_FAIL;
+        CXmlNode Present;
+        HRESULT hRetCode = RootXmlElement(rDocument, Present);
+        if (FAILED(hRetCode) || Present) return FAILED(hRetCode) ? hRetCode : E_FAIL;
         CReference<IXMLDOMElement> pElement;
-        HRESULT hRetCode = g_Document(rDocument)->createElement(CBstr(pszName), pElement.Receive());
+        hRetCode = g_Document(rDocument)->createElement(CBstr(pszName), pElement.Receive());
         if (FAILED(hRetCode)) return hRetCode;
         CReference<IXMLDOMNode> pAppended;
         hRetCode = g_Document(rDocument)->appendChild(pElement.Get(), pAppended.Receive());
@@ -170,8 +180,14 @@ int32_t AppendXmlElement(const CXmlNode& rParent, const wchar_t* pszName, CXmlNo
         CReference<IXMLDOMDocument> pDocument;
         HRESULT hRetCode = g_Node(rParent)->get_ownerDocument(pDocument.Receive());
         if (FAILED(hRetCode)) return hRetCode;
-        CReference<IXMLDOMElement> pElement;
-        hRetCode = pDocument->createElement(CBstr(pszName), pElement.Receive());
+        CReceivedText Namespace;  // S_FALSE and none where there is none
+        hRetCode = g_Node(rParent)->get_namespaceURI(&Namespace.pszText);
+        if (FAILED(hRetCode)) return hRetCode;
+        CVariant Type;
+        Type.vt = VT_I4;
+        Type.lVal = NODE_ELEMENT;
+        CReference<IXMLDOMNode> pElement;
+        hRetCode = pDocument->createNode(Type, CBstr(pszName), Namespace.pszText, pElement.Receive());
         if (FAILED(hRetCode)) return hRetCode;
         CReference<IXMLDOMNode> pAppended;
         hRetCode = g_Node(rParent)->appendChild(pElement.Get(), pAppended.Receive());
