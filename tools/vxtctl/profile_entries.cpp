@@ -58,10 +58,16 @@ CSetting g_Describe(const CProfileNames& rNames) {
     return Kind;
 }
 
-bool g_HasDevice(const CHostLibrary& rLibrary, const std::wstring& rsElement) {
-    return std::ranges::any_of(rLibrary.Devices(), [&](const CInventoryEntry& r) {
-        return CProfileNames{{}, r.pDevice->GetName(), {}}.IsSame({{}, rsElement, {}});
+/// Why none of the machine's settings stands under these names.
+std::string g_WhyLacking(const CHostLibrary& rLibrary, const std::vector<CProfileSetting>& rMachine,
+                         const CProfileNames& rNames) {
+    for (const CProfileSetting& rSetting : rMachine)
+        if (rNames.IsSame({rNames.sSection, rSetting.sElement, rSetting.sKey}))
+            return "its place is below the section " + g_Utf8(rSetting.sSection.c_str());
+    const bool bHasDevice = std::ranges::any_of(rLibrary.Devices(), [&](const CInventoryEntry& r) {
+        return rNames.IsSame({rNames.sSection, r.pDevice->GetName(), rNames.sKey});
     });
+    return bHasDevice ? "this machine has no such setting" : kNoDevice;
 }
 
 }  // namespace
@@ -95,8 +101,7 @@ std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const
         else if (rThis.Kind.sLabel.empty())
             Pass(EEntry::kUnknown, rLibrary.IsStarted() ? "unknown key" : "a key that only its own board can know");
         else if (!rThis.pSetting && rLibrary.IsStarted())
-            Pass(EEntry::kLacking,
-                 g_HasDevice(rLibrary, rThis.Entry.sElement) ? "this machine has no such setting" : kNoDevice);
+            Pass(EEntry::kLacking, g_WhyLacking(rLibrary, rMachine, rThis.Entry));
         else if (rThis.pSetting && !(rThis.pSetting->bZeroKeeps && *roNumber <= 0))
             rThis.sProblem = g_WhyUnfit(rThis.Kind, *roNumber);
     }
