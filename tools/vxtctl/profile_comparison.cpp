@@ -61,12 +61,15 @@ CComparison g_CompareWithMachine(const CProfileDocument& rProfile, const CHostLi
     if (Targets.empty())
         throw CFailure(EExit::kNoSuchDevice,
                        "nothing of " + rProfile.File() + " is for this machine; 'profile show' tells what it holds");
-    CComparison Comparison{.uCompared = Targets.size()};
+    CComparison Comparison;
     for (const CProfileTarget& rTarget : Targets) {
         const CProfileSetting& rSetting = *rTarget.pSetting;
-        if (rSetting.Setting.bUnread)
+        if (rSetting.Setting.bUnread) {
             Comparison.Findings.push_back(rSetting.Id() + ": " + rSetting.Setting.sReason);
-        else if (rTarget.IsInForce() != true)
+            continue;
+        }
+        ++Comparison.uCompared;
+        if (rTarget.IsInForce() != true)
             Comparison.Differences.push_back({rSetting.Id(), rSetting, rSetting.sOwner, rSetting.Setting,
                                               rTarget.dWanted, rSetting.Setting.oValue,
                                               g_Remark(rTarget, rProfile.Value(rSetting).has_value())});

@@ -35,9 +35,15 @@ constexpr CKeyRow kKeys[] = {
     {nullptr, kReadToWriteKey, "Read to write turnaround", "clocks"},
 };
 
+/// Sections whose keys are the same on all machines.
+bool g_HasFixedKeys(const std::wstring& rsSection) {
+    return rsSection == vxtapi::kProfileCpuSection || rsSection == vxtapi::kProfileLinkSection;
+}
+
 /// What a key means on whatever machine; the label is empty when none has it.
 CSetting g_Describe(const CProfileNames& rNames) {
     const auto IsHere = [&](const wchar_t* pszSection, const wchar_t* pszKey) {
+        if (!pszSection && g_HasFixedKeys(rNames.sSection)) return false;
         return rNames.IsSame({pszSection ? pszSection : rNames.sSection, rNames.sElement, pszKey});
     };
     CSetting Kind{"", "", ""};
@@ -58,10 +64,17 @@ CSetting g_Describe(const CProfileNames& rNames) {
     return Kind;
 }
 
-bool g_HasDevice(const CHostLibrary& rLibrary, const std::wstring& rsElement) {
-    return std::ranges::any_of(rLibrary.Devices(), [&](const CInventoryEntry& r) {
-        return CProfileNames{{}, r.pDevice->GetName(), {}}.IsSame({{}, rsElement, {}});
+/// Why none of the machine's settings stands under these names.
+std::string g_WhyLacking(const CHostLibrary& rLibrary, const std::vector<CProfileSetting>& rMachine,
+                         const CProfileNames& rNames) {
+    for (const CProfileSetting& rSetting : rMachine)
+        if (rNames.IsSame({rNames.sSection, rSetting.sElement, rSetting.sKey}))
+            return "its place is below the section " + g_Utf8(rSetting.sSection.c_str());
+    const bool bHasDevice = std::ranges::any_of(rLibrary.Devices(), [&](const CInventoryEntry& r) {
+        return rNames.IsSame({rNames.sSection, r.pDevice->GetName(), rNames.sKey});
     });
+    return (bHasDevice ? "this machine has no such setting" : kNoDevice) +
+           std::string(rLibrary.Findings().empty() ? "" : ", or it could not be read");
 }
 
 }  // namespace
@@ -74,7 +87,7 @@ std::string CJudgedEntry::Place() const {
 
 std::string CJudgedEntry::Finding() const {
     const std::string sDevice = g_Utf8((Entry.sSection + L"/" + Entry.sElement).c_str());
-    return (sProblem == kNoDevice ? sDevice : Place()) + ": " + sProblem;
+    return (sProblem.starts_with(kNoDevice) ? sDevice : Place()) + ": " + sProblem;
 }
 
 std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const CHostLibrary& rLibrary,
@@ -85,6 +98,8 @@ std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const
         CJudgedEntry& rThis = Judged.emplace_back(CJudgedEntry{std::move(rEntry), {"", "", ""}});
         rThis.pSetting = g_FindSetting(rMachine, rThis.Entry);
         rThis.Kind = rThis.pSetting ? rThis.pSetting->Setting : g_Describe(rThis.Entry);
+        if (rThis.Kind.sLabel.empty() && !rLibrary.IsStarted() && !g_HasFixedKeys(rThis.Entry.sSection))
+            rThis.Kind.sLabel = g_Utf8(rThis.Entry.sKey.c_str());  // may be a voltage of the board's own
         const auto Pass = [&](EEntry eFate, const std::string& sWhy) { rThis.eFate = eFate, rThis.sProblem = sWhy; };
         const std::optional<double>& roNumber = rThis.Entry.oNumber;
         // A number that the library does not find stands in the second element of a name, of whichever level.
@@ -93,10 +108,9 @@ std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const
         else if (!roNumber)
             Pass(EEntry::kNoNumber, rThis.Entry.sText.empty() ? "it is empty" : "no number like 1.25");
         else if (rThis.Kind.sLabel.empty())
-            Pass(EEntry::kUnknown, rLibrary.IsStarted() ? "unknown key" : "a key that only its own board can know");
+            Pass(EEntry::kUnknown, "unknown key");
         else if (!rThis.pSetting && rLibrary.IsStarted())
-            Pass(EEntry::kLacking,
-                 g_HasDevice(rLibrary, rThis.Entry.sElement) ? "this machine has no such setting" : kNoDevice);
+            Pass(EEntry::kLacking, g_WhyLacking(rLibrary, rMachine, rThis.Entry));
         else if (rThis.pSetting && !(rThis.pSetting->bZeroKeeps && *roNumber <= 0))
             rThis.sProblem = g_WhyUnfit(rThis.Kind, *roNumber);
     }
