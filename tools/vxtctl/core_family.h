@@ -9,7 +9,7 @@ enum class EFamily : uint32_t { kFirstK8 = 1, kRevisionF = 2, kFamily10h = 4, kF
 
 /// Several of them: those that have something.
 using CFamilies = uint32_t;
-inline constexpr CFamilies kK8 = 1 | 2, kWithPstates = 4 | 8, kAllFamilies = kK8 | kWithPstates;
+inline constexpr CFamilies kK8 = 1 | 2, kOnly10h = 4, kWithPstates = 4 | 8, kAllFamilies = kK8 | kWithPstates;
 
 inline EFamily g_Family(vxtapi::CCPU& rCpu) {
     if (rCpu.GetExtendedFamily() == 1) return EFamily::kFamily10h;

@@ -70,8 +70,10 @@ void g_SetLegal(CSetting& rSetting, std::vector<double> Values) {
 
 CCoreLimits::CCoreLimits(CCPU& rCpu)
     : Multiplier{.sKey = "multiplier", .sLabel = "Multiplier", .sUnit = "", .oValue = g_ReadMultiplier(rCpu)},
-      Voltage{.sKey = "core_voltage", .sLabel = "Core voltage", .sUnit = "V", .oValue = g_ReadVoltage(rCpu)} {
-    Multiplier.dTolerance = Voltage.dTolerance = kTolerance;
+      Voltage{.sKey = "core_voltage", .sLabel = "Core voltage", .sUnit = "V", .oValue = g_ReadVoltage(rCpu)},
+      NbVoltage{.sKey = "nb_voltage", .sLabel = "North-bridge voltage", .sUnit = "V", .oValue = g_ReadNbVoltage(rCpu)} {
+    Multiplier.dTolerance = Voltage.dTolerance = NbVoltage.dTolerance = kTolerance;
+    const auto Told = [](double d) { return d > 0 ? std::optional(d) : std::nullopt; };
     const EFamily eFamily = g_Family(rCpu);
     if (g_IsOneOf(eFamily, kWithPstates)) {
         const uint32_t uLast = std::min(rCpu.GetMaxPstate(), kPstateCount - 1);
@@ -79,11 +81,14 @@ CCoreLimits::CCoreLimits(CCPU& rCpu)
             vxtapi::CPstate State{};
             if (!rCpu.GetPstate(i, &State) || !State.bPstateEn) continue;
             m_Pstates.push_back({{g_Multiplier(eFamily, State.dCpuFid, State.dCpuDid), State.dCoreVoltage}, i});
+            if (const auto oNb = Told(State.dNbVoltage)) {
+                auto& [oLowest, oHighest] = NbVoltage.Limits;
+                oLowest = std::min(oLowest.value_or(*oNb), *oNb), oHighest = std::max(oHighest.value_or(*oNb), *oNb);
+            }
             PstateNumbers.push_back(i);
         }
     }
     std::ranges::sort(m_Pstates, {}, &CPstatePoint::dMultiplier);
-    const auto Told = [](double d) { return d > 0 ? std::optional(d) : std::nullopt; };
     Multiplier.Limits.oMaximum = Told(rCpu.GetMaxMultiplier());
     if (!m_Pstates.empty()) {
         const auto [Lowest, Highest] = std::ranges::minmax(m_Pstates, {}, &CPstatePoint::dVoltage);
@@ -98,6 +103,7 @@ CCoreLimits::CCoreLimits(CCPU& rCpu)
     // Where the rated range is not known nothing is known to be legal.
     if (Multiplier.Limits.oMaximum) g_SetLegal(Multiplier, g_ExpressibleMultipliers(rCpu, eFamily));
     if (Voltage.Limits.oMaximum) g_SetLegal(Voltage, g_ExpressibleVoltages(eFamily));
+    if (NbVoltage.Limits.oMaximum) g_SetLegal(NbVoltage, g_ExpressibleVoltages(eFamily));
 }
 
 const COperatingPoint* CCoreLimits::_PstateFor(double dMultiplier) const {

@@ -22,6 +22,7 @@ public:
     explicit CCoreLimits(vxtapi::CCPU& rCpu);
 
     CSetting Multiplier, Voltage;       ///< as they are now, and what they may be
+    CSetting NbVoltage;                 ///< of family 10h
     std::vector<double> PstateNumbers;  ///< of the enabled P-states
 
     /// The core would run at this point: empty when it may, else why not. A core that gets no faster and no lower

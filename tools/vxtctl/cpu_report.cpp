@@ -72,8 +72,7 @@ struct CReadingRow {
     const char* pszWhenZero;  ///< why the processor answers 0; null: the reading failed
     double (*pRead)(CCPU&);
 };
-constexpr CFamilies kOnly10h = static_cast<CFamilies>(EFamily::kFamily10h),
-                    kOnlyFirstK8 = static_cast<CFamilies>(EFamily::kFirstK8);
+constexpr CFamilies kOnlyFirstK8 = static_cast<CFamilies>(EFamily::kFirstK8);
 constexpr const char* kStatesNone = "this processor states none";
 // The reference clock stands in front of them, the usage behind. What 0 means here was read when the library started.
 constexpr CReadingRow kReadings[] = {
@@ -208,6 +207,9 @@ void g_DropEmptyColumns(CTextTable& rTable) {
 
 std::optional<double> g_ReadMultiplier(CCPU& rCpu) { return g_Judged(rCpu.GetCurrentMultiplier(), kMultiplier); }
 std::optional<double> g_ReadVoltage(CCPU& rCpu) { return g_Judged(rCpu.GetCurrentVoltage(), kVoltage); }
+std::optional<double> g_ReadNbVoltage(CCPU& rCpu) {
+    return g_IsOneOf(g_Family(rCpu), kOnly10h) ? g_Judged(rCpu.GetCurrentNBVoltage(), kVoltage) : std::nullopt;
+}
 std::optional<double> g_ReadCurrentPstate(CCPU& rCpu) {
     if (!g_IsOneOf(g_Family(rCpu), kWithPstates)) return std::nullopt;
     return g_Judged(g_CurrentPstate(rCpu), kPstateNumber);

@@ -20,10 +20,11 @@ void g_AddPstateTables(vxttools::CDocument& rDocument);
 /// One row per core, and the P-states.
 void g_AddCoreOverview(vxttools::CDocument& rDocument);
 
-/// The two readings that settings are checked by.
+/// The readings that settings are checked by.
 std::optional<double> g_ReadMultiplier(vxtapi::CCPU& rCpu);
 std::optional<double> g_ReadVoltage(vxtapi::CCPU& rCpu);
-/// Nothing when the processor has no P-states, too.
+// Nothing when the processor has no such thing, too.
+std::optional<double> g_ReadNbVoltage(vxtapi::CCPU& rCpu);
 std::optional<double> g_ReadCurrentPstate(vxtapi::CCPU& rCpu);
 
 }  // namespace vxtctl

@@ -47,38 +47,37 @@ constexpr CClockRow kClocks[] = {
      &CClockGenerator::SetThirdClock, nullptr},
 };
 
-/// A setting and the way to it.
-struct CFirmwareSetting {
-    CSetting Setting;
-    CPlausible Plausible;
-    std::function<double()> Read;
-    std::function<bool(double)> Write;
-};
-
 struct CFirmwareDevice {
     CInventoryEntry Entry;
     const char* pszOwner;
-    std::vector<CFirmwareSetting> Settings = {};
+    std::vector<CDeviceSetting> Settings = {};
 
     std::string Path() const { return g_DevicePath(Entry.eType, Entry.uIndex); }
     std::vector<CSetting> Plain() const {
         std::vector<CSetting> Plain;
-        for (const CFirmwareSetting& rSetting : Settings) Plain.push_back(rSetting.Setting);
+        for (const CDeviceSetting& rSetting : Settings) Plain.push_back(rSetting.Setting);
         return Plain;
     }
 };
 
 /// Reads the value and takes over what the firmware says of it.
-void g_Add(CFirmwareDevice& rDevice, CFirmwareSetting Setting, const FirmwareLimits& rLimits) {
+template <class TRead>
+CDeviceSetting g_Reach(CSetting Setting, const CPlausible& rPlausible, const FirmwareLimits& rLimits, TRead Read,
+                       std::function<bool(double)> Write) {
     const auto Told = [](double d) { return d > 0 ? std::optional(d) : std::nullopt; };
-    CSetting& rSetting = Setting.Setting;
+    CSetting& rSetting = Setting;
     rSetting.dTolerance = kHalfUnit;
     rSetting.Limits = {Told(rLimits.dMinimum), Told(rLimits.dMaximum)};
     if (rSetting.Limits.oMaximum && rLimits.dMinimum > rLimits.dMaximum) rSetting.Limits = {};  // they rule all out
     rSetting.oDefault = Told(rLimits.dDefault);
     rSetting.oStep = Told(rLimits.dStep);
-    rSetting.Judge(Setting.Read(), Setting.Plausible, kNoValue);
-    rDevice.Settings.push_back(std::move(Setting));
+    rSetting.Judge(Read(), rPlausible, kNoValue);
+    const auto ReadJudged = [Read, rPlausible] {
+        CSetting Now;
+        Now.Judge(Read(), rPlausible, kNoValue);
+        return Now.oValue;
+    };
+    return {std::move(Setting), ReadJudged, std::move(Write)};
 }
 
 std::vector<double> g_List(CClockGenerator& rGenerator, CListOperation pList) {
@@ -96,23 +95,11 @@ CFirmwareDevice g_Clocks(const CHostLibrary& rLibrary) {
     if (Devices.empty())
         throw CFailure(EExit::kNoSuchDevice,
                        "this machine's firmware offers no clock generator" + CHostLibrary::FilterHint());
-    CFirmwareDevice Device{Devices.front(), "clock generator"};
-    CClockGenerator& rGenerator = *static_cast<CClockGenerator*>(Device.Entry.pDevice);
-    for (const CClockRow& rRow : kClocks) {
-        CFirmwareSetting Clock{{rRow.pszKey, rRow.pszLabel, "MHz"},
-                               kClock,
-                               [&rGenerator, pRead = rRow.pRead] { return (rGenerator.*pRead)(); },
-                               [&rGenerator, pWrite = rRow.pWrite](double d) { return (rGenerator.*pWrite)(d); }};
-        Clock.Setting.SetLegal(g_List(rGenerator, rRow.pList));
-        FirmwareLimits Limits{};
-        (void)rGenerator.GetClockLimits(rRow.eWhich, &Limits);  // stays zero, which means not told
-        g_Add(Device, std::move(Clock), Limits);
-    }
-    return Device;
+    return {Devices.front(), "clock generator", g_ClockSettings(Devices.front())};
 }
 
 /// "CPU VDD (core)" -> "cpu_vdd_core"; a name that others have already gets a number behind it.
-std::string g_Key(const std::string& sName, const std::vector<CFirmwareSetting>& rOthers) {
+std::string g_Key(const std::string& sName, const std::vector<CDeviceSetting>& rOthers) {
     std::string sKey;
     for (const char c : sName) {
         const bool bUpper = c >= 'A' && c <= 'Z', bPlain = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
@@ -124,7 +111,7 @@ std::string g_Key(const std::string& sName, const std::vector<CFirmwareSetting>&
     if (sKey.ends_with('_')) sKey.pop_back();
     if (sKey.empty()) sKey = "voltage";
     std::string sUnique = sKey;
-    const auto IsTaken = [&](const CFirmwareSetting& r) { return r.Setting.sKey == sUnique; };
+    const auto IsTaken = [&](const CDeviceSetting& r) { return r.Setting.sKey == sUnique; };
     for (uint32_t i = 2; std::ranges::any_of(rOthers, IsTaken); ++i) sUnique = sKey + "_" + std::to_string(i);
     return sUnique;
 }
@@ -135,21 +122,7 @@ CFirmwareDevice g_Voltages(const CHostLibrary& rLibrary) {
     if (Devices.empty())
         throw CFailure(EExit::kNoSuchDevice,
                        "this machine's firmware offers no voltage controller" + CHostLibrary::FilterHint());
-    CFirmwareDevice Device{Devices.front(), "voltage controller"};
-    CVoltageController& rController = *static_cast<CVoltageController*>(Device.Entry.pDevice);
-    const uint32_t uCount = std::min(rController.GetVoltageCount(), kMostVoltages);
-    for (int32_t i = 0; i < static_cast<int32_t>(uCount); ++i) {
-        const std::string sName = vxttools::g_Utf8(rController.GetVoltageName(i));
-        FirmwareLimits Limits{};
-        (void)rController.GetVoltageLimits(i, &Limits);
-        g_Add(Device,
-              {{g_Key(sName, Device.Settings), sName, "V"},
-               kVoltage,
-               [&rController, i] { return rController.GetVoltage(i); },
-               [&rController, i](double d) { return rController.SetVoltage(i, d); }},
-              Limits);
-    }
-    return Device;
+    return {Devices.front(), "voltage controller", g_VoltageSettings(Devices.front())};
 }
 
 void g_Report(CDocument& rDocument, const char* pszArray, const CFirmwareDevice& rDevice,
@@ -169,14 +142,10 @@ CChangePlan g_Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment
     for (const CAssignment& rAssignment : rAssignments) {
         CChange Change = g_PlanSetting(Settings, rAssignment, rDevice.Path(), bForce);
         const auto it = std::ranges::find_if(
-            rDevice.Settings, [&](const CFirmwareSetting& r) { return r.Setting.sKey == rAssignment.sKey; });
+            rDevice.Settings, [&](const CDeviceSetting& r) { return r.Setting.sKey == rAssignment.sKey; });
         Change.sOwner = rDevice.pszOwner;
         Change.sDoubt = "was not taken over by the firmware";
-        Change.Read = [Read = it->Read, Plausible = it->Plausible] {
-            CSetting Now;
-            Now.Judge(Read(), Plausible, kNoValue);
-            return Now.oValue;
-        };
+        Change.Read = it->Read;
         Change.Write = [Write = it->Write, dValue = rAssignment.dValue] { return Write(dValue); };
         Change.Restore = it->Write;
         Plan.Add(std::move(Change));
@@ -185,6 +154,36 @@ CChangePlan g_Plan(const CFirmwareDevice& rDevice, const std::vector<CAssignment
 }
 
 }  // namespace
+
+std::vector<CDeviceSetting> g_ClockSettings(const CInventoryEntry& rGenerator) {
+    CClockGenerator& rDevice = *static_cast<CClockGenerator*>(rGenerator.pDevice);
+    std::vector<CDeviceSetting> Clocks;
+    for (const CClockRow& rRow : kClocks) {
+        CSetting Clock{rRow.pszKey, rRow.pszLabel, "MHz"};
+        Clock.SetLegal(g_List(rDevice, rRow.pList));
+        FirmwareLimits Limits{};
+        (void)rDevice.GetClockLimits(rRow.eWhich, &Limits);  // stays zero, which means not told
+        Clocks.push_back(g_Reach(
+            std::move(Clock), kClock, Limits, [&rDevice, pRead = rRow.pRead] { return (rDevice.*pRead)(); },
+            [&rDevice, pWrite = rRow.pWrite](double d) { return (rDevice.*pWrite)(d); }));
+    }
+    return Clocks;
+}
+
+std::vector<CDeviceSetting> g_VoltageSettings(const CInventoryEntry& rController) {
+    CVoltageController& rDevice = *static_cast<CVoltageController*>(rController.pDevice);
+    const uint32_t uCount = std::min(rDevice.GetVoltageCount(), kMostVoltages);
+    std::vector<CDeviceSetting> Voltages;
+    for (int32_t i = 0; i < static_cast<int32_t>(uCount); ++i) {
+        const std::string sName = vxttools::g_Utf8(rDevice.GetVoltageName(i));
+        FirmwareLimits Limits{};
+        (void)rDevice.GetVoltageLimits(i, &Limits);
+        Voltages.push_back(g_Reach(
+            {g_Key(sName, Voltages), sName, "V"}, kVoltage, Limits, [&rDevice, i] { return rDevice.GetVoltage(i); },
+            [&rDevice, i](double d) { return rDevice.SetVoltage(i, d); }));
+    }
+    return Voltages;
+}
 
 void g_AddClocks(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings) {
     g_Report(rDocument, "clocks", g_Clocks(rLibrary), rFindings);

@@ -16,4 +16,9 @@ vxttools::CChangePlan g_PlanClockChanges(const CHostLibrary& rLibrary, const std
 vxttools::CChangePlan g_PlanVoltageChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
                                            bool bForce);
 
+/// The clocks of a clock generator: external, PCIe, third.
+std::vector<CDeviceSetting> g_ClockSettings(const CInventoryEntry& rGenerator);
+/// The voltages of a controller, by their numbers. Labels are the firmware's names.
+std::vector<CDeviceSetting> g_VoltageSettings(const CInventoryEntry& rController);
+
 }  // namespace vxtctl

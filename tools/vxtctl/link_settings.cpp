@@ -90,6 +90,23 @@ CHTLink& g_LinkDevice(const CHostLibrary& rLibrary) {
 
 uint32_t g_LinkCount(CHTLink& rDevice) { return rDevice.GetVersion() == kK8Version ? 3 : 4; }
 
+/// One value of a link, all others as they are.
+CDeviceSetting g_Reach(CHTLink& rDevice, uint32_t uLink, double HTConfig::*pField, CSetting Setting) {
+    const auto Read = [&rDevice, uLink, pField]() -> std::optional<double> {
+        HTConfig Now{};
+        if (!rDevice.GetHTConfig(uLink, &Now) || Now.*pField <= 0) return std::nullopt;
+        return Now.*pField;
+    };
+    const auto Write = [&rDevice, uLink, pField](double dValue) {
+        HTConfig Config{};
+        if (!rDevice.GetHTConfig(uLink, &Config)) return false;
+        g_KeepReserved(Config);
+        Config.*pField = dValue;
+        return rDevice.SetHTConfig(uLink, &Config);
+    };
+    return {std::move(Setting), Read, Write};
+}
+
 std::string g_LinkPath(uint32_t uLink) {
     return g_DevicePath(vxtapi::kDeviceHtLink, 0) + "/link/" + std::to_string(uLink);
 }
@@ -122,6 +139,22 @@ void g_AddLinks(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CF
     }
 }
 
+std::optional<CDeviceSetting> g_FirstLinkClock(const CHostLibrary& rLibrary) {
+    const std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceHtLink);
+    if (Devices.empty()) return std::nullopt;
+    CHTLink& rDevice = *static_cast<CHTLink*>(Devices.front().pDevice);
+    constexpr const CLinkRow& rRow = kRows[2];
+    static_assert(rRow.pField == &HTConfig::dFrequency);
+    HTConfig Config{};
+    CSetting Setting{rRow.pszKey, rRow.pszLabel, rRow.pszUnit};
+    if (rDevice.GetHTConfig(0, &Config))
+        Setting = g_Settings(Config)[&rRow - kRows];
+    else
+        Setting.Fail(vxttools::kNotRead);
+    if (Setting.oFixed) return std::nullopt;
+    return g_Reach(rDevice, 0, rRow.pField, std::move(Setting));
+}
+
 CChangePlan g_PlanLinkChanges(const CHostLibrary& rLibrary, uint32_t uLink,
                               const std::vector<CAssignment>& rAssignments, bool bForce) {
     CHTLink& rDevice = g_LinkDevice(rLibrary);
@@ -145,19 +178,9 @@ CChangePlan g_PlanLinkChanges(const CHostLibrary& rLibrary, uint32_t uLink,
         for (const CLinkRow& rRow : kRows) {
             if (rAssignment.sKey != rRow.pszKey) continue;
             Change.sNote += std::string(Change.sNote.empty() ? "" : "; ") + "in force after the link's next reset";
-            Change.Restore = [&rDevice, uLink, pField = rRow.pField](double dValue) {
-                HTConfig Back{};
-                if (!rDevice.GetHTConfig(uLink, &Back)) return false;
-                g_KeepReserved(Back);
-                Back.*pField = dValue;
-                return rDevice.SetHTConfig(uLink, &Back);
-            };
+            CDeviceSetting Way = g_Reach(rDevice, uLink, rRow.pField, {});
+            Change.Read = std::move(Way.Read), Change.Restore = std::move(Way.Write);
             pPending->Config.*rRow.pField = rAssignment.dValue;
-            Change.Read = [&rDevice, uLink, pField = rRow.pField]() -> std::optional<double> {
-                HTConfig Now{};
-                if (!rDevice.GetHTConfig(uLink, &Now) || Now.*pField <= 0) return std::nullopt;
-                return Now.*pField;
-            };
         }
         Change.Write = [&rDevice, uLink, pPending] {
             if (!pPending->oDone) pPending->oDone = rDevice.SetHTConfig(uLink, &pPending->Config);

@@ -12,4 +12,7 @@ void g_AddLinks(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary, vx
 vxttools::CChangePlan g_PlanLinkChanges(const CHostLibrary& rLibrary, uint32_t uLink,
                                         const std::vector<CAssignment>& rAssignments, bool bForce);
 
+/// The clock of link 0; nothing where there is no link device, or nothing is connected to the link.
+std::optional<CDeviceSetting> g_FirstLinkClock(const CHostLibrary& rLibrary);
+
 }  // namespace vxtctl

@@ -1,11 +1,9 @@
 // What profiles hold of this machine: every setting with its key, its present value and what may be written.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
-#include "common/findings.h"
 #include "host_library.h"
 #include "setting.h"
 
@@ -19,17 +17,23 @@ enum class EApplied {
 };
 
 /// One setting of a device.
-struct CProfileSetting {
+struct CProfileSetting : CDeviceSetting {
     std::wstring sSection, sElement, sKey;  ///< as the SDK takes them
     std::string sPath;                      ///< of its device, "/cpu/0"; with the setting's key the stable id
     std::string sOwner;                     ///< whose it is, "core 0"
     EApplied eApplied = EApplied::kByKey;
-    CSetting Setting;                                  ///< as it was read
-    std::function<std::optional<double>()> Read = {};  ///< anew; nothing: no reading
-    std::function<bool(double)> Write = {};            ///< this setting alone; empty: nobody can
+    /// Of a setting that vxtctl keeps: the key whose value the library writes to it all the same. Empty: none.
+    std::wstring sSharedKey = {};
+    /// The other one of a pair of switches that are written together: a profile that has only that one switches this off.
+    std::wstring sPairKey = {};
+    bool bZeroKeeps = false;  ///< a profile's 0, or less, leaves it as it is
 
     std::string Id() const { return sPath + "/" + Setting.sKey; }
 };
+
+/// A key of vxtctl's own, in the memory controller's element. The library writes the first K8 generation's write to read
+/// delay to its read to write turnaround, too.
+inline constexpr const wchar_t* kReadToWriteKey = L"Read-to-Write Delay";
 
 /// Everything that profiles hold of this machine, in the order in which profiles are applied, also what has no value here
 /// (the setting tells why). What a device cannot have is left out.

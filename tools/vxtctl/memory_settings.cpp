@@ -270,14 +270,55 @@ private:
     std::optional<bool> m_oDone;
 };
 
-/// Writes one value of the configuration again; the switches stand as they are now.
-template <class TPut> bool g_RestoreConfig(CMemoryController& rController, TPut Put) {
+/// Writes one value of the configuration; the switches stand as they are now.
+template <class TPut> bool g_WriteConfig(CMemoryController& rController, TPut Put) {
     const std::optional<MemConfig> oNow = g_ReadConfig(rController);
     if (!oNow) return false;
     CRecordWrite<MemConfig> Back(rController, &CMemoryController::SetMemConfig, oNow);
     Back.KeepNumbers(kNumbers);
     Put(Back.Record());
     return Back();
+}
+
+// One value alone, whichever row it has.
+bool g_WriteOne(CMemoryController& rController, const CNumberRow<MemTiming>& rRow, double dValue) {
+    CRecordWrite<MemTiming> One(rController, &CMemoryController::SetMemTiming, g_ReadTiming(rController));
+    One.KeepNumbers(kTimings);
+    rRow.Field(One.Record()) = dValue;
+    return One();
+}
+bool g_WriteOne(CMemoryController& rController, const CNumberRow<MemConfig>& rRow, double dValue) {
+    return g_WriteConfig(rController, [&](MemConfig& r) { rRow.Field(r) = dValue; });
+}
+bool g_WriteOne(CMemoryController& rController, const CSwitchRow& rRow, double dValue) {
+    return g_WriteConfig(rController, [&](MemConfig& r) { r.*rRow.pFlag = dValue != 0; });
+}
+
+std::optional<double> g_ReadOne(CMemoryController& rController, const CNumberRow<MemTiming>& rRow) {
+    return g_Setting(rController, rRow, g_ReadTiming(rController), CInUse(MemConfig{})).oValue;  // no channel's own
+}
+std::optional<double> g_ReadOne(CMemoryController& rController, const CNumberRow<MemConfig>& rRow) {
+    const std::optional<MemConfig> oNow = g_ReadConfig(rController);
+    return g_Setting(rController, rRow, oNow, CInUse(oNow.value_or(MemConfig{}))).oValue;
+}
+std::optional<double> g_ReadOne(CMemoryController& rController, const CSwitchRow& rRow) {
+    return g_Setting(rController, rRow, g_ReadConfig(rController)).oValue;
+}
+
+template <class TRow> CDeviceSetting g_Reach(CMemoryController& rController, const TRow& rRow, CSetting Setting) {
+    return {std::move(Setting), [&rController, &rRow] { return g_ReadOne(rController, rRow); },
+            [&rController, &rRow](double dValue) { return g_WriteOne(rController, rRow, dValue); }};
+}
+
+template <class TRecord> size_t g_Offset(const CNumberRow<TRecord>& rRow) {
+    TRecord Record{};
+    return static_cast<size_t>(reinterpret_cast<std::byte*>(&rRow.Field(Record)) -
+                               reinterpret_cast<std::byte*>(&Record));
+}
+size_t g_Offset(const CSwitchRow& rRow) {
+    MemConfig Config{};
+    return static_cast<size_t>(reinterpret_cast<std::byte*>(&(Config.*rRow.pFlag)) -
+                               reinterpret_cast<std::byte*>(&Config));
 }
 
 }  // namespace
@@ -295,6 +336,20 @@ void g_AddMemory(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::C
     rDocument.SetCsv("timings", "configuration");
     g_AddSettingTable(rDocument, std::string("Timings, ") + pszType, Memory.Timings);
     g_AddSettingTable(rDocument, "Configuration", Memory.Configuration);
+}
+
+std::vector<CMemorySetting> g_MemorySettings(const CHostLibrary& rLibrary) {
+    CMemoryController& rController = g_Controller(rLibrary);
+    const CMemory Memory(rController);
+    std::vector<CMemorySetting> Settings;
+    const auto Add = [&](const auto& rRows, auto itSetting, bool bIsTiming) {
+        for (const auto& rRow : rRows)
+            Settings.push_back({g_Reach(rController, rRow, *itSetting++), bIsTiming, g_Offset(rRow)});
+        return itSetting;
+    };
+    Add(kTimings, Memory.Timings.begin(), true);
+    Add(kNumbers, Add(kSwitches, Memory.Configuration.begin(), false), false);
+    return Settings;
 }
 
 CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
@@ -319,35 +374,20 @@ CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<
             throw CFailure(EExit::kFailed, "'" + rAssignment.sKey + "' cannot be set: the configuration could not be " +
                                                "read, and its switches would be written with it");
         Change.Write = [pConfig] { return (*pConfig)(); };
+        const auto TakeWay = [&](const auto& rRow) {
+            CDeviceSetting Way = g_Reach(rController, rRow, {});
+            Change.Read = std::move(Way.Read), Change.Restore = std::move(Way.Write);
+        };
         if (const auto* pRow = g_Find(kTimings, rAssignment.sKey)) {
             pRow->Field(pTiming->Record()) = rAssignment.dValue;
             Change.Write = [pTiming] { return (*pTiming)(); };
-            Change.Restore = [&rController, pRow](double dValue) {
-                CRecordWrite<MemTiming> Back(rController, &CMemoryController::SetMemTiming, g_ReadTiming(rController));
-                Back.KeepNumbers(kTimings);
-                pRow->Field(Back.Record()) = dValue;
-                return Back();
-            };
-            Change.Read = [&rController, pRow, InUse = CInUse(MemConfig{})] {
-                return g_Setting(rController, *pRow, g_ReadTiming(rController), InUse).oValue;
-            };
+            TakeWay(*pRow);
         } else if (const auto* pNumber = g_Find(kNumbers, rAssignment.sKey)) {
             pNumber->Field(pConfig->Record()) = rAssignment.dValue;
-            Change.Restore = [&rController, pNumber](double dValue) {
-                return g_RestoreConfig(rController, [&](MemConfig& r) { pNumber->Field(r) = dValue; });
-            };
-            Change.Read = [&rController, pNumber] {
-                const std::optional<MemConfig> oNow = g_ReadConfig(rController);
-                return g_Setting(rController, *pNumber, oNow, CInUse(oNow.value_or(MemConfig{}))).oValue;
-            };
+            TakeWay(*pNumber);
         } else if (const auto* pSwitch = g_Find(kSwitches, rAssignment.sKey)) {
             pConfig->Record().*pSwitch->pFlag = rAssignment.dValue != 0;
-            Change.Restore = [&rController, pSwitch](double dValue) {
-                return g_RestoreConfig(rController, [&](MemConfig& r) { r.*pSwitch->pFlag = dValue != 0; });
-            };
-            Change.Read = [&rController, pSwitch] {
-                return g_Setting(rController, *pSwitch, g_ReadConfig(rController)).oValue;
-            };
+            TakeWay(*pSwitch);
         }
         Plan.Add(std::move(Change));
     }

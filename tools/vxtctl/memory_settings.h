@@ -13,4 +13,12 @@ void g_AddMemory(vxttools::CDocument& rDocument, const CHostLibrary& rLibrary, v
 vxttools::CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
                                           bool bForce);
 
+/// A timing or a value of the configuration.
+struct CMemorySetting : CDeviceSetting {
+    bool bIsTiming;  ///< of MemTiming, else of MemConfig
+    size_t uOffset;  ///< in that record
+};
+/// All of them, also those that this machine lacks (they are fixed). Ends the command as g_AddMemory does.
+std::vector<CMemorySetting> g_MemorySettings(const CHostLibrary& rLibrary);
+
 }  // namespace vxtctl

@@ -154,11 +154,16 @@ void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle
     rDocument.AddTable(std::move(Table));
 }
 
+std::string g_WhyIllegal(const CSetting& rSetting, double dValue) {
+    if (g_IsLegal(rSetting, dValue)) return "";
+    const std::string sLegal = g_LegalText(rSetting);
+    return "not a legal value (" + (sLegal.empty() ? kNothingKnown : sLegal) + ")";
+}
+
 void g_CheckLegal(const CSetting& rSetting, double dValue, const std::string& sAsked, bool bForce) {
     if (bForce || g_IsLegal(rSetting, dValue)) return;
-    const std::string sLegal = g_LegalText(rSetting);
-    throw CFailure(EExit::kUsage, sAsked + ": not a legal value (" + (sLegal.empty() ? kNothingKnown : sLegal) +
-                                      "); nothing was written, --force tries all the same");
+    throw CFailure(EExit::kUsage, sAsked + ": " + g_WhyIllegal(rSetting, dValue) +
+                                      "; nothing was written, --force tries all the same");
 }
 
 vxttools::CChange g_NewChange(const CSetting& rSetting, double dValue, const std::string& sPath) {

@@ -36,6 +36,13 @@ struct CSetting {
     bool TakesWord(double dNumber) const { return bSwitch || (dNumber == 0 && sUnit == "ohm"); }
 };
 
+/// A setting and the way to it.
+struct CDeviceSetting {
+    CSetting Setting;                                  ///< as it was read
+    std::function<std::optional<double>()> Read = {};  ///< anew; nothing: no reading
+    std::function<bool(double)> Write = {};            ///< this setting alone, all others stay as they are
+};
+
 /// In no list of legal values: the library leaves the bits of a field that is asked for it as they are.
 inline constexpr double kUnlisted = -std::numeric_limits<double>::infinity();
 
@@ -71,6 +78,8 @@ vxttools::CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const s
 void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle,
                        const std::vector<CSetting>& rSettings);
 
+/// Why the value is not known to be legal; empty: it is.
+std::string g_WhyIllegal(const CSetting& rSetting, double dValue);
 /// Ends the command when the value is not known to be legal and `bForce` is off; `sAsked` is what the user wrote.
 void g_CheckLegal(const CSetting& rSetting, double dValue, const std::string& sAsked, bool bForce);
 
