@@ -17,7 +17,7 @@ constexpr uint32_t kMostOfAKind = 16;  ///< devices that the library's inventory
 
 }  // namespace
 
-CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
+CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions, EStart eStart) {
     const std::filesystem::path Path = rOptions.oLibrary ? vxttools::g_Path(*rOptions.oLibrary)
                                                          : vxttools::g_ExecutableFolder() / vxttools::kLibraryFileName;
     std::string sReason;
@@ -26,6 +26,7 @@ CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
     _Bind(m_pInit, "InitVXTAPI");
     _Bind(m_pUnInit, "UnInitVXTAPI");
     _Bind(m_pGetDeviceManager, "GetDeviceManager");
+    _Bind(m_pGetProfileSettings, "GetProfileSettings");
     _Find(m_pSimulatedError, "VXTSimulatedError");
     _Find(m_pSimulatedFailures, "VXTSimulatedFailures");
     _Find(m_pSimulatedProcessors, "VXTSimulatedProcessors");
@@ -33,8 +34,10 @@ CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions) {
     if (const char* const pszError = m_pSimulatedError ? m_pSimulatedError() : nullptr)
         throw CFailure(std::string_view(pszError).starts_with("--fault: ") ? EExit::kUsage : EExit::kNoLibrary,
                        pszError);
-    if (m_pInit(rOptions.bLog)) return;
+    m_bStarted = m_pInit(rOptions.bLog);
+    if (m_bStarted) return;
     m_pUnInit();  // a failed start leaves its earlier steps standing
+    if (eStart == EStart::kIfPossible) return;
     throw CFailure(EExit::kNoLibrary, "the library did not start; " +
                                           std::string(rOptions.bLog ? "see the log below ./Logs" : "--log tells why"));
 }
@@ -44,7 +47,9 @@ std::string g_DevicePath(vxtapi::eDeviceType eType, uint32_t uIndex) {
     return "/" + std::string(pType->pszWord) + "/" + std::to_string(uIndex);
 }
 
-CHostLibrary::~CHostLibrary() { m_pUnInit(); }
+CHostLibrary::~CHostLibrary() {
+    if (m_bStarted) m_pUnInit();
+}
 
 template <class TFunction> void CHostLibrary::_Find(TFunction*& rpFunction, const char* pszName) {
     rpFunction = reinterpret_cast<TFunction*>(m_Library.Find(pszName));
@@ -58,7 +63,8 @@ template <class TFunction> void CHostLibrary::_Bind(TFunction*& rpFunction, cons
 std::vector<CInventoryEntry> CHostLibrary::Devices(vxtapi::eDeviceType eType) const {
     std::vector<CInventoryEntry> Entries;
     // Look-ups by type and index are silent; asking for a count would log an error for every absent type.
-    for (uint32_t i = 0; vxtapi::CDevice* pDevice = m_pGetDeviceManager()->GetDevice(eType, i); ++i)
+    for (uint32_t i = 0; vxtapi::CDevice* pDevice = m_bStarted ? m_pGetDeviceManager()->GetDevice(eType, i) : nullptr;
+         ++i)
         Entries.push_back({eType, i, pDevice});
     return Entries;
 }

@@ -20,15 +20,19 @@ struct CInventoryEntry {
 
 class CHostLibrary {
 public:
+    enum class EStart { kRequired, kIfPossible };
+
     /// Loads and starts the library: the one that is named, else the one beside this tool. Ends the command when that
-    /// fails.
-    explicit CHostLibrary(const vxttools::CGlobalOptions& rOptions);
+    /// fails; with kIfPossible a library that does not start has no devices, and what needs none works.
+    explicit CHostLibrary(const vxttools::CGlobalOptions& rOptions, EStart eStart = EStart::kRequired);
     CHostLibrary(const CHostLibrary&) = delete;
     ~CHostLibrary();
 
     /// Every device, types in ascending order, indices in ascending order within a type.
     std::vector<CInventoryEntry> Devices() const;
     std::vector<CInventoryEntry> Devices(vxtapi::eDeviceType eType) const;
+    bool IsStarted() const { return m_bStarted; }
+    vxtapi::CProfileSettgins& Profiles() const { return *m_pGetProfileSettings(); }
 
     /// Cores that the library lists when all goes well: it takes 16 of a kind at most.
     uint32_t ExpectedCores() const;
@@ -59,11 +63,13 @@ private:
     decltype(&InitVXTAPI) m_pInit = nullptr;
     decltype(&UnInitVXTAPI) m_pUnInit = nullptr;
     decltype(&GetDeviceManager) m_pGetDeviceManager = nullptr;
+    decltype(&GetProfileSettings) m_pGetProfileSettings = nullptr;
     const char* (*m_pSimulatedError)() = nullptr;    ///< of a simulated build only
     uint64_t (*m_pSimulatedFailures)() = nullptr;    ///< the same
     uint32_t (*m_pSimulatedProcessors)() = nullptr;  ///< the same
     void (*m_pSimulatedWait)(uint32_t) = nullptr;    ///< the same
     std::string m_sPath;
+    bool m_bStarted = false;
 };
 
 }  // namespace vxtctl

@@ -18,12 +18,7 @@ using vxtapi::CDevice;
 
 namespace {
 
-/// Names as element names have them.
-bool g_IsSameName(const std::wstring& rsOne, const std::wstring& rsOther) {
-    return std::ranges::equal(rsOne, rsOther, {}, vxtapi::ProfileCharacter, vxtapi::ProfileCharacter);
-}
-
-/// Without these the library passes the graphics processor over.
+/// The library passes any other over; null: there is none.
 vxtapi::CGraphicsProcessor* g_IntegratedGraphics(const CHostLibrary& rLibrary) {
     const std::vector<CInventoryEntry> Devices = rLibrary.Devices(vxtapi::kDeviceGpu);
     auto* const pGpu = Devices.empty() ? nullptr : static_cast<vxtapi::CGraphicsProcessor*>(Devices.front().pDevice);
@@ -37,8 +32,10 @@ public:
         _AddSwitches();
         _AddCores();
         if (auto oClock = g_FirstLinkClock(rLibrary))
-            _Add({std::move(*oClock), vxtapi::kProfileLinkSection, _Name(vxtapi::kDeviceHtLink),
-                  vxtapi::kProfileLinkMultiplier, g_DevicePath(vxtapi::kDeviceHtLink, 0) + "/link/0", "link 0"});
+            _Add({std::move(*oClock),
+                  {vxtapi::kProfileLinkSection, _Name(vxtapi::kDeviceHtLink), vxtapi::kProfileLinkMultiplier},
+                  g_DevicePath(vxtapi::kDeviceHtLink, 0) + "/link/0",
+                  "link 0"});
         _AddClocks();
         _AddGraphics();
         _AddVoltages();
@@ -58,8 +55,10 @@ private:
     /// A setting below the section that is called like the device's type.
     CProfileSetting* _AddBelowType(const CInventoryEntry& rEntry, const wchar_t* pszKey, const char* pszOwner,
                                    CDeviceSetting Reached) {
-        return _Add({std::move(Reached), rEntry.pDevice->GetTypeName(), rEntry.pDevice->GetName(), pszKey,
-                     g_DevicePath(rEntry.eType, rEntry.uIndex), pszOwner});
+        return _Add({std::move(Reached),
+                     {rEntry.pDevice->GetTypeName(), rEntry.pDevice->GetName(), pszKey},
+                     g_DevicePath(rEntry.eType, rEntry.uIndex),
+                     pszOwner});
     }
     CProfileSetting* _Add(CProfileSetting Added);
 
@@ -70,11 +69,7 @@ private:
 /// Null when the machine cannot have it.
 CProfileSetting* CGathering::_Add(CProfileSetting Added) {
     if (Added.Setting.oFixed) return nullptr;
-    const auto IsSame = [&](const CProfileSetting& r) {
-        return g_IsSameName(r.sSection, Added.sSection) && g_IsSameName(r.sElement, Added.sElement) &&
-               g_IsSameName(r.sKey, Added.sKey);
-    };
-    if (std::ranges::any_of(m_Settings, IsSame)) Added.eApplied = EApplied::kByAnother;
+    if (g_FindSetting(m_Settings, Added)) Added.eApplied = EApplied::kByAnother;
     return &m_Settings.emplace_back(std::move(Added));
 }
 
@@ -131,9 +126,7 @@ void CGathering::_AddCores() {
             if (!Setting.oValue) Setting.Fail(vxttools::kNotRead);
             return _Add({{std::move(Setting), [&rCpu, pRead] { return pRead(rCpu); },
                           [&rCpu, pWrite](double d) { return (rCpu.*pWrite)(d); }},
-                         vxtapi::kProfileCpuSection,
-                         pszElement,
-                         pszKey,
+                         {vxtapi::kProfileCpuSection, pszElement, pszKey},
                          g_DevicePath(vxtapi::kDeviceCpu, rCore.uIndex),
                          "core " + std::to_string(rCore.uIndex)});
         };
@@ -218,5 +211,27 @@ void CGathering::_AddMemory() {
 }  // namespace
 
 std::vector<CProfileSetting> g_MachineProfile(const CHostLibrary& rLibrary) { return CGathering(rLibrary).Take(); }
+
+const CProfileSetting* g_FindSetting(const std::vector<CProfileSetting>& rMachine, const CProfileNames& rNames) {
+    const auto it = std::ranges::find_if(rMachine, [&](const CProfileSetting& r) { return r.IsSame(rNames); });
+    return it == rMachine.end() ? nullptr : &*it;
+}
+
+std::vector<CUnheld> g_Unheld(const CHostLibrary& rLibrary) {
+    constexpr size_t kCores = std::size(vxtapi::kProfileMultipliers);
+    std::vector<CUnheld> Unheld;
+    for (const CInventoryEntry& rCore : rLibrary.Devices(vxtapi::kDeviceCpu))
+        if (rCore.uIndex >= kCores)
+            Unheld.push_back(
+                {g_DevicePath(rCore.eType, rCore.uIndex) + "/multiplier", "Multiplier",
+                 "profiles keep multipliers and voltages of the first " + std::to_string(kCores) + " cores only"});
+    for (const CInventoryEntry& rGenerator : rLibrary.Devices(vxtapi::kDeviceClockGen)) {
+        const CSetting Third = g_ClockSettings(rGenerator).back().Setting;
+        if (Third.oValue)
+            Unheld.push_back({g_DevicePath(rGenerator.eType, rGenerator.uIndex) + "/" + Third.sKey, Third.sLabel,
+                              "profiles have no key for it"});
+    }
+    return Unheld;
+}
 
 }  // namespace vxtctl

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host_library.h"
+#include "profile_document.h"
 #include "setting.h"
 
 namespace vxtctl {
@@ -17,10 +18,9 @@ enum class EApplied {
 };
 
 /// One setting of a device.
-struct CProfileSetting : CDeviceSetting {
-    std::wstring sSection, sElement, sKey;  ///< as the SDK takes them
-    std::string sPath;                      ///< of its device, "/cpu/0"; with the setting's key the stable id
-    std::string sOwner;                     ///< whose it is, "core 0"
+struct CProfileSetting : CDeviceSetting, CProfileNames {
+    std::string sPath;   ///< of its device, "/cpu/0"; with the setting's key the stable id
+    std::string sOwner;  ///< whose it is, "core 0"
     EApplied eApplied = EApplied::kByKey;
     /// Of a setting that vxtctl keeps: the key whose value the library writes to it all the same. Empty: none.
     std::wstring sSharedKey = {};
@@ -38,5 +38,14 @@ inline constexpr const wchar_t* kReadToWriteKey = L"Read-to-Write Delay";
 /// Everything that profiles hold of this machine, in the order in which profiles are applied, also what has no value here
 /// (the setting tells why). What a device cannot have is left out.
 std::vector<CProfileSetting> g_MachineProfile(const CHostLibrary& rLibrary);
+
+/// The first of the settings that stand under these names, as element names have them; null: there is none.
+const CProfileSetting* g_FindSetting(const std::vector<CProfileSetting>& rMachine, const CProfileNames& rNames);
+
+/// What this machine has beyond what profiles can hold.
+struct CUnheld {
+    std::string sId, sLabel, sReason;
+};
+std::vector<CUnheld> g_Unheld(const CHostLibrary& rLibrary);
 
 }  // namespace vxtctl

@@ -352,6 +352,25 @@ std::vector<CMemorySetting> g_MemorySettings(const CHostLibrary& rLibrary) {
     return Settings;
 }
 
+CSetting g_DescribeMemorySetting(bool bIsTiming, size_t uOffset) {
+    CSetting Found{"", "", ""};
+    const auto Look = [&](const auto& rRows) {
+        for (const auto& rRow : rRows) {
+            if (g_Offset(rRow) != uOffset) continue;
+            Found.sKey = rRow.pszKey, Found.sLabel = rRow.pszLabel;
+            if constexpr (requires { rRow.pszUnit; })
+                Found.sUnit = rRow.pszUnit;
+            else
+                Found.bSwitch = true;
+        }
+    };
+    if (bIsTiming)
+        Look(kTimings);
+    else
+        Look(kSwitches), Look(kNumbers);
+    return Found;
+}
+
 CChangePlan g_PlanMemoryChanges(const CHostLibrary& rLibrary, const std::vector<CAssignment>& rAssignments,
                                 bool bForce) {
     CMemoryController& rController = g_Controller(rLibrary);

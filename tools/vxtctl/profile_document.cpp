@@ -1,0 +1,86 @@
+#include "profile_document.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "common/console.h"
+#include "common/text.h"
+
+namespace vxtctl {
+
+using vxttools::CFailure;
+using vxttools::EExit;
+using vxttools::g_Utf8;
+
+namespace {
+
+constexpr size_t kLongestPath = 259;  ///< that the library takes
+
+/// A path without "/" would be a name in the library's own folder.
+std::wstring g_LibraryPath(const std::string& sFile) {
+    try {
+        return std::filesystem::absolute(vxttools::g_Path(sFile)).generic_wstring();
+    } catch (const std::exception&) { return {}; }  // no UTF-8, or no present folder
+}
+
+}  // namespace
+
+bool CProfileNames::IsSame(const CProfileNames& rOther) const {
+    const auto IsSameName = [](const std::wstring& a, const std::wstring& b) {
+        return std::ranges::equal(a, b, {}, vxtapi::ProfileCharacter, vxtapi::ProfileCharacter);
+    };
+    return IsSameName(sSection, rOther.sSection) && IsSameName(sElement, rOther.sElement) &&
+           IsSameName(sKey, rOther.sKey);
+}
+
+CProfileDocument::CProfileDocument(const CHostLibrary& rLibrary, const std::string& sFile) : m_sFile(sFile) {
+    const std::wstring sPath = g_LibraryPath(sFile);
+    if (sPath.empty()) throw CFailure(EExit::kFailed, sFile + " is no path that can be used");
+    if (sPath.size() > kLongestPath)
+        throw CFailure(EExit::kFailed, sFile + ": the whole path has more than " + std::to_string(kLongestPath) +
+                                           " characters, which the library does not take");
+    m_pProfile.reset(rLibrary.Profiles().OpenProfile(sPath.c_str()));
+    if (!m_pProfile) throw CFailure(EExit::kFailed, sFile + ": the library cannot read profiles here; --log tells why");
+}
+
+std::string CProfileDocument::Problem() const { return g_Utf8(m_pProfile->GetProblem()); }
+
+void CProfileDocument::CheckReadable() const {
+    if (!FileExists()) throw CFailure(EExit::kFailed, m_sFile + ": there is no such file");
+    if (const std::string sProblem = Problem(); !sProblem.empty())
+        throw CFailure(EExit::kFailed, m_sFile + " is no profile: " + sProblem);
+}
+
+std::vector<CProfileEntry> CProfileDocument::Entries() const {
+    std::vector<CProfileEntry> Entries;
+    vxtapi::ProfileEntry Entry{};
+    for (uint32_t i = 0; m_pProfile->GetEntry(i, &Entry); ++i)
+        Entries.push_back({{Entry.pszSection, Entry.pszElement, Entry.pszKey},
+                           g_Utf8(Entry.pszText),
+                           Entry.bIsNumber ? std::optional(Entry.dValue) : std::nullopt});
+    return Entries;
+}
+
+std::optional<double> CProfileDocument::Value(const CProfileNames& rNames) const {
+    const auto& [sSection, sElement, sKey] = rNames;
+    double dValue = 0;
+    const bool bHas = m_pProfile->GetValue(sSection.c_str(), sElement.c_str(), sKey.c_str(), &dValue);
+    return bHas ? std::optional(dValue) : std::nullopt;
+}
+
+bool CProfileDocument::SetValue(const CProfileNames& rNames, double dValue) {
+    const auto& [sSection, sElement, sKey] = rNames;
+    return m_pProfile->SetValue(sSection.c_str(), sElement.c_str(), sKey.c_str(), dValue);
+}
+
+void CProfileDocument::Clear() {
+    if (!m_pProfile->Clear()) throw CFailure(EExit::kFailed, m_sFile + ": no profile could be begun; --log tells why");
+}
+
+void CProfileDocument::Save() {
+    if (!m_pProfile->Save())
+        throw CFailure(EExit::kFailed,
+                       m_sFile + " could not be written" + (FileExists() ? "; what stood there stands" : ""));
+}
+
+}  // namespace vxtctl
