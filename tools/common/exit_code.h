@@ -31,7 +31,8 @@ inline constexpr CExitMeaning kExitMeanings[] = {
     {EExit::kNoLibrary, "library or driver not available"},
     {EExit::kNotTaken, "the hardware did not take the value"},
     {EExit::kFindings,
-     "done, with findings: something that belongs to the answer could not be read, or a limit is exceeded"},
+     "done, with findings: something that belongs to the answer could not be read, a limit is exceeded, or a profile "
+     "differs"},
     {EExit::kInterrupted, "interrupted"},
 };
 

@@ -6,17 +6,19 @@ namespace vxtctl {
 // Each stands in commands/, in the file that is called like it.
 extern const vxttools::CCommand kOverview, kDevices, kDevice, kCpu, kCpuSet, kMemory, kMemorySet, kLinks, kLinksSet,
     kNorthBridge, kBios, kClocks, kClocksSet, kVoltages, kVoltagesSet, kSensors, kFan, kFanSet, kFanRestore, kWatchdog,
-    kWatchdogStart, kWatchdogStop, kWatchdogRun, kCtb, kCtbSet, kProfile, kProfileSave;
+    kWatchdogStart, kWatchdogStop, kWatchdogRun, kCtb, kCtbSet, kProfile, kProfileSave, kProfileShow, kProfileDiff,
+    kProfileVerify;
 
 }  // namespace vxtctl
 
 int main(int nArguments, char** ppszArguments) {
     using namespace vxtctl;
     constexpr const vxttools::CCommand* kCommands[] = {
-        &kOverview,     &kDevices,     &kDevice,      &kCpu,    &kCpuSet,     &kMemory,      &kMemorySet,
-        &kLinks,        &kLinksSet,    &kNorthBridge, &kBios,   &kClocks,     &kClocksSet,   &kVoltages,
-        &kVoltagesSet,  &kSensors,     &kFan,         &kFanSet, &kFanRestore, &kWatchdog,    &kWatchdogStart,
-        &kWatchdogStop, &kWatchdogRun, &kCtb,         &kCtbSet, &kProfile,    &kProfileSave,
+        &kOverview,   &kDevices,  &kDevice,        &kCpu,          &kCpuSet,      &kMemory,
+        &kMemorySet,  &kLinks,    &kLinksSet,      &kNorthBridge,  &kBios,        &kClocks,
+        &kClocksSet,  &kVoltages, &kVoltagesSet,   &kSensors,      &kFan,         &kFanSet,
+        &kFanRestore, &kWatchdog, &kWatchdogStart, &kWatchdogStop, &kWatchdogRun, &kCtb,
+        &kCtbSet,     &kProfile,  &kProfileSave,   &kProfileShow,  &kProfileDiff, &kProfileVerify,
     };
     return vxttools::g_RunTool({"vxtctl", true, kCommands}, nArguments, ppszArguments);
 }

@@ -60,6 +60,7 @@ template <class TRecord> struct CNumberRow {
     bool bMayBeZero = false;  ///< without a list: every controller has it, and 0 is a value of it
 
     bool IsOfPair() const { return pList == &CMemoryController::GetTrfcList; }  ///< a pair of modules
+    bool IsLatency() const { return pList == &CMemoryController::GetMaxAsyncLatList; }
 };
 struct CSwitchRow {
     const char* pszKey;
@@ -178,8 +179,7 @@ CSetting g_Setting(CMemoryController& rController, const CNumberRow<TRecord>& rR
     // DDR controllers count the refresh cycle in clocks, later ones in ns.
     if (rController.GetMemoryType() == kDdr && rRow.IsOfPair()) Setting.sUnit = "clocks";
     // Family 11h keeps the whole read latency there, in clocks of the north bridge.
-    if (rController.GetPciDevice() == kFamily11h && rRow.pList == &CMemoryController::GetMaxAsyncLatList)
-        Setting.sUnit = "clocks";
+    if (rController.GetPciDevice() == kFamily11h && rRow.IsLatency()) Setting.sUnit = "clocks";
     Setting.SetLegal(g_Legal(rController, rRow.pList));
     if (!oRecord) {
         Setting.Fail(kUnread);
@@ -359,7 +359,7 @@ CSetting g_DescribeMemorySetting(bool bIsTiming, size_t uOffset) {
             if (g_Offset(rRow) != uOffset) continue;
             Found.sKey = rRow.pszKey, Found.sLabel = rRow.pszLabel;
             if constexpr (requires { rRow.pszUnit; })
-                Found.sUnit = rRow.pszUnit;
+                Found.sUnit = rRow.IsOfPair() || rRow.IsLatency() ? "" : rRow.pszUnit;
             else
                 Found.bSwitch = true;
         }

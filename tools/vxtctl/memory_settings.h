@@ -20,7 +20,8 @@ struct CMemorySetting : CDeviceSetting {
 };
 /// All of them, also those that this machine lacks (they are fixed). Ends the command as g_AddMemory does.
 std::vector<CMemorySetting> g_MemorySettings(const CHostLibrary& rLibrary);
-/// Name, label and usual unit of what stands there in MemTiming or MemConfig, on whatever machine.
+/// Name, label and unit of what stands there in MemTiming or MemConfig, on whatever machine. The unit is empty where it
+/// is not the same on all of them.
 CSetting g_DescribeMemorySetting(bool bIsTiming, size_t uOffset);
 
 }  // namespace vxtctl

@@ -41,14 +41,20 @@ CProfileDocument::CProfileDocument(const CHostLibrary& rLibrary, const std::stri
                                            " characters, which the library does not take");
     m_pProfile.reset(rLibrary.Profiles().OpenProfile(sPath.c_str()));
     if (!m_pProfile) throw CFailure(EExit::kFailed, sFile + ": the library cannot read profiles here; --log tells why");
+    m_sProblem = _FindProblem(rLibrary.Profiles());
 }
 
-std::string CProfileDocument::Problem() const { return g_Utf8(m_pProfile->GetProblem()); }
+/// XML of others has another root, and then no setting has a place in it: the library does not say so by itself.
+std::string CProfileDocument::_FindProblem(vxtapi::CProfileSettgins& rProfiles) const {
+    if (m_pProfile->GetProblem()[0] != 0 || !FileExists()) return g_Utf8(m_pProfile->GetProblem());
+    const COwned pTried(rProfiles.OpenProfile(Path()));
+    const bool bTakes = pTried && pTried->SetValue(vxtapi::kProfileCpuSection, L"Tried", L"Tried", 0);
+    return bTakes ? "" : "its XML is not that of a profile";
+}
 
 void CProfileDocument::CheckReadable() const {
     if (!FileExists()) throw CFailure(EExit::kFailed, m_sFile + ": there is no such file");
-    if (const std::string sProblem = Problem(); !sProblem.empty())
-        throw CFailure(EExit::kFailed, m_sFile + " is no profile: " + sProblem);
+    if (!m_sProblem.empty()) throw CFailure(EExit::kFailed, m_sFile + " is no profile: " + m_sProblem);
 }
 
 std::vector<CProfileEntry> CProfileDocument::Entries() const {

@@ -35,7 +35,7 @@ public:
     const wchar_t* Path() const { return m_pProfile->GetPath(); }
     bool FileExists() const { return m_pProfile->FileExists(); }
     /// Why the file is no profile; empty: it is one, or there is none.
-    std::string Problem() const;
+    const std::string& Problem() const { return m_sProblem; }
     /// Ends the command when there is no such file, or it is no profile.
     void CheckReadable() const;
 
@@ -54,8 +54,11 @@ private:
     struct CRelease {
         void operator()(vxtapi::CProfile* pProfile) const { pProfile->Release(); }
     };
-    std::string m_sFile;
-    std::unique_ptr<vxtapi::CProfile, CRelease> m_pProfile;
+    using COwned = std::unique_ptr<vxtapi::CProfile, CRelease>;
+    std::string _FindProblem(vxtapi::CProfileSettgins& rProfiles) const;
+
+    std::string m_sFile, m_sProblem;
+    COwned m_pProfile;
 };
 
 }  // namespace vxtctl

@@ -160,6 +160,10 @@ std::string g_WhyIllegal(const CSetting& rSetting, double dValue) {
     return "not a legal value (" + (sLegal.empty() ? kNothingKnown : sLegal) + ")";
 }
 
+std::string g_WhyUnfit(const CSetting& rSetting, double dValue) {
+    return g_LegalText(rSetting).empty() ? "" : g_WhyIllegal(rSetting, dValue);
+}
+
 void g_CheckLegal(const CSetting& rSetting, double dValue, const std::string& sAsked, bool bForce) {
     if (bForce || g_IsLegal(rSetting, dValue)) return;
     throw CFailure(EExit::kUsage, sAsked + ": " + g_WhyIllegal(rSetting, dValue) +

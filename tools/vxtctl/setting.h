@@ -80,6 +80,8 @@ void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle
 
 /// Why the value is not known to be legal; empty: it is.
 std::string g_WhyIllegal(const CSetting& rSetting, double dValue);
+/// The same, but empty where nothing is known of legal values.
+std::string g_WhyUnfit(const CSetting& rSetting, double dValue);
 /// Ends the command when the value is not known to be legal and `bForce` is off; `sAsked` is what the user wrote.
 void g_CheckLegal(const CSetting& rSetting, double dValue, const std::string& sAsked, bool bForce);
 

@@ -17,16 +17,6 @@ constexpr COption<CWanted> kOptions[] = {
     {"FILE", "", "Profile to write; one that is there already is replaced", &CWanted::oFile, true},
 };
 
-/// Ends the command when there is a file that is no profile: it may be anything. `rAny` is a setting that profiles hold.
-void g_CheckPlace(CProfileDocument& rProfile, const CProfileSetting& rAny) {
-    std::string sProblem = rProfile.Problem();
-    // XML of others has another root: it takes no settings.
-    if (sProblem.empty() && !rProfile.SetValue(rAny, 0)) sProblem = "its XML is not that of a profile";
-    if (!sProblem.empty())
-        throw CFailure(EExit::kFailed,
-                       rProfile.File() + " is there and is no profile: " + sProblem + "; it was left as it is");
-}
-
 /// Ends the command unless the file may be replaced.
 void g_AskToReplace(const CTool& rTool, const std::string& sFile, size_t uSettings) {
     if (rTool.Options().bYes) return;
@@ -92,9 +82,10 @@ EExit g_ProfileSave(CTool& rTool, const CWanted& rWanted) {
     CProfileDocument Profile(Library, *rWanted.oFile);
     const bool bReplaces = Profile.FileExists();
     if (bReplaces) {
-        const size_t uEntries = Profile.Entries().size();
-        g_CheckPlace(Profile, Machine.front());
-        if (!rTool.Options().bDryRun) g_AskToReplace(rTool, *rWanted.oFile, uEntries);
+        if (!Profile.Problem().empty())  // it may be anything
+            throw CFailure(EExit::kFailed, Profile.File() + " is there and is no profile: " + Profile.Problem() +
+                                               "; it was left as it is");
+        if (!rTool.Options().bDryRun) g_AskToReplace(rTool, *rWanted.oFile, Profile.Entries().size());
     }
     CSaving Saving(Profile, Machine);
     for (const CUnheld& rUnheld : g_Unheld(Library)) Saving.Rows().LeaveOut(rUnheld);

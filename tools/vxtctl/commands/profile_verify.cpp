@@ -1,0 +1,45 @@
+// vxtctl profile verify: whether a profile is in force, for scripts.
+#include "common/command.h"
+#include "profile_comparison.h"
+
+namespace vxtctl {
+
+using namespace vxttools;
+
+namespace {
+
+struct CWanted {
+    std::optional<std::string> oFile;
+};
+constexpr COption<CWanted> kOptions[] = {
+    {"FILE", "", "Profile that should be in force", &CWanted::oFile, true},
+};
+
+EExit g_ProfileVerify(CTool& rTool, const CWanted& rWanted) {
+    const CHostLibrary Library(rTool.Options());
+    const CProfileDocument Profile(Library, *rWanted.oFile);
+    Profile.CheckReadable();
+    CComparison Comparison = g_CompareWithMachine(Profile, Library);
+    const size_t uDiffering = Comparison.Differences.size();
+    CDocument Document = rTool.NewDocument();
+    Document["file"] = *rWanted.oFile;
+    Document["in_force"] = Comparison.IsSame() && Library.Findings().empty();
+    Document["compared"] = Comparison.uCompared;
+    Document["differing"] = uDiffering;
+    const std::string sOf = " of " + std::to_string(Comparison.uCompared) + " settings ";
+    Document.SetText(*rWanted.oFile + ": " +
+                     (uDiffering > 0        ? std::to_string(uDiffering) + sOf + "differ"
+                      : Comparison.IsSame() ? "in force"
+                                            : std::to_string(Comparison.Findings.size()) + sOf + "could not be read") +
+                     "\n");
+    const EExit eExit = Library.Emit(rTool, Document, std::move(Comparison.Findings));
+    return eExit == EExit::kDone && uDiffering > 0 ? EExit::kFindings : eExit;
+}
+
+}  // namespace
+
+extern constexpr CCommand kProfileVerify{"profile verify", "Tell whether a profile is in force",
+                                         "  vxtctl profile verify quiet.xml && echo quiet",
+                                         g_NewCall<CWanted, kOptions, g_ProfileVerify>};
+
+}  // namespace vxtctl
