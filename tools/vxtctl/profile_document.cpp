@@ -19,7 +19,10 @@ constexpr size_t kLongestPath = 259;  ///< that the library takes
 /// A path without "/" would be a name in the library's own folder.
 std::wstring g_LibraryPath(const std::string& sFile) {
     try {
-        return std::filesystem::absolute(vxttools::g_Path(sFile)).generic_wstring();
+        const std::filesystem::path Path = std::filesystem::absolute(vxttools::g_Path(sFile));
+        if constexpr (sizeof(wchar_t) == sizeof(char16_t)) return Path.generic_wstring();
+        const std::u32string sPath = Path.generic_u32string();  // the wide form would go by the locale there
+        return {sPath.begin(), sPath.end()};
     } catch (const std::exception&) { return {}; }  // no UTF-8, or no present folder
 }
 

@@ -35,9 +35,15 @@ constexpr CKeyRow kKeys[] = {
     {nullptr, kReadToWriteKey, "Read to write turnaround", "clocks"},
 };
 
+/// Sections whose keys are the same on all machines.
+bool g_HasFixedKeys(const std::wstring& rsSection) {
+    return rsSection == vxtapi::kProfileCpuSection || rsSection == vxtapi::kProfileLinkSection;
+}
+
 /// What a key means on whatever machine; the label is empty when none has it.
 CSetting g_Describe(const CProfileNames& rNames) {
     const auto IsHere = [&](const wchar_t* pszSection, const wchar_t* pszKey) {
+        if (!pszSection && g_HasFixedKeys(rNames.sSection)) return false;
         return rNames.IsSame({pszSection ? pszSection : rNames.sSection, rNames.sElement, pszKey});
     };
     CSetting Kind{"", "", ""};
@@ -91,6 +97,8 @@ std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const
         CJudgedEntry& rThis = Judged.emplace_back(CJudgedEntry{std::move(rEntry), {"", "", ""}});
         rThis.pSetting = g_FindSetting(rMachine, rThis.Entry);
         rThis.Kind = rThis.pSetting ? rThis.pSetting->Setting : g_Describe(rThis.Entry);
+        if (rThis.Kind.sLabel.empty() && !rLibrary.IsStarted() && !g_HasFixedKeys(rThis.Entry.sSection))
+            rThis.Kind.sLabel = g_Utf8(rThis.Entry.sKey.c_str());  // may be a voltage of the board's own
         const auto Pass = [&](EEntry eFate, const std::string& sWhy) { rThis.eFate = eFate, rThis.sProblem = sWhy; };
         const std::optional<double>& roNumber = rThis.Entry.oNumber;
         // A number that the library does not find stands in the second element of a name, of whichever level.
@@ -99,7 +107,7 @@ std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const
         else if (!roNumber)
             Pass(EEntry::kNoNumber, rThis.Entry.sText.empty() ? "it is empty" : "no number like 1.25");
         else if (rThis.Kind.sLabel.empty())
-            Pass(EEntry::kUnknown, rLibrary.IsStarted() ? "unknown key" : "a key that only its own board can know");
+            Pass(EEntry::kUnknown, "unknown key");
         else if (!rThis.pSetting && rLibrary.IsStarted())
             Pass(EEntry::kLacking, g_WhyLacking(rLibrary, rMachine, rThis.Entry));
         else if (rThis.pSetting && !(rThis.pSetting->bZeroKeeps && *roNumber <= 0))
