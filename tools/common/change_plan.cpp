@@ -46,8 +46,7 @@ std::optional<double> g_ReadBack(const CChange& rChange, double dExpected) {
 
 }  // namespace
 
-void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
-    const bool bAccepted = rChange.Write();
+void CChangePlan::_Judge(const CChange& rChange, CResult& rResult, bool bAccepted) {
     if (!rChange.Read) {
         rResult.eOutcome = bAccepted ? EOutcome::kTaken : EOutcome::kFailed;
         if (!bAccepted) rResult.sReason = "the library reports a failure: " + rChange.sDoubt;
@@ -75,11 +74,11 @@ void CChangePlan::_Apply(const CChange& rChange, CResult& rResult) {
     }
 }
 
-void CChangePlan::_Undo(const CChange& rChange, CResult& rResult) {
+void CChangePlan::_Undo(const CChange& rChange, CResult& rResult, const std::string& sWhy) {
     const bool bUnchanged = rResult.oBefore && g_Is(rChange, rResult.oAfter, *rResult.oBefore);
     if (!rChange.PutBack && (!rResult.oBefore || bUnchanged)) return;
     const bool bWasTaken = rResult.eOutcome == EOutcome::kTaken;
-    if (bWasTaken) rResult.sReason = "another change to " + rChange.sOwner + " went wrong";
+    if (bWasTaken) rResult.sReason = sWhy;
     if (!rChange.Restore && !rChange.PutBack) {
         rResult.sReason += "; there is no way to put it back";
         return;
@@ -113,7 +112,7 @@ size_t CChangePlan::_EndOfOwner(size_t uFirst) const {
 EExit CChangePlan::_ApplyOwner(size_t uFirst, size_t uEnd) {
     size_t uFailed = uFirst;
     while (uFailed < uEnd) {
-        _Apply(m_Changes[uFailed], m_Results[uFailed]);
+        _Judge(m_Changes[uFailed], m_Results[uFailed], m_Changes[uFailed].Write());
         if (m_Results[uFailed].eOutcome != EOutcome::kTaken) break;
         ++uFailed;
     }
@@ -122,15 +121,49 @@ EExit CChangePlan::_ApplyOwner(size_t uFirst, size_t uEnd) {
         m_Results[i].eOutcome = EOutcome::kSkipped;
         m_Results[i].sReason = "an earlier change to " + m_Changes[i].sOwner + " went wrong";
     }
-    EExit eExit = EExit::kNotTaken;
-    for (size_t i = uFailed + 1; i-- > uFirst;) {
+    const auto Why = [](const CChange& r) { return "another change to " + r.sOwner + " went wrong"; };
+    return _UndoAll(uFirst, uFailed + 1, Why) ? EExit::kNotTaken : EExit::kFailed;
+}
+
+bool CChangePlan::_UndoAll(size_t uFirst, size_t uEnd, const std::function<std::string(const CChange&)>& Why) {
+    bool bAll = true;
+    for (size_t i = uEnd; i-- > uFirst;) {
         const CChange& rChange = m_Changes[i];
-        _Undo(rChange, m_Results[i]);
-        if (m_Results[i].eOutcome == EOutcome::kFailed) eExit = EExit::kFailed;
+        _Undo(rChange, m_Results[i], Why(rChange));
+        bAll = bAll && m_Results[i].eOutcome != EOutcome::kFailed;
         if (!m_Results[i].sReason.empty())
             g_PrintRemark(rChange.sOwner + ": " + rChange.sLabel + ": " + m_Results[i].sReason);
     }
-    return eExit;
+    return bAll;
+}
+
+EExit CChangePlan::_ApplyJointly(const CJointWrite& rWrite) {
+    if (rWrite.Begin) rWrite.Begin();
+    const std::string sLeft = rWrite.Write();
+    bool bAllTaken = true;
+    for (size_t i = 0; i < m_Changes.size(); ++i) {
+        CResult& rResult = m_Results[i];
+        _Judge(m_Changes[i], rResult, true);
+        const bool bUntouched = rResult.oBefore && g_Is(m_Changes[i], rResult.oAfter, *rResult.oBefore);
+        if (!sLeft.empty() && rResult.eOutcome == EOutcome::kNotTaken && bUntouched)
+            rResult.eOutcome = EOutcome::kSkipped, rResult.sReason = sLeft;
+        bAllTaken = bAllTaken && rResult.eOutcome == EOutcome::kTaken;
+    }
+    EExit eExit = bAllTaken ? EExit::kDone : EExit::kNotTaken;
+    std::string sWhy = bAllTaken ? "" : "another change went wrong";
+    if (g_WasInterrupted())
+        sWhy = "interrupted";
+    else if (bAllTaken && rWrite.Verify)
+        sWhy = rWrite.Verify();
+    if (sWhy.empty()) return eExit;
+    if (bAllTaken) eExit = EExit::kInterrupted;
+    if (!rWrite.WantsUndone || !rWrite.WantsUndone()) {
+        for (size_t i = 0; i < m_Changes.size(); ++i)
+            if (!m_Results[i].sReason.empty())
+                g_PrintRemark(m_Changes[i].sOwner + ": " + m_Changes[i].sLabel + ": " + m_Results[i].sReason);
+        return eExit;
+    }
+    return _UndoAll(0, m_Changes.size(), [&](const CChange&) { return sWhy; }) ? eExit : EExit::kFailed;
 }
 
 std::string CChangePlan::_LegalText(size_t uChange) const {
@@ -187,9 +220,17 @@ void CChangePlan::_Report(CDocument& rDocument, bool bDryRun) const {
     rDocument.AddTable(std::move(Table));
 }
 
-EExit CChangePlan::Run(CTool& rTool, const CThen& rThen) {
+EExit CChangePlan::_Run(CTool& rTool, const CThen& rThen, const CJointWrite* pJoint) {
     CDocument Document = rTool.NewDocument();
-    EExit eExit = _Run(Document, rTool);
+    const bool bDryRun = rTool.Options().bDryRun;
+    m_Results.assign(m_Changes.size(), {});
+    for (size_t i = 0; i < m_Changes.size(); ++i) m_Results[i].oBefore = g_Read(m_Changes[i]);
+    EExit eExit = EExit::kDone;
+    if (!bDryRun) {
+        _Ask(rTool);
+        eExit = pJoint ? _ApplyJointly(*pJoint) : _ApplyOwners();
+    }
+    _Report(Document, bDryRun);
     if (rThen) eExit = rThen(Document, eExit);
     try {
         return rTool.Emit(Document, eExit);
@@ -230,15 +271,10 @@ void CChangePlan::_TellInterruption() const {
     g_PrintRemark(sText);
 }
 
-EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
-    const bool bDryRun = rTool.Options().bDryRun;
-    m_Results.assign(m_Changes.size(), {});
-    for (size_t i = 0; i < m_Changes.size(); ++i) m_Results[i].oBefore = g_Read(m_Changes[i]);
-    if (!bDryRun) _Ask(rTool);
-
+EExit CChangePlan::_ApplyOwners() {
     EExit eExit = EExit::kDone;
     bool bSkipped = false;
-    for (size_t i = 0, uEnd = 0; i < m_Changes.size() && !bDryRun; i = uEnd) {
+    for (size_t i = 0, uEnd = 0; i < m_Changes.size(); i = uEnd) {
         uEnd = _EndOfOwner(i);
         if (g_WasInterrupted()) {
             for (size_t j = i; j < uEnd; ++j)
@@ -250,7 +286,6 @@ EExit CChangePlan::_Run(CDocument& rDocument, const CTool& rTool) {
         if (eExit == EExit::kDone || eOwner == EExit::kFailed) eExit = eOwner;
     }
     if (bSkipped) _TellInterruption();
-    _Report(rDocument, bDryRun);
     return bSkipped ? EExit::kInterrupted : eExit;
 }
 

@@ -33,6 +33,18 @@ struct CChange {
     std::string sDoubt = "is not in this processor's table or beyond its limits";
 };
 
+/// Changes that are made as one, whoever their owners are.
+struct CJointWrite {
+    /// Before the first write, and only then. What it throws ends the command with nothing written.
+    std::function<void()> Begin = {};
+    /// All of them, in the place of their own. Returns why the rest was left; an empty text: nothing was.
+    std::function<std::string()> Write;
+    /// Why values that were all taken cannot stay; an empty text: they can.
+    std::function<std::string()> Verify = {};
+    /// Something went wrong: whether all are undone, from the last to the first. Empty: what was taken stays.
+    std::function<bool()> WantsUndone = {};
+};
+
 class CChangePlan {
 public:
     /// What follows the changes before the answer goes out, which it may add to. Told how they went, says how the command
@@ -46,7 +58,11 @@ public:
     /// When one of an owner's changes goes wrong, that one and those before it are undone and the rest is skipped. A
     /// signal lets the owner at hand finish and skips the others.
     /// The answer has the array "changes" and its table. Returns how the command ends.
-    EExit Run(CTool& rTool, const CThen& rThen = {});
+    EExit Run(CTool& rTool, const CThen& rThen = {}) { return _Run(rTool, rThen, nullptr); }
+    /// The same for changes that are made as one. A signal undoes them.
+    EExit RunJointly(CTool& rTool, const CJointWrite& rWrite, const CThen& rThen) {
+        return _Run(rTool, rThen, &rWrite);
+    }
 
 private:
     enum class EOutcome { kPlanned, kTaken, kNotTaken, kFailed, kSkipped, kUndone };
@@ -56,12 +72,16 @@ private:
         std::string sReason;
     };
 
-    EExit _Run(CDocument& rDocument, const CTool& rTool);
+    EExit _Run(CTool& rTool, const CThen& rThen, const CJointWrite* pJoint);
     void _Ask(const CTool& rTool) const;
+    EExit _ApplyOwners();
+    EExit _ApplyJointly(const CJointWrite& rWrite);
     /// One owner's changes, from the first to the one before the last. Returns how they went.
     EExit _ApplyOwner(size_t uFirst, size_t uEnd);
-    static void _Apply(const CChange& rChange, CResult& rResult);
-    static void _Undo(const CChange& rChange, CResult& rResult);
+    static void _Judge(const CChange& rChange, CResult& rResult, bool bAccepted);
+    static void _Undo(const CChange& rChange, CResult& rResult, const std::string& sWhy);
+    /// Those before the end, from the last to the first. Returns whether the hardware has again what it had.
+    bool _UndoAll(size_t uFirst, size_t uEnd, const std::function<std::string(const CChange&)>& Why);
     size_t _EndOfOwner(size_t uFirst) const;
     void _TellInterruption() const;
     std::string _LegalText(size_t uChange) const;  ///< told once for all that share it

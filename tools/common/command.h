@@ -16,6 +16,7 @@ namespace vxttools {
 struct CGlobalOptions {
     bool bJson = false, bCsv = false, bQuiet = false, bLog = false, bYes = false, bDryRun = false;
     std::optional<std::string> oOutput, oColor, oMachine, oState, oFault, oLibrary;
+    std::vector<std::string> Arguments = {};  ///< the whole line, for a process that is to do the same
 };
 
 /// Tells the library, which looks when it is loaded, on which PC to run and what to let go wrong there.

@@ -8,6 +8,7 @@
 #include "common/command_table.h"
 #include "common/completion.h"
 #include "common/console.h"
+#include "common/guarded_process.h"
 #include "common/own_commands.h"
 
 namespace vxttools {
@@ -319,7 +320,7 @@ EExit CTool::Emit(const CDocument& rDocument, EExit eExit) {
 }
 
 int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
-    const std::vector<std::string> Arguments = g_StartConsole(nArguments, ppszArguments);
+    std::vector<std::string> Arguments = g_StartConsole(nArguments, ppszArguments);
     const auto AsksFor = [&](const char* pszFormat) { return std::ranges::count(Arguments, pszFormat) > 0; };
     const bool bJson = AsksFor("--json") && !AsksFor("--csv");  // also where the rest of the line is refused
     CGlobalOptions Options;
@@ -332,6 +333,8 @@ int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
         return static_cast<int>(eExit);
     };
     try {
+        g_EnterGuard(Arguments);
+        Options.Arguments = Arguments;
         if (g_IsShellAsking(Arguments)) {
             g_AnswerShell(Table, Options, Arguments);
             return static_cast<int>(EExit::kDone);

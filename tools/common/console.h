@@ -15,6 +15,18 @@ namespace vxttools {
 /// without the program's name.
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments);
 
+/// The terminal behind the standard streams.
+struct CTerminal {
+    bool bStdin;     ///< stdin is one
+    bool bObedient;  ///< stdout is one that obeys control sequences
+    std::optional<size_t> oStdoutColumns,
+        oStderrColumns;  ///< nothing where the stream goes elsewhere, or it does not tell
+};
+/// Of this process.
+CTerminal g_OwnTerminal();
+/// For a process that only pipes connect with one: that it is to go by from now on.
+void g_BorrowTerminal(const CTerminal& rTerminal);
+
 bool g_IsStdinTerminal();
 
 /// How many columns the terminal has that the stream writes to; nothing where it is none, or does not tell.
@@ -43,6 +55,10 @@ bool g_WentOn();
 
 /// Waits for a line on stdin, or for a request to end: false.
 bool g_WaitForInput();
+/// What there is on stdin; waits until there is something. Empty: its end. Nothing else may read it.
+std::string g_ReadInput(size_t uMost = 4096);
+/// A line of stdin without its end; false: there is none any more.
+bool g_ReadLine(std::string& rsLine);
 
 /// Waits so long, or until a request to end: false.
 bool g_Pause(std::chrono::milliseconds Duration);
@@ -64,6 +80,7 @@ uint32_t g_ProcessorCount();
 
 /// A path from UTF-8.
 std::filesystem::path g_Path(const std::string& sUtf8);
+std::filesystem::path g_Executable();
 std::filesystem::path g_ExecutableFolder();
 
 /// Prints the question on stderr and reads one line: true for "y" or "yes".

@@ -28,14 +28,10 @@ void CFanHold::Begin() {
                                                ": what drives it now could not be read, so it could "
                                                "not be put back; nothing was written");
         rHeld.Before = *oBefore;
-        Records.push_back({rHeld.pFan->Id(),
-                           rHeld.pFan->Chip(),
-                           {},
-                           vxttools::g_IsoTime(std::chrono::system_clock::now()),
-                           oBefore->uControl,
-                           oBefore->oDuty});
+        Records.push_back({rHeld.pFan->Id(), rHeld.pFan->Chip(), vxttools::g_IsoTime(std::chrono::system_clock::now()),
+                           oBefore->uControl, oBefore->oDuty});
     }
-    if (m_bOnDisk) m_rRecords.Add(std::move(Records));
+    if (m_bOnDisk) m_rRecords.Add(Records);
     m_bBegun = true;
 }
 

@@ -54,13 +54,19 @@ std::vector<CProfileTarget> g_Targets(const CProfileDocument& rProfile, const st
     return Targets;
 }
 
-CComparison g_CompareWithMachine(const CProfileDocument& rProfile, const CHostLibrary& rLibrary) {
-    const std::vector<CProfileSetting> Machine = g_MachineProfile(rLibrary);
-    if (Machine.empty()) throw rLibrary.Absent("setting");
-    const std::vector<CProfileTarget> Targets = g_Targets(rProfile, Machine);
+std::vector<CProfileTarget> g_TargetsHere(const CProfileDocument& rProfile, const CHostLibrary& rLibrary,
+                                          const std::vector<CProfileSetting>& rMachine) {
+    if (rMachine.empty()) throw rLibrary.Absent("setting");
+    std::vector<CProfileTarget> Targets = g_Targets(rProfile, rMachine);
     if (Targets.empty())
         throw CFailure(EExit::kNoSuchDevice,
                        "nothing of " + rProfile.File() + " is for this machine; 'profile show' tells what it holds");
+    return Targets;
+}
+
+CComparison g_CompareWithMachine(const CProfileDocument& rProfile, const CHostLibrary& rLibrary) {
+    const std::vector<CProfileSetting> Machine = g_MachineProfile(rLibrary);
+    const std::vector<CProfileTarget> Targets = g_TargetsHere(rProfile, rLibrary, Machine);
     CComparison Comparison;
     for (const CProfileTarget& rTarget : Targets) {
         const CProfileSetting& rSetting = *rTarget.pSetting;

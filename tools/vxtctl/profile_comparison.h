@@ -17,6 +17,10 @@ struct CProfileTarget {
 /// with others, or instead of an entry that is missing, is there.
 std::vector<CProfileTarget> g_Targets(const CProfileDocument& rProfile, const std::vector<CProfileSetting>& rMachine);
 
+/// The same; ends the command when there are none.
+std::vector<CProfileTarget> g_TargetsHere(const CProfileDocument& rProfile, const CHostLibrary& rLibrary,
+                                          const std::vector<CProfileSetting>& rMachine);
+
 /// One setting that is not the same on both sides. A side without it has no value.
 struct CDifference {
     std::string sId;  ///< of this machine's setting; empty: it has none

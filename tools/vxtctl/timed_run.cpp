@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 
 #include "common/console.h"
+#include "common/progress_line.h"
 #include "common/text.h"
 
 namespace vxtctl {
@@ -30,28 +30,6 @@ constexpr CEndRow kEnds[] = {
 };
 const CEndRow& g_Row(const CTimedRun& rRun) { return kEnds[static_cast<size_t>(rRun.eEnd)]; }
 
-/// A line on the terminal of stderr that is written over and over, and gone at the end.
-class CProgressLine {
-public:
-    explicit CProgressLine(bool bQuiet) : m_oColumns(bQuiet ? std::nullopt : vxttools::g_StderrColumns()) {}
-    CProgressLine(const CProgressLine&) = delete;
-    ~CProgressLine() { Show(""); }
-
-    void Show(std::string sText) {
-        if (!m_oColumns) return;
-        while (vxttools::g_Width(sText) >= *m_oColumns)
-            sText.resize(sText.rfind(' ') == sText.npos ? 0 : sText.rfind(' '));
-        const size_t uWidth = vxttools::g_Width(sText), uShown = m_uShown;
-        m_uShown = uWidth;
-        std::fputs(("\r" + sText + std::string(uShown > uWidth ? uShown - uWidth : 0, ' ') + "\r").c_str(), stderr);
-        std::fflush(stderr);
-    }
-
-private:
-    std::optional<size_t> m_oColumns;
-    size_t m_uShown = 0;
-};
-
 }  // namespace
 
 void g_RunFor(CTimedRun& rRun, const vxttools::CTool& rTool, const CHostLibrary& rLibrary, const CRunSteps& rSteps) {
@@ -59,7 +37,7 @@ void g_RunFor(CTimedRun& rRun, const vxttools::CTool& rTool, const CHostLibrary&
     constexpr std::chrono::milliseconds kStep{1000};
     const auto Start = CClock::now();
     const std::chrono::milliseconds Whole = std::chrono::seconds(rRun.uSeconds);
-    CProgressLine Line(rTool.Options().bQuiet);
+    vxttools::CProgressLine Line(rTool.Options().bQuiet);
     for (;;) {
         const auto Passed = std::chrono::duration_cast<std::chrono::milliseconds>(CClock::now() - Start);
         rRun.dLasted = static_cast<double>(Passed.count()) / 1000;

@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "common/console.h"
@@ -80,11 +81,11 @@ std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
 
 uint32_t g_ProcessorCount() { return static_cast<uint32_t>(sysconf(_SC_NPROCESSORS_ONLN)); }
 
-bool g_IsStdinTerminal() { return isatty(STDIN_FILENO); }
-std::optional<size_t> g_StdoutColumns() { return g_Columns(STDOUT_FILENO); }
-std::optional<size_t> g_StderrColumns() { return g_Columns(STDERR_FILENO); }
+CTerminal g_OwnTerminal() {
+    return {isatty(STDIN_FILENO) != 0, isatty(STDOUT_FILENO) && g_Environment("TERM") != "dumb",
+            g_Columns(STDOUT_FILENO), g_Columns(STDERR_FILENO)};
+}
 std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STDOUT_FILENO); }
-bool g_IsStdoutObedient() { return isatty(STDOUT_FILENO) && g_Environment("TERM") != "dumb"; }
 
 void g_HoldScreen(const CScreenWords* pWords) {
     g_pScreen = pWords;
@@ -103,6 +104,15 @@ bool g_WentOn() {
 bool g_WaitForInput() {
     pollfd Input{STDIN_FILENO, POLLIN, 0};
     return g_WaitUnlessAsked([&](const sigset_t& rUnblocked) { return ppoll(&Input, 1, nullptr, &rUnblocked) >= 0; });
+}
+
+std::string g_ReadInput(size_t uMost) {
+    std::string sData(uMost, '\0');
+    ssize_t nRead = 0;
+    do nRead = read(STDIN_FILENO, sData.data(), sData.size());
+    while (nRead < 0 && errno == EINTR && !g_nInterrupted);
+    sData.resize(nRead > 0 ? static_cast<size_t>(nRead) : 0);
+    return sData;
 }
 
 bool g_Pause(std::chrono::milliseconds Duration) {
@@ -125,6 +135,6 @@ std::filesystem::path g_StateFolder() {
 
 bool g_WasInterrupted() { return g_nInterrupted; }
 void g_SetEnvironment(const char* pszName, const std::string& sValue) { setenv(pszName, sValue.c_str(), 1); }
-std::filesystem::path g_ExecutableFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }
+std::filesystem::path g_Executable() { return std::filesystem::read_symlink("/proc/self/exe"); }
 
 }  // namespace vxttools

@@ -86,17 +86,23 @@ uint32_t g_ProcessorCount() {
     return Information.dwNumberOfProcessors;
 }
 
-bool g_IsStdinTerminal() { return g_IsConsole(STD_INPUT_HANDLE); }
-std::optional<size_t> g_StdoutColumns() { return g_Columns(STD_OUTPUT_HANDLE); }
-std::optional<size_t> g_StderrColumns() { return g_Columns(STD_ERROR_HANDLE); }
-std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STD_OUTPUT_HANDLE); }
-bool g_IsStdoutObedient() {
+CTerminal g_OwnTerminal() {
     DWORD dwMode = 0;
-    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &dwMode) && (dwMode & ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    const bool bObedient =
+        GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &dwMode) && (dwMode & ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    return {g_IsConsole(STD_INPUT_HANDLE), bObedient, g_Columns(STD_OUTPUT_HANDLE), g_Columns(STD_ERROR_HANDLE)};
 }
+std::optional<CTerminalSize> g_StdoutSize() { return g_Size(STD_OUTPUT_HANDLE); }
 void g_HoldScreen(const CScreenWords* pWords) { g_pScreen = pWords; }
 bool g_WentOn() { return false; }                  // consoles stop nobody
 bool g_WaitForInput() { return !g_bInterrupted; }  // Ctrl-C ends a console's read
+std::string g_ReadInput(size_t uMost) {
+    std::string sData(uMost, '\0');
+    const int nRead =
+        _read(_fileno(stdin), sData.data(), static_cast<unsigned>(sData.size()));  // text: line feeds alone
+    sData.resize(nRead > 0 ? static_cast<size_t>(nRead) : 0);
+    return sData;
+}
 bool g_Pause(std::chrono::milliseconds Duration) {
     constexpr std::chrono::milliseconds kLook{20};  // the handler has a thread of its own
     const auto End = std::chrono::steady_clock::now() + Duration;
@@ -117,10 +123,10 @@ std::filesystem::path g_StateFolder() {
     return pszFolder ? pszFolder : L"";
 }
 
-std::filesystem::path g_ExecutableFolder() {
+std::filesystem::path g_Executable() {
     std::wstring sPath(32768, L'\0');  // the longest path there is
     sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
-    return std::filesystem::path(sPath).parent_path();
+    return sPath;
 }
 
 }  // namespace vxttools

@@ -19,7 +19,7 @@ constexpr CModeRow kModes[] = {{nullptr, "not told"}, {"manual", "manual"}, {"au
 /// By what is on disk of the fan: "running", "left_behind", or nothing.
 const char* g_HoldOf(const CFan& rFan, CHoldRecords& rRecords) {
     if (!rRecords.Find(rFan.Id())) return nullptr;
-    return rRecords.IsHeldElsewhere() ? "running" : "left_behind";
+    return rRecords.IsBusyElsewhere() ? "running" : "left_behind";
 }
 
 /// What the sensor reads, under the fan's own id; no sensor: why.

@@ -21,7 +21,7 @@ struct CLeft {
 /// Ends the command when a record is of a fan that this PC does not have.
 std::vector<CLeft> g_FindLeft(const CHoldRecords& rRecords, std::vector<CFan>& rFans) {
     std::vector<CLeft> Left;
-    for (const CHoldRecord& rRecord : rRecords.OfThisPc()) {
+    for (const CHoldRecord& rRecord : rRecords.Left()) {
         const auto it = std::ranges::find(rFans, rRecord.sFan, &CFan::Id);
         if (it == rFans.end() || it->Chip() != rRecord.sChip || !it->IsControlled())
             throw CFailure(EExit::kNoSuchDevice, rRecords.FileName() + ": this PC has no " + rRecord.sFan.substr(1) +
@@ -59,7 +59,7 @@ EExit g_FanRestore(CTool& rTool) {
     std::vector<CFan> Fans = g_FindFans(Library);
     if (Fans.empty()) throw Library.Absent("fan");
     CHoldRecords Records(Library);
-    if (!Records.OfThisPc().empty() && Records.IsHeldElsewhere())
+    if (!Records.Left().empty() && Records.IsBusyElsewhere())
         throw CFailure(EExit::kFailed, "another vxtctl holds fans at this moment and puts them back itself");
     std::vector<CLeft> Left = g_FindLeft(Records, Fans);
     if (Left.empty()) {

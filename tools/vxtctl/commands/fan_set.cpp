@@ -70,13 +70,13 @@ void g_CheckHolds(const CTool& rTool, const std::vector<CWantedDuty>& rSelected,
     if (rTool.Options().bDryRun) return;
     for (const auto& [pFan, uPercent] : rSelected) {
         if (!rRecords.Find(pFan->Id())) continue;
-        if (rRecords.IsHeldElsewhere())
+        if (rRecords.IsBusyElsewhere())
             throw CFailure(EExit::kFailed,
                            pFan->Name() + ": another vxtctl holds it at this moment; nothing was written");
         if (bHold) throw CFailure(EExit::kFailed, rRecords.LeftBehind(pFan->Id()) + "; nothing was written");
         rTool.Output().Note(rRecords.LeftBehind(pFan->Id()) + ", until this duty takes its place");
     }
-    if (bHold && rRecords.IsHeldElsewhere())
+    if (bHold && rRecords.IsBusyElsewhere())
         throw CFailure(EExit::kFailed,
                        "another vxtctl holds fans at this moment, one can at a time; nothing was written");
 }

@@ -1,5 +1,6 @@
 // vxtctl profile: what profiles hold of this machine.
 #include "common/command.h"
+#include "profile_records.h"
 #include "profile_report.h"
 
 namespace vxtctl {
@@ -10,6 +11,7 @@ namespace {
 
 EExit g_Profile(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
+    g_RemarkOnLeftProfile(Library, rTool.Output());
     const std::vector<CProfileSetting> Machine = g_MachineProfile(Library);
     if (Machine.empty()) throw Library.Absent("setting");
     CDocument Document = rTool.NewDocument();

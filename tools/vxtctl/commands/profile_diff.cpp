@@ -2,6 +2,7 @@
 #include "common/command.h"
 #include "common/text.h"
 #include "profile_comparison.h"
+#include "profile_records.h"
 #include "profile_report.h"
 
 namespace vxtctl {
@@ -70,6 +71,7 @@ EExit g_ProfileDiff(CTool& rTool, const CWanted& rWanted) {
         Other.CheckReadable();
         Comparison = g_CompareProfiles(Profile, Other, Library);
     } else {
+        g_RemarkOnLeftProfile(Library, rTool.Output());
         Comparison = g_CompareWithMachine(Profile, Library);
         if (!Comparison.NotHeld.empty())
             rTool.Output().Note(std::to_string(Comparison.NotHeld.size()) +

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "common/console.h"
+#include "profile_records.h"
 #include "profile_report.h"
 
 namespace vxtctl {
@@ -77,6 +78,7 @@ void CSaving::_CheckShared(const CProfileSetting& rSetting) {
 
 EExit g_ProfileSave(CTool& rTool, const CWanted& rWanted) {
     const CHostLibrary Library(rTool.Options());
+    g_RemarkOnLeftProfile(Library, rTool.Output());
     const std::vector<CProfileSetting> Machine = g_MachineProfile(Library);
     if (Machine.empty()) throw Library.Absent("setting");
     CProfileDocument Profile(Library, *rWanted.oFile);

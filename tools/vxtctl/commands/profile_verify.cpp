@@ -1,6 +1,7 @@
 // vxtctl profile verify: whether a profile is in force, for scripts.
 #include "common/command.h"
 #include "profile_comparison.h"
+#include "profile_records.h"
 
 namespace vxtctl {
 
@@ -17,6 +18,7 @@ constexpr COption<CWanted> kOptions[] = {
 
 EExit g_ProfileVerify(CTool& rTool, const CWanted& rWanted) {
     const CHostLibrary Library(rTool.Options());
+    g_RemarkOnLeftProfile(Library, rTool.Output());
     const CProfileDocument Profile(Library, *rWanted.oFile);
     Profile.CheckReadable();
     CComparison Comparison = g_CompareWithMachine(Profile, Library);

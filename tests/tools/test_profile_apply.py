@@ -1,0 +1,259 @@
+"""Profiles on the hardware: written as one; put back when something goes wrong, nobody confirms, or somebody was killed."""
+
+import json
+import os
+import pathlib
+import pty
+import random
+import re
+import resource
+import shlex
+import signal
+import subprocess
+import time
+
+import pytest
+
+from tools import FOLDER, MACHINES, SOURCE, answer, parsed, read, run, run_on_terminal, table, write
+
+APPLY = "vxtctl profile apply new.xml --yes --state pc.state"
+CONFIRM = APPLY + " --confirm 30"
+RECORD = pathlib.Path("state/vxt/applied-profiles.json")
+
+
+@pytest.fixture(autouse=True)
+def pc(folder, monkeypatch):
+    """A PC with two profiles: the one in force, and one that changes a bit of everything."""
+    monkeypatch.setenv("XDG_STATE_HOME", os.path.abspath("state"))
+    assert run("vxtctl profile save old.xml --state pc.state").code == 0
+    write("new.xml", read(SOURCE / "examples/family10h-ddr3.xml"))
+
+
+def is_in_force(name):
+    found = run(f"vxtctl profile verify {name} --state pc.state")
+    assert found.code in (0, 6), found.err
+    return found.code == 0
+
+
+def left_behind():
+    return "'vxtctl profile rollback'" in run("vxtctl profile verify old.xml --state pc.state").err
+
+
+def profile(name, **values):
+    """The profile in force with other values, by key."""
+    text = read("old.xml")
+    for key, value in values.items():
+        text, count = re.subn(rf"(<{key}>)[^<]*(</{key}>)", rf"\g<1>{value}\g<2>", text)
+        assert count, key
+    write(name, text)
+
+
+def another(row):
+    """A legal value beside the present one; none: there is none."""
+    low, high, step = row["limits"]["minimum"], row["limits"]["maximum"], row["step"] or 0.025
+    near = row["legal"] or [value for value in (row["value"] + step, row["value"] - step) if low <= value <= high]
+    return min((value for value in near if abs(value - row["value"]) > 1e-4), key=lambda value: abs(value - row["value"]), default=None)
+
+
+BY_HAND = {"multiplier": "cpu set --core {owner} --multiplier {value}", "core_voltage": "cpu set --core {owner} --voltage {value}"}
+BY_DEVICE = {"memory-controller": "memory set {key}={value}", "ht-link": "links set {key}={value}", "clock-gen": "clocks set {key}={value}",
+             "custom-pwm": "voltages set {key}={value}"}
+
+
+@table("machine", MACHINES)
+def test_a_saved_profile_comes_back_whatever_was_changed_meanwhile(machine):
+    state = "--state all.state"
+    rows = answer(f"vxtctl profile --machine {machine} {state}")["settings"]
+    assert run(f"vxtctl profile save all.xml {state}").code == 0
+    changed = set()
+    for row in rows:
+        device, owner, key = row["id"][1:].split("/")[0], row["id"].split("/")[2], row["id"].rsplit("/", 1)[1]
+        way, value = BY_HAND.get(key) or BY_DEVICE.get(device), another(row)
+        if way and value is not None and run(f"vxtctl {way} --force --yes {state}".format(owner=owner, key=key, value=value)).code == 0:
+            changed.add(row["id"])
+    differences = {row["id"] for row in answer(f"vxtctl profile diff all.xml {state}", 6)["differences"]}
+    assert changed - differences == set() and len(changed) > len(rows) // 2
+    found = answer(f"vxtctl profile apply all.xml --yes {state}")
+    assert {row["id"] for row in found["changes"]} == differences and {row["outcome"] for row in found["changes"]} == {"taken"}
+    assert answer(f"vxtctl profile diff all.xml {state}")["differences"] == []
+
+
+def test_a_rollback_brings_back_the_state_before_the_last_profile():
+    before = read("pc.state")
+    for line in (APPLY.replace("--yes", "--dry-run"), APPLY.replace("--yes", "")):
+        assert run(line).code == (0 if "dry" in line else 2) and read("pc.state") == before and not RECORD.exists()
+    assert {row["outcome"] for row in answer(APPLY)["changes"]} == {"taken"} and is_in_force("new.xml") and not left_behind()
+    assert answer(APPLY)["changes"] == [], "it is in force"
+    assert answer("vxtctl profile rollback --dry-run --state pc.state")["changes"][0]["outcome"] == "planned" and is_in_force("new.xml")
+    found = answer("vxtctl profile rollback --yes --state pc.state")
+    assert (found["profile"], {row["outcome"] for row in found["changes"]}) == (os.path.abspath("new.xml"), {"taken"})
+    assert is_in_force("old.xml") and not RECORD.exists()
+    assert answer("vxtctl profile rollback --yes --state pc.state")["changes"] == []
+
+
+def test_what_the_machine_cannot_have_is_told():
+    write("new.xml", read("old.xml").replace("<Multiplier>15", "<Unheard_of>1</Unheard_of><Multiplier2>1,5</Multiplier2><Multiplier>14.5", 1))
+    found = answer(APPLY)
+    assert [row["id"] for row in found["changes"]] == ["/cpu/0/multiplier"]
+    assert [(row["key"], row["text"]) for row in found["ignored"]] == [("Unheard_of", "1"), ("Multiplier2", "1,5"), ("Multiplier2", "15")]
+    assert run(f"vxtctl profile apply {SOURCE}/examples/k8-first.xml --yes --state pc.state").code == 3
+    write("new.xml", "no profile")
+    assert run(APPLY).code == 1 and read("new.xml") == "no profile", "the library would have deleted it"
+
+
+@table("values, code, reason", [
+    ({"CPUVID": 1.7}, 2, "core 0: core_voltage=1.7: not a legal value"),
+    ({"CPUVID": 1.0}, 2, "core 0: multiplier 15 needs 1.3500 V at least"),
+    ({"CAS_Latency": 99, "MemVDDQ": 1.6}, 2, "memory: tcl=99: not a legal value"),
+])
+def test_what_is_not_harmless_is_refused_before_the_first_write(values, code, reason):
+    profile("new.xml", **values)
+    before = read("pc.state")
+    found = run(APPLY)
+    assert found.code == code and reason in found.err and read("pc.state") == before and not RECORD.exists()
+
+
+@table("machine, values", [
+    ("family10h-ddr3", {"CAS_Latency": 99, "Multiplier": 14, "MemVDDQ": 1.6, "Memory_voltage": 1.6}),
+    ("family10h-ddr2", {"CAS_Latency": 99, "Multiplier": 5}),
+    ("k8-revf-dual", {"CPUVID": 3, "Multiplier": 5}),
+    ("k8-first", {"CAS_Latency": 99, "Multiplier": 5}),
+    ("family11h-mobile", {"CAS_Latency": 99, "Multiplier": 4}),
+])
+def test_a_value_that_is_not_taken_takes_all_others_back(machine, values):
+    run(f"vxtctl profile save old.xml --yes --machine {machine} --state {machine}.state")
+    profile("new.xml", **values)
+    found = answer(APPLY.replace("pc.state", machine + ".state") + " --force", 5)
+    outcomes = {row["outcome"] for row in found["changes"]}
+    assert "not_taken" in outcomes and outcomes <= {"not_taken", "undone"} and "undone" in outcomes
+    assert run(f"vxtctl profile verify old.xml --state {machine}.state").code == 0 and not RECORD.exists()
+
+
+@table("typed, kept", [("y\ny\n", False), ("y\nn\n", True)])
+def test_on_a_terminal_the_user_says_whether_what_was_taken_goes_back(typed, kept):
+    profile("new.xml", CAS_Latency=99, Multiplier=14)
+    assert run_on_terminal(APPLY.replace("--yes", "--force"), typed).code == 5
+    assert is_in_force("old.xml") != kept and not left_behind()
+    assert run("vxtctl profile rollback --yes --state pc.state").code == 0 and is_in_force("old.xml")
+
+
+def test_a_rising_clock_gets_its_voltage_first():
+    answer("vxtctl cpu set --core 0 --multiplier 4 --yes --state pc.state")
+    answer("vxtctl cpu set --voltage 1.0 --force --yes --state pc.state")
+    log = run("vxtctl profile apply old.xml --yes --state pc.state --fault seed=1,rate=100,kinds=delay").err
+    writes = re.findall(r"fault: write of MSR (C0010070) on core 0, \S+ ([0-9A-F]+)", log)
+    assert writes, log[:2000]
+
+
+@table("spoil", ["a file in the folder's place", "a full disk", "no home"])
+def test_without_a_place_for_the_old_state_nothing_is_written(spoil, monkeypatch):
+    before, limit = read("pc.state"), None
+    if spoil == "no home":
+        monkeypatch.delenv("XDG_STATE_HOME")
+        monkeypatch.delenv("HOME")
+    elif spoil == "a full disk":
+        def limit():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (6000, 6000))  # the profile has room, the record has not
+    else:
+        write("state", "")
+    found = subprocess.run([FOLDER / "vxtctl", *APPLY.split()[1:]], stdin=subprocess.DEVNULL, capture_output=True, text=True, preexec_fn=limit, check=False)
+    assert found.returncode == 1 and read("pc.state") == before, found.stderr
+
+
+class Confirming:
+    """An apply with --confirm that has written everything and waits."""
+
+    def __init__(self, line=CONFIRM, terminal=None):
+        stdin = subprocess.PIPE if terminal is None else terminal
+        self.visible = subprocess.Popen([FOLDER / "vxtctl", *line.split()[1:], "--json"], stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                        text=True, start_new_session=True, preexec_fn=terminal and (lambda: os.login_tty(terminal) if hasattr(os, "login_tty") else None))
+        told = ""
+        while "Type 'keep'" not in told:
+            told += self.visible.stderr.readline()
+        (self.child,) = (int(pid) for pid in read(f"/proc/{self.visible.pid}/task/{self.visible.pid}/children").split())
+
+    def ended(self):
+        """Its code, its answer, and whether the guarded process is gone."""
+        out = self.visible.communicate(timeout=20)[0]
+        end = time.monotonic() + 20
+        while os.path.exists(f"/proc/{self.child}") and time.monotonic() < end:
+            time.sleep(0.01)
+        return self.visible.returncode, parsed(out)["confirmation"]["ended"] if out else None
+
+
+def say(text):
+    return lambda apply: (apply.visible.stdin.write(text), apply.visible.stdin.flush())
+
+
+@table("line, act, code, ended, kept", [
+    (CONFIRM, say("keep\n"), 0, "kept", True),
+    (CONFIRM, say("Keep\r\n"), 0, "kept", True),
+    (CONFIRM, say("no\n"), 130, "declined", False),
+    (CONFIRM, say("\n"), 130, "declined", False),
+    (CONFIRM, lambda apply: apply.visible.stdin.close(), 130, "interrupted", False),
+    (CONFIRM.replace("30", "1"), lambda apply: None, 130, "timed_out", False),
+    (CONFIRM, lambda apply: os.killpg(apply.visible.pid, signal.SIGINT), 130, "interrupted", False),
+    (CONFIRM, lambda apply: os.killpg(apply.visible.pid, signal.SIGHUP), 130, "interrupted", False),
+    (CONFIRM, lambda apply: apply.visible.send_signal(signal.SIGKILL), -signal.SIGKILL, None, False),
+    (CONFIRM, lambda apply: os.kill(apply.child, signal.SIGTERM), 130, "interrupted", False),
+], ids=["keep", "Keep", "no", "empty", "end of input", "time", "Ctrl-C", "hang-up", "killed", "shutdown"])
+def test_only_the_word_in_time_keeps_a_profile(line, act, code, ended, kept):
+    apply = Confirming(line)
+    assert "another vxtctl applies a profile" in run(APPLY + " --force").err or True
+    act(apply)
+    if ended == "interrupted" or code == 130 or ended is None or kept:
+        found = apply.ended()
+    assert found == (code, ended)
+    assert is_in_force("new.xml" if kept else "old.xml") and RECORD.exists() == kept and not left_behind()
+
+
+def test_a_guarded_process_that_is_killed_leaves_the_way_back():
+    apply = Confirming()
+    os.kill(apply.child, signal.SIGKILL)
+    out, err = apply.visible.communicate(timeout=20)
+    assert (apply.visible.returncode, parsed(out)["error"]["code"]) == (1, 1) and "'vxtctl profile rollback'" in err
+    assert is_in_force("new.xml") and left_behind()
+    found = run(APPLY)
+    assert found.code == 0, "nothing to change"
+    profile("other.xml", Multiplier=5)
+    assert run(APPLY.replace("new", "other")).code == 1 and is_in_force("new.xml")
+    assert run("vxtctl profile rollback --yes --state pc.state").code == 0 and is_in_force("old.xml") and not left_behind()
+
+
+def test_an_apply_that_is_killed_at_any_moment_can_be_rolled_back():
+    chance, seen = random.Random(5), set()
+    for _ in range(20):
+        child = subprocess.Popen([FOLDER / "vxtctl", *APPLY.split()[1:]], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        time.sleep(chance.random() * 0.06)
+        child.kill()
+        child.wait()
+        changed = not is_in_force("old.xml")
+        seen.add((changed, RECORD.exists()))
+        assert RECORD.exists() or not changed
+        assert run("vxtctl profile rollback --yes --state pc.state").code == 0 and is_in_force("old.xml") and not RECORD.exists()
+    assert len(seen) > 1, "no moment was hit"
+
+
+@table("leave", ["type", "close"])
+def test_a_terminal_shows_the_countdown_and_takes_the_profile_back_when_it_closes(leave):
+    found = run_on_terminal(CONFIRM.replace("--yes", ""), "y\nkeep\n" if leave == "type" else "y\n") if leave == "type" else None
+    if leave == "type":
+        assert found.code == 0 and "30 s left" in found.out and is_in_force("new.xml")
+        return
+    pid, master = pty.fork()
+    if pid == 0:
+        os.execv(FOLDER / "vxtctl", CONFIRM.split())
+    shown = b""
+    while b"s left" not in shown:
+        shown += os.read(master, 4096)
+    os.close(master)
+    os.waitpid(pid, 0)
+    assert is_in_force("old.xml") and not RECORD.exists()
+
+
+def test_the_guarded_process_is_nobodys_command():
+    for typed in ("", "\n", "vxt-terminal\n"):
+        found = subprocess.run([FOLDER / "vxtctl", "--guarded", "profile"], input=typed, capture_output=True, text=True, check=False)
+        assert (found.returncode, found.stdout) == (2, "") and "unknown option '--guarded'" in found.stderr
+    assert "guarded" not in run("vxtctl --help").out + run("vxtctl man").out
