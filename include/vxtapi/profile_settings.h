@@ -23,6 +23,11 @@ struct ProfileEntry {
 /// characters. Values are doubles in the units of the devices' operations. A text is a number when it is one as a whole,
 /// white space around it apart, with a point, in whatever country: "1,5", "NaN", "1e999" and "" are none.
 ///
+/// Files may be UTF-8, UTF-16, ISO 8859-1 or Windows-1252, which the declaration has to name, and of 1 MiB; they are written
+/// as UTF-8 with lines that end in LF. What else a file holds (comments, attributes, other elements, blanks) is kept.
+/// Document types, elements nested deeper than 32 and another outermost element are refused: then there is a problem, and
+/// nothing that the file refers to is ever opened.
+///
 /// Ownership: the host releases it. Threads: it is used and released on the thread that made it, which has COM
 /// initialised (apartment-threaded) as long; one thread at a time otherwise.
 class CProfile {
@@ -46,9 +51,12 @@ public:
     /// not finite, for names that cannot be an element's ("12V", "") and when memory runs out.
     virtual bool SetValue(const wchar_t* pszSection, const wchar_t* pszElement, const wchar_t* pszKey,
                           double dValue) = 0;
-    virtual bool Clear() = 0;  ///< slot 8: begins anew, also where there was a problem
+    /// Slot 8: begins anew, also where there was a problem. On failure everything stays as it was.
+    virtual bool Clear() = 0;
     /// Slot 9: writes the file. It is on disk when the call returns; whenever the process or the machine dies, the file
-    /// holds all of the old or all of the new settings.
+    /// holds all of the old or all of the new settings. Beside it there is a file with ".new" behind the name meanwhile, so
+    /// that Windows takes paths of 255 characters here; one that was left by a process that died is overwritten. False,
+    /// and the old file as it was, also when others have either of them open or save at the same time.
     virtual bool Save() = 0;
 
 protected:
@@ -68,7 +76,8 @@ public:
     ///
     /// False for an empty path only. Kept: a missing device or a failed step leaves a line in the log, the rest is
     /// applied, nothing is put back, and the answer is true: read back what matters. Kept: a file that is no XML is
-    /// DELETED and counts as an empty one; OpenProfile tells beforehand. Neither limits nor P-states are looked at:
+    /// DELETED and counts as an empty one; OpenProfile tells beforehand. XML that is no profile, a file that is too large and
+    /// one that cannot be opened count as empty, too, and stay. Neither limits nor P-states are looked at:
     /// what the devices' operations take is written.
     /// Threads: as every device. Processor settings leave the thread pinned to the last core. May block as those do.
     virtual bool ApplySettings(const wchar_t* pszPath) = 0;

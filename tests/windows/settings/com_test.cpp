@@ -81,4 +81,9 @@ TEST_F(CComFiles, AFileThatOthersHaveOpenStaysAndNothingIsLeftBesideIt) {
     EXPECT_TRUE(Profile.Save());
 }
 
+TEST_F(CComFiles, ADeviceIsNoFile) {
+    for (const wchar_t* const pszDevice : {L"NUL", L"//./NUL", L"./CON"})
+        EXPECT_STREQ(CProfileFile(pszDevice).GetProblem(), L"it cannot be opened") << pszDevice;
+}
+
 }  // namespace
