@@ -14,7 +14,6 @@
 namespace vxtctl {
 
 using vxtapi::CCPU;
-using vxtapi::CDevice;
 
 namespace {
 
