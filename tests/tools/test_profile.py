@@ -119,11 +119,13 @@ def test_diff_tells_what_applying_would_change(entries, machine, expected):
 
 
 def test_two_profiles_differ_also_in_what_one_of_them_lacks():
-    profile(f"CPU/{K10}/Multiplier=14", f"CPU/{K8}/Multiplier=9", "HTLink/a/Multiplier=5", name="a.xml")
-    profile(f"CPU/{K10}/Multiplier=14.5", "HTLink/a/Multiplier=5", f"CPU/{K10}/NBVID=1.175", name="b.xml")
+    memory = "Memory_Controller/Internal_DDR_Memory_Controller"
+    profile(f"CPU/{K10}/Multiplier=14", "HTLink/a/Multiplier=5", f"{memory}/Row_Refresh_Cycle_Time_0=12", name="a.xml")
+    profile(f"CPU/{K10}/Multiplier=14.5", f"CPU/{K10}/CPUVID=1.2", "HTLink/a/Multiplier=5", f"CPU/{K10}/NBVID=1.175", name="b.xml")
     found = answer("vxtctl profile diff a.xml b.xml", 6)
-    assert [(row["element"], row["key"], row["profile"], row["other"], row["difference"]) for row in found["differences"]] == [
-        (K10, "Multiplier", 14, 14.5, 0.5), (K8, "Multiplier", 9, None, None)]  # the second CPU section of b.xml does not count
+    assert [(row["key"], row["profile"], row["other"], row["difference"], row["unit"]) for row in found["differences"]] == [
+        ("Multiplier", 14, 14.5, 0.5, ""), ("Row_Refresh_Cycle_Time_0", 12, None, None, ""),  # ns or clocks: that machine's
+        ("CPUVID", None, 1.2, None, "V")]  # the second CPU section of b.xml does not count
     assert answer("vxtctl profile diff a.xml a.xml --fault seed=1,rate=100,kinds=fail", 6)["differences"] == []  # without a machine
 
 
