@@ -38,6 +38,7 @@ def offered(line):
     ("vxtctl --color al", {"always"}), ("vxtctl --color=al", {"--color=always"}), ("vxtctl completion ", {"bash", "zsh", "fish"}),
     ("vxtctl devices --js", {"--json"}), ("vxtctl --json cp", {"cpu"}), ("vxtctl devices cp", set()), ("vxtctl devices ", {"-h", "--help"}),
     ("vxtctl --machine k8", {":files", "k8-first", "k8-revf-dual"}), ("vxtctl --state x", {":files"}), ("vxtctl cpu --fault s", set()),
+    ("vxtctl profile s", {"save", "show"}), ("vxtctl profile diff a.xml ", {":files"}),
     ("vxtdiag snapshot ", {":files"}), ("vxtdiag snapshot x ", {"-h", "--help"}), ("vxtdiag pci 2>x >", {":files"}), ("vxtdiag pci >x 00:18.4", {"00:18.4"}),
     ("vxtctl sensors t", {"temperature"}), ("vxtctl sensors cpu/1/", {"cpu/1/temperature/0", "cpu/1/voltage/0"}), ("vxtctl sensors fan --record ", {":files"}),
     ("vxtctl device cpu/", {"cpu/0", "cpu/1", "cpu/2", "cpu/3"}), ("vxtctl --machine 'k8-revf-dual' cpu ", {"set", "0", "1"}),

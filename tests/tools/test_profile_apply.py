@@ -224,10 +224,12 @@ def test_a_guarded_process_that_is_killed_leaves_the_way_back():
 
 
 def test_an_apply_that_is_killed_at_any_moment_can_be_rolled_back():
-    chance, seen = random.Random(5), set()
+    chance, seen, begun = random.Random(5), set(), time.monotonic()
+    assert run(APPLY).code == run("vxtctl profile rollback --yes --state pc.state").code == 0
+    whole = (time.monotonic() - begun) / 2
     for _ in range(20):
         child = subprocess.Popen([FOLDER / "vxtctl", *APPLY.split()[1:]], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        time.sleep(chance.random() * 0.06)
+        time.sleep(chance.random() * whole)
         child.kill()
         child.wait()
         changed = not is_in_force("old.xml")

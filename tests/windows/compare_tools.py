@@ -12,6 +12,7 @@ import json
 import os
 import pathlib
 import shlex
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -21,6 +22,8 @@ SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
 READS = [f"vxtctl {command} --json".replace("  ", " ")
          for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages", "sensors")]
+# Profiles: the machine's sample; what was saved natively is in force on Windows, and the other way round (see run_machine).
+READS += [f"vxtctl profile {command} --json" for command in ("show sample.xml", "diff sample.xml", "save saved.xml", "verify native.xml", "diff sample.xml native.xml")]
 READS += [f"vxtdiag {command} --json" for command in ("firmware", "cmos", "acpi", "pci")]
 WRITES = {
     "family10h-ddr2": ["vxtctl links set frequency=6 --yes", "vxtctl links --output 'Übersicht-日本.txt'"],
@@ -77,6 +80,10 @@ def compare(native, windows, status_native, status_windows):
         return [] if native == windows else [f"natively:\n{native}\non Windows:\n{windows}"]
 
 
+def natively(machine, folder, *words):
+    return subprocess.run([NATIVE / "bin/vxtctl", "--machine", machine, *words], cwd=folder, text=True, capture_output=True, check=False)
+
+
 def run_machine(machine, commands, keeps=False):
     """Runs all commands on one machine, on both systems; yields (command, differences, status). Each finds the machine as its
     file describes it or, where the state is kept, as the command before left it."""
@@ -86,9 +93,18 @@ def run_machine(machine, commands, keeps=False):
         (work / "DeviceList.cfg").write_text("[off]\nBIOS\n", encoding="utf-8")
         (work / "commands").write_text("".join(command + "\n" for command in commands), encoding="utf-8")
         there, here = (["--state", work / name] * keeps for name in ("windows.state", "native.state"))
+        sample = SOURCE / f"examples/{pathlib.Path(machine).stem}.xml"
+        if commands == READS:
+            shutil.copy(sample, work / "sample.xml")
+            natively(machine, work, "profile", "save", "native.xml")
         subprocess.run([SOURCE / "scripts/wine_host.sh", "--machine", machine, *there, "--in", work, "--each", "commands",
                         BUILD32, BUILD64, BUILD32 / "bin/vxtctl.exe", BUILD32 / "bin/vxtdiag.exe"],
                        stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        if commands == READS:
+            if (work / "saved.xml").exists():
+                (work / "saved.xml").rename(work / "windows.xml")
+            verdict = natively(machine, work, "profile", "diff", "windows.xml")
+            yield "what Windows saved", [] if verdict.returncode == 0 else [verdict.stdout + verdict.stderr], verdict.returncode
         for number, command in enumerate(commands):
             words = shlex.split(command)
             native = subprocess.run([NATIVE / "bin" / words[0], "--machine", machine, *here, *words[1:]], cwd=work, text=True,

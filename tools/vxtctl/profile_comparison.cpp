@@ -67,12 +67,15 @@ std::vector<CProfileTarget> g_TargetsHere(const CProfileDocument& rProfile, cons
 CComparison g_CompareWithMachine(const CProfileDocument& rProfile, const CHostLibrary& rLibrary) {
     const std::vector<CProfileSetting> Machine = g_MachineProfile(rLibrary);
     const std::vector<CProfileTarget> Targets = g_TargetsHere(rProfile, rLibrary, Machine);
-    CComparison Comparison{.uCompared = Targets.size()};
+    CComparison Comparison;
     for (const CProfileTarget& rTarget : Targets) {
         const CProfileSetting& rSetting = *rTarget.pSetting;
-        if (rSetting.Setting.bUnread)
+        if (rSetting.Setting.bUnread) {
             Comparison.Findings.push_back(rSetting.Id() + ": " + rSetting.Setting.sReason);
-        else if (rTarget.IsInForce() != true)
+            continue;
+        }
+        ++Comparison.uCompared;
+        if (rTarget.IsInForce() != true)
             Comparison.Differences.push_back({rSetting.Id(), rSetting, rSetting.sOwner, rSetting.Setting,
                                               rTarget.dWanted, rSetting.Setting.oValue,
                                               g_Remark(rTarget, rProfile.Value(rSetting).has_value())});

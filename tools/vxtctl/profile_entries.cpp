@@ -73,7 +73,8 @@ std::string g_WhyLacking(const CHostLibrary& rLibrary, const std::vector<CProfil
     const bool bHasDevice = std::ranges::any_of(rLibrary.Devices(), [&](const CInventoryEntry& r) {
         return rNames.IsSame({rNames.sSection, r.pDevice->GetName(), rNames.sKey});
     });
-    return bHasDevice ? "this machine has no such setting" : kNoDevice;
+    return (bHasDevice ? "this machine has no such setting" : kNoDevice) +
+           std::string(rLibrary.Findings().empty() ? "" : ", or it could not be read");
 }
 
 }  // namespace
@@ -86,7 +87,7 @@ std::string CJudgedEntry::Place() const {
 
 std::string CJudgedEntry::Finding() const {
     const std::string sDevice = g_Utf8((Entry.sSection + L"/" + Entry.sElement).c_str());
-    return (sProblem == kNoDevice ? sDevice : Place()) + ": " + sProblem;
+    return (sProblem.starts_with(kNoDevice) ? sDevice : Place()) + ": " + sProblem;
 }
 
 std::vector<CJudgedEntry> g_JudgeEntries(const CProfileDocument& rProfile, const CHostLibrary& rLibrary,

@@ -93,6 +93,7 @@ EExit g_ProfileSave(CTool& rTool, const CWanted& rWanted) {
     for (const CUnheld& rUnheld : g_Unheld(Library)) Saving.Rows().LeaveOut(rUnheld);
     if (Saving.Rows().Count() == 0) throw CFailure(EExit::kFailed, "no setting could be read; nothing was written");
     const bool bDryRun = rTool.Options().bDryRun;
+    if (g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted; nothing was written");
     if (!bDryRun) Profile.Save();
     CDocument Document = rTool.NewDocument();
     Document["file"] = Profile.File();

@@ -23,16 +23,18 @@ EExit g_ProfileVerify(CTool& rTool, const CWanted& rWanted) {
     Profile.CheckReadable();
     CComparison Comparison = g_CompareWithMachine(Profile, Library);
     const size_t uDiffering = Comparison.Differences.size();
+    const bool bInForce = Comparison.IsSame() && Library.Findings().empty();
     CDocument Document = rTool.NewDocument();
     Document["file"] = *rWanted.oFile;
-    Document["in_force"] = Comparison.IsSame() && Library.Findings().empty();
+    Document["in_force"] = bInForce;
     Document["compared"] = Comparison.uCompared;
     Document["differing"] = uDiffering;
-    const std::string sOf = " of " + std::to_string(Comparison.uCompared) + " settings ";
+    const std::string sDiffering =
+        std::to_string(uDiffering) + " of " + std::to_string(Comparison.uCompared) + " settings differ";
     Document.SetText(*rWanted.oFile + ": " +
-                     (uDiffering > 0        ? std::to_string(uDiffering) + sOf + "differ"
-                      : Comparison.IsSame() ? "in force"
-                                            : std::to_string(Comparison.Findings.size()) + sOf + "could not be read") +
+                     (bInForce          ? "in force"
+                      : uDiffering == 0 ? "cannot be told, because something could not be read"
+                                        : sDiffering) +
                      "\n");
     const EExit eExit = Library.Emit(rTool, Document, std::move(Comparison.Findings));
     return eExit == EExit::kDone && uDiffering > 0 ? EExit::kFindings : eExit;
