@@ -136,7 +136,7 @@ EExit CProfileApplication::Finish(EExit eExit) {
     if (m_bUndone && !_PutBackRest()) eExit = EExit::kFailed;
     const bool bBack = m_bUndone && eExit != EExit::kFailed;
     m_Applied.bFinished = !m_bUndone;
-    m_rRecords.SetLast(bBack ? m_oEarlier : std::optional(m_Applied));
+    if (!m_rRecords.TrySetLast(bBack ? m_oEarlier : std::optional(m_Applied))) eExit = EExit::kFailed;
     if (m_bUndone && !bBack)
         vxttools::g_PrintRemark("not everything could be put back: 'vxtctl profile rollback' tries again");
     return eExit;
