@@ -17,6 +17,9 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "tools"))
+import by_hand  # noqa: E402
+
 BUILD32, BUILD64, NATIVE = (pathlib.Path(word).resolve() for word in sys.argv[1:4])
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
@@ -36,6 +39,9 @@ WRITES = {
                        "vxtctl watchdog start --yes", "vxtctl watchdog stop --yes"],
     "k8-revf-dual": ["vxtctl cpu set --multiplier 99 --yes"],
 }
+# A profile of the machine as its file has it brings everything back that was changed by hand; without a word it does not stay.
+PROFILE = ["vxtctl profile apply native.xml --yes", "vxtctl profile diff native.xml --json", "vxtctl profile rollback --yes",
+           "vxtctl profile apply native.xml --yes --confirm 60"]
 # Behind the writes of a machine whose state is kept: what they left.
 KEPT = [f"vxtctl {command} --json" for command in ("cpu", "memory", "links", "clocks", "voltages", "fan", "ctb")] + ["vxtdiag cmos --json"]
 # A firmware whose answers have other types than they should have.
@@ -84,6 +90,11 @@ def natively(machine, folder, *words):
     return subprocess.run([NATIVE / "bin/vxtctl", "--machine", machine, *words], cwd=folder, text=True, capture_output=True, check=False)
 
 
+def changes_by_hand(machine):
+    with tempfile.TemporaryDirectory() as folder:
+        return by_hand.changes(json.loads(natively(machine, folder, "profile", "--json").stdout)["settings"])[0]
+
+
 def run_machine(machine, commands, keeps=False):
     """Runs all commands on one machine, on both systems; yields (command, differences, status). Each finds the machine as its
     file describes it or, where the state is kept, as the command before left it."""
@@ -93,13 +104,15 @@ def run_machine(machine, commands, keeps=False):
         (work / "DeviceList.cfg").write_text("[off]\nBIOS\n", encoding="utf-8")
         (work / "commands").write_text("".join(command + "\n" for command in commands), encoding="utf-8")
         there, here = (["--state", work / name] * keeps for name in ("windows.state", "native.state"))
+        kept = {**os.environ, "XDG_STATE_HOME": str(work / "notes")}  # this machine's alone
         sample = SOURCE / f"examples/{pathlib.Path(machine).stem}.xml"
         if commands == READS:
             shutil.copy(sample, work / "sample.xml")
+        if commands == READS or keeps:
             natively(machine, work, "profile", "save", "native.xml")
         subprocess.run([SOURCE / "scripts/wine_host.sh", "--machine", machine, *there, "--in", work, "--each", "commands",
                         BUILD32, BUILD64, BUILD32 / "bin/vxtctl.exe", BUILD32 / "bin/vxtdiag.exe"],
-                       stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+                       stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=kept, check=False)
         if commands == READS:
             if (work / "saved.xml").exists():
                 (work / "saved.xml").rename(work / "windows.xml")
@@ -108,7 +121,7 @@ def run_machine(machine, commands, keeps=False):
         for number, command in enumerate(commands):
             words = shlex.split(command)
             native = subprocess.run([NATIVE / "bin" / words[0], "--machine", machine, *here, *words[1:]], cwd=work, text=True,
-                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
+                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=kept, check=False)
             answer, status = work / f"{number}.out", work / f"{number}.status"
             if not status.exists():
                 yield command, ["did not run on Windows"], native.returncode
@@ -125,8 +138,9 @@ def main():
     with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         odd = pathlib.Path(folder) / "odd-answers.machine"
         odd.write_text((SOURCE / "machines/family10h-ddr3.machine").read_text(encoding="utf-8") + ODD, encoding="utf-8")
-        rows = [(path.stem, READS) for path in sorted((SOURCE / "machines").glob("*.machine"))]
-        rows += [(machine, writes + KEPT, True) for machine, writes in WRITES.items()]
+        machines = sorted(path.stem for path in (SOURCE / "machines").glob("*.machine"))
+        rows = [(machine, READS) for machine in machines]
+        rows += [(machine, WRITES.get(machine, []) + changes_by_hand(machine) + PROFILE + KEPT, True) for machine in machines]
         rows.append((str(odd), [line for line in READS if line.split()[1] in ("clocks", "voltages", "firmware", "cmos")]))
         for (machine, *_), results in zip(rows, pool.map(lambda row: list(run_machine(*row)), rows)):
             for command, found, status in results:

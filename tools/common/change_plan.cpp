@@ -30,21 +30,25 @@ bool g_Is(const CChange& rChange, const std::optional<double>& rReading, double 
 
 std::optional<double> g_Read(const CChange& rChange) { return rChange.Read ? rChange.Read() : std::nullopt; }
 
-/// Some processors report the end of a transition, others only begin it, and a firmware may take its time: reads until
-/// the value is there, for a while.
 std::optional<double> g_ReadBack(const CChange& rChange, double dExpected) {
-    constexpr int kReadings = 200;
-    const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    std::optional<double> oNow = rChange.Read();
-    for (int i = 1; i < kReadings && !g_Is(rChange, oNow, dExpected); ++i) {
-        if (std::chrono::steady_clock::now() > End) break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        oNow = rChange.Read();
-    }
-    return oNow;
+    return g_ReadUntil(rChange.Read, dExpected, rChange.dTolerance);
 }
 
 }  // namespace
+
+std::optional<double> g_ReadUntil(const std::function<std::optional<double>()>& Read, double dExpected,
+                                  double dTolerance) {
+    constexpr int kReadings = 200;
+    const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    const auto IsThere = [&](const std::optional<double>& r) { return r && std::abs(*r - dExpected) <= dTolerance; };
+    std::optional<double> oNow = Read();
+    for (int i = 1; i < kReadings && !IsThere(oNow); ++i) {
+        if (std::chrono::steady_clock::now() > End) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        oNow = Read();
+    }
+    return oNow;
+}
 
 void CChangePlan::_Judge(const CChange& rChange, CResult& rResult, bool bAccepted) {
     if (!rChange.Read) {
@@ -121,18 +125,22 @@ EExit CChangePlan::_ApplyOwner(size_t uFirst, size_t uEnd) {
         m_Results[i].eOutcome = EOutcome::kSkipped;
         m_Results[i].sReason = "an earlier change to " + m_Changes[i].sOwner + " went wrong";
     }
-    const auto Why = [](const CChange& r) { return "another change to " + r.sOwner + " went wrong"; };
-    return _UndoAll(uFirst, uFailed + 1, Why) ? EExit::kNotTaken : EExit::kFailed;
+    const bool bBack = _UndoAll(uFirst, uFailed + 1, "another change to " + m_Changes[uFirst].sOwner + " went wrong");
+    for (size_t i = uFailed + 1; i-- > uFirst;) _TellReason(i);
+    return bBack ? EExit::kNotTaken : EExit::kFailed;
 }
 
-bool CChangePlan::_UndoAll(size_t uFirst, size_t uEnd, const std::function<std::string(const CChange&)>& Why) {
+void CChangePlan::_TellReason(size_t uChange) const {
+    const CChange& rChange = m_Changes[uChange];
+    const std::string& rsReason = m_Results[uChange].sReason;
+    if (!rsReason.empty()) g_PrintRemark(rChange.sOwner + ": " + rChange.sLabel + ": " + rsReason);
+}
+
+bool CChangePlan::_UndoAll(size_t uFirst, size_t uEnd, const std::string& sWhy) {
     bool bAll = true;
     for (size_t i = uEnd; i-- > uFirst;) {
-        const CChange& rChange = m_Changes[i];
-        _Undo(rChange, m_Results[i], Why(rChange));
+        _Undo(m_Changes[i], m_Results[i], sWhy);
         bAll = bAll && m_Results[i].eOutcome != EOutcome::kFailed;
-        if (!m_Results[i].sReason.empty())
-            g_PrintRemark(rChange.sOwner + ": " + rChange.sLabel + ": " + m_Results[i].sReason);
     }
     return bAll;
 }
@@ -140,6 +148,7 @@ bool CChangePlan::_UndoAll(size_t uFirst, size_t uEnd, const std::function<std::
 EExit CChangePlan::_ApplyJointly(const CJointWrite& rWrite) {
     if (rWrite.Begin) rWrite.Begin();
     const std::string sLeft = rWrite.Write();
+    if (!sLeft.empty()) g_PrintRemark(sLeft);
     bool bAllTaken = true;
     for (size_t i = 0; i < m_Changes.size(); ++i) {
         CResult& rResult = m_Results[i];
@@ -147,23 +156,22 @@ EExit CChangePlan::_ApplyJointly(const CJointWrite& rWrite) {
         const bool bUntouched = rResult.oBefore && g_Is(m_Changes[i], rResult.oAfter, *rResult.oBefore);
         if (!sLeft.empty() && rResult.eOutcome == EOutcome::kNotTaken && bUntouched)
             rResult.eOutcome = EOutcome::kSkipped, rResult.sReason = sLeft;
+        else
+            _TellReason(i);
         bAllTaken = bAllTaken && rResult.eOutcome == EOutcome::kTaken;
     }
-    EExit eExit = bAllTaken ? EExit::kDone : EExit::kNotTaken;
     std::string sWhy = bAllTaken ? "" : "another change went wrong";
     if (g_WasInterrupted())
         sWhy = "interrupted";
     else if (bAllTaken && rWrite.Verify)
         sWhy = rWrite.Verify();
-    if (sWhy.empty()) return eExit;
-    if (bAllTaken) eExit = EExit::kInterrupted;
-    if (!rWrite.WantsUndone || !rWrite.WantsUndone()) {
-        for (size_t i = 0; i < m_Changes.size(); ++i)
-            if (!m_Results[i].sReason.empty())
-                g_PrintRemark(m_Changes[i].sOwner + ": " + m_Changes[i].sLabel + ": " + m_Results[i].sReason);
-        return eExit;
-    }
-    return _UndoAll(0, m_Changes.size(), [&](const CChange&) { return sWhy; }) ? eExit : EExit::kFailed;
+    if (sWhy.empty()) return EExit::kDone;
+    const EExit eExit = bAllTaken ? EExit::kInterrupted : EExit::kNotTaken;
+    if (!rWrite.WantsUndone || !rWrite.WantsUndone()) return eExit;
+    if (_UndoAll(0, m_Changes.size(), sWhy)) return eExit;
+    for (size_t i = 0; i < m_Changes.size(); ++i)
+        if (m_Results[i].eOutcome == EOutcome::kFailed) _TellReason(i);
+    return EExit::kFailed;
 }
 
 std::string CChangePlan::_LegalText(size_t uChange) const {

@@ -33,6 +33,11 @@ struct CChange {
     std::string sDoubt = "is not in this processor's table or beyond its limits";
 };
 
+/// Some processors report the end of a transition, others only begin it, and a firmware may take its time: reads until
+/// the value is there, for a while. Returns the last reading.
+std::optional<double> g_ReadUntil(const std::function<std::optional<double>()>& Read, double dExpected,
+                                  double dTolerance);
+
 /// Changes that are made as one, whoever their owners are.
 struct CJointWrite {
     /// Before the first write, and only then. What it throws ends the command with nothing written.
@@ -81,7 +86,8 @@ private:
     static void _Judge(const CChange& rChange, CResult& rResult, bool bAccepted);
     static void _Undo(const CChange& rChange, CResult& rResult, const std::string& sWhy);
     /// Those before the end, from the last to the first. Returns whether the hardware has again what it had.
-    bool _UndoAll(size_t uFirst, size_t uEnd, const std::function<std::string(const CChange&)>& Why);
+    bool _UndoAll(size_t uFirst, size_t uEnd, const std::string& sWhy);
+    void _TellReason(size_t uChange) const;
     size_t _EndOfOwner(size_t uFirst) const;
     void _TellInterruption() const;
     std::string _LegalText(size_t uChange) const;  ///< told once for all that share it

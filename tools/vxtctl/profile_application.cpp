@@ -1,6 +1,7 @@
 #include "profile_application.h"
 
 #include <chrono>
+#include <cmath>
 #include <random>
 #include <system_error>
 
@@ -19,6 +20,11 @@ namespace {
 std::string g_Utf8Path(const fs::path& rPath) {
     const std::u8string sPath = rPath.u8string();
     return {sPath.begin(), sPath.end()};
+}
+
+bool g_ReadsOtherwise(const CProfileSetting& rSetting, double dValue) {
+    const std::optional<double> oNow = rSetting.Read();
+    return !oNow || std::abs(*oNow - dValue) > rSetting.Setting.dTolerance;
 }
 
 }  // namespace
@@ -87,7 +93,7 @@ void CProfileApplication::_MakeProfile() {
 std::string CProfileApplication::Write() const {
     for (size_t i = 0; i < g_CountFirst(m_rTargets); ++i) {
         const auto& [pSetting, dWanted] = m_rTargets[i];
-        if (!pSetting->Write(dWanted) || !g_IsNow(*pSetting, dWanted))
+        if (!g_WriteAlone(*pSetting, dWanted))
             return pSetting->sOwner + ": " + pSetting->Setting.sLabel + " had to change first, and did not";
     }
     m_rLibrary.Profiles().ApplySettings(m_oDifference->Path());  // what came of it is read back
@@ -103,7 +109,7 @@ void CProfileApplication::_WriteOwn() const {
         Shared.sKey = rSetting.sSharedKey;
         const std::optional<double> oOwn = m_rProfile.Value(rSetting);
         const double dWanted = oOwn ? *oOwn : m_rProfile.Value(Shared).value_or(*rSetting.Setting.oValue);
-        if (!g_IsNow(rSetting, dWanted)) rSetting.Write(dWanted);
+        if (g_ReadsOtherwise(rSetting, dWanted)) rSetting.Write(dWanted);
     }
 }
 
@@ -115,16 +121,12 @@ bool CProfileApplication::WantsUndone() {
 }
 
 bool CProfileApplication::_PutBackRest() const {
-    std::vector<CProfileTarget> Rest;
-    for (const CProfileSetting& rSetting : m_rMachine)
-        if (rSetting.Setting.oValue && !g_IsNow(rSetting, *rSetting.Setting.oValue))
-            Rest.push_back({&rSetting, *rSetting.Setting.oValue});
     bool bAll = true;
-    for (const auto& [pSetting, dBefore] : Rest) {
-        pSetting->Write(dBefore);
-        if (g_IsNow(*pSetting, dBefore)) continue;
+    for (const CProfileSetting& rSetting : m_rMachine) {
+        const std::optional<double>& roBefore = rSetting.Setting.oValue;
+        if (!roBefore || !g_ReadsOtherwise(rSetting, *roBefore) || g_WriteAlone(rSetting, *roBefore)) continue;
         bAll = false;
-        vxttools::g_PrintRemark(pSetting->sOwner + ": " + pSetting->Setting.sLabel + ": it could not be put back");
+        vxttools::g_PrintRemark(rSetting.sOwner + ": " + rSetting.Setting.sLabel + ": it could not be put back");
     }
     return bAll;
 }
@@ -134,7 +136,7 @@ EExit CProfileApplication::Finish(EExit eExit) {
     if (m_bUndone && !_PutBackRest()) eExit = EExit::kFailed;
     const bool bBack = m_bUndone && eExit != EExit::kFailed;
     m_Applied.bFinished = !m_bUndone;
-    m_rRecords.SetLast(bBack ? m_oEarlier : std::optional(m_Applied));
+    if (!m_rRecords.TrySetLast(bBack ? m_oEarlier : std::optional(m_Applied))) eExit = EExit::kFailed;
     if (m_bUndone && !bBack)
         vxttools::g_PrintRemark("not everything could be put back: 'vxtctl profile rollback' tries again");
     return eExit;

@@ -18,7 +18,7 @@ std::vector<std::string> g_WhyHarmful(const CHostLibrary& rLibrary, const std::v
 /// The change of a setting, with the ways to it.
 vxttools::CChange g_NewChange(const CProfileTarget& rTarget);
 
-/// The setting as it is now has the value.
-bool g_IsNow(const CProfileSetting& rSetting, double dValue);
+/// Writes the setting alone. True: it reads so.
+bool g_WriteAlone(const CProfileSetting& rSetting, double dValue);
 
 }  // namespace vxtctl

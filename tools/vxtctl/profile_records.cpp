@@ -55,6 +55,16 @@ void CProfileRecords::SetLast(const std::optional<CAppliedProfile>& rApplied) {
     Replace(rApplied ? std::vector{g_ToJson(*rApplied)} : std::vector<CJson>());
 }
 
+bool CProfileRecords::TrySetLast(const std::optional<CAppliedProfile>& rApplied) {
+    try {
+        SetLast(rApplied);
+        return true;
+    } catch (const CFailure& rFailure) {
+        vxttools::g_PrintRemark(rFailure.what());
+        return false;
+    }
+}
+
 void CProfileRecords::CheckIdle() {
     if (IsBusyElsewhere())
         throw CFailure(EExit::kFailed, "another vxtctl applies a profile at this moment; nothing was written");

@@ -27,6 +27,9 @@ public:
     std::optional<CAppliedProfile> Last() const;
     /// Nothing: there is none. With the lock only.
     void SetLast(const std::optional<CAppliedProfile>& rApplied);
+    /// The same behind changes to the hardware, whose answer a full disk must not hide. False: the record is as before, and
+    /// a remark has told so.
+    bool TrySetLast(const std::optional<CAppliedProfile>& rApplied);
 
     /// Takes the lock, or ends the command when another process has it.
     void CheckIdle();

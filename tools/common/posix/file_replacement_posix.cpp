@@ -92,6 +92,11 @@ void CFileReplacement::Commit(std::string_view sData) {
     if (m_New.empty()) return;
     if (fsync(File.Get()) != 0 || rename(m_New.c_str(), m_Target.c_str()) != 0) g_Throw(errno);
     m_New.clear();
+    const fs::path Folder = m_Target.parent_path();
+    const int nFolder = open(Folder.empty() ? "." : Folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (nFolder < 0) return;  // the contents are on the disk; not every folder that can be written can be read
+    (void)fsync(nFolder);     // the name
+    close(nFolder);
 }
 
 }  // namespace vxttools

@@ -32,21 +32,22 @@ void g_AddIgnored(CDocument& rDocument, const std::vector<CJudgedEntry>& rEntrie
     CJson& rIgnored = rDocument["ignored"] = CJson::Array();
     CTextTable Table{"Not applied", {"Entry", ">Value", "Reason"}};
     for (const CJudgedEntry& rEntry : rEntries) {
-        if (rEntry.eFate == EEntry::kApplied) continue;
-        CJson Row{{"text", rEntry.Entry.sText}, {"reason", rEntry.sProblem}};
+        const bool bUnread = rEntry.pSetting && !rEntry.pSetting->Setting.oValue;
+        if (rEntry.eFate == EEntry::kApplied && !bUnread) continue;
+        const std::string sReason =
+            bUnread ? "nobody could put it back: " + rEntry.pSetting->Setting.sReason : rEntry.sProblem;
+        CJson Row{{"text", rEntry.Entry.sText}, {"reason", sReason}};
         g_AddNames(Row, rEntry.Entry);
         rIgnored.Push(std::move(Row));
-        Table.Rows.push_back({rEntry.Place(), rEntry.Entry.sText, rEntry.sProblem});
+        Table.Rows.push_back({rEntry.Place(), rEntry.Entry.sText, sReason});
     }
     if (!Table.Rows.empty()) rDocument.AddTable(std::move(Table));
 }
 
 /// Ends the command when what is in force could not be kept for the next process, or an earlier process could not end.
 void g_CheckRecords(const CTool& rTool, CProfileRecords& rRecords, bool bForce) {
-    if (rTool.Options().bDryRun) return;
     if (rRecords.NeedsPlace() && !rRecords.HasPlace())
         throw CFailure(EExit::kFailed, "there is no folder to keep what is in force now; nothing was written");
-    rRecords.CheckIdle();
     const std::string sLeft = rRecords.LeftBehind();
     if (!sLeft.empty() && !bForce)
         throw CFailure(EExit::kFailed, sLeft + "; nothing was written, --force lets this one take its place");
@@ -78,6 +79,8 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     const CHostLibrary Library(rTool.Options());
     const CProfileDocument Profile(Library, *rWanted.oFile);
     Profile.CheckReadable();
+    CProfileRecords Records(Library);
+    if (!rTool.Options().bDryRun) Records.CheckIdle();  // from here on nobody else changes what is read now
     const std::vector<CProfileSetting> Machine = g_MachineProfile(Library);
     std::vector<CProfileTarget> Targets = g_TargetsHere(Profile, Library, Machine);
     std::erase_if(Targets, [](const CProfileTarget& r) { return r.IsInForce() != false; });
@@ -85,8 +88,7 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     const std::vector<CJudgedEntry> Entries = g_JudgeEntries(Profile, Library, Machine);
     if (Targets.empty()) return g_ApplyNothing(rTool, Entries);
     g_CheckHarmless(Library, Targets, rWanted.bForce);
-    CProfileRecords Records(Library);
-    g_CheckRecords(rTool, Records, rWanted.bForce);
+    if (!rTool.Options().bDryRun) g_CheckRecords(rTool, Records, rWanted.bForce);
 
     std::optional<CConfirmation> oConfirmation;
     if (rWanted.oSeconds)

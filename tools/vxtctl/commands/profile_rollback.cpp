@@ -40,8 +40,8 @@ EExit g_Finish(const CTool& rTool, CProfileRecords& rRecords, const CRollback& r
     for (const std::string& rsId : rRollback.Missing)
         g_PrintRemark(rsId.substr(1) + ": it was set before, and cannot be read now; the record of it stays");
     if (!rRollback.Missing.empty()) return EExit::kFailed;
-    if (eExit == EExit::kDone && !rTool.Options().bDryRun && rRecords.Last()) rRecords.SetLast(std::nullopt);
-    return eExit;
+    const bool bServed = eExit == EExit::kDone && !rTool.Options().bDryRun && rRecords.Last();
+    return bServed && !rRecords.TrySetLast(std::nullopt) ? EExit::kFailed : eExit;
 }
 
 EExit g_Rollback(CTool& rTool) {
