@@ -58,9 +58,8 @@ private:
         uint32_t uFirst, uLast;
     };
     template <size_t uCount> static bool _IsIn(const CRange (&aRanges)[uCount], wchar_t c) {
-        return std::ranges::any_of(aRanges, [uCode = static_cast<uint32_t>(c)](const CRange& r) {
-            return uCode >= r.uFirst && uCode <= r.uLast;
-        });
+        return std::ranges::any_of(aRanges, [uCode = uint32_t{std::char_traits<wchar_t>::to_int_type(c)}](
+                                                const CRange& r) { return uCode >= r.uFirst && uCode <= r.uLast; });
     }
     static bool _IsStart(wchar_t c) {
         static constexpr CRange kStart[] = {{'A', 'Z'},       {'_', '_'},       {'a', 'z'},       {0xC0, 0xD6},
@@ -233,8 +232,9 @@ CXmlNode CConfigParser::FindNode(const wchar_t* pszSection, const wchar_t* pszEl
     CXmlNode Node;
     int32_t hRetCode = platform::RootXmlElement(m_Document, Node);
     for (const wchar_t* const pszName : {pszSection, pszElement, pszKey}) {
-        const CXmlNode Parent = std::move(Node);
-        if (hRetCode >= 0 && Parent) hRetCode = g_FindChild(Parent, CElementName(pszName), Node);
+        CXmlNode Child;
+        if (hRetCode >= 0 && Node) hRetCode = g_FindChild(Node, CElementName(pszName), Child);
+        Node = std::move(Child);
     }
     LOG_COM_PROCESS_ERROR(hRetCode);
     return Node;

@@ -14,7 +14,6 @@
 
 namespace vxt::platform {
 
-using simulated::CSimulatedSystem;
 using simulated::CSystemSide;
 using simulated::g_GetSystem;
 

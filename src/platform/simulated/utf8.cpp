@@ -7,7 +7,7 @@ namespace vxt::platform::simulated {
 std::string Utf8Text(std::wstring_view sText) {
     std::string sUtf8;
     for (const wchar_t c : sText) {
-        auto uCode = static_cast<uint32_t>(c);
+        uint32_t uCode = std::char_traits<wchar_t>::to_int_type(c);
         if (uCode > 0x10FFFF || (uCode >= 0xD800 && uCode < 0xE000)) uCode = 0xFFFD;
         const uint32_t uFollowing = uCode < 0x80 ? 0 : uCode < 0x800 ? 1 : uCode < 0x10000 ? 2 : 3;
         constexpr uint32_t kFirst[] = {0, 0xC0, 0xE0, 0xF0};

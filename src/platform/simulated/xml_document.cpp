@@ -40,7 +40,7 @@ std::shared_ptr<CTree> g_Tree(const CXmlDocument& rDocument) {
     return g_GetSystem().State<CTree>(rDocument.Get(), EHandle::kXmlDocument);
 }
 
-// A node is its own handle: it belongs to its document and goes with it.
+// A node is its own handle: it belongs to its document and goes with it. NOLINTNEXTLINE(performance-no-int-to-ptr)
 xmlNode* g_Node(const CXmlNode& rNode) { return reinterpret_cast<xmlNode*>(rNode.Get()); }
 CXmlNode g_Handle(xmlNode* pNode) { return CXmlNode(reinterpret_cast<uintptr_t>(pNode)); }
 
