@@ -119,21 +119,24 @@ def test_diff_tells_what_applying_would_change(entries, machine, expected):
 
 
 def test_two_profiles_differ_also_in_what_one_of_them_lacks():
-    profile(f"CPU/{K10}/Multiplier=14", f"CPU/{K8}/Multiplier=9", "HTLink/a/Multiplier=5", name="a.xml")
-    profile(f"CPU/{K10}/Multiplier=14.5", "HTLink/a/Multiplier=5", f"CPU/{K10}/NBVID=1.175", name="b.xml")
+    memory = "Memory_Controller/Internal_DDR_Memory_Controller"
+    profile(f"CPU/{K10}/Multiplier=14", "HTLink/a/Multiplier=5", f"{memory}/Row_Refresh_Cycle_Time_0=12", name="a.xml")
+    profile(f"CPU/{K10}/Multiplier=14.5", f"CPU/{K10}/CPUVID=1.2", "HTLink/a/Multiplier=5", f"CPU/{K10}/NBVID=1.175", name="b.xml")
     found = answer("vxtctl profile diff a.xml b.xml", 6)
-    assert [(row["element"], row["key"], row["profile"], row["other"], row["difference"]) for row in found["differences"]] == [
-        (K10, "Multiplier", 14, 14.5, 0.5), (K8, "Multiplier", 9, None, None)]  # the second CPU section of b.xml does not count
+    assert [(row["key"], row["profile"], row["other"], row["difference"], row["unit"]) for row in found["differences"]] == [
+        ("Multiplier", 14, 14.5, 0.5, ""), ("Row_Refresh_Cycle_Time_0", 12, None, None, ""),  # ns or clocks: that machine's
+        ("CPUVID", None, 1.2, None, "V")]  # the second CPU section of b.xml does not count
     assert answer("vxtctl profile diff a.xml a.xml --fault seed=1,rate=100,kinds=fail", 6)["differences"] == []  # without a machine
 
 
 @table("name, text, words", [
     ("p.xml", "<a/>", "not that of a profile"), ("p.xml", "<a", "line 1"), ("p.xml", f'<!DOCTYPE x [<!ENTITY e "e">]><{ROOT}>&e;</{ROOT}>', "document type"),
-    ("p.xml", "PNG\0\1", "XML"), ("folder", None, "cannot be"), ("p.xml", "", "empty"),
+    ("p.xml", f"<{ROOT}><CPU><x>...</x></CPU></{ROOT}>", "more than 5000"), ("p.xml", "PNG\0\1", "XML"), ("folder", None, "cannot be"), ("p.xml", "", "empty"),
 ])
 def test_what_is_no_profile_is_told_and_left_as_it_is(name, text, words):
     os.mkdir("folder")
     if text is not None:
+        text = text.replace("...", "<a>1</a>" * 5001)
         write("p.xml", text)
     for command in ("save", "show", "diff", "verify"):
         found = run(f"vxtctl profile {command} {name} --yes")

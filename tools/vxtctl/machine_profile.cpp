@@ -14,7 +14,6 @@
 namespace vxtctl {
 
 using vxtapi::CCPU;
-using vxtapi::CDevice;
 
 namespace {
 
@@ -80,9 +79,8 @@ void CGathering::_AddSwitches() {
         const wchar_t *pszProfileKey, *pszOther;
     };
     constexpr CRow kRows[] = {
-        {"clock_divisor", "Clock divisor in low-power states", vxtapi::kProfileClockDivisor,
-         vxtapi::kProfileTlbCaching},
-        {"tlb_caching", "Caching of page tables", vxtapi::kProfileTlbCaching, vxtapi::kProfileClockDivisor},
+        {"clock_divisor", kClockDivisorLabel, vxtapi::kProfileClockDivisor, vxtapi::kProfileTlbCaching},
+        {"tlb_caching", kTlbCachingLabel, vxtapi::kProfileTlbCaching, vxtapi::kProfileClockDivisor},
     };
     for (const CInventoryEntry& rCore : m_rLibrary.Devices(vxtapi::kDeviceCpu)) {
         CCPU& rCpu = *static_cast<CCPU*>(rCore.pDevice);

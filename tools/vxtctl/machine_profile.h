@@ -35,6 +35,10 @@ struct CProfileSetting : CDeviceSetting, CProfileNames {
 /// delay to its read to write turnaround, too.
 inline constexpr const wchar_t* kReadToWriteKey = L"Read-to-Write Delay";
 
+// What the two switches are when they are on.
+inline constexpr const char *kClockDivisorLabel = "Clock undivided in the deepest halt",
+                            *kTlbCachingLabel = "Page tables are cached";
+
 /// Everything that profiles hold of this machine, in the order in which profiles are applied, also what has no value here
 /// (the setting tells why). What a device cannot have is left out.
 std::vector<CProfileSetting> g_MachineProfile(const CHostLibrary& rLibrary);

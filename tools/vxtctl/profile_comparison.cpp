@@ -30,7 +30,7 @@ std::optional<double> g_Wanted(const CProfileDocument& rProfile, const CProfileS
 /// What the entry alone does not tell of a target.
 std::string g_Remark(const CProfileTarget& rTarget, bool bHasEntry) {
     const CProfileSetting& rSetting = *rTarget.pSetting;
-    if (const std::string sUnfit = g_WhyUnfit(rSetting.Setting, rTarget.dWanted); !sUnfit.empty()) return sUnfit;
+    if (std::string sUnfit = g_WhyUnfit(rSetting.Setting, rTarget.dWanted); !sUnfit.empty()) return sUnfit;
     if (!rSetting.Setting.oValue) return rSetting.Setting.sReason;
     if (!bHasEntry && !rSetting.sPairKey.empty())
         return "off, because " + vxttools::g_Utf8(rSetting.sPairKey.c_str()) + " stands alone";

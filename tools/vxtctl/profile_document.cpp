@@ -14,7 +14,8 @@ using vxttools::g_Utf8;
 
 namespace {
 
-constexpr size_t kLongestPath = 259;  ///< that the library takes
+constexpr size_t kLongestPath = 259;      ///< that the library takes
+constexpr uint32_t kMostEntries = 5'000;  ///< no machine has so many, and each is looked up among all
 
 /// A path without "/" would be a name in the library's own folder.
 std::wstring g_LibraryPath(const std::string& sFile) {
@@ -47,9 +48,12 @@ CProfileDocument::CProfileDocument(const CHostLibrary& rLibrary, const std::stri
     m_sProblem = _FindProblem(rLibrary.Profiles());
 }
 
-/// XML of others has another root, and then no setting has a place in it: the library does not say so by itself.
+/// What the library has against the file, and what it does not say by itself: XML of others has another root, and then no
+/// setting has a place in it.
 std::string CProfileDocument::_FindProblem(vxtapi::CProfileSettgins& rProfiles) const {
     if (m_pProfile->GetProblem()[0] != 0 || !FileExists()) return g_Utf8(m_pProfile->GetProblem());
+    if (m_pProfile->GetEntryCount() > kMostEntries)
+        return "it has more than " + std::to_string(kMostEntries) + " settings";
     const COwned pTried(rProfiles.OpenProfile(Path()));
     const bool bTakes = pTried && pTried->SetValue(vxtapi::kProfileCpuSection, L"Tried", L"Tried", 0);
     return bTakes ? "" : "its XML is not that of a profile";

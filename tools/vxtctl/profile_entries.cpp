@@ -20,8 +20,8 @@ struct CKeyRow {
 };
 /// Without those of memory controllers and of voltages, whose keys are names already.
 constexpr CKeyRow kKeys[] = {
-    {vxtapi::kProfileCpuSection, vxtapi::kProfileClockDivisor, "Clock divisor in low-power states", "", true},
-    {vxtapi::kProfileCpuSection, vxtapi::kProfileTlbCaching, "Caching of page tables", "", true},
+    {vxtapi::kProfileCpuSection, vxtapi::kProfileClockDivisor, kClockDivisorLabel, "", true},
+    {vxtapi::kProfileCpuSection, vxtapi::kProfileTlbCaching, kTlbCachingLabel, "", true},
     {vxtapi::kProfileCpuSection, vxtapi::kProfileMultipliers[0], "Multiplier, core 0", ""},
     {vxtapi::kProfileCpuSection, vxtapi::kProfileMultipliers[1], "Multiplier, core 1", ""},
     {vxtapi::kProfileCpuSection, vxtapi::kProfileMultipliers[2], "Multiplier, core 2", ""},

@@ -107,7 +107,7 @@ EExit g_ProfileSave(CTool& rTool, const CWanted& rWanted) {
 
 extern constexpr CCommand kProfileSave{"profile save", "Write this machine's settings as a profile",
                                        "  vxtctl profile save quiet.xml\n  vxtctl profile save quiet.xml --dry-run\n"
-                                       "  vxtctl profile save quiet.xml --yes  replaces the profile that is there",
+                                       "  vxtctl profile save fast.xml --yes  replaces the profile that is there",
                                        g_NewCall<CWanted, kOptions, g_ProfileSave>};
 
 }  // namespace vxtctl

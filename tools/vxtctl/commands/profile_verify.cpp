@@ -43,7 +43,7 @@ EExit g_ProfileVerify(CTool& rTool, const CWanted& rWanted) {
 }  // namespace
 
 extern constexpr CCommand kProfileVerify{"profile verify", "Tell whether a profile is in force",
-                                         "  vxtctl profile verify quiet.xml && echo quiet",
+                                         "  vxtctl profile verify quiet.xml  code 0: it is in force, 6: it is not",
                                          g_NewCall<CWanted, kOptions, g_ProfileVerify>};
 
 }  // namespace vxtctl
