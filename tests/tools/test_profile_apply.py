@@ -31,8 +31,8 @@ def pc(folder, monkeypatch):
     write("new.xml", read(SOURCE / "examples/family10h-ddr3.xml"))
 
 
-def is_in_force(name):
-    found = run(f"vxtctl profile verify {name} --state pc.state")
+def is_in_force(name, state="pc.state"):
+    found = run(f"vxtctl profile verify {name} --state {state}")
     assert found.code in (0, 6), found.err
     return found.code == 0
 
@@ -249,3 +249,28 @@ def test_the_guarded_process_is_nobodys_command():
         found = subprocess.run([FOLDER / "vxtctl", "--guarded", "profile"], input=typed, capture_output=True, text=True, check=False)
         assert (found.returncode, found.stdout) == (2, "") and "unknown option '--guarded'" in found.stderr
     assert "guarded" not in run("vxtctl --help").out + run("vxtctl man").out
+
+
+def test_what_the_library_writes_along_keeps_its_own_value():
+    state = "k8.state"
+    run(f"vxtctl profile save old.xml --yes --machine k8-first --state {state}")
+    profile("new.xml", **{"Write-to-Read_Delay": 1})  # the library puts it into the other turnaround, too
+    assert [row["id"] for row in answer(APPLY.replace("pc.state", state))["changes"]] == ["/memory-controller/0/twtr"]
+    assert is_in_force("new.xml", state)
+    write("new.xml", re.sub("<Read-to-Write_Delay>.*?</Read-to-Write_Delay>", "", read("old.xml")))
+    assert [row["id"] for row in answer(APPLY.replace("pc.state", state))["changes"]] == ["/memory-controller/0/twtr", "/memory-controller/0/trwt"]
+
+
+def test_a_switch_without_its_other_half_switches_that_off():
+    write("new.xml", re.sub("<(?!ClockDivisor|/ClockDivisor|CPU|/CPU|QOR_Fam|/QOR_Fam|VXT|/VXT|[?])[^>]*>[^<]*", "", read("old.xml")))
+    found = answer(APPLY)
+    assert {(row["id"], row["after"]) for row in found["changes"]} == {(f"/cpu/{core}/tlb_caching", 0) for core in range(4)}
+
+
+@table("kind", ["fail", "zero", "drop", "ones"])
+def test_with_faults_what_is_said_is_so_and_there_is_a_way_back(kind):
+    for seed in range(1, 5):
+        code = run(f"{APPLY} --fault seed={seed},rate=2,kinds={kind}").code
+        assert code not in (0, 5) or is_in_force("old.xml" if code else "new.xml"), f"seed {seed}"
+        assert is_in_force("old.xml") or RECORD.exists(), f"seed {seed}: code {code}"
+        assert run("vxtctl profile rollback --yes --state pc.state").code == 0 and is_in_force("old.xml")

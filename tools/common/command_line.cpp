@@ -319,8 +319,9 @@ EExit CTool::Emit(const CDocument& rDocument, EExit eExit) {
     return eExit;
 }
 
-int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
-    std::vector<std::string> Arguments = g_StartConsole(nArguments, ppszArguments);
+namespace {
+
+int g_RunLine(const CToolRow& rTool, std::vector<std::string> Arguments) {
     const auto AsksFor = [&](const char* pszFormat) { return std::ranges::count(Arguments, pszFormat) > 0; };
     const bool bJson = AsksFor("--json") && !AsksFor("--csv");  // also where the rest of the line is refused
     CGlobalOptions Options;
@@ -347,6 +348,12 @@ int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
     } catch (const CFailure& rFailure) {
         return Fail(rFailure.Exit(), rFailure.what());
     } catch (const std::exception& rError) { return Fail(EExit::kFailed, rError.what()); }
+}
+
+}  // namespace
+
+int g_RunTool(const CToolRow& rTool, int nArguments, char** ppszArguments) {
+    return g_OwnExit(g_RunLine(rTool, g_StartConsole(nArguments, ppszArguments)));
 }
 
 }  // namespace vxttools

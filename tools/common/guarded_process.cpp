@@ -1,5 +1,6 @@
 #include "common/guarded_process.h"
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdio>
@@ -15,6 +16,8 @@ namespace {
 
 constexpr const char* kMark = "--guarded";
 constexpr const char* kGreeting = "vxt-terminal";
+/// Whoever ends a process by force may choose its exit code on some systems: few choose one above this.
+constexpr int kOwnEnd = 64;
 bool g_bGuarded = false;
 
 std::string g_ToLine(const CTerminal& rTerminal) {
@@ -59,6 +62,7 @@ std::thread g_PassOutput(CChildProcess& rChild, std::string (CChildProcess::*pRe
 }  // namespace
 
 bool g_IsGuarded() { return g_bGuarded; }
+int g_OwnExit(int nExit) { return g_bGuarded ? nExit + kOwnEnd : nExit; }
 
 void g_EnterGuard(std::vector<std::string>& rArguments) {
     if (rArguments.empty() || rArguments.front() != kMark) return;
@@ -91,8 +95,10 @@ EExit g_RunGuarded(const CTool& rTool, const std::string& sKilled) {
     Output.join();
     Errors.join();
     const std::optional<int> oCode = pChild->Wait();
-    if (!oCode) throw CFailure(EExit::kFailed, sKilled);
-    return static_cast<EExit>(*oCode);
+    const auto IsMeant = [&](const CExitMeaning& r) { return oCode == static_cast<int>(r.eExit) + kOwnEnd; };
+    const auto pMeaning = std::ranges::find_if(kExitMeanings, IsMeant);
+    if (pMeaning == std::end(kExitMeanings)) throw CFailure(EExit::kFailed, sKilled);
+    return pMeaning->eExit;
 }
 
 EReply g_AwaitLine(std::chrono::seconds Longest, std::string& rsLine, const std::function<void(long long)>& Tell) {

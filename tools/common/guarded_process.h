@@ -19,6 +19,9 @@ EExit g_RunGuarded(const CTool& rTool, const std::string& sKilled);
 /// This is the guarded process.
 bool g_IsGuarded();
 
+/// The exit code of this process: a guarded one's tells that it came to its own end, which its visible one looks for.
+int g_OwnExit(int nExit);
+
 /// Takes the mark of a guarded process away, and what the visible one tells it of the terminal. Ends a command line that
 /// has the mark without that: a person's.
 void g_EnterGuard(std::vector<std::string>& rArguments);

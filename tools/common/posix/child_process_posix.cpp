@@ -35,7 +35,7 @@ private:
 };
 
 constexpr size_t kRead = 0, kWrite = 1;
-constexpr int kNotStarted = 127;  ///< as shells tell it
+constexpr int kNotStarted = 127;  ///< as shells tell it; no tool ends so
 
 /// Between fork and exec: nothing but system calls.
 [[noreturn]] void g_Become(char* const* ppszArguments, const std::array<int, 3>& rStreams) {
@@ -88,8 +88,7 @@ std::optional<int> CChildProcess::Wait() {
     int nStatus = 0;
     while (waitpid(static_cast<pid_t>(m_nProcess), &nStatus, 0) < 0)
         if (errno != EINTR) return std::nullopt;
-    if (!WIFEXITED(nStatus) || WEXITSTATUS(nStatus) == kNotStarted) return std::nullopt;
-    return WEXITSTATUS(nStatus);
+    return WIFEXITED(nStatus) ? std::optional(WEXITSTATUS(nStatus)) : std::nullopt;
 }
 
 }  // namespace vxttools

@@ -44,6 +44,13 @@ void g_AddIgnored(CDocument& rDocument, const std::vector<CJudgedEntry>& rEntrie
     if (!Table.Rows.empty()) rDocument.AddTable(std::move(Table));
 }
 
+/// What of the machine could not be read, so that the profile may not be in force as a whole. Returns how the command ends.
+EExit g_AddFindings(CDocument& rDocument, const CTool& rTool, const CFindings& rFindings, EExit eExit) {
+    rDocument["findings"] = rFindings;
+    for (const std::string& rsFinding : rFindings) rTool.Output().Note(rsFinding);
+    return eExit == EExit::kDone && !rFindings.empty() ? EExit::kFindings : eExit;
+}
+
 /// Ends the command when what is in force could not be kept for the next process, or an earlier process could not end.
 void g_CheckRecords(const CTool& rTool, CProfileRecords& rRecords, bool bForce) {
     if (rRecords.NeedsPlace() && !rRecords.HasPlace())
@@ -62,15 +69,16 @@ void g_CheckHarmless(const CHostLibrary& rLibrary, const std::vector<CProfileTar
         throw CFailure(EExit::kUsage, sReasons + "; nothing was written, --force tries all the same");
 }
 
-EExit g_ApplyNothing(CTool& rTool, const std::vector<CJudgedEntry>& rEntries) {
+EExit g_ApplyNothing(CTool& rTool, const std::vector<CJudgedEntry>& rEntries, const CFindings& rFindings) {
     CDocument Document = rTool.NewDocument();
     Document["dry_run"] = rTool.Options().bDryRun;
     Document["changes"] = CJson::Array();
     Document.SetCsv("changes");
     g_AddConfirmation(Document, std::nullopt);
     g_AddIgnored(Document, rEntries);
+    const EExit eExit = g_AddFindings(Document, rTool, rFindings, EExit::kDone);
     rTool.Output().Note("nothing to change: what the profile asks for is in force");
-    return rTool.Emit(Document);
+    return rTool.Emit(Document, eExit);
 }
 
 EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
@@ -86,7 +94,8 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     std::erase_if(Targets, [](const CProfileTarget& r) { return r.IsInForce() != false; });
     g_SortSafely(Targets);
     const std::vector<CJudgedEntry> Entries = g_JudgeEntries(Profile, Library, Machine);
-    if (Targets.empty()) return g_ApplyNothing(rTool, Entries);
+    const CFindings Findings = Library.Findings();  // up to here: of the changes their outcome tells
+    if (Targets.empty()) return g_ApplyNothing(rTool, Entries, Findings);
     g_CheckHarmless(Library, Targets, rWanted.bForce);
     if (!rTool.Options().bDryRun) g_CheckRecords(rTool, Records, rWanted.bForce);
 
@@ -106,7 +115,7 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
         eExit = Application.Finish(eExit);
         g_AddConfirmation(rDocument, oConfirmation);
         g_AddIgnored(rDocument, Entries);
-        return eExit;
+        return g_AddFindings(rDocument, rTool, Findings, eExit);
     }));
 }
 
