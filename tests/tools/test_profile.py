@@ -130,8 +130,8 @@ def test_two_profiles_differ_also_in_what_one_of_them_lacks():
 
 
 @table("name, text, words", [
-    ("p.xml", "<a/>", "not that of a profile"), ("p.xml", "<a", "line 1"), ("p.xml", f'<!DOCTYPE x [<!ENTITY e "e">]><{ROOT}>&e;</{ROOT}>', "document type"),
-    ("p.xml", f"<{ROOT}><CPU><x>...</x></CPU></{ROOT}>", "more than 5000"), ("p.xml", "PNG\0\1", "XML"), ("folder", None, "cannot be"), ("p.xml", "", "empty"),
+    ("p.xml", "<a/>", "its element is not VXT_Configuration_File"), ("p.xml", "<a", "line 1"), ("p.xml", f'<!DOCTYPE x [<!ENTITY e "e">]><{ROOT}>&e;</{ROOT}>', "document type"),
+    ("p.xml", f"<{ROOT}><CPU><x>...</x></CPU></{ROOT}>", "more than 5000"), ("p.xml", "PNG\0\1", "XML"), ("folder", None, "cannot be"), ("p.xml", "", "it is no XML"),
 ])
 def test_what_is_no_profile_is_told_and_left_as_it_is(name, text, words):
     os.mkdir("folder")

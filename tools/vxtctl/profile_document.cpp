@@ -45,18 +45,13 @@ CProfileDocument::CProfileDocument(const CHostLibrary& rLibrary, const std::stri
                                            " characters, which the library does not take");
     m_pProfile.reset(rLibrary.Profiles().OpenProfile(sPath.c_str()));
     if (!m_pProfile) throw CFailure(EExit::kFailed, sFile + ": the library cannot read profiles here; --log tells why");
-    m_sProblem = _FindProblem(rLibrary.Profiles());
+    m_sProblem = _FindProblem();
 }
 
-/// What the library has against the file, and what it does not say by itself: XML of others has another root, and then no
-/// setting has a place in it.
-std::string CProfileDocument::_FindProblem(vxtapi::CProfileSettgins& rProfiles) const {
-    if (m_pProfile->GetProblem()[0] != 0 || !FileExists()) return g_Utf8(m_pProfile->GetProblem());
-    if (m_pProfile->GetEntryCount() > kMostEntries)
+std::string CProfileDocument::_FindProblem() const {
+    if (m_pProfile->GetProblem()[0] == 0 && m_pProfile->GetEntryCount() > kMostEntries)
         return "it has more than " + std::to_string(kMostEntries) + " settings";
-    const COwned pTried(rProfiles.OpenProfile(Path()));
-    const bool bTakes = pTried && pTried->SetValue(vxtapi::kProfileCpuSection, L"Tried", L"Tried", 0);
-    return bTakes ? "" : "its XML is not that of a profile";
+    return g_Utf8(m_pProfile->GetProblem());
 }
 
 void CProfileDocument::CheckReadable() const {

@@ -55,7 +55,7 @@ private:
         void operator()(vxtapi::CProfile* pProfile) const { pProfile->Release(); }
     };
     using COwned = std::unique_ptr<vxtapi::CProfile, CRelease>;
-    std::string _FindProblem(vxtapi::CProfileSettgins& rProfiles) const;
+    std::string _FindProblem() const;
 
     std::string m_sFile, m_sProblem;
     COwned m_pProfile;
