@@ -75,7 +75,9 @@ def test_a_rollback_brings_back_the_state_before_the_last_profile():
     before = read("pc.state")
     for line in (APPLY.replace("--yes", "--dry-run"), APPLY.replace("--yes", "")):
         assert run(line).code == (0 if "dry" in line else 2) and read("pc.state") == before and not RECORD.exists()
-    assert {row["outcome"] for row in answer(APPLY)["changes"]} == {"taken"} and is_in_force("new.xml") and not left_behind()
+    found = run(APPLY + " --json")
+    assert {row["outcome"] for row in parsed(found.out)["changes"]} == {"taken"} and is_in_force("new.xml") and not left_behind()
+    assert "voltage controller: Memory voltage: changed along, from 1.5 to 1.55 V" in found.err, "two names for one voltage"
     assert answer(APPLY)["changes"] == [], "it is in force"
     assert answer("vxtctl profile rollback --dry-run --state pc.state")["changes"][0]["outcome"] == "planned" and is_in_force("new.xml")
     found = answer("vxtctl profile rollback --yes --state pc.state")
