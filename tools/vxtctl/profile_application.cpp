@@ -1,5 +1,6 @@
 #include "profile_application.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <random>
@@ -131,8 +132,21 @@ bool CProfileApplication::_PutBackRest() const {
     return bAll;
 }
 
+void CProfileApplication::_TellRest() const {
+    for (const CProfileSetting& rSetting : m_rMachine) {
+        const CSetting& rBefore = rSetting.Setting;
+        const bool bAsked = std::ranges::count(m_rTargets, &rSetting, &CProfileTarget::pSetting) != 0;
+        if (bAsked || !rBefore.oValue || !g_ReadsOtherwise(rSetting, *rBefore.oValue)) continue;
+        const std::optional<double> oNow = rSetting.Read();
+        vxttools::g_PrintRemark(rSetting.sOwner + ": " + rBefore.sLabel + ": changed along, from " +
+                                rBefore.Text(*rBefore.oValue) + " to " +
+                                (oNow ? rBefore.Text(*oNow) : "what cannot be read") + " " + rBefore.sUnit);
+    }
+}
+
 EExit CProfileApplication::Finish(EExit eExit) {
     if (!m_bBegun) return eExit;
+    if (!m_bUndone) _TellRest();
     if (m_bUndone && !_PutBackRest()) eExit = EExit::kFailed;
     const bool bBack = m_bUndone && eExit != EExit::kFailed;
     m_Applied.bFinished = !m_bUndone;

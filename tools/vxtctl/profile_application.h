@@ -43,6 +43,8 @@ private:
     void _WriteOwn() const;
     /// What changes brought along that nobody asked for. False: something is not as it was.
     bool _PutBackRest() const;
+    /// The same where the changes stay: two settings may be one to the hardware.
+    void _TellRest() const;
 
     const CHostLibrary& m_rLibrary;
     const CProfileDocument& m_rProfile;
