@@ -32,7 +32,12 @@ done
 "$here/build.sh" windows-x64 VXTDriver
 # Through pipes: on a terminal Wine would draw a console of its own. What a signal to this script alone asks for waits until
 # the Windows program has ended; Ctrl-C reaches that too, and its last words need somebody to pass them on.
+# Nor can it ask there; what comes through a pipe ('echo keep |') reaches it.
+if [[ -t 0 ]]; then
+    [[ " ${arguments[*]} " != *" --confirm"[\ =]* ]] || _refuse "--confirm: under Wine 'keep' has to come through a pipe"
+    exec </dev/null
+fi
 trap 'echo "$tool: a command under Wine runs to its end" >&2' TERM HUP
 "$here/wine_host.sh" --machine "$machine" --state "$state" --in "$PWD" "$root/build/windows-x86" \
-    "$root/build/windows-x64" "$root/build/windows-x86/bin/$tool.exe" "${arguments[@]}" </dev/null \
+    "$root/build/windows-x64" "$root/build/windows-x86/bin/$tool.exe" "${arguments[@]}" \
     2> >(trap '' INT; cat >&2) | (trap '' INT; cat)

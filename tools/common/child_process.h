@@ -33,7 +33,7 @@ public:
     std::optional<int> Wait();
 
 private:
-    static std::string _Read(intptr_t nPipe);
+    std::string _Read(intptr_t nPipe) const;
     bool _Write(std::string_view sData) const;
     static void _Close(intptr_t nPipe);
 

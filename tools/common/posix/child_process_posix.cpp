@@ -75,7 +75,7 @@ bool CChildProcess::_Write(std::string_view sData) const {
     return true;
 }
 
-std::string CChildProcess::_Read(intptr_t nPipe) {
+std::string CChildProcess::_Read(intptr_t nPipe) const {
     std::string sData(4096, '\0');
     ssize_t nRead = 0;
     do nRead = read(static_cast<int>(nPipe), sData.data(), sData.size());

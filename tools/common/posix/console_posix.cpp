@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -67,6 +68,9 @@ template <class TWait> bool g_WaitUnlessAsked(TWait Wait) {
 }  // namespace
 
 std::vector<std::string> g_StartConsole(int nArguments, char** ppszArguments) {
+    // A stream that was closed must not become the number of the next file that is opened; writing there fails as before.
+    for (const int nStream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(nStream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) < 0) _exit(1);
     struct sigaction Action = {}, Before = {};
     Action.sa_handler = g_OnSignal;
     for (const int nSignal : kEndingSignals)  // what was ignored from the start stays so: nohup

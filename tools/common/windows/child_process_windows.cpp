@@ -113,12 +113,22 @@ bool CChildProcess::_Write(std::string_view sData) const {
     return true;
 }
 
-std::string CChildProcess::_Read(intptr_t nPipe) {
+// The child's end counts, not the pipe's: what the system starts on the child's behalf, the desktop for one, may have
+// inherited its end of the pipe and live on.
+std::string CChildProcess::_Read(intptr_t nPipe) const {
+    constexpr DWORD kLook = 10;  // ms
     std::string sData(4096, '\0');
     DWORD dwRead = 0;
-    if (!ReadFile(g_Handle(nPipe), sData.data(), static_cast<DWORD>(sData.size()), &dwRead, nullptr)) dwRead = 0;
-    sData.resize(dwRead);
-    return sData;
+    for (bool bHasEnded = false; PeekNamedPipe(g_Handle(nPipe), nullptr, 0, nullptr, &dwRead, nullptr);) {
+        if (dwRead != 0) {
+            if (!ReadFile(g_Handle(nPipe), sData.data(), static_cast<DWORD>(sData.size()), &dwRead, nullptr)) break;
+            sData.resize(dwRead);
+            return sData;
+        }
+        if (bHasEnded) break;
+        bHasEnded = WaitForSingleObject(g_Handle(m_nProcess), kLook) == WAIT_OBJECT_0;
+    }
+    return {};
 }
 
 std::optional<int> CChildProcess::Wait() {
