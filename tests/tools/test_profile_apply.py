@@ -88,7 +88,7 @@ def test_a_rollback_brings_back_the_state_before_the_last_profile():
 
 def test_what_the_machine_cannot_have_is_told():
     write("new.xml", read("old.xml").replace("<Multiplier>15", "<Unheard_of>1</Unheard_of><Multiplier2>1,5</Multiplier2><Multiplier>14.5", 1))
-    found = answer(APPLY)
+    found = answer(APPLY, 6)
     assert [row["id"] for row in found["changes"]] == ["/cpu/0/multiplier"]
     assert [(row["key"], row["text"]) for row in found["ignored"]] == [("Unheard_of", "1"), ("Multiplier2", "1,5"), ("Multiplier2", "15")]
     assert run(f"vxtctl profile apply {SOURCE}/examples/k8-first.xml --yes --state pc.state").code == 3

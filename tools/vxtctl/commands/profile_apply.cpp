@@ -1,4 +1,6 @@
 // vxtctl profile apply: a profile's settings, written as one.
+#include <algorithm>
+
 #include "common/console.h"
 #include "common/guarded_process.h"
 #include "profile_application.h"
@@ -27,15 +29,25 @@ constexpr COption<CWanted> kOptions[] = {
 constexpr const char* kKilled =
     "the process that applied the profile was killed; 'vxtctl profile rollback' brings back what was in force before";
 
-/// Entries that change nothing whatever their value.
+bool g_IsUnread(const CJudgedEntry& rEntry) { return rEntry.pSetting && !rEntry.pSetting->Setting.oValue; }
+
+/// Why an entry changes nothing whatever its value; empty: it does.
+std::string g_WhyIgnored(const CJudgedEntry& rEntry) {
+    if (g_IsUnread(rEntry)) return "nobody could put it back: " + rEntry.pSetting->Setting.sReason;
+    return rEntry.eFate == EEntry::kApplied ? "" : rEntry.sProblem;
+}
+
+/// The profile is not in force as a whole without it. Of elements of one name only the first counts.
+bool g_IsMissed(const CJudgedEntry& rEntry) {
+    return rEntry.eFate != EEntry::kRepeated && !g_WhyIgnored(rEntry).empty();
+}
+
 void g_AddIgnored(CDocument& rDocument, const std::vector<CJudgedEntry>& rEntries) {
     CJson& rIgnored = rDocument["ignored"] = CJson::Array();
     CTextTable Table{"Not applied", {"Entry", ">Value", "Reason"}};
     for (const CJudgedEntry& rEntry : rEntries) {
-        const bool bUnread = rEntry.pSetting && !rEntry.pSetting->Setting.oValue;
-        if (rEntry.eFate == EEntry::kApplied && !bUnread) continue;
-        const std::string sReason =
-            bUnread ? "nobody could put it back: " + rEntry.pSetting->Setting.sReason : rEntry.sProblem;
+        const std::string sReason = g_WhyIgnored(rEntry);
+        if (sReason.empty()) continue;
         CJson Row{{"text", rEntry.Entry.sText}, {"reason", sReason}};
         g_AddNames(Row, rEntry.Entry);
         rIgnored.Push(std::move(Row));
@@ -44,11 +56,26 @@ void g_AddIgnored(CDocument& rDocument, const std::vector<CJudgedEntry>& rEntrie
     if (!Table.Rows.empty()) rDocument.AddTable(std::move(Table));
 }
 
-/// What of the machine could not be read, so that the profile may not be in force as a whole. Returns how the command ends.
-EExit g_AddFindings(CDocument& rDocument, const CTool& rTool, const CFindings& rFindings, EExit eExit) {
+/// Ends the command when part of the profile is missing here that may only be unreadable at this moment: half a profile is
+/// no profile. Tells of what is missing for good before anybody is asked.
+void g_CheckWhole(const CTool& rTool, const std::vector<CJudgedEntry>& rEntries, const CFindings& rFindings,
+                  bool bForce) {
+    const auto MayBeThere = [](const CJudgedEntry& r) { return g_IsUnread(r) || r.eFate == EEntry::kLacking; };
+    const auto uHidden = rFindings.empty() ? 0 : std::ranges::count_if(rEntries, MayBeThere);
+    if (uHidden != 0 && !bForce)
+        throw CFailure(EExit::kFailed, std::to_string(uHidden) + " of the profile's settings could not be read here: " +
+                                           rFindings.front() + "; nothing was written, --force applies the rest");
+    for (const CJudgedEntry& rEntry : rEntries)
+        if (g_IsMissed(rEntry)) rTool.Output().Note("not applied: " + rEntry.Place() + ": " + g_WhyIgnored(rEntry));
+}
+
+/// What of the machine could not be read. Returns how the command ends: the profile may not be in force as a whole.
+EExit g_AddFindings(CDocument& rDocument, const CTool& rTool, const CFindings& rFindings,
+                    const std::vector<CJudgedEntry>& rEntries, EExit eExit) {
     rDocument["findings"] = rFindings;
     for (const std::string& rsFinding : rFindings) rTool.Output().Note(rsFinding);
-    return eExit == EExit::kDone && !rFindings.empty() ? EExit::kFindings : eExit;
+    const bool bIsWhole = rFindings.empty() && std::ranges::none_of(rEntries, g_IsMissed);
+    return eExit == EExit::kDone && !bIsWhole ? EExit::kFindings : eExit;
 }
 
 /// Ends the command when what is in force could not be kept for the next process, or an earlier process could not end.
@@ -76,8 +103,9 @@ EExit g_ApplyNothing(CTool& rTool, const std::vector<CJudgedEntry>& rEntries, co
     Document.SetCsv("changes");
     g_AddConfirmation(Document, std::nullopt);
     g_AddIgnored(Document, rEntries);
-    const EExit eExit = g_AddFindings(Document, rTool, rFindings, EExit::kDone);
-    rTool.Output().Note("nothing to change: what the profile asks for is in force");
+    const EExit eExit = g_AddFindings(Document, rTool, rFindings, rEntries, EExit::kDone);
+    rTool.Output().Note(eExit == EExit::kDone ? "nothing to change: what the profile asks for is in force"
+                                              : "nothing to change: the rest of the profile is in force");
     return rTool.Emit(Document, eExit);
 }
 
@@ -95,6 +123,7 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     g_SortSafely(Targets);
     const std::vector<CJudgedEntry> Entries = g_JudgeEntries(Profile, Library, Machine);
     const CFindings Findings = Library.Findings();  // up to here: of the changes their outcome tells
+    g_CheckWhole(rTool, Entries, Findings, rWanted.bForce);
     if (Targets.empty()) return g_ApplyNothing(rTool, Entries, Findings);
     g_CheckHarmless(Library, Targets, rWanted.bForce);
     if (!rTool.Options().bDryRun) g_CheckRecords(rTool, Records, rWanted.bForce);
@@ -115,7 +144,7 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
         eExit = Application.Finish(eExit);
         g_AddConfirmation(rDocument, oConfirmation);
         g_AddIgnored(rDocument, Entries);
-        return g_AddFindings(rDocument, rTool, Findings, eExit);
+        return g_AddFindings(rDocument, rTool, Findings, Entries, eExit);
     }));
 }
 

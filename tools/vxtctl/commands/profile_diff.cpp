@@ -31,7 +31,7 @@ std::string g_GapText(const CDifference& r) {
 
 void g_Report(CDocument& rDocument, const CWanted& rWanted, const CComparison& rComparison) {
     rDocument["file"] = rWanted.oFile;
-    rDocument["other"] = rWanted.oOther;
+    rDocument["other_file"] = rWanted.oOther;
     rDocument["compared"] = rComparison.uCompared;
     rDocument["not_held"] = rComparison.NotHeld;
     CJson& rRows = rDocument["differences"] = CJson::Array();
