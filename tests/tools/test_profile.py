@@ -153,7 +153,9 @@ def test_a_profile_is_replaced_after_a_question():
         assert found.code == code and read("p.xml") == before
     assert run_on_terminal("vxtctl profile save p.xml", "y\n").code == 0
     assert "CPUVID" in read("p.xml") and ">14<" not in read("p.xml")
-    assert answer("vxtctl profile save p.xml --yes")["replaced"] and not answer("vxtctl profile save q.xml")["replaced"]
+    os.chmod("p.xml", 0o600), os.symlink("p.xml", "link.xml")
+    assert answer("vxtctl profile save link.xml --yes --machine k8-first")["replaced"] and not answer("vxtctl profile save q.xml")["replaced"]
+    assert os.path.islink("link.xml") and "Internal_DDR_" in read("p.xml") and os.stat("p.xml").st_mode & 0o777 == 0o600
     for command in ("show", "diff", "verify"):
         assert "no such file" in run(f"vxtctl profile {command} nosuch.xml").err
     assert not pathlib.Path("nosuch.xml").exists()

@@ -124,6 +124,13 @@ def test_a_value_that_is_not_taken_takes_all_others_back(machine, values):
     assert run(f"vxtctl profile verify old.xml --state {machine}.state").code == 0 and not RECORD.exists()
 
 
+def test_entries_that_contradict_each_other_are_told_and_undone():
+    profile("new.xml", MemVDDQ=1.6)  # of one voltage; "Memory voltage" of the other controller stays in the profile
+    found = run(APPLY)
+    assert found.code == 5 and "Memory voltage: the profile wants 1.5 V, and another of its entries changes that" in found.err
+    assert is_in_force("old.xml") and not RECORD.exists()
+
+
 @table("typed, kept", [("y\ny\n", False), ("y\nn\n", True)])
 def test_on_a_terminal_the_user_says_whether_what_was_taken_goes_back(typed, kept):
     profile("new.xml", CAS_Latency=99, Multiplier=14)

@@ -160,13 +160,14 @@ EExit CChangePlan::_ApplyJointly(const CJointWrite& rWrite) {
             _TellReason(i);
         bAllTaken = bAllTaken && rResult.eOutcome == EOutcome::kTaken;
     }
-    std::string sWhy = bAllTaken ? "" : "another change went wrong";
+    std::string sWhy = !bAllTaken ? "another change went wrong" : rWrite.Verify ? rWrite.Verify() : "";
+    if (bAllTaken && !sWhy.empty()) g_PrintRemark(sWhy);
+    const EExit eExit = sWhy.empty() ? EExit::kInterrupted : EExit::kNotTaken;
     if (g_WasInterrupted())
         sWhy = "interrupted";
-    else if (bAllTaken && rWrite.Verify)
-        sWhy = rWrite.Verify();
+    else if (sWhy.empty() && rWrite.Confirm)
+        sWhy = rWrite.Confirm();
     if (sWhy.empty()) return EExit::kDone;
-    const EExit eExit = bAllTaken ? EExit::kInterrupted : EExit::kNotTaken;
     if (!rWrite.WantsUndone || !rWrite.WantsUndone()) return eExit;
     if (_UndoAll(0, m_Changes.size(), sWhy)) return eExit;
     for (size_t i = 0; i < m_Changes.size(); ++i)

@@ -46,6 +46,8 @@ struct CJointWrite {
     std::function<std::string()> Write;
     /// Why values that were all taken cannot stay; an empty text: they can.
     std::function<std::string()> Verify = {};
+    /// The same, when nobody says that they are to stay.
+    std::function<std::string()> Confirm = {};
     /// Something went wrong: whether all are undone, from the last to the first. Empty: what was taken stays.
     std::function<bool()> WantsUndone = {};
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <random>
 #include <system_error>
 
@@ -21,11 +20,6 @@ namespace {
 std::string g_Utf8Path(const fs::path& rPath) {
     const std::u8string sPath = rPath.u8string();
     return {sPath.begin(), sPath.end()};
-}
-
-bool g_ReadsOtherwise(const CProfileSetting& rSetting, double dValue) {
-    const std::optional<double> oNow = rSetting.Read();
-    return !oNow || std::abs(*oNow - dValue) > rSetting.Setting.dTolerance;
 }
 
 }  // namespace

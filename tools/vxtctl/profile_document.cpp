@@ -17,10 +17,12 @@ namespace {
 constexpr size_t kLongestPath = 259;      ///< that the library takes
 constexpr uint32_t kMostEntries = 5'000;  ///< no machine has so many, and each is looked up among all
 
-/// A path without "/" would be a name in the library's own folder.
+/// A path without "/" would be a name in the library's own folder. Of a link its target: the library replaces what it
+/// writes.
 std::wstring g_LibraryPath(const std::string& sFile) {
     try {
-        const std::filesystem::path Path = std::filesystem::absolute(vxttools::g_Path(sFile));
+        const std::filesystem::path Path =
+            std::filesystem::weakly_canonical(std::filesystem::absolute(vxttools::g_Path(sFile)));
         if constexpr (sizeof(wchar_t) == sizeof(char16_t)) return Path.generic_wstring();
         const std::u32string sPath = Path.generic_u32string();  // the wide form would go by the locale there
         return {sPath.begin(), sPath.end()};

@@ -75,6 +75,11 @@ vxttools::CChange g_NewChange(const CProfileTarget& rTarget) {
     return Change;
 }
 
+bool g_ReadsOtherwise(const CProfileSetting& rSetting, double dValue) {
+    const std::optional<double> oNow = rSetting.Read();
+    return !oNow || std::abs(*oNow - dValue) > rSetting.Setting.dTolerance;
+}
+
 bool g_WriteAlone(const CProfileSetting& rSetting, double dValue) {
     const double dTolerance = rSetting.Setting.dTolerance;
     if (!rSetting.Write(dValue)) return false;

@@ -18,6 +18,8 @@ std::vector<std::string> g_WhyHarmful(const CHostLibrary& rLibrary, const std::v
 /// The change of a setting, with the ways to it.
 vxttools::CChange g_NewChange(const CProfileTarget& rTarget);
 
+/// The setting, read anew, has not the value, or cannot be read.
+bool g_ReadsOtherwise(const CProfileSetting& rSetting, double dValue);
 /// Writes the setting alone. True: it reads so.
 bool g_WriteAlone(const CProfileSetting& rSetting, double dValue);
 

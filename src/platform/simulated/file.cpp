@@ -120,6 +120,8 @@ bool ReplaceFile(CFile& rFile, const wchar_t* pszOld, const wchar_t* pszNew) {
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("ReplaceFile")) return false;
     const std::string sNew = g_Path(pszNew);
+    struct stat Before {};  // who may read the one that was there may read this one
+    if (stat(sNew.c_str(), &Before) == 0) fchmod(g_Descriptor(rFile), Before.st_mode & 0777);
     if (std::rename(g_Path(pszOld).c_str(), sNew.c_str()) != 0) return g_Fail();
     rFile.Reset();
     g_FlushFolder(sNew);

@@ -96,6 +96,18 @@ void g_CheckHarmless(const CHostLibrary& rLibrary, const std::vector<CProfileTar
         throw CFailure(EExit::kUsage, sReasons + "; nothing was written, --force tries all the same");
 }
 
+/// Two entries of a profile may want different values of one thing, a voltage that two controllers reach: then the one
+/// that was in force is not any more. Empty: none does.
+std::string g_WhyContradicted(const std::vector<CProfileTarget>& rAll) {
+    for (const CProfileTarget& rTarget : rAll) {
+        const CSetting& rSetting = rTarget.pSetting->Setting;
+        if (rTarget.IsInForce() == true && g_ReadsOtherwise(*rTarget.pSetting, rTarget.dWanted))
+            return rTarget.pSetting->sOwner + ": " + rSetting.sLabel + ": the profile wants " +
+                   rSetting.Text(rTarget.dWanted) + " " + rSetting.sUnit + ", and another of its entries changes that";
+    }
+    return "";
+}
+
 EExit g_ApplyNothing(CTool& rTool, const std::vector<CJudgedEntry>& rEntries, const CFindings& rFindings) {
     CDocument Document = rTool.NewDocument();
     Document["dry_run"] = rTool.Options().bDryRun;
@@ -118,7 +130,8 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     CProfileRecords Records(Library);
     if (!rTool.Options().bDryRun) Records.CheckIdle();  // from here on nobody else changes what is read now
     const std::vector<CProfileSetting> Machine = g_MachineProfile(Library);
-    std::vector<CProfileTarget> Targets = g_TargetsHere(Profile, Library, Machine);
+    const std::vector<CProfileTarget> All = g_TargetsHere(Profile, Library, Machine);
+    std::vector<CProfileTarget> Targets = All;
     std::erase_if(Targets, [](const CProfileTarget& r) { return r.IsInForce() != false; });
     g_SortSafely(Targets);
     const std::vector<CJudgedEntry> Entries = g_JudgeEntries(Profile, Library, Machine);
@@ -138,8 +151,9 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     for (const CProfileTarget& rTarget : Targets) Plan.Add(g_NewChange(rTarget));
     CJointWrite Joint{.Begin = [&] { Application.Begin(); },
                       .Write = [&] { return Application.Write(); },
+                      .Verify = [&] { return g_WhyContradicted(All); },
                       .WantsUndone = [&] { return Application.WantsUndone(); }};
-    if (oConfirmation) Joint.Verify = [&] { return g_AwaitConfirmation(*oConfirmation, rTool); };
+    if (oConfirmation) Joint.Confirm = [&] { return g_AwaitConfirmation(*oConfirmation, rTool); };
     return Library.Finish(Plan.RunJointly(rTool, Joint, [&](CDocument& rDocument, EExit eExit) {
         eExit = Application.Finish(eExit);
         g_AddConfirmation(rDocument, oConfirmation);
