@@ -128,7 +128,10 @@ EExit g_Apply(CTool& rTool, const CWanted& rWanted) {
     const CProfileDocument Profile(Library, *rWanted.oFile);
     Profile.CheckReadable();
     CProfileRecords Records(Library);
-    if (!rTool.Options().bDryRun) Records.CheckIdle();  // from here on nobody else changes what is read now
+    if (rTool.Options().bDryRun)
+        g_RemarkOnLeftProfile(Library, rTool.Output());
+    else
+        Records.CheckIdle();  // from here on nobody else changes what is read now
     const std::vector<CProfileSetting> Machine = g_MachineProfile(Library);
     const std::vector<CProfileTarget> All = g_TargetsHere(Profile, Library, Machine);
     std::vector<CProfileTarget> Targets = All;
