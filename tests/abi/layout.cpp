@@ -100,7 +100,8 @@ LIES_AT(FirmwareLimits, dMaximum, 8, 8);
 LIES_AT(FirmwareLimits, dDefault, 16, 8);
 LIES_AT(FirmwareLimits, dStep, 24, 8);
 
-static_assert(sizeof(ProfileEntry) == 4 * sizeof(void*) + 16 && alignof(ProfileEntry) == 8, "texts, a number and a flag");
+static_assert(sizeof(ProfileEntry) == 4 * sizeof(void*) + 16 && alignof(ProfileEntry) == 8,
+              "texts, a number and a flag");
 LIES_AT(ProfileEntry, pszSection, 0, sizeof(void*));
 LIES_AT(ProfileEntry, pszText, 3 * sizeof(void*), sizeof(void*));
 LIES_AT(ProfileEntry, dValue, 4 * sizeof(void*), 8);
