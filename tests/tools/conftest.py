@@ -25,6 +25,8 @@ def pytest_configure(config):
 
 @pytest.hookimpl(trylast=True)
 def pytest_unconfigure(config):
+    if hasattr(config, "workerinput"):
+        return  # one process of several: the first one counts
     stats = config.pluginmanager.get_plugin("terminalreporter").stats
     count = lambda *kinds: sum(len(stats.get(kind, [])) for kind in kinds)
     print(f"{count('passed')} passed, {count('failed', 'error')} failed")

@@ -135,7 +135,7 @@ def run_machine(machine, commands, keeps=False):
 
 def main():
     passed = failed = 0
-    with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+    with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(2 * os.cpu_count()) as pool:
         odd = pathlib.Path(folder) / "odd-answers.machine"
         odd.write_text((SOURCE / "machines/family10h-ddr3.machine").read_text(encoding="utf-8") + ODD, encoding="utf-8")
         machines = sorted(path.stem for path in (SOURCE / "machines").glob("*.machine"))

@@ -8,8 +8,8 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build32=$(realpath -e "$1") build64=$(realpath -e "$2")
 native=$(realpath -e "${3:-$here/../../build/native}")
 wine_host=$here/../../scripts/wine_host.sh
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 passed=0 failed=0
 
 _report() {  # RESULT NAME
@@ -30,28 +30,33 @@ for file in "$build32"/{bin,e2e}/VXTAPI.dll "$build64"/{bin,e2e}/VXTAPI.dll; do
     _report $result "${file#"$(dirname "$build32")/"} needs no library besides the system's $foreign"
 done
 
-for build in "$build32" "$build64"; do
-    bits=32
-    [[ $build == "$build32" ]] || bits=64
+# Each width on its own, both at the same time.
+_run() {  # BITS BUILD: lines for _report, and what failed
+    local bits=$1 build=$2 program status folder log=$work/$1.log
     for program in vxt_wmi_tests vxt_settings_tests vxt_windows_tests; do
         status=0 folder=()
         [[ $program != vxt_settings_tests ]] || folder=(--in "$here/../..")  # its cases are the checkout's
         "$wine_host" "${folder[@]}" "$build" "$build64" "$build/e2e/$program.exe" --gtest_color=no \
             </dev/null 2>&1 | tr -d '\r' >"$log" || status=$?
-        while read -r verdict name; do
-            _report "$verdict" "$bits-bit $name"
-        done < <(sed -nE 's/^\[       OK \] (\S+) .*/ok \1/p; s/^\[  FAILED  \] (\S+) \(.* ms\)$/FAIL \1/p' "$log")
+        sed -nE "s/^\[       OK \] (\S+) .*/ok $bits-bit \1/p; s/^\[  FAILED  \] (\S+) \(.* ms\)\$/FAIL $bits-bit \1/p" "$log"
         if [[ $status -ne 0 ]]; then
-            grep -q '^\[==========\] .* ran\.' "$log" || _report FAIL "$bits-bit $program ended early, status $status"
+            grep -q '^\[==========\] .* ran\.' "$log" || echo "FAIL $bits-bit $program ended early, status $status"
             sed 's/^/     /' "$log"
         fi
     done
-done
+}
+_run 32 "$build32" >"$work/32" & _run 64 "$build64" >"$work/64" &
+wait
+while IFS= read -r line; do
+    case $line in
+    ok\ * | FAIL\ *) _report "${line%% *}" "${line#* }" ;;
+    *) echo "$line" ;;
+    esac
+done < <(cat "$work/32" "$work/64")
 
 # The first program of a session: what the system starts for the process that applies outlives it, and must hold nobody up.
-folder=$(mktemp -d)
-trap 'rm -rf "$log" "$folder"' EXIT
-cp "$here/../../examples/family10h-ddr3.xml" "$folder/p.xml" && : >"$folder/pc.state"
+folder=$work/kept log=$work/kept.log
+mkdir "$folder" && cp "$here/../../examples/family10h-ddr3.xml" "$folder/p.xml" && : >"$folder/pc.state"
 echo keep | timeout 60 "$wine_host" --machine family10h-ddr3 --state "$folder/pc.state" --in "$folder" "$build32" "$build64" \
     "$build32/bin/vxtctl.exe" profile apply p.xml --confirm 30 --yes --json >"$log" 2>&1 && grep -q '"ended": "kept"' "$log" \
     && result=ok || result=FAIL
