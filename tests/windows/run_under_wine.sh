@@ -57,7 +57,7 @@ done < <(cat "$work/32" "$work/64")
 # The first program of a session: what the system starts for the process that applies outlives it, and must hold nobody up.
 folder=$work/kept log=$work/kept.log
 mkdir "$folder" && cp "$here/../../examples/family10h-ddr3.xml" "$folder/p.xml" && : >"$folder/pc.state"
-echo keep | timeout 60 "$wine_host" --machine family10h-ddr3 --state "$folder/pc.state" --in "$folder" "$build32" "$build64" \
+echo keep | XDG_STATE_HOME=$work/notes timeout 60 "$wine_host" --machine family10h-ddr3 --state "$folder/pc.state" --in "$folder" "$build32" "$build64" \
     "$build32/bin/vxtctl.exe" profile apply p.xml --confirm 30 --yes --json >"$log" 2>&1 && grep -q '"ended": "kept"' "$log" \
     && result=ok || result=FAIL
 _report $result "32-bit vxtctl profile apply --confirm, kept through a pipe"
