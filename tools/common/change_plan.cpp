@@ -25,7 +25,7 @@ std::string g_WithUnit(const CChange& rChange, const std::optional<double>& rVal
 }
 
 bool g_Is(const CChange& rChange, const std::optional<double>& rReading, double dValue) {
-    return rReading && std::abs(*rReading - dValue) <= rChange.dTolerance;
+    return g_ReadsAs(rReading, dValue, rChange.dTolerance);
 }
 
 std::optional<double> g_Read(const CChange& rChange) { return rChange.Read ? rChange.Read() : std::nullopt; }
@@ -36,13 +36,16 @@ std::optional<double> g_ReadBack(const CChange& rChange, double dExpected) {
 
 }  // namespace
 
+bool g_ReadsAs(const std::optional<double>& roReading, double dValue, double dTolerance) {
+    return roReading && std::abs(*roReading - dValue) <= dTolerance;
+}
+
 std::optional<double> g_ReadUntil(const std::function<std::optional<double>()>& Read, double dExpected,
                                   double dTolerance) {
     constexpr int kReadings = 200;
     const auto End = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    const auto IsThere = [&](const std::optional<double>& r) { return r && std::abs(*r - dExpected) <= dTolerance; };
     std::optional<double> oNow = Read();
-    for (int i = 1; i < kReadings && !IsThere(oNow); ++i) {
+    for (int i = 1; i < kReadings && !g_ReadsAs(oNow, dExpected, dTolerance); ++i) {
         if (std::chrono::steady_clock::now() > End) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         oNow = Read();

@@ -33,6 +33,9 @@ struct CChange {
     std::string sDoubt = "is not in this processor's table or beyond its limits";
 };
 
+/// Whether a reading is a value, as close as the hardware keeps it.
+bool g_ReadsAs(const std::optional<double>& roReading, double dValue, double dTolerance);
+
 /// Some processors report the end of a transition, others only begin it, and a firmware may take its time: reads until
 /// the value is there, for a while. Returns the last reading.
 std::optional<double> g_ReadUntil(const std::function<std::optional<double>()>& Read, double dExpected,

@@ -130,8 +130,9 @@ void CProfileApplication::_TellRest() const {
     for (const CProfileSetting& rSetting : m_rMachine) {
         const CSetting& rBefore = rSetting.Setting;
         const bool bAsked = std::ranges::count(m_rTargets, &rSetting, &CProfileTarget::pSetting) != 0;
-        if (bAsked || !rBefore.oValue || !g_ReadsOtherwise(rSetting, *rBefore.oValue)) continue;
+        if (bAsked || !rBefore.oValue) continue;
         const std::optional<double> oNow = rSetting.Read();
+        if (vxttools::g_ReadsAs(oNow, *rBefore.oValue, rBefore.dTolerance)) continue;
         vxttools::g_PrintRemark(rSetting.sOwner + ": " + rBefore.sLabel + ": changed along, from " +
                                 rBefore.Text(*rBefore.oValue) + " to " +
                                 (oNow ? rBefore.Text(*oNow) : "what cannot be read") + " " + rBefore.sUnit);

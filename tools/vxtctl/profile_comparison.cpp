@@ -44,7 +44,7 @@ std::string g_Remark(const CProfileTarget& rTarget, bool bHasEntry) {
 std::optional<bool> CProfileTarget::IsInForce() const {
     const CSetting& rSetting = pSetting->Setting;
     if (!rSetting.oValue) return std::nullopt;
-    return std::abs(*rSetting.oValue - dWanted) <= rSetting.dTolerance;
+    return vxttools::g_ReadsAs(rSetting.oValue, dWanted, rSetting.dTolerance);
 }
 
 std::vector<CProfileTarget> g_Targets(const CProfileDocument& rProfile, const std::vector<CProfileSetting>& rMachine) {

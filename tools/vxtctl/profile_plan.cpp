@@ -1,7 +1,6 @@
 #include "profile_plan.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "common/text.h"
 #include "core_limits.h"
@@ -76,15 +75,13 @@ vxttools::CChange g_NewChange(const CProfileTarget& rTarget) {
 }
 
 bool g_ReadsOtherwise(const CProfileSetting& rSetting, double dValue) {
-    const std::optional<double> oNow = rSetting.Read();
-    return !oNow || std::abs(*oNow - dValue) > rSetting.Setting.dTolerance;
+    return !vxttools::g_ReadsAs(rSetting.Read(), dValue, rSetting.Setting.dTolerance);
 }
 
 bool g_WriteAlone(const CProfileSetting& rSetting, double dValue) {
     const double dTolerance = rSetting.Setting.dTolerance;
     if (!rSetting.Write(dValue)) return false;
-    const std::optional<double> oNow = vxttools::g_ReadUntil(rSetting.Read, dValue, dTolerance);
-    return oNow && std::abs(*oNow - dValue) <= dTolerance;
+    return vxttools::g_ReadsAs(vxttools::g_ReadUntil(rSetting.Read, dValue, dTolerance), dValue, dTolerance);
 }
 
 }  // namespace vxtctl

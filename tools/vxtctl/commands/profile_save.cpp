@@ -1,6 +1,4 @@
 // vxtctl profile save: this machine's settings as a profile.
-#include <cmath>
-
 #include "common/console.h"
 #include "profile_records.h"
 #include "profile_report.h"
@@ -70,7 +68,7 @@ void CSaving::_Save(const CProfileSetting& rSetting) {
 void CSaving::_CheckShared(const CProfileSetting& rSetting) {
     const CProfileSetting& rFirst = *g_FindSetting(m_rMachine, rSetting);
     const auto oFirst = rFirst.Setting.oValue;
-    if (oFirst && std::abs(*oFirst - *rSetting.Setting.oValue) > rSetting.Setting.dTolerance)
+    if (oFirst && !g_ReadsAs(oFirst, *rSetting.Setting.oValue, rSetting.Setting.dTolerance))
         _LeaveOut(rSetting, "profiles keep one value for it and " + rFirst.Id() +
                                 ", and they differ: " + rSetting.Setting.Text(*rSetting.Setting.oValue) + " here, " +
                                 rFirst.Setting.Text(*oFirst) + " " + rFirst.Setting.sUnit + " there");
