@@ -512,6 +512,14 @@ void CSimMachine::SetLoad(uint32_t uCore, double dLoad) {
 
 // --- reference clock
 
+uint64_t CSimMachine::Miscompute(uint32_t uCore) {
+    const std::lock_guard Lock(m_Lock);
+    uint64_t ullBits = 0;
+    if (uCore < ProcessorCount())
+        for (const auto& pModel : m_Models) ullBits |= pModel->Miscompute(uCore);
+    return ullBits;
+}
+
 double CSimMachine::ReferenceMHz() const {
     const std::lock_guard Lock(m_Lock);
     return m_dReferenceMHz;

@@ -32,6 +32,8 @@ public:
     virtual void Tick(uint64_t /*ullNanoseconds*/) {}
     /// Called when the PC was left alone for so long, see CSimMachine::Rest.
     virtual void Rest(uint64_t /*ullNanoseconds*/) {}
+    /// Bits that the core's arithmetic gets wrong just now; 0: none.
+    virtual uint64_t Miscompute(uint32_t /*uCore*/) { return 0; }
     /// Puts what the model keeps beside the machine's own registers into the machine's description, as it will be when
     /// everything under way has ended. What changes that calls CSimMachine::Touch.
     virtual void Describe(CMachineDescription& /*rDescription*/) const {}
@@ -113,6 +115,10 @@ public:
     void SetLoad(uint32_t uCore, double dLoad);
     /// Since power-on, where SetLoad did not change it.
     double AverageLoad(uint32_t uCore) const;
+
+    /// Bits that the core's arithmetic gets wrong just now; 0: none, or no such core. Whoever computes asks every few
+    /// milliseconds.
+    uint64_t Miscompute(uint32_t uCore);
 
     // --- the workbench: plain state behind the models, for tests and tools
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist

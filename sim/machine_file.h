@@ -109,6 +109,7 @@ struct CMachineDescription {
     double dReferenceMHz = 200.0;
     std::vector<uint8_t> Loads;        ///< percent of time each core is busy; else none
     uint32_t uLoadPeriod = 0;          ///< seconds of one swing of the loads; 0: they are steady
+    uint32_t uMaxCoreClock = 0;        ///< MHz up to which cores compute correctly; 0: at any clock
     std::vector<uint32_t> IdleClocks;  ///< kHz to which dumped temperatures belong; else now's
     std::map<std::pair<uint32_t, uint32_t>, CCpuidResult> Cpuid;     ///< by leaf and subleaf
     std::map<std::pair<uint32_t, uint32_t>, uint64_t> Msr;           ///< by core (or kAllCores) and index

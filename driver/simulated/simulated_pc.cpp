@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "firmware_call.h"
+#include "silicon_call.h"
 #include "src/hw/driver_protocol.h"
 
 // Documented in the driver kit only; these live in ntdll and are callable from both sides.
@@ -172,6 +173,7 @@ vxtsim::CControlReply CSimulatedPc::_Serve(const CClient& rClient, uint32_t uCod
                                            std::span<uint8_t> Out) {
     if (uCode == kRunFirmware) return _RunFirmware(rClient.pFile, In, Out);
     if (uCode == kTakeFirmwareAnswer) return _TakeAnswer(rClient.pFile, Out);
+    if (uCode == kAskSilicon) return _AskSilicon(rClient.uThread, Out);
     // Asking Windows for the core costs as much as the request itself, and only these two are for one core.
     const bool bForOneCore = uCode == vxt::protocol::kReadMsr || uCode == vxt::protocol::kWriteMsr;
     return m_Server.Control(uCode, bForOneCore ? g_CoreOfThread(rClient.uThread) : 0, In, Out);
@@ -199,6 +201,13 @@ vxtsim::CControlReply CSimulatedPc::_TakeAnswer(const void* pFile, std::span<uin
     std::ranges::copy(it->second, Out.begin());
     m_Answers.erase(it);
     return {true, static_cast<uint32_t>(Out.size())};
+}
+
+vxtsim::CControlReply CSimulatedPc::_AskSilicon(uint32_t uThread, std::span<uint8_t> Out) {
+    const uint64_t ullBits = m_Machine.Miscompute(g_CoreOfThread(uThread));
+    if (Out.size() != sizeof(ullBits)) return {};
+    std::memcpy(Out.data(), &ullBits, sizeof(ullBits));
+    return {true, sizeof(ullBits)};
 }
 
 void CSimulatedPc::Close(const void* pFile) {

@@ -62,6 +62,7 @@ private:
     /// The management server's requests, see firmware_call.h.
     vxtsim::CControlReply _RunFirmware(const void* pFile, std::span<const uint8_t> In, std::span<uint8_t> Out);
     vxtsim::CControlReply _TakeAnswer(const void* pFile, std::span<uint8_t> Out);
+    vxtsim::CControlReply _AskSilicon(uint32_t uThread, std::span<uint8_t> Out);
 
     /// A pause since the last request is time in which fans and temperatures live; anything up to 100 ms is only how long
     /// programs run, and at most a minute counts.

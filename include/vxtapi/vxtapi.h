@@ -3,6 +3,7 @@
 // Freestanding apart from <cstdint>; the same slot numbers under the Microsoft and Itanium C++ ABIs.
 #pragma once
 
+#include <vxtapi/benchmark_center.h>
 #include <vxtapi/bios.h>
 #include <vxtapi/clock_generator.h>
 #include <vxtapi/cpu.h>
@@ -18,6 +19,7 @@
 #include <vxtapi/profile_keys.h>
 #include <vxtapi/profile_settings.h>
 #include <vxtapi/south_bridge.h>
+#include <vxtapi/test_center.h>
 #include <vxtapi/voltage_controller.h>
 
 extern "C" {

@@ -10,6 +10,7 @@
 #include "pm_timer.h"
 #include "port_pairs.h"
 #include "pstates.h"
+#include "silicon.h"
 #include "smbus_host.h"
 #include "south_bridge_monitor.h"
 #include "super_io.h"
@@ -100,6 +101,8 @@ constexpr CModelRow kModels[] = {
      [](CSimMachine& r) { r.Plug<CPstates>(g_FamilyOf(r) == EFamily::k10h ? 16u : 8u); }},
     {[](const CSimMachine& r) { return r.Model<CCoreClock>() != nullptr; },
      [](CSimMachine& r) { r.Plug<CTimeStampCounter>(*r.Model<CCoreClock>()); }},
+    {[](const CSimMachine& r) { return r.Description().uMaxCoreClock != 0 && r.Model<CCoreClock>() != nullptr; },
+     [](CSimMachine& r) { r.Plug<CSilicon>(*r.Model<CCoreClock>()); }},
     {g_IsRevisionF, [](CSimMachine& r) { r.Plug<CThermalSelect>(); }},
     {g_IsRevisionF, [](CSimMachine& r) { r.Plug<CAdditionalData>(1u); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CAdditionalData>(2u); }},

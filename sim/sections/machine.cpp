@@ -46,6 +46,11 @@ bool g_ReadLoadPeriod(CMachineReader& rReader, std::string_view sValue, CMachine
     return rReader.Number(sValue, rMachine.uLoadPeriod, kDay, 0);
 }
 
+bool g_ReadMaxCoreClock(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    constexpr uint32_t kFastest = 100'000;
+    return rReader.Number(sValue, rMachine.uMaxCoreClock, kFastest, 1);
+}
+
 bool g_ReadIdleClocks(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
     constexpr uint32_t kFastest = 100'000'000;
     const bool bRetCode = rReader.List(
@@ -72,6 +77,7 @@ bool g_ReadBase(CMachineReader& rReader, std::string_view sValue, CMachineDescri
     const CMachineDescription& rBase = *rReader.Base();
     rMachine.sName = rBase.sName, rMachine.uCores = rBase.uCores, rMachine.dReferenceMHz = rBase.dReferenceMHz;
     rMachine.Loads = rBase.Loads, rMachine.uLoadPeriod = rBase.uLoadPeriod;
+    rMachine.uMaxCoreClock = rBase.uMaxCoreClock;
     rMachine.IdleClocks = rBase.IdleClocks;
     return true;
 }
@@ -88,6 +94,8 @@ constexpr CMachineKey kKeys[] = {
     {"load", g_ReadLoads, [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.Loads); }},
     {"load_period", g_ReadLoadPeriod,
      [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uLoadPeriod); }},
+    {"max_core_clock", g_ReadMaxCoreClock,
+     [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uMaxCoreClock); }},
     {"idle_clocks", g_ReadIdleClocks,
      [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.IdleClocks); }},
     g_Key<&CMachineDescription::sStateOf>("state_of"),

@@ -1,3 +1,5 @@
+#include "bench/benchmark_center.h"
+#include "bench/test_center.h"
 #include "devices/device_list.h"
 #include "perf/performance_control.h"
 #include "perf/profile_settings.h"
@@ -5,7 +7,7 @@
 namespace vxt {
 
 CPerformanceControl& g_GetPerformanceControl() {
-    static CPerformanceControl s_PerformanceControl;
+    static CPerformanceControl s_PerformanceControl(g_GetBenchmarkCenter(), g_GetTestCenter(), g_GetDeviceManager());
     return s_PerformanceControl;
 }
 

@@ -11,6 +11,10 @@ void Sleep(uint32_t uMilliseconds);
 /// Milliseconds since boot, in steps of up to 16; wraps after 49.7 days. Never fails.
 uint32_t TickCount();
 
+/// Seconds of a steady clock that resolves a microsecond at least; where it begins is not said. Never fails. Real also on the
+/// simulated PC: it times what this computer computes.
+double RunningSeconds();
+
 struct CLocalTime {
     int nYear, nMonth, nDay, nHour, nMinute, nSecond;  // month 1 to 12
 };

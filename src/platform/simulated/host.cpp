@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 
 #include "platform/clock.h"
@@ -17,6 +18,10 @@ CLocalTime LocalTime() {
     std::tm Parts{};
     localtime_r(&Now, &Parts);
     return {Parts.tm_year + 1900, Parts.tm_mon + 1, Parts.tm_mday, Parts.tm_hour, Parts.tm_min, Parts.tm_sec};
+}
+
+double RunningSeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 // File descriptors cross the seam as descriptor + 1: 0 means none.

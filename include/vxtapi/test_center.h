@@ -1,0 +1,122 @@
+// The stability test: every core computes what is known beforehand, and what comes out wrong is collected.
+#pragma once
+
+#include <cstdint>
+
+namespace vxtapi {
+
+class CTestCase;
+
+/// What test cases report with, from the thread that runs the pass; both return at once.
+using TestErrorCallback = void (*)(CTestCase* pTestCase, uint32_t uCode);
+/// One value is kept for each test case, the latest.
+using TestResultCallback = void (*)(CTestCase* pTestCase, double dValue);
+
+/// Kinds of the library's own test cases. A host's have numbers from 1000 up.
+enum eTestKind : uint32_t {
+    kTestInteger = 0,        ///< sums in integer arithmetic
+    kTestFloatingPoint = 1,  ///< squares of large numbers by fast Fourier transforms, from the caches to memory
+};
+
+/// What the library's test cases report.
+enum eTestError : uint32_t {
+    kTestErrorSquares = 11,       ///< integer: a sum of quotients of squares, 64-bit
+    kTestErrorAlternating = 12,   ///< integer: an alternating sum, 32-bit
+    kTestErrorNotRun = 20,        ///< floating point: no memory for any number; nothing was tested
+    kTestErrorRoundOff = 21,      ///< floating point: too far from an integer after the inverse transform
+    kTestErrorStepChecksum = 22,  ///< floating point: the square is not that of the number, found within the step
+    kTestErrorPassChecksum = 23,  ///< floating point: the same, found at the end of the pass
+    kTestErrorDigit = 24,         ///< floating point: a digit that no carry can leave
+};
+
+inline constexpr uint32_t kRepeatUntilStopped = 0xFFFFFFFF;
+inline constexpr uint32_t kNoCore = 0xFFFFFFFF;  ///< not pinned
+
+/// One computation that checks itself. A host may bring its own: the center owns it from AddTestCase on.
+class CTestCase {
+public:
+    /// Slot 0: one of eTestKind or a host's own number.
+    virtual uint32_t GetKind() = 0;
+    /// Slot 1: one pass on the calling thread, through to its end or until Stop. Returns how many mismatches it reported.
+    /// The library's own report as result how many passes they have completed since their thread was started.
+    virtual uint32_t Run(TestErrorCallback pReportError, TestResultCallback pReportResult) = 0;
+    /// Slot 2: asks a running pass to end early; returns at once. Any thread. The library's own end within 10 ms.
+    virtual void Stop() = 0;
+    /// Slot 3: deletes it. The center calls it, with the thread ended.
+    virtual void Destroy() = 0;
+
+protected:
+    ~CTestCase() = default;
+};
+
+/// An error. Everything behind the code is what the library's own test cases know: all zero (`uCore` as it was added)
+/// where a host's reports.
+struct TestError {
+    CTestCase* pTestCase;
+    uint32_t uCode;  ///< eTestError, or a host's own
+    uint32_t uKind;
+    uint32_t uCore;  ///< kNoCore: it was not pinned
+    uint32_t
+        uSeenBefore;   ///< times that this place of the computation had failed with the same wrong value, on any core:
+                       ///< hardware seldom errs twice alike, so from 1 on software is the likelier cause
+    uint32_t uSize;    ///< words of the number; 0 where there is none
+    uint32_t uPlace;   ///< word that is wrong, 0 where that is not known
+    uint64_t ullPass;  ///< from 1, since the thread was started
+    uint64_t ullIteration;  ///< floating point: step at this size, from 1; 0 where there is none
+    uint64_t ullExpected;   ///< sum or checksum; the same as `ullFound` where the check compares none
+    uint64_t ullFound;      ///< bits that differ: `ullExpected ^ ullFound`
+    double dRoundOff;       ///< largest distance from an integer, 0 to 0.5; 0 where there is none
+    double dRoundOffLimit;  ///< that it may not exceed
+    double dSeconds;        ///< since the thread was started
+};
+
+struct TestResult {
+    CTestCase* pTestCase;
+    double dValue;
+};
+
+/// Runs test cases, each on its own thread pinned to its core. Obtained from CPerformanceControl::GetTestCenter. After
+/// InitVXTAPI it has an integer and a floating-point test case for every processor device, in that order by core.
+///
+/// Threads: any may call, also several at once; a test case must not, from its pass. Stop, Halt, Clear and a start wait for
+/// passes to end: 10 ms with the library's own test cases. Records that are handed out belong to the center. They stay
+/// valid until Stop, Clear or shut-down, or until 4096 more have been handed out.
+class CTestCenter {
+public:
+    /// Slot 0: starts the thread of every test case, whatever its repeat value; one that runs goes on. A thread that cannot
+    /// be started leaves a line in the log.
+    virtual void StartAll() = 0;
+    /// Slot 1: one pass of a test case on the calling thread. Returns its mismatches, which are reported as those of a
+    /// thread are; 0 too for a test case that the center does not have.
+    virtual uint32_t RunTestCase(CTestCase* pTestCase) = 0;
+    /// Slot 2: asks a running pass of a test case to end early; its thread goes on with the next one. False if absent.
+    virtual bool StopTestCase(CTestCase* pTestCase) = 0;
+    /// Slot 3: takes a test case over; `uRepeat` passes (0: Start leaves it out), or kRepeatUntilStopped. `uCore`: processor
+    /// that its thread is pinned to, modulo 32, or kNoCore. False, and the test case still the caller's, when it is null
+    /// or memory runs out.
+    virtual bool AddTestCase(CTestCase* pTestCase, uint32_t uRepeat, uint32_t uCore) = 0;
+    virtual CTestCase* FindTestCase(uint32_t uKind, uint32_t uCore) = 0;  ///< slot 4: the first such; null: none
+    virtual uint32_t GetTestCaseCount() = 0;                              ///< slot 5
+    /// Slot 6: test cases are numbered from 0 in the order in which they were added. False: no such number. A thread that
+    /// runs a number of passes obeys a new number; until stopped or not it decides when it starts.
+    virtual bool SetTestCaseRepeat(int32_t nIndex, uint32_t uRepeat) = 0;
+    virtual bool SetTestCaseRepeatFor(CTestCase* pTestCase, uint32_t uRepeat) = 0;  ///< slot 7: false if absent
+    /// Slot 8: deletes every test case, and all errors and results. Threads that run are stopped before.
+    virtual void Clear() = 0;
+    /// Slot 9: starts the thread of every test case whose repeat value is not 0.
+    virtual void Start() = 0;
+    /// Slot 10: ends all threads and deletes errors and results: fetch them before, or use Halt.
+    virtual void Stop() = 0;
+    /// Slot 11: the oldest error, removed from the list; null: none. At most 4096 wait, later ones are dropped.
+    virtual const TestError* GetNextError() = 0;
+    virtual const TestResult* GetNextResult() = 0;  ///< slot 12: the oldest result, likewise
+    /// Slot 13: ends all threads as Stop does and leaves errors and results to be fetched.
+    virtual void Halt() = 0;
+    /// Slot 14: whether any thread has passes to run; false when all have run their number, or could not be pinned.
+    virtual bool IsRunning() = 0;
+
+protected:
+    ~CTestCenter() = default;
+};
+
+}  // namespace vxtapi

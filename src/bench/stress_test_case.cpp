@@ -1,0 +1,32 @@
+#include "bench/stress_test_case.h"
+
+#include "platform/clock.h"
+
+namespace vxt {
+
+void CStressTestCase::Begin() {
+    m_ullPasses = 0;
+    m_dBegin = platform::RunningSeconds();
+}
+
+uint32_t CStressTestCase::Run(vxtapi::TestErrorCallback pReportError, vxtapi::TestResultCallback pReportResult) {
+    m_pReportError = pReportError;
+    m_uMismatches = 0;
+    _Compute();
+    if (!_IsStopping()) ++m_ullPasses;  // a pass that was cut short has shown nothing
+    pReportResult(this, static_cast<double>(m_ullPasses));
+    return m_uMismatches;
+}
+
+void CStressTestCase::_Report(vxtapi::TestError Error) {
+    Error.pTestCase = this;
+    Error.uKind = m_uKind;
+    Error.uCore = m_uCore;
+    Error.ullPass = m_ullPasses + 1;
+    Error.dSeconds = platform::RunningSeconds() - m_dBegin;
+    m_Error = Error;
+    ++m_uMismatches;
+    m_pReportError(this, Error.uCode);
+}
+
+}  // namespace vxt

@@ -1,0 +1,13 @@
+// The arithmetic of the processor core that the calling thread runs on.
+#pragma once
+
+#include <cstdint>
+
+namespace vxt::platform {
+
+/// Bits that the core's arithmetic gets wrong just now: what computes for a test puts them into a result. 0: none, and always 0
+/// on a real machine, whose cores err by themselves. On a simulated PC the core's clock is beyond what its silicon computes
+/// correctly at. One call is enough for some milliseconds of computing. Any thread; never fails.
+uint64_t SiliconFault();
+
+}  // namespace vxt::platform

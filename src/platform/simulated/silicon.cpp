@@ -1,0 +1,9 @@
+#include "platform/silicon.h"
+
+#include "platform/simulated/simulated_system.h"
+
+namespace vxt::platform {
+
+uint64_t SiliconFault() { return simulated::g_GetMachine().Miscompute(simulated::g_CurrentCore()); }
+
+}  // namespace vxt::platform
