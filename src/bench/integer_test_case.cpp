@@ -64,8 +64,10 @@ void CIntegerTestCase::_Compare(uint32_t uCode, uint64_t ullExpected, uint64_t u
     if (ullExpected == ullFound) return;
     vxtapi::TestError Error{};
     Error.uCode = uCode;
+    Error.uPlace = vxtapi::kNoPlace;
     Error.ullExpected = ullExpected;
     Error.ullFound = ullFound;
+    Error.ullBits = ullExpected ^ ullFound;
     _Report(Error);
 }
 
