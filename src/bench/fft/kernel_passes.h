@@ -294,7 +294,7 @@ struct CCarrying {
           Magic(CVector::All(kMagic)) {}
     CVector Scale, Base, BaseInverse, Prime, PrimeInverse, Magic;
 
-    VXT_ALWAYS_INLINE CVector Round(CVector A) const { return (A + Magic) - Magic; }
+    VXT_ALWAYS_INLINE CVector RoundScaled(CVector A) const { return CVector::MulAdd(A, Scale, Magic) - Magic; }
     /// An integer below 2^53 to one of its kind between -prime/2 and prime/2.
     VXT_ALWAYS_INLINE CVector Reduce(CVector A) const {
         return CVector::SubMul(A, CVector::MulAdd(A, PrimeInverse, Magic) - Magic, Prime);
@@ -347,7 +347,7 @@ VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarry
 }
 
 /// Adds a block's sums to the step's, weighted by the power of the root that the block begins with.
-VXT_ALWAYS_INLINE void AddBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, const CBlockSums& rBlock,
+VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CBlockSums& rBlock,
                                 double dRoot, vxt::fft::CLaneSums& rSums) {
     const CVector Root = CVector::All(dRoot);
     const auto Add = [&](CVector A, double* pSum) {
@@ -359,13 +359,67 @@ VXT_ALWAYS_INLINE void AddBlock(const CStepFrame& rFrame, const CCarrying& rCarr
             Add(rBlock.Digits[uHalf][uPart], rSums.dDigits[uHalf] + uPart * kLanes);
             Add(rBlock.Carries[uHalf][uPart], rSums.dCarries[uHalf] + uPart * kLanes);
         }
-    static_cast<void>(rFrame);
 }
 
 constexpr CBlockSums kNothing{};
 
-template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
+/// The last inverse level of a block of columns, rounded.
+template <uint32_t kRadix, bool kChecks>
+VXT_ALWAYS_INLINE void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    for (uint32_t i = 0; i < uChild; ++i)
+        for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+            double* const p = pBlock + i * uRow + j;
+            CPoint z[kRadix];
+            for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
+            RootInverse<kRadix>(rFrame, z);
+            for (uint32_t k = 0; k < kRadix; ++k) {
+                const CPoint Whole = {rCarrying.RoundScaled(z[k].Re), rCarrying.RoundScaled(z[k].Im)};
+                if constexpr (kChecks) {
+                    rRoundOff = CVector::LargerSize(rRoundOff, CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re));
+                    rRoundOff = CVector::LargerSize(rRoundOff, CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im));
+                }
+                StorePoint(p + k * uChild * uRow, Whole);
+            }
+        }
+}
+
+/// Carries through a block of columns, all groups of rows, and adds their digits to the checksum's sums.
+template <uint32_t kRadix, bool kChecks>
+VXT_ALWAYS_INLINE void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CBlockSums& rBlock) {
+    constexpr uint32_t kGroups = kRadix / kRowGroup;
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    for (uint32_t i = 0; i < uChild; ++i) {
+        double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
+        CVector Carries[kGroups][2][kParts];
+        CGroupSums Sums[kGroups][2] = {};
+        for (uint32_t g = 0; g < kGroups; ++g)
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
+                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                    Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
+        for (uint32_t j = 0; j < kBlockColumns; j += kLanes)
+            for (uint32_t g = 0; g < kGroups; ++g)
+                for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                    double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
+                    CVector Rows[kRowGroup];
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
+                    CarryLine<kChecks, false>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j,
+                                              Sums[g][uHalf]);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                }
+        for (uint32_t g = 0; g < kGroups; ++g)
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                    Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
+                if constexpr (kChecks)
+                    AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf,
+                            rBlock);
+            }
+    }
+}
+
+template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
+    const uint32_t uChild = rFrame.Shape.uRows / kRadix;
     const CCarrying Carrying(rFrame);
     CVector RoundOff = CVector::All(0);
     double dRoot = 1;
@@ -373,52 +427,14 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
         double* const pBlock = rFrame.pWork + 2 * uColumn;
         for (uint32_t k = 0; k < kRadix; ++k)
-            ColumnsInverse(rFrame, pBlock + k * uChild * uRow, uChild, kRadix * kRoot + k);
+            ColumnsInverse(rFrame, pBlock + k * uChild * RowDoubles(rFrame), uChild, kRadix * kRoot + k);
+        Touch(rFrame);
+        RoundBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, RoundOff);
         Touch(rFrame);
         CBlockSums Block = kNothing;
-        for (uint32_t i = 0; i < uChild; ++i) {
-            constexpr uint32_t kGroups = kRadix / kRowGroup;
-            double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
-            CVector Carries[kGroups][2][kParts];
-            CGroupSums Sums[kGroups][2] = {};
-            for (uint32_t g = 0; g < kGroups; ++g)
-                for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                    for (uint32_t uPart = 0; uPart < kParts; ++uPart)
-                        Carries[g][uHalf][uPart] =
-                            CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-            for (uint32_t j = 0; j < kBlockColumns; j += kLanes) {
-                double* const p = pBlock + i * uRow + 2 * j;
-                CPoint z[kRadix];
-                for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
-                RootInverse<kRadix>(rFrame, z);
-                for (uint32_t g = 0; g < kGroups; ++g) {
-                    CVector Rows[2][kRowGroup];
-                    for (uint32_t k = 0; k < kRowGroup; ++k) {
-                        const CPoint Exact = {z[4 * g + k].Re * Carrying.Scale, z[4 * g + k].Im * Carrying.Scale};
-                        Rows[0][k] = Carrying.Round(Exact.Re), Rows[1][k] = Carrying.Round(Exact.Im);
-                        if constexpr (kChecks) {
-                            RoundOff = CVector::LargerSize(RoundOff, Exact.Re - Rows[0][k]);
-                            RoundOff = CVector::LargerSize(RoundOff, Exact.Im - Rows[1][k]);
-                        }
-                    }
-                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                        CarryLine<kChecks, false>(Carrying, Rows[uHalf], Carries[g][uHalf], rFrame.pColumnWeights + j,
-                                                  Sums[g][uHalf]);
-                    for (uint32_t k = 0; k < kRowGroup; ++k)
-                        StorePoint(p + (4 * g + k) * uChild * uRow, {Rows[0][k], Rows[1][k]});
-                }
-            }
-            for (uint32_t g = 0; g < kGroups; ++g)
-                for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
-                    for (uint32_t uPart = 0; uPart < kParts; ++uPart)
-                        Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-                    if constexpr (kChecks)
-                        AddSums(rFrame, Carrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup,
-                                uHalf, Block);
-                }
-        }
+        CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block);
         if constexpr (kChecks) {
-            AddBlock(rFrame, Carrying, Block, dRoot, rFrame.Sums);
+            AddBlock(Carrying, Block, dRoot, rFrame.Sums);
             const double dProduct = dRoot * rFrame.dBlockRoot;
             dRoot = dProduct - ((dProduct * rFrame.dPrimeInverse + kMagic) - kMagic) * rFrame.dPrime;
         }
@@ -456,7 +472,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                 double* const pOut = pCarries + (2 * (i * kGroups + g) + uHalf) * kRowGroup;
                 alignas(32) double dIn[kRowGroup];
                 for (uint32_t k = 0; k < kRowGroup; ++k)
-                    dIn[k] = i == 0 ? dLast[g * kRowGroup + k][uHalf] : pOut[k - kGroups * 2 * kRowGroup];
+                    dIn[k] = i == 0 ? dLast[g * kRowGroup + k][uHalf] : (pOut - kGroups * 2 * kRowGroup)[k];
                 CVector Carry[kParts];
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) Carry[uPart] = CVector::Load(dIn + uPart * kLanes);
                 CGroupSums Sums{};
@@ -474,7 +490,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                 if constexpr (kChecks)
                     AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf, Block);
             }
-    if constexpr (kChecks) AddBlock(rFrame, Carrying, Block, 1, rFrame.Sums);
+    if constexpr (kChecks) AddBlock(Carrying, Block, 1, rFrame.Sums);
     rFrame.bCarriesLeft = bLeft;
 }
 
