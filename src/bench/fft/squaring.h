@@ -49,6 +49,8 @@ public:
     virtual void Touch(std::span<double> Work) = 0;
 };
 
+struct CAlignedMemory;
+struct CStepFrame;
 class CTables;
 
 /// One number of a size of kSizes. One thread at a time.
@@ -60,20 +62,20 @@ public:
     /// Null: no tables, or no memory.
     static std::unique_ptr<CSquaring> Make(std::shared_ptr<const CTables> pTables);
     /// Memory that one number of this size takes, without its tables, which are less than a third of it.
-    static size_t Bytes(uint32_t uWords);
+    static size_t Bytes(uint32_t uWords) { return uWords * sizeof(double); }
 
     ~CSquaring();
     CSquaring(const CSquaring&) = delete;
 
-    /// A reproducible random number: the same for both paths.
-    void Load(uint64_t ullSeed);
+    /// A reproducible random number: the same for both paths. False: `rStop` was set.
+    bool Load(uint64_t ullSeed, const std::atomic<bool>& rStop);
     /// Any number, lowest digit first, each from -2^(bits-1) to 2^(bits-1). False, and nothing changed: not so.
     bool Load(std::span<const double> Digits);
 
     /// x -> x^2 + 1. False: `rStop` was set (looked at every few microseconds), or a check failed; the number is lost then.
     bool Step(const std::atomic<bool>& rStop, CFinding& rFinding);
     /// What the steps cannot see any more: the digits that lie in memory now. To be called at the end of a pass.
-    bool Finish(CFinding& rFinding);
+    bool Finish(const std::atomic<bool>& rStop, CFinding& rFinding);
     /// A whole pass: Load, the size's steps, Finish.
     bool Pass(uint64_t ullSeed, const std::atomic<bool>& rStop, CFinding& rFinding);
 
@@ -90,10 +92,14 @@ public:
 
 private:
     explicit CSquaring(std::shared_ptr<const CTables> pTables);
+    bool _Evaluate(const std::atomic<bool>& rStop, uint64_t& rullChecksum) const;
+    bool _Check(const CStepFrame& rFrame, CFinding& rFinding);
+    void _CarryFurther(CStepFrame& rFrame);
+    double& _Digit(uint32_t uDigit) const;
+    CFinding _Finding(ECheck eCheck, uint64_t ullExpected, uint64_t ullFound) const;
 
     std::shared_ptr<const CTables> m_pTables;
-    std::unique_ptr<double[]> m_pMemory;
-    double* m_pWork = nullptr;   ///< in m_pMemory, on a cache line's border
+    std::unique_ptr<CAlignedMemory> m_pMemory;
     uint64_t m_ullChecksum = 0;  ///< of the digits, as the last step wrote them
     uint32_t m_uStep = 0;
     double m_dRoundOff = 0;
