@@ -33,14 +33,14 @@ public:
         m_uTouched = 0;
         const uint64_t ullWrong = platform::SiliconFault();
         if (ullWrong == 0) return;
-        m_uPlace = m_uPlace * 0x5851F42D4C957F2D + ullWrong;
-        double& rdWord = Work[(m_uPlace >> 16) % Work.size()];
+        m_ullPlace = m_ullPlace * 0x5851F42D4C957F2D + ullWrong;
+        double& rdWord = Work[static_cast<size_t>(m_ullPlace >> 16) % Work.size()];
         rdWord = std::bit_cast<double>(std::bit_cast<uint64_t>(rdWord) ^ ullWrong);
     }
 
 private:
     size_t m_uTouched = 0;
-    uint64_t m_uPlace = 1;
+    uint64_t m_ullPlace = 1;
 };
 
 }  // namespace
