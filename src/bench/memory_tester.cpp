@@ -12,12 +12,13 @@ namespace vxt {
 
 namespace {
 
-constexpr size_t kMiB = 1024 * 1024;
+constexpr uint64_t kMiB = 1024 * 1024;
 /// Where memory is short, less will do, but not what the caches hold for the greater part.
-constexpr size_t kLeast = 16 * kMiB;
+constexpr uint64_t kLeast = 16 * kMiB;
 
-size_t g_CacheBytes(const CCacheGeometry& rGeometry) {
-    return (size_t{rGeometry.uSecondLevelKiB} + rGeometry.uThirdLevelKiB) * 1024;
+/// Wider than size_t: the processor may tell of 8 GiB.
+uint64_t g_CacheBytes(const CCacheGeometry& rGeometry) {
+    return (uint64_t{rGeometry.uSecondLevelKiB} + rGeometry.uThirdLevelKiB) * 1024;
 }
 
 struct CRegion {
@@ -27,7 +28,7 @@ struct CRegion {
 
 /// Written once, so that every page is there. Half of it when there is no memory for the whole; null: none.
 CRegion g_MakeRegion(const CCacheGeometry& rGeometry) {
-    const size_t uLeast = std::max(kLeast, 2 * g_CacheBytes(rGeometry));
+    const uint64_t uLeast = std::max(kLeast, 2 * g_CacheBytes(rGeometry));
     CRegion Region{nullptr, g_MemoryRegion(rGeometry)};
     do Region.pWords.reset(new (std::nothrow) uintptr_t[Region.uBytes / sizeof(uintptr_t)]());
     while (!Region.pWords && (Region.uBytes = Region.uBytes / 2 / kBlockBytes * kBlockBytes) >= uLeast);
@@ -37,7 +38,7 @@ CRegion g_MakeRegion(const CCacheGeometry& rGeometry) {
 }  // namespace
 
 size_t g_MemoryRegion(const CCacheGeometry& rGeometry) {
-    return std::clamp(4 * g_CacheBytes(rGeometry), 64 * kMiB, 256 * kMiB);
+    return static_cast<size_t>(std::clamp(4 * g_CacheBytes(rGeometry), 64 * kMiB, 256 * kMiB));
 }
 
 bool CMemoryTester::Init() {

@@ -72,8 +72,8 @@ CWhetstoneValues IntegerArithmetic(const CFactors&, CElements& e, uint32_t uCoun
         uJ = uJ * (uK - uJ) * (uL - uK);
         uK = uL * uK - (uL - uJ) * uK;
         uL = (uL - uK) * (uK + uJ);
-        e[(uL - 2) % 4] = uJ + uK + uL;
-        e[(uK - 2) % 4] = uJ * uK * uL;
+        e[(uL - 2) % 4] = static_cast<int32_t>(uJ + uK + uL);
+        e[(uK - 2) % 4] = static_cast<int32_t>(uJ * uK * uL);
     }
     return {static_cast<double>(uJ), static_cast<double>(uK), e[0], e[1]};
 }
