@@ -59,12 +59,13 @@ float CMemoryTester::_Measure(void (*pPass)(uintptr_t* pBegin, size_t uBlocks), 
     const auto LogFunction = [=](const char*) { return pszOperation; };
     const CRegion Region = g_MakeRegion(m_Geometry);
     LOG_PROCESS_ERROR(Region.pWords);
+    const size_t uBlocks = Region.uBytes / kBlockBytes - 1;  // of whole lines
     const double dBegin = platform::RunningSeconds();
     double dSeconds = 0;
     uint64_t ullBytes = 0;
     do {
-        pPass(Region.pWords.get(), Region.uBytes / kBlockBytes);
-        ullBytes += Region.uBytes;
+        pPass(g_BeginOfBlock(Region.pWords.get()), uBlocks);
+        ullBytes += uBlocks * kBlockBytes;
         dSeconds = platform::RunningSeconds() - dBegin;
     } while (dSeconds < m_dSeconds);
     return g_MegabytesPerSecond(ullBytes, dSeconds);
