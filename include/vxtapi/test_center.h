@@ -20,13 +20,13 @@ enum eTestKind : uint32_t {
 
 /// What the library's test cases report.
 enum eTestError : uint32_t {
-    kTestErrorSquares = 11,       ///< integer: a sum of quotients of squares, 64-bit
-    kTestErrorAlternating = 12,   ///< integer: an alternating sum, 32-bit
-    kTestErrorNotRun = 20,        ///< floating point: no memory for any number; nothing was tested
-    kTestErrorRoundOff = 21,      ///< floating point: too far from an integer after the inverse transform
-    kTestErrorStepChecksum = 22,  ///< floating point: the square is not that of the number, found within the step
-    kTestErrorPassChecksum = 23,  ///< floating point: the same, found at the end of the pass
-    kTestErrorDigit = 24,         ///< floating point: a digit that no carry can leave
+    kTestErrorSquares = 11,      ///< integer: a sum of quotients of squares, 64-bit
+    kTestErrorAlternating = 12,  ///< integer: an alternating sum, 32-bit
+    kTestErrorNotRun = 20,       ///< floating point: no memory for any number; nothing was tested
+    kTestErrorRoundOff = 21,     ///< floating point: a coefficient of the square is too far from an integer
+    kTestErrorChecksum = 22,     ///< floating point: the new digits are not those of the old number's square
+    kTestErrorKeptDigits = 23,   ///< floating point: the digits in memory are not those that the last step wrote
+    kTestErrorDigitRange = 24,   ///< floating point: a digit that no step writes
 };
 
 inline constexpr uint32_t kRepeatUntilStopped = 0xFFFFFFFF;
@@ -49,22 +49,24 @@ protected:
     ~CTestCase() = default;
 };
 
-/// An error. Everything behind the code is what the library's own test cases know: all zero (`uCore` as it was added)
-/// where a host's reports.
+inline constexpr uint32_t kNoPlace = 0xFFFFFFFF;  ///< it is not known which word is wrong
+
+/// An error. What stands behind `uCore` is what the library's own test cases know; all zero where a host's report.
 struct TestError {
     CTestCase* pTestCase;
     uint32_t uCode;  ///< eTestError, or a host's own
     uint32_t uKind;
-    uint32_t uCore;  ///< kNoCore: it was not pinned
+    uint32_t uCore;  ///< that the thread is pinned to, or kNoCore
     uint32_t
         uSeenBefore;   ///< times that this place of the computation had failed with the same wrong value, on any core:
                        ///< hardware seldom errs twice alike, so from 1 on software is the likelier cause
     uint32_t uSize;    ///< words of the number; 0 where there is none
-    uint32_t uPlace;   ///< word that is wrong, 0 where that is not known
+    uint32_t uPlace;   ///< word that is wrong, or kNoPlace
     uint64_t ullPass;  ///< from 1, since the thread was started
-    uint64_t ullIteration;  ///< floating point: step at this size, from 1; 0 where there is none
-    uint64_t ullExpected;   ///< sum or checksum; the same as `ullFound` where the check compares none
-    uint64_t ullFound;      ///< bits that differ: `ullExpected ^ ullFound`
+    uint64_t ullIteration;  ///< floating point: step of the pass, from 1; 0 where there is none
+    uint64_t ullExpected;   ///< sum or checksum; the same as `ullFound` where the check has none
+    uint64_t ullFound;
+    uint64_t ullBits;       ///< of the wrong value that differ, where that is known; else 0
     double dRoundOff;       ///< largest distance from an integer, 0 to 0.5; 0 where there is none
     double dRoundOffLimit;  ///< that it may not exceed
     double dSeconds;        ///< since the thread was started

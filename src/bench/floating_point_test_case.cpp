@@ -1,7 +1,104 @@
 #include "bench/floating_point_test_case.h"
 
+#include <bit>
+#include <mutex>
+
+#include "platform/silicon.h"
+
 namespace vxt {
 
-void CFloatingPointTestCase::_Compute() {}
+namespace {
+
+/// A number in memory for each core: half of a 32-bit process shall be left to its host.
+constexpr size_t kMostBytes = sizeof(void*) == 4 ? size_t{16} << 20 : size_t{256} << 20;
+
+/// Tables are read only and the same for all cores: whoever needs them first makes them.
+std::shared_ptr<const fft::CTables> g_ShareTables(size_t uSize) {
+    static std::mutex s_Lock;
+    static std::array<std::weak_ptr<const fft::CTables>, std::size(fft::kSizes)> s_Tables;
+    const std::lock_guard Guard(s_Lock);
+    std::shared_ptr<const fft::CTables> pTables = s_Tables[uSize].lock();
+    if (!pTables) s_Tables[uSize] = pTables = fft::CSquaring::MakeTables(fft::kSizes[uSize].uWords, fft::g_BestPath());
+    return pTables;
+}
+
+/// Puts what the core gets wrong into the number in work.
+class CSiliconHook final : public fft::CFaultHook {
+public:
+    void Touch(std::span<double> Work) override {
+        // Some milliseconds of work lie between two questions.
+        constexpr size_t kDoubles = size_t{1} << 20;
+        m_uTouched += Work.size();
+        if (m_uTouched < kDoubles) return;
+        m_uTouched = 0;
+        const uint64_t ullWrong = platform::SiliconFault();
+        if (ullWrong == 0) return;
+        m_ullPlace = m_ullPlace * 0x5851F42D4C957F2D + ullWrong;
+        double& rdWord = Work[static_cast<size_t>(m_ullPlace >> 16) % Work.size()];
+        rdWord = std::bit_cast<double>(std::bit_cast<uint64_t>(rdWord) ^ ullWrong);
+    }
+
+private:
+    size_t m_uTouched = 0;
+    uint64_t m_ullPlace = 1;
+};
+
+}  // namespace
+
+fft::CSquaring* CFloatingPointTestCase::_NextNumber() {
+    for (size_t uTried = 0; uTried < std::size(fft::kSizes); ++uTried) {
+        const size_t uSize = (m_uSize + uTried) % std::size(fft::kSizes);
+        const uint32_t uWords = fft::kSizes[uSize].uWords;
+        if (fft::CSquaring::Bytes(uWords) > kMostBytes) continue;
+        m_pNumber.reset();  // before the next one needs its memory
+        if (!m_Tables[uSize]) m_Tables[uSize] = g_ShareTables(uSize);
+        m_pNumber = fft::CSquaring::Make(m_Tables[uSize]);
+        if (!m_pNumber) continue;
+        m_uSize = uSize;
+        return m_pNumber.get();
+    }
+    return nullptr;
+}
+
+bool CFloatingPointTestCase::_Compute() {
+    constexpr uint64_t kSeed = 1;
+    fft::CSquaring* const pNumber = _NextNumber();
+    if (!pNumber) {
+        vxtapi::TestError Error{};
+        Error.uCode = vxtapi::kTestErrorNotRun;
+        Error.uPlace = vxtapi::kNoPlace;
+        CStressTestCase::_Report(Error);
+        return false;
+    }
+    CSiliconHook Silicon;
+    pNumber->SetFaultHook(&Silicon);
+    fft::CFinding Finding;
+    const bool bGood = pNumber->Pass(kSeed, _StopFlag(), Finding);
+    pNumber->SetFaultHook(nullptr);
+    if (Finding.eCheck != fft::ECheck::kNone) _Report(Finding);
+    if (!bGood && Finding.eCheck == fft::ECheck::kNone) return false;  // stopped
+    m_uSize = (m_uSize + 1) % std::size(fft::kSizes);
+    return true;
+}
+
+void CFloatingPointTestCase::_Report(const fft::CFinding& rFinding) {
+    vxtapi::TestError Error{};
+    Error.uCode = static_cast<uint32_t>(rFinding.eCheck);
+    Error.uSize = rFinding.uWords;
+    Error.uPlace = rFinding.uPlace;
+    Error.ullIteration = uint64_t{rFinding.uStep} + 1;
+    Error.ullExpected = rFinding.ullExpected;
+    Error.ullFound = rFinding.ullFound;
+    Error.ullBits = rFinding.ullBits;
+    Error.dRoundOff = rFinding.dRoundOff;
+    Error.dRoundOffLimit = rFinding.dRoundOffLimit;
+    CStressTestCase::_Report(Error);
+}
+
+static_assert(static_cast<uint32_t>(fft::ECheck::kRoundOff) == vxtapi::kTestErrorRoundOff);
+static_assert(static_cast<uint32_t>(fft::ECheck::kChecksum) == vxtapi::kTestErrorChecksum);
+static_assert(static_cast<uint32_t>(fft::ECheck::kKeptDigits) == vxtapi::kTestErrorKeptDigits);
+static_assert(static_cast<uint32_t>(fft::ECheck::kDigitRange) == vxtapi::kTestErrorDigitRange);
+static_assert(fft::kUnknownWord == vxtapi::kNoPlace);
 
 }  // namespace vxt

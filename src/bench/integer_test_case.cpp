@@ -48,24 +48,27 @@ bool g_Add(TSum (*pAdd)(TSum, uint32_t, uint32_t), uint32_t uFirst, const std::a
 
 }  // namespace
 
-void CIntegerTestCase::_Compute() {
+bool CIntegerTestCase::_Compute() {
     constexpr uint64_t kQuotients = uint64_t{kEnd - 1} * kEnd / 2;
     uint64_t ullQuotients = 0;
-    if (!g_Add(g_AddQuotients, 1, _StopFlag(), ullQuotients)) return;
+    if (!g_Add(g_AddQuotients, 1, _StopFlag(), ullQuotients)) return false;
     _Compare(vxtapi::kTestErrorSquares, kQuotients, ullQuotients);
 
     constexpr uint32_t kAlternating = kEnd / 2;
     uint32_t uAlternating = 0;
-    if (!g_Add(g_AddAlternating, 0, _StopFlag(), uAlternating)) return;
+    if (!g_Add(g_AddAlternating, 0, _StopFlag(), uAlternating)) return false;
     _Compare(vxtapi::kTestErrorAlternating, kAlternating, uAlternating);
+    return true;
 }
 
 void CIntegerTestCase::_Compare(uint32_t uCode, uint64_t ullExpected, uint64_t ullFound) {
     if (ullExpected == ullFound) return;
     vxtapi::TestError Error{};
     Error.uCode = uCode;
+    Error.uPlace = vxtapi::kNoPlace;
     Error.ullExpected = ullExpected;
     Error.ullFound = ullFound;
+    Error.ullBits = ullExpected ^ ullFound;
     _Report(Error);
 }
 

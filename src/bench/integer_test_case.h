@@ -12,7 +12,7 @@ public:
     explicit CIntegerTestCase(uint32_t uCore) : CStressTestCase(vxtapi::kTestInteger, uCore) {}
 
 private:
-    void _Compute() override;
+    bool _Compute() override;
     void _Compare(uint32_t uCode, uint64_t ullExpected, uint64_t ullFound);
 };
 

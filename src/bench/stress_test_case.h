@@ -26,12 +26,11 @@ public:
     const vxtapi::TestError& LastError() const { return m_Error; }
 
 protected:
-    /// One pass, through to its end or until IsStopping. Calls _Report for what it finds.
-    virtual void _Compute() = 0;
+    /// One pass; calls _Report for what it finds. False when nothing can be said of the core: stopped, or nothing computed.
+    virtual bool _Compute() = 0;
     /// Fills in what every error says; `Error` brings the rest.
     void _Report(vxtapi::TestError Error);
     const std::atomic<bool>& _StopFlag() const { return m_bStop; }
-    bool _IsStopping() const { return m_bStop.load(std::memory_order_relaxed); }
 
 private:
     const uint32_t m_uKind, m_uCore;

@@ -48,6 +48,8 @@ private:
     class CTestCaseThread;
     using CThreadPointer = std::shared_ptr<CTestCaseThread>;
 
+    /// Bodies that operations share log under these.
+    static constexpr const char* LogClass() { return "CTestCenter"; }
     /// Takes `pTestCase` over; `pOwn` is the same one when it is the library's.
     bool _Add(vxtapi::CTestCase* pTestCase, CStressTestCase* pOwn, uint32_t uRepeat, uint32_t uCore);
     bool _AddOwn(std::unique_ptr<CStressTestCase> pTestCase, uint32_t uCore);

@@ -107,15 +107,16 @@ LIES_AT(ProfileEntry, pszText, 3 * sizeof(void*), sizeof(void*));
 LIES_AT(ProfileEntry, dValue, 4 * sizeof(void*), 8);
 FLAG_LIES_AT(ProfileEntry, bIsNumber, 4 * sizeof(void*) + 8);
 
-static_assert(sizeof(TestError) == 88 && alignof(TestError) == 8,
-              "a pointer, six numbers, four long ones, three doubles");
+static_assert(sizeof(TestError) == 96 && alignof(TestError) == 8,
+              "a pointer, six numbers, five long ones, three doubles");
 LIES_AT(TestError, pTestCase, 0, sizeof(void*));
 LIES_AT(TestError, uCode, sizeof(void*), 4);
 LIES_AT(TestError, uCore, sizeof(void*) + 8, 4);
 LIES_AT(TestError, uPlace, sizeof(void*) + 20, 4);
 LIES_AT(TestError, ullPass, 32, 8);
 LIES_AT(TestError, ullFound, 56, 8);
-LIES_AT(TestError, dRoundOff, 64, 8);
-LIES_AT(TestError, dSeconds, 80, 8);
+LIES_AT(TestError, ullBits, 64, 8);
+LIES_AT(TestError, dRoundOff, 72, 8);
+LIES_AT(TestError, dSeconds, 88, 8);
 static_assert(sizeof(TestResult) == 16, "a pointer and a double");
 LIES_AT(TestResult, dValue, 8, 8);

@@ -1,0 +1,57 @@
+// What a step is made of, between the number (squaring.cpp) and the two paths that do the work. Plain data: the paths are
+// compiled for processors of their own, so nothing inline is shared with them.
+#pragma once
+
+#include <cstdint>
+
+namespace vxt::fft {
+
+/// The points z[j] = x[j] + i x[j + words/2] as a matrix of rows, each transformed on its own in the first-level cache
+/// once the columns have been. Both powers of two; columns are a power of four.
+struct CShape {
+    uint32_t uRows, uColumns;
+    uint32_t uLevels;  ///< of a row: columns = 4^levels
+};
+
+/// Columns that are worked on together, and digits in a row that the checksum adds up before it reduces.
+inline constexpr uint32_t kBlockColumns = 16;
+inline constexpr uint32_t kRowPadding = 8;  ///< doubles behind a row: else all rows would meet in the same cache sets
+inline constexpr uint32_t kMaxLevels = 6;
+inline constexpr uint32_t kMaxLanes = 4;
+inline constexpr uint32_t kTwiddleDoubles = 6;  ///< c, c^2, c^3
+
+/// Sums of the checksum in units of a lane: row r is in lane (r / (rows / 4)) or, with a root of eight, in two rounds.
+struct CLaneSums {
+    alignas(32) double dDigits[2][kMaxLanes];  ///< real parts, imaginary parts
+    alignas(32) double dCarries[2][kMaxLanes];
+};
+
+/// One step: what it works on, reads and answers.
+struct CStepFrame {
+    CShape Shape;
+    double* pWork;                             ///< rows of (re lanes, im lanes) groups, each followed by kRowPadding
+    double* pCarries;                          ///< of each group of four rows: re 4, im 4
+    double* pRowTwiddles;                      ///< of the row in work, by level; room for kTwiddleDoubles * columns / 8
+    const double* pColumnTwiddles;             ///< by node, kTwiddleDoubles each
+    const double* pRowBases;                   ///< by row and level, re im
+    const double* pNodeTwiddles;               ///< by node of any row, in groups of (re lanes, im lanes)
+    const double* pRowWeights;                 ///< of the checksum, by group of four rows: 4
+    const double* pColumnWeights;              ///< of the checksum: kBlockColumns
+    double dScale;                             ///< 1 / points
+    double dBase, dBaseInverse;                ///< 2^bits
+    double dPrime, dPrimeInverse, dBlockRoot;  ///< of the checksum; the root's power of a block of columns
+    bool bReduceOften;                         ///< a product of two residues leaves no room for sums
+    void* pOwner;
+    bool (*pGoesOn)(void* pOwner);  ///< asked between blocks: no stop request?
+    void (*pTouch)(void* pOwner);   ///< the fault hook; null: none
+
+    double dRoundOff;   ///< answer: the largest distance from an integer
+    CLaneSums Sums;     ///< answer
+    bool bCarriesLeft;  ///< answer: pCarries are still to be added behind the fourth column of each row
+};
+
+/// One step of a path. False: stopped, the work is void. The second forms leave the checks out.
+bool g_StepSse2(CStepFrame& rFrame, bool bChecks);
+bool g_StepAvx2(CStepFrame& rFrame, bool bChecks);
+
+}  // namespace vxt::fft

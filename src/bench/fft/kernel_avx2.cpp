@@ -1,0 +1,12 @@
+// The step with AVX2 and FMA. Compiled with these instructions (src/CMakeLists.txt): include nothing that has code.
+#include "bench/fft/kernel.h"
+#include "bench/fft/vector_avx2.h"
+// Below the vectors it is written over.
+#include "bench/fft/kernel_passes.h"
+
+namespace vxt::fft {
+
+// 32-bit Windows aligns a thread's stack to 4 bytes only.
+[[gnu::force_align_arg_pointer]] bool g_StepAvx2(CStepFrame& rFrame, bool bChecks) { return g_Step(rFrame, bChecks); }
+
+}  // namespace vxt::fft

@@ -1,0 +1,515 @@
+// One step over vectors of any width; each path includes this with a CVector of its own.
+//
+// A node stands for the ring C[x]/(x^L - e(a)), e(a) a root of unity. x^L - e(a) falls into four factors
+// x^(L/4) - e((a + k)/4), so a number's remainders there come from a multiplication by constants of the node and four
+// additions; k is stored in the order 0, 2, 1, 3, which makes the number of a node's children 4 * node + 0, 1, 2, 3. At the
+// bottom, L = 1, squaring is pointwise; the way back adds up the same way. Nothing is reordered, and the right angle that
+// makes the product negacyclic is the root's: a = 1/4.
+#pragma once
+
+#include "bench/fft/always_inline.h"
+#include "bench/fft/kernel.h"
+
+namespace {
+
+using vxt::fft::CStepFrame;
+using vxt::fft::kBlockColumns;
+using vxt::fft::kTwiddleDoubles;
+
+constexpr uint32_t kLanes = CVector::kLanes;
+constexpr uint32_t kLine = 2 * kLanes;  ///< doubles of kLanes points
+constexpr uint32_t kBlockDoubles = 2 * kBlockColumns;
+constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
+constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
+constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
+
+struct CPoint {
+    CVector Re, Im;
+};
+
+VXT_ALWAYS_INLINE CPoint LoadPoint(const double* p) { return {CVector::Load(p), CVector::Load(p + kLanes)}; }
+VXT_ALWAYS_INLINE void StorePoint(double* p, CPoint z) { z.Re.Store(p), z.Im.Store(p + kLanes); }
+VXT_ALWAYS_INLINE CPoint AllPoint(double dRe, double dIm) { return {CVector::All(dRe), CVector::All(dIm)}; }
+VXT_ALWAYS_INLINE CPoint operator+(CPoint A, CPoint B) { return {A.Re + B.Re, A.Im + B.Im}; }
+VXT_ALWAYS_INLINE CPoint operator-(CPoint A, CPoint B) { return {A.Re - B.Re, A.Im - B.Im}; }
+VXT_ALWAYS_INLINE CPoint AddTurned(CPoint A, CPoint B) { return {A.Re - B.Im, A.Im + B.Re}; }  // A + iB
+VXT_ALWAYS_INLINE CPoint SubTurned(CPoint A, CPoint B) { return {A.Re + B.Im, A.Im - B.Re}; }  // A - iB
+
+VXT_ALWAYS_INLINE CPoint operator*(CPoint A, CPoint B) {
+    return {CVector::MulSub(A.Re, B.Re, A.Im * B.Im), CVector::MulAdd(A.Re, B.Im, A.Im * B.Re)};
+}
+VXT_ALWAYS_INLINE CPoint TimesConjugate(CPoint A, CPoint B) {
+    return {CVector::MulAdd(A.Re, B.Re, A.Im * B.Im), CVector::MulSub(A.Im, B.Re, A.Re * B.Im)};
+}
+VXT_ALWAYS_INLINE CPoint Square(CPoint A) { return {CVector::MulSub(A.Re, A.Re, A.Im * A.Im), (A.Re + A.Re) * A.Im}; }
+
+struct CTwiddles {
+    CPoint c1, c2, c3;
+};
+
+/// Of one node. uStep: from one of the six numbers to the next.
+VXT_ALWAYS_INLINE CTwiddles LoadTwiddles(const double* p, uint32_t uStep) {
+    return {AllPoint(p[0], p[uStep]), AllPoint(p[2 * uStep], p[3 * uStep]), AllPoint(p[4 * uStep], p[5 * uStep])};
+}
+/// Of kLanes nodes, from the row's factor and those of the nodes.
+VXT_ALWAYS_INLINE CTwiddles MakeTwiddles(CPoint Base, const double* pNodes) {
+    const CPoint c1 = Base * LoadPoint(pNodes), c2 = Square(c1);
+    return {c1, c2, c1 * c2};
+}
+
+VXT_ALWAYS_INLINE void Forward4(CPoint* z, const CTwiddles& rTwiddles) {
+    const CPoint b2 = z[2] * rTwiddles.c2, b1 = z[1] * rTwiddles.c1, b3 = z[3] * rTwiddles.c3;
+    const CPoint s0 = z[0] + b2, d0 = z[0] - b2, s1 = b1 + b3, d1 = b1 - b3;
+    z[0] = s0 + s1, z[1] = s0 - s1, z[2] = AddTurned(d0, d1), z[3] = SubTurned(d0, d1);
+}
+VXT_ALWAYS_INLINE void Inverse4(CPoint* z, const CTwiddles& rTwiddles) {
+    const CPoint s0 = z[0] + z[1], s1 = z[0] - z[1], d0 = z[2] + z[3], d1 = z[2] - z[3];
+    z[0] = s0 + d0, z[2] = TimesConjugate(s0 - d0, rTwiddles.c2);
+    z[1] = TimesConjugate(SubTurned(s1, d1), rTwiddles.c1), z[3] = TimesConjugate(AddTurned(s1, d1), rTwiddles.c3);
+}
+
+/// Four lines of points one after the other, against kLanes nodes of four points, and back.
+VXT_ALWAYS_INLINE void LinesToNodes(CPoint* z) {
+    CVector Re[4], Im[4];
+    for (uint32_t i = 0; i < 4; ++i) {  // with two lanes a node is two lines: transpose 0 with 2, 1 with 3
+        const uint32_t uLine = kLanes == 4 ? i : (i % 2) * 2 + i / 2;
+        Re[i] = z[uLine].Re, Im[i] = z[uLine].Im;
+    }
+    for (uint32_t i = 0; i < 4; i += kLanes) CVector::Transpose(Re + i), CVector::Transpose(Im + i);
+    for (uint32_t i = 0; i < 4; ++i) z[i] = {Re[i], Im[i]};
+}
+VXT_ALWAYS_INLINE void NodesToLines(CPoint* z) {
+    CVector Re[4], Im[4];
+    for (uint32_t i = 0; i < 4; ++i) Re[i] = z[i].Re, Im[i] = z[i].Im;
+    for (uint32_t i = 0; i < 4; i += kLanes) CVector::Transpose(Re + i), CVector::Transpose(Im + i);
+    for (uint32_t i = 0; i < 4; ++i) {
+        const uint32_t uLine = kLanes == 4 ? i : (i % 2) * 2 + i / 2;
+        z[uLine] = {Re[i], Im[i]};
+    }
+}
+
+VXT_ALWAYS_INLINE void Touch(const CStepFrame& rFrame) {
+    if (rFrame.pTouch) rFrame.pTouch(rFrame.pOwner);
+}
+VXT_ALWAYS_INLINE uint32_t RowDoubles(const CStepFrame& rFrame) {
+    return 2 * rFrame.Shape.uColumns + vxt::fft::kRowPadding;
+}
+
+// ---- Rows -------------------------------------------------------------------------------------------------------------
+
+/// The twiddles of all levels but the last, into rFrame.pRowTwiddles.
+void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
+    double* p = rFrame.pRowTwiddles;
+    for (uint32_t uLevel = 0, uNodes = 1; uLevel + 1 < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
+        const CPoint Base = AllPoint(pBases[2 * uLevel], pBases[2 * uLevel + 1]);
+        for (uint32_t i = 0; i < uNodes; i += kLanes, p += kTwiddleDoubles * kLanes) {
+            const CTwiddles Twiddles = MakeTwiddles(Base, rFrame.pNodeTwiddles + 2 * i);
+            StorePoint(p, Twiddles.c1), StorePoint(p + kLine, Twiddles.c2), StorePoint(p + 2 * kLine, Twiddles.c3);
+        }
+    }
+}
+
+VXT_ALWAYS_INLINE CTwiddles LoadRowTwiddles(const double* pLevel, uint32_t uNode) {
+    return LoadTwiddles(pLevel + uNode / kLanes * kTwiddleDoubles * kLanes + uNode % kLanes, kLanes);
+}
+
+/// One level of a row, forward or back.
+template <auto Butterfly>
+VXT_ALWAYS_INLINE void RowLevel(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+    const uint32_t uQuarter = uPoints / 2;  // doubles of a quarter of a node
+    for (uint32_t uNode = 0; uNode < uNodes; ++uNode, pRow += 4 * uQuarter) {
+        const CTwiddles Twiddles = LoadRowTwiddles(pLevel, uNode);
+        for (uint32_t i = 0; i < uQuarter; i += kLine) {
+            CPoint z[4];
+            for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(pRow + i + k * uQuarter);
+            Butterfly(z, Twiddles);
+            for (uint32_t k = 0; k < 4; ++k) StorePoint(pRow + i + k * uQuarter, z[k]);
+        }
+    }
+}
+
+/// The last two levels forward, the square, and the same levels back, sixteen points at a time.
+void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel, const double* pBase) {
+    const uint32_t uNodes = rFrame.Shape.uColumns / 16;
+    const CPoint Base = AllPoint(pBase[0], pBase[1]);
+    constexpr uint32_t kLines = 16 / kLanes, kQuarter = kLines / 4;
+    for (uint32_t uNode = 0; uNode < uNodes; ++uNode, pRow += kLines * kLine) {
+        CPoint z[kLines];
+        for (uint32_t i = 0; i < kLines; ++i) z[i] = LoadPoint(pRow + i * kLine);
+        const CTwiddles Upper = LoadRowTwiddles(pLevel, uNode);
+        for (uint32_t i = 0; i < kQuarter; ++i) {
+            CPoint t[4];
+            for (uint32_t k = 0; k < 4; ++k) t[k] = z[k * kQuarter + i];
+            Forward4(t, Upper);
+            for (uint32_t k = 0; k < 4; ++k) z[k * kQuarter + i] = t[k];
+        }
+        for (uint32_t i = 0; i < kQuarter; ++i) {
+            CPoint* const t = z + 4 * i;
+            const CTwiddles Lower = MakeTwiddles(Base, rFrame.pNodeTwiddles + 2 * (4 * uNode + i * kLanes));
+            LinesToNodes(t);
+            Forward4(t, Lower);
+            for (uint32_t k = 0; k < 4; ++k) t[k] = Square(t[k]);
+            Inverse4(t, Lower);
+            NodesToLines(t);
+        }
+        for (uint32_t i = 0; i < kQuarter; ++i) {
+            CPoint t[4];
+            for (uint32_t k = 0; k < 4; ++k) t[k] = z[k * kQuarter + i];
+            Inverse4(t, Upper);
+            for (uint32_t k = 0; k < 4; ++k) z[k * kQuarter + i] = t[k];
+        }
+        for (uint32_t i = 0; i < kLines; ++i) StorePoint(pRow + i * kLine, z[i]);
+    }
+}
+
+void RowForward(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+    RowLevel<Forward4>(pRow, pLevel, uNodes, uPoints);
+}
+void RowInverse(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+    RowLevel<Inverse4>(pRow, pLevel, uNodes, uPoints);
+}
+
+bool Rows(const CStepFrame& rFrame) {
+    const auto& [uRows, uColumns, uLevels] = rFrame.Shape;
+    const double* pLevels[vxt::fft::kMaxLevels];
+    pLevels[0] = rFrame.pRowTwiddles;
+    for (uint32_t i = 1, uNodes = 1; i < uLevels; ++i, uNodes *= 4)
+        pLevels[i] = pLevels[i - 1] + kTwiddleDoubles * (uNodes < kLanes ? kLanes : uNodes);
+    for (uint32_t uRow = 0; uRow < uRows; ++uRow) {
+        if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
+        double* const pRow = rFrame.pWork + uRow * RowDoubles(rFrame);
+        const double* const pBases = rFrame.pRowBases + 2 * uLevels * uRow;
+        PrepareRow(rFrame, pBases);
+        Touch(rFrame);
+        for (uint32_t i = 0; i + 2 < uLevels; ++i) {
+            RowForward(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
+            Touch(rFrame);
+        }
+        SquareRow(rFrame, pRow, pLevels[uLevels - 2], pBases + 2 * (uLevels - 1));
+        Touch(rFrame);
+        for (uint32_t i = uLevels - 2; i-- > 0;) {
+            RowInverse(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
+            Touch(rFrame);
+        }
+    }
+    return true;
+}
+
+// ---- Columns ----------------------------------------------------------------------------------------------------------
+
+/// One node of a block of columns: p is its first row's line.
+template <auto Butterfly>
+VXT_ALWAYS_INLINE void ColumnNode(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
+    const CTwiddles Twiddles = LoadTwiddles(rFrame.pColumnTwiddles + kTwiddleDoubles * uNode, 1);
+    const uint32_t uRow = RowDoubles(rFrame), uQuarter = uRows / 4 * uRow;
+    for (uint32_t i = 0; i < uRows / 4; ++i, p += uRow)
+        for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+            CPoint z[4];
+            for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(p + j + k * uQuarter);
+            Butterfly(z, Twiddles);
+            for (uint32_t k = 0; k < 4; ++k) StorePoint(p + j + k * uQuarter, z[k]);
+        }
+}
+
+void ColumnsForward(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
+    if (uRows == 1) return;
+    ColumnNode<Forward4>(rFrame, p, uRows, uNode);
+    if (uRows == 4) return;
+    for (uint32_t k = 0; k < 4; ++k)
+        ColumnsForward(rFrame, p + k * (uRows / 4) * RowDoubles(rFrame), uRows / 4, 4 * uNode + k);
+}
+
+void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
+    if (uRows == 1) return;
+    if (uRows > 4)
+        for (uint32_t k = 0; k < 4; ++k)
+            ColumnsInverse(rFrame, p + k * (uRows / 4) * RowDoubles(rFrame), uRows / 4, 4 * uNode + k);
+    ColumnNode<Inverse4>(rFrame, p, uRows, uNode);
+}
+
+/// The root, x^L - i, of four or, where the number of rows is no power of four, eight children.
+constexpr uint32_t kRoot = 2;
+
+template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CStepFrame& rFrame, CPoint* z) {
+    const double* const pTwiddles = rFrame.pColumnTwiddles;
+    if constexpr (kRadix == 8) {
+        const double* const pHalf = pTwiddles + kTwiddleDoubles * kRoot + 2;  // its c^2 halves it
+        const CPoint Half = AllPoint(pHalf[0], pHalf[1]);
+        for (uint32_t k = 0; k < 4; ++k) {
+            const CPoint b = z[k + 4] * Half;
+            z[k + 4] = z[k] - b, z[k] = z[k] + b;
+        }
+        Forward4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * 2 * kRoot, 1));
+        Forward4(z + 4, LoadTwiddles(pTwiddles + kTwiddleDoubles * (2 * kRoot + 1), 1));
+    } else {
+        Forward4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * kRoot, 1));
+    }
+}
+template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CStepFrame& rFrame, CPoint* z) {
+    const double* const pTwiddles = rFrame.pColumnTwiddles;
+    if constexpr (kRadix == 8) {
+        const double* const pHalf = pTwiddles + kTwiddleDoubles * kRoot + 2;
+        const CPoint Half = AllPoint(pHalf[0], pHalf[1]);
+        Inverse4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * 2 * kRoot, 1));
+        Inverse4(z + 4, LoadTwiddles(pTwiddles + kTwiddleDoubles * (2 * kRoot + 1), 1));
+        for (uint32_t k = 0; k < 4; ++k) {
+            const CPoint d = z[k] - z[k + 4];
+            z[k] = z[k] + z[k + 4], z[k + 4] = TimesConjugate(d, Half);
+        }
+    } else {
+        Inverse4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * kRoot, 1));
+    }
+}
+
+template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += kBlockColumns) {
+        if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
+        double* const pBlock = rFrame.pWork + 2 * uColumn;
+        for (uint32_t i = 0; i < uChild; ++i)
+            for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+                double* const p = pBlock + i * uRow + j;
+                CPoint z[kRadix];
+                for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
+                RootForward<kRadix>(rFrame, z);
+                for (uint32_t k = 0; k < kRadix; ++k) StorePoint(p + k * uChild * uRow, z[k]);
+            }
+        for (uint32_t k = 0; k < kRadix; ++k)
+            ColumnsForward(rFrame, pBlock + k * uChild * uRow, uChild, kRadix * kRoot + k);
+        Touch(rFrame);
+    }
+    return true;
+}
+
+// ---- Back to digits -----------------------------------------------------------------------------------------------------
+
+/// Constants of rounding, carrying and the checksum.
+struct CCarrying {
+    explicit CCarrying(const CStepFrame& rFrame)
+        : Scale(CVector::All(rFrame.dScale)),
+          Base(CVector::All(rFrame.dBase)),
+          BaseInverse(CVector::All(rFrame.dBaseInverse)),
+          Prime(CVector::All(rFrame.dPrime)),
+          PrimeInverse(CVector::All(rFrame.dPrimeInverse)),
+          Magic(CVector::All(kMagic)) {}
+    CVector Scale, Base, BaseInverse, Prime, PrimeInverse, Magic;
+
+    VXT_ALWAYS_INLINE CVector RoundScaled(CVector A) const { return CVector::MulAdd(A, Scale, Magic) - Magic; }
+    /// An integer below 2^53 to one of its kind between -prime/2 and prime/2.
+    VXT_ALWAYS_INLINE CVector Reduce(CVector A) const {
+        return CVector::SubMul(A, CVector::MulAdd(A, PrimeInverse, Magic) - Magic, Prime);
+    }
+};
+
+/// What the digits and the carries of kRowGroup rows add to the checksum, unreduced.
+struct CGroupSums {
+    CVector Digits[kParts], Carries[kParts];
+};
+
+/// Turns one line of kRowGroup rows, integers, into digits: kLanes columns after one another, the rows side by side.
+template <bool kChecks, bool kAgain>
+VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector* pRows, CVector* pCarry, const double* pWeights,
+                                 CGroupSums& rSums) {
+    for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
+        CVector* const p = pRows + uPart * kLanes;
+        CVector::Transpose(p);
+        for (uint32_t i = 0; i < kLanes; ++i) {
+            const CVector Sum = p[i] + pCarry[uPart];
+            const CVector Carry = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
+            const CVector Digit = CVector::SubMul(Sum, Carry, rCarrying.Base);
+            pCarry[uPart] = Carry;
+            if constexpr (kChecks) {
+                const CVector Weight = CVector::All(pWeights[i]);
+                const CVector Counted = kAgain ? Digit - p[i] : Digit;  // what was there has been counted
+                rSums.Digits[uPart] = CVector::MulAdd(Counted, Weight, rSums.Digits[uPart]);
+                rSums.Carries[uPart] = CVector::MulAdd(Carry, Weight, rSums.Carries[uPart]);
+            }
+            p[i] = Digit;
+        }
+        CVector::Transpose(p);
+    }
+}
+
+/// The sums of a block's groups, weighted by row.
+struct CBlockSums {
+    CVector Digits[2][kParts], Carries[2][kParts];
+};
+
+VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarrying, const CGroupSums& rSums,
+                               const double* pRowWeights, uint32_t uHalf, CBlockSums& rBlock) {
+    for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
+        const CVector Weight = CVector::Load(pRowWeights + uPart * kLanes);
+        CVector Digits = CVector::MulAdd(rCarrying.Reduce(rSums.Digits[uPart]), Weight, rBlock.Digits[uHalf][uPart]);
+        CVector Carries = CVector::MulAdd(rCarrying.Reduce(rSums.Carries[uPart]), Weight, rBlock.Carries[uHalf][uPart]);
+        if (rFrame.bReduceOften) Digits = rCarrying.Reduce(Digits), Carries = rCarrying.Reduce(Carries);
+        rBlock.Digits[uHalf][uPart] = Digits, rBlock.Carries[uHalf][uPart] = Carries;
+    }
+}
+
+/// Adds a block's sums to the step's, weighted by the power of the root that the block begins with.
+VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CBlockSums& rBlock,
+                                double dRoot, vxt::fft::CLaneSums& rSums) {
+    const CVector Root = CVector::All(dRoot);
+    const auto Add = [&](CVector A, double* pSum) {
+        const CVector Product = rCarrying.Reduce(rCarrying.Reduce(A) * Root);
+        rCarrying.Reduce(Product + CVector::Load(pSum)).Store(pSum);
+    };
+    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
+        for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
+            Add(rBlock.Digits[uHalf][uPart], rSums.dDigits[uHalf] + uPart * kLanes);
+            Add(rBlock.Carries[uHalf][uPart], rSums.dCarries[uHalf] + uPart * kLanes);
+        }
+}
+
+constexpr CBlockSums kNothing{};
+
+/// The last inverse level of a block of columns, rounded.
+template <uint32_t kRadix, bool kChecks>
+VXT_ALWAYS_INLINE void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    for (uint32_t i = 0; i < uChild; ++i)
+        for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+            double* const p = pBlock + i * uRow + j;
+            CPoint z[kRadix];
+            for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
+            RootInverse<kRadix>(rFrame, z);
+            for (uint32_t k = 0; k < kRadix; ++k) {
+                const CPoint Whole = {rCarrying.RoundScaled(z[k].Re), rCarrying.RoundScaled(z[k].Im)};
+                if constexpr (kChecks) {
+                    rRoundOff = CVector::LargerSize(rRoundOff, CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re));
+                    rRoundOff = CVector::LargerSize(rRoundOff, CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im));
+                }
+                StorePoint(p + k * uChild * uRow, Whole);
+            }
+        }
+}
+
+/// Carries through a block of columns, all groups of rows, and adds their digits to the checksum's sums.
+template <uint32_t kRadix, bool kChecks>
+VXT_ALWAYS_INLINE void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CBlockSums& rBlock) {
+    constexpr uint32_t kGroups = kRadix / kRowGroup;
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    for (uint32_t i = 0; i < uChild; ++i) {
+        double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
+        CVector Carries[kGroups][2][kParts];
+        CGroupSums Sums[kGroups][2] = {};
+        for (uint32_t g = 0; g < kGroups; ++g)
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
+                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                    Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
+        for (uint32_t j = 0; j < kBlockColumns; j += kLanes)
+            for (uint32_t g = 0; g < kGroups; ++g)
+                for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                    double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
+                    CVector Rows[kRowGroup];
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
+                    CarryLine<kChecks, false>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j,
+                                              Sums[g][uHalf]);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                }
+        for (uint32_t g = 0; g < kGroups; ++g)
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                    Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
+                if constexpr (kChecks)
+                    AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf,
+                            rBlock);
+            }
+    }
+}
+
+template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
+    const uint32_t uChild = rFrame.Shape.uRows / kRadix;
+    const CCarrying Carrying(rFrame);
+    CVector RoundOff = CVector::All(0);
+    double dRoot = 1;
+    for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += kBlockColumns) {
+        if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
+        double* const pBlock = rFrame.pWork + 2 * uColumn;
+        for (uint32_t k = 0; k < kRadix; ++k)
+            ColumnsInverse(rFrame, pBlock + k * uChild * RowDoubles(rFrame), uChild, kRadix * kRoot + k);
+        Touch(rFrame);
+        RoundBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, RoundOff);
+        Touch(rFrame);
+        CBlockSums Block = kNothing;
+        CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block);
+        if constexpr (kChecks) {
+            AddBlock(Carrying, Block, dRoot, rFrame.Sums);
+            const double dProduct = dRoot * rFrame.dBlockRoot;
+            dRoot = dProduct - ((dProduct * rFrame.dPrimeInverse + kMagic) - kMagic) * rFrame.dPrime;
+        }
+        Touch(rFrame);
+    }
+    alignas(32) double dRoundOff[kLanes];
+    RoundOff.Store(dRoundOff);
+    rFrame.dRoundOff = 0;
+    for (const double d : dRoundOff)
+        if (d > rFrame.dRoundOff) rFrame.dRoundOff = d;
+    return true;
+}
+
+/// What a row carried out of its last column goes into the next row's first ones; out of the last row, negated, into the first.
+template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
+    constexpr uint32_t kGroups = kRadix / kRowGroup;
+    const uint32_t uRow = RowDoubles(rFrame), uRows = rFrame.Shape.uRows, uChild = uRows / kRadix;
+    const CCarrying Carrying(rFrame);
+    double* const pCarries = rFrame.pCarries;
+    // Row k * uChild + i has lane k % 4 of group i * kGroups + k / 4. Groups in falling order: what comes before is still there.
+    const auto Carried = [&](uint32_t uOfRow, uint32_t uHalf) {
+        const uint32_t k = uOfRow / uChild, i = uOfRow % uChild;
+        return pCarries[(2 * (i * kGroups + k / kRowGroup) + uHalf) * kRowGroup + k % kRowGroup];
+    };
+    const double dTop = -Carried(uRows - 1, 1), dMiddle = Carried(uRows - 1, 0);
+    double dLast[kRadix][2];
+    for (uint32_t k = 1; k < kRadix; ++k)
+        for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) dLast[k][uHalf] = Carried(k * uChild - 1, uHalf);
+    dLast[0][0] = dTop, dLast[0][1] = dMiddle;
+    CBlockSums Block = kNothing;
+    bool bLeft = false;
+    for (uint32_t i = uChild; i-- > 0;)
+        for (uint32_t g = 0; g < kGroups; ++g)
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                double* const pOut = pCarries + (2 * (i * kGroups + g) + uHalf) * kRowGroup;
+                alignas(32) double dIn[kRowGroup];
+                for (uint32_t k = 0; k < kRowGroup; ++k)
+                    dIn[k] = i == 0 ? dLast[g * kRowGroup + k][uHalf] : (pOut - kGroups * 2 * kRowGroup)[k];
+                CVector Carry[kParts];
+                for (uint32_t uPart = 0; uPart < kParts; ++uPart) Carry[uPart] = CVector::Load(dIn + uPart * kLanes);
+                CGroupSums Sums{};
+                for (uint32_t j = 0; j < kRowGroup; j += kLanes) {
+                    double* const p = rFrame.pWork + (g * kRowGroup * uChild + i) * uRow + 2 * j + uHalf * kLanes;
+                    CVector Rows[kRowGroup];
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
+                    CarryLine<kChecks, true>(Carrying, Rows, Carry, rFrame.pColumnWeights + j, Sums);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                }
+                for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
+                    bLeft = bLeft || !Carry[uPart].IsZero();
+                    Carry[uPart].Store(pOut + uPart * kLanes);
+                }
+                if constexpr (kChecks)
+                    AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf, Block);
+            }
+    if constexpr (kChecks) AddBlock(Carrying, Block, 1, rFrame.Sums);
+    rFrame.bCarriesLeft = bLeft;
+}
+
+template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
+    for (uint32_t i = 0; i < 2 * rFrame.Shape.uRows; ++i) rFrame.pCarries[i] = 0;
+    rFrame.pCarries[0] = 1;  // x^2 + 1
+    rFrame.Sums = {};
+    Touch(rFrame);
+    if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
+    CarryOver<kRadix, kChecks>(rFrame);
+    Touch(rFrame);
+    return true;
+}
+
+VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, bool bChecks) {
+    uint32_t uSquares = rFrame.Shape.uRows;
+    while (uSquares > 4) uSquares /= 4;
+    if (uSquares == 4) return bChecks ? StepOf<4, true>(rFrame) : StepOf<4, false>(rFrame);
+    return bChecks ? StepOf<8, true>(rFrame) : StepOf<8, false>(rFrame);
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+#include "bench/fft/tables.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <numbers>
+
+namespace vxt::fft {
+
+namespace {
+
+/// The form of a size. Rows fit into the first-level cache, or, of large numbers, a quarter of one does; a block of
+/// columns fits into the second-level cache.
+struct CForm {
+    uint32_t uWords, uColumns;
+    double dRoundOffLimit;
+};
+constexpr CForm kForms[] = {
+    {1 << 11, 256, 0.25},  {1 << 12, 256, 0.25},  {1 << 13, 1024, 0.25}, {1 << 14, 1024, 0.25}, {1 << 15, 1024, 0.25},
+    {1 << 16, 1024, 0.25}, {1 << 17, 1024, 0.25}, {1 << 18, 1024, 0.25}, {1 << 19, 1024, 0.25}, {1 << 20, 1024, 0.25},
+    {1 << 21, 4096, 0.25}, {1 << 22, 4096, 0.25}, {1 << 23, 4096, 0.25},
+};
+
+/// e(sum of bit i of uBits / 2^(i + uShift)), e(t) = exp(2 pi i t): angles of nodes, as kernel_passes.h numbers them.
+struct CRoot {
+    CRoot(uint64_t uBits, uint32_t uShift) {
+        long double dTurn = 0, dWeight = std::ldexp(1.0L, -static_cast<int>(uShift));
+        for (; uBits; uBits >>= 1, dWeight /= 2)
+            if (uBits & 1) dTurn += dWeight;
+        dRe = static_cast<double>(std::cos(2 * std::numbers::pi_v<long double> * dTurn));
+        dIm = static_cast<double>(std::sin(2 * std::numbers::pi_v<long double> * dTurn));
+    }
+    double dRe, dIm;
+};
+
+bool g_IsPrime(uint64_t ullNumber) {
+    for (uint64_t i = 3; i * i <= ullNumber; i += 2)
+        if (ullNumber % i == 0) return false;
+    return true;
+}
+
+constexpr size_t g_Rounded(size_t uDoubles) { return (uDoubles + 7) / 8 * 8; }
+
+}  // namespace
+
+bool CAlignedMemory::Allocate(size_t uDoubles) {
+    constexpr size_t kLine = 64;
+    m_pMemory.reset(new (std::nothrow) double[uDoubles + kLine / sizeof(double)]());
+    if (!m_pMemory) return false;
+    const auto uBegin = reinterpret_cast<uintptr_t>(m_pMemory.get());
+    m_Doubles = {m_pMemory.get() + ((uBegin + kLine - 1) / kLine * kLine - uBegin) / sizeof(double), uDoubles};
+    return true;
+}
+
+uint64_t CResidues::Power(uint64_t ullBase, uint64_t ullExponent) const {
+    uint64_t ullResult = 1;
+    for (; ullExponent; ullExponent >>= 1, ullBase = Multiply(ullBase, ullBase))
+        if (ullExponent & 1) ullResult = Multiply(ullResult, ullBase);
+    return ullResult;
+}
+
+uint64_t CResidues::Of(int64_t llValue) const {
+    const int64_t llRest = llValue % static_cast<int64_t>(m_ullPrime);
+    return static_cast<uint64_t>(llRest < 0 ? llRest + static_cast<int64_t>(m_ullPrime) : llRest);
+}
+
+double CResidues::Balanced(uint64_t ullValue) const {
+    const auto llValue = static_cast<int64_t>(ullValue);
+    return static_cast<double>(ullValue > m_ullPrime / 2 ? llValue - static_cast<int64_t>(m_ullPrime) : llValue);
+}
+
+std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
+    const CSize* const pSize = g_FindSize(uWords);
+    if (!pSize || ePath > g_BestPath()) return nullptr;
+    std::shared_ptr<CTables> pTables;
+    try {
+        pTables = std::make_shared<CTables>();
+    } catch (const std::bad_alloc&) { return nullptr; }
+    CTables& rTables = *pTables;
+    const CForm& rForm = kForms[pSize - kSizes];
+    rTables.m_Size = *pSize, rTables.m_ePath = ePath;
+    rTables.m_dRoundOffLimit = rForm.dRoundOffLimit;
+    rTables.m_uLanes = ePath == EPath::kAvx2 ? 4 : 2;
+    const auto uLevels = static_cast<uint32_t>(std::countr_zero(rForm.uColumns)) / 2;
+    CShape& rShape = rTables.m_Shape = {uWords / 2 / rForm.uColumns, rForm.uColumns, uLevels};
+    rTables.m_uRowDoubles = 2 * size_t{rForm.uColumns} + kRowPadding;
+    for (uint32_t i = 0; i + 1 < uLevels; ++i)
+        rTables.m_uRowTwiddles += kTwiddleDoubles * size_t{std::max(1U << (2 * i), kMaxLanes)};
+
+    const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
+    const size_t uRowBases = g_Rounded(2 * size_t{uLevels} * rShape.uRows), uNodes = rForm.uColumns / 2;
+    const size_t uRowWeights = g_Rounded(rShape.uRows);
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + kBlockColumns)) return nullptr;
+    rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
+    rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
+    rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
+    rTables.m_pRowWeights = rTables.m_pNodeTwiddles + uNodes;
+    rTables.m_pColumnWeights = rTables.m_pRowWeights + uRowWeights;
+    rTables._FillTwiddles();
+    rTables._FillWeights();
+    return pTables;
+}
+
+void CTables::_FillTwiddles() {
+    for (uint32_t uNode = 2; uNode < std::max(m_Shape.uRows, 8U); ++uNode) {
+        double* const p = m_pColumnTwiddles + kTwiddleDoubles * uNode;
+        for (uint32_t uPower = 1; uPower <= 3; ++uPower) {
+            // The angle's multiples, exactly: three quarters of a quarter turn are its half and its quarter.
+            long double dTurn = 0, dWeight = 1.0L / 8;
+            for (uint32_t uBits = uNode; uBits; uBits >>= 1, dWeight /= 2)
+                if (uBits & 1) dTurn += dWeight;
+            const long double dAngle = 2 * std::numbers::pi_v<long double> * dTurn * uPower;
+            p[2 * uPower - 2] = static_cast<double>(std::cos(dAngle));
+            p[2 * uPower - 1] = static_cast<double>(std::sin(dAngle));
+        }
+    }
+    for (uint32_t uRow = 0; uRow < m_Shape.uRows; ++uRow)
+        for (uint32_t uLevel = 0; uLevel < m_Shape.uLevels; ++uLevel) {
+            const CRoot Root(2 * m_Shape.uRows + uRow, 2 * uLevel + 3);
+            double* const p = m_pRowBases + 2 * (uRow * m_Shape.uLevels + uLevel);
+            p[0] = Root.dRe, p[1] = Root.dIm;
+        }
+    for (uint32_t uNode = 0; uNode < m_Shape.uColumns / 4; ++uNode) {
+        const CRoot Root(uNode, 3);
+        double* const p = m_pNodeTwiddles + uNode / m_uLanes * 2 * m_uLanes + uNode % m_uLanes;
+        p[0] = Root.dRe, p[m_uLanes] = Root.dIm;
+    }
+}
+
+void CTables::_FillWeights() {
+    // The smallest prime that has the root and leaves one wrong result in four millions unseen: small, so that sums stay exact.
+    const uint64_t ullOrder = 2 * uint64_t{m_Size.uWords};
+    m_Residues.m_ullPrime = (uint64_t{1} << 22) + 1;
+    while (m_Residues.m_ullPrime % ullOrder != 1) ++m_Residues.m_ullPrime;
+    while (!g_IsPrime(m_Residues.m_ullPrime)) m_Residues.m_ullPrime += ullOrder;
+    for (uint64_t ullBase = 2; m_ullRoot == 0; ++ullBase) {
+        const uint64_t ullRoot = m_Residues.Power(ullBase, (m_Residues.m_ullPrime - 1) / ullOrder);
+        if (m_Residues.Power(ullRoot, m_Size.uWords) == m_Residues.m_ullPrime - 1) m_ullRoot = ullRoot;
+    }
+    for (uint32_t i = 0; i < kBlockColumns; ++i)
+        m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i));
+    const uint32_t uRadix = std::countr_zero(m_Shape.uRows) % 2 == 0 ? 4 : 8, uChild = m_Shape.uRows / uRadix;
+    for (uint32_t k = 0; k < uRadix; ++k)
+        for (uint32_t i = 0; i < uChild; ++i)
+            m_pRowWeights[(i * (uRadix / 4) + k / 4) * 4 + k % 4] =
+                m_Residues.Balanced(m_Residues.Power(m_ullRoot, uint64_t{m_Shape.uColumns} * (k * uChild + i)));
+}
+
+size_t CTables::Place(uint32_t uDigit) const {
+    const uint32_t uPoints = m_Size.uWords / 2, uPoint = uDigit % uPoints, uColumn = uPoint % m_Shape.uColumns;
+    return uPoint / m_Shape.uColumns * m_uRowDoubles + uColumn / m_uLanes * 2 * m_uLanes + uColumn % m_uLanes +
+           uDigit / uPoints * m_uLanes;
+}
+
+}  // namespace vxt::fft
