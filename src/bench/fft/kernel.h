@@ -14,7 +14,7 @@ struct CShape {
 };
 
 /// Columns that are worked on together, and digits in a row that the checksum adds up before it reduces.
-inline constexpr uint32_t kBlockColumns = 16;
+inline constexpr uint32_t kMaxBlockColumns = 64;
 inline constexpr uint32_t kRowPadding = 8;  ///< doubles behind a row: else all rows would meet in the same cache sets
 inline constexpr uint32_t kMaxLevels = 6;
 inline constexpr uint32_t kMaxLanes = 4;
@@ -29,6 +29,7 @@ struct CLaneSums {
 /// One step: what it works on, reads and answers.
 struct CStepFrame {
     CShape Shape;
+    uint32_t uBlockColumns;
     double* pWork;                             ///< rows of (re lanes, im lanes) groups, each followed by kRowPadding
     double* pCarries;                          ///< of each group of four rows: re 4, im 4
     double* pRowTwiddles;                      ///< of the row in work, by level; room for kTwiddleDoubles * columns / 8

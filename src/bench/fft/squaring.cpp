@@ -60,13 +60,13 @@ void CSquaring::Digits(std::span<double> Digits) const {
 /// The digits' polynomial at the root, from memory. False: stopped.
 bool CSquaring::_Evaluate(const std::atomic<bool>& rStop, uint64_t& rullChecksum) const {
     const CResidues& rResidues = m_pTables->m_Residues;
-    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, kBlockColumns);
+    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, m_pTables->m_uBlockColumns);
     rullChecksum = 0;
-    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= kBlockColumns) {
+    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= m_pTables->m_uBlockColumns) {
         if (uEnd % 4096 == 0 && rStop.load(std::memory_order_relaxed)) return false;
         int64_t llSum = 0;
-        for (uint32_t i = 0; i < kBlockColumns; ++i)
-            llSum += static_cast<int64_t>(_Digit(uEnd - kBlockColumns + i)) *
+        for (uint32_t i = 0; i < m_pTables->m_uBlockColumns; ++i)
+            llSum += static_cast<int64_t>(_Digit(uEnd - m_pTables->m_uBlockColumns + i)) *
                      static_cast<int64_t>(m_pTables->m_pColumnWeights[i]);
         rullChecksum = rResidues.Add(rResidues.Multiply(rullChecksum, ullBlockRoot), rResidues.Of(llSum));
     }
@@ -87,6 +87,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     const CTables& rTables = *m_pTables;
     CStepFrame Frame{};
     Frame.Shape = rTables.m_Shape;
+    Frame.uBlockColumns = rTables.m_uBlockColumns;
     Frame.pWork = m_pMemory->m_Doubles.data();
     Frame.pCarries = Frame.pWork + rTables.m_uRowDoubles * rTables.m_Shape.uRows;
     Frame.pRowTwiddles = Frame.pCarries + 2 * rTables.m_Shape.uRows;
@@ -95,10 +96,10 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.pNodeTwiddles = rTables.m_pNodeTwiddles;
     Frame.pRowWeights = rTables.m_pRowWeights;
     Frame.pColumnWeights = rTables.m_pColumnWeights;
-    Frame.dScale = 2.0 / Size().uWords;
+    Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
-    Frame.dBlockRoot = rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, kBlockColumns));
+    Frame.dBlockRoot = rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, m_pTables->m_uBlockColumns));
     Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 4 * (rTables.m_Shape.uRows / 4) > 0x1p52;
     Frame.pOwner = &Owner;
     Frame.pGoesOn = [](void* p) { return !static_cast<COwner*>(p)->rStop.load(std::memory_order_relaxed); };

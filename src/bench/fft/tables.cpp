@@ -80,6 +80,7 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     const CForm& rForm = kForms[pSize - kSizes];
     rTables.m_Size = *pSize, rTables.m_ePath = ePath;
     rTables.m_dRoundOffLimit = rForm.dRoundOffLimit;
+    rTables.m_uBlockColumns = uWords <= 1 << 13 ? 64 : 16;
     rTables.m_uLanes = ePath == EPath::kAvx2 ? 4 : 2;
     const auto uLevels = static_cast<uint32_t>(std::countr_zero(rForm.uColumns)) / 2;
     CShape& rShape = rTables.m_Shape = {uWords / 2 / rForm.uColumns, rForm.uColumns, uLevels};
@@ -90,7 +91,7 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
     const size_t uRowBases = g_Rounded(2 * size_t{uLevels} * rShape.uRows), uNodes = rForm.uColumns / 2;
     const size_t uRowWeights = g_Rounded(rShape.uRows);
-    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + kBlockColumns)) return nullptr;
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + rTables.m_uBlockColumns)) return nullptr;
     rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
     rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
     rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
@@ -137,7 +138,7 @@ void CTables::_FillWeights() {
         const uint64_t ullRoot = m_Residues.Power(ullBase, (m_Residues.m_ullPrime - 1) / ullOrder);
         if (m_Residues.Power(ullRoot, m_Size.uWords) == m_Residues.m_ullPrime - 1) m_ullRoot = ullRoot;
     }
-    for (uint32_t i = 0; i < kBlockColumns; ++i)
+    for (uint32_t i = 0; i < m_uBlockColumns; ++i)
         m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i));
     const uint32_t uRadix = std::countr_zero(m_Shape.uRows) % 2 == 0 ? 4 : 8, uChild = m_Shape.uRows / uRadix;
     for (uint32_t k = 0; k < uRadix; ++k)
