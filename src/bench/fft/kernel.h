@@ -29,7 +29,8 @@ struct CLaneSums {
 /// One step: what it works on, reads and answers.
 struct CStepFrame {
     CShape Shape;
-    uint32_t uBlockColumns;
+    uint32_t uBlockColumns;                    ///< worked on together
+    uint32_t uSumColumns;                      ///< that the checksum adds up before it reduces: their sum is below 2^53
     double* pWork;                             ///< rows of (re lanes, im lanes) groups, each followed by kRowPadding
     double* pCarries;                          ///< of each group of four rows: re 4, im 4
     double* pRowTwiddles;                      ///< of the row in work, by level; room for kTwiddleDoubles * columns / 8

@@ -16,7 +16,7 @@ using vxt::fft::CStepFrame;
 using vxt::fft::kTwiddleDoubles;
 
 constexpr uint32_t kLanes = CVector::kLanes;
-constexpr uint32_t kLine = 2 * kLanes;  ///< doubles of kLanes points
+constexpr uint32_t kLine = 2 * kLanes;           ///< doubles of kLanes points
 constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
 constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
 constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
@@ -96,7 +96,7 @@ VXT_ALWAYS_INLINE uint32_t RowDoubles(const CStepFrame& rFrame) {
 // ---- Rows -------------------------------------------------------------------------------------------------------------
 
 /// The twiddles of all levels but the last, into rFrame.pRowTwiddles.
-[[gnu::noinline]] void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
+void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
     double* p = rFrame.pRowTwiddles;
     for (uint32_t uLevel = 0, uNodes = 1; uLevel + 1 < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
         const CPoint Base = AllPoint(pBases[2 * uLevel], pBases[2 * uLevel + 1]);
@@ -157,10 +157,10 @@ void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
     }
 }
 
-[[gnu::noinline]] void RowForward(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+void RowForward(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
     RowLevel<Forward4>(pRow, pLevel, uNodes, uPoints);
 }
-[[gnu::noinline]] void RowInverse(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+void RowInverse(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
     RowLevel<Inverse4>(pRow, pLevel, uNodes, uPoints);
 }
 
@@ -314,7 +314,7 @@ VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector* pRows, CVe
             const CVector Digit = CVector::SubMul(Sum, Carry, rCarrying.Base);
             pCarry[uPart] = Carry;
             if constexpr (kChecks) {
-                const CVector Weight = CVector::All(pWeights[i]);
+                const CVector Weight = CVector::Load(pWeights + i * kLanes);
                 const CVector Counted = kAgain ? Digit - p[i] : Digit;  // what was there has been counted
                 rSums.Digits[uPart] = CVector::MulAdd(Counted, Weight, rSums.Digits[uPart]);
                 rSums.Carries[uPart] = CVector::MulAdd(Carry, Weight, rSums.Carries[uPart]);
@@ -342,8 +342,8 @@ VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarry
 }
 
 /// Adds a block's sums to the step's, weighted by the power of the root that the block begins with.
-VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CBlockSums& rBlock,
-                                double dRoot, vxt::fft::CLaneSums& rSums) {
+VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CBlockSums& rBlock, double dRoot,
+                                vxt::fft::CLaneSums& rSums) {
     const CVector Root = CVector::All(dRoot);
     const auto Add = [&](CVector A, double* pSum) {
         const CVector Product = rCarrying.Reduce(rCarrying.Reduce(A) * Root);
@@ -360,7 +360,7 @@ constexpr CBlockSums kNothing{};
 
 /// The last inverse level of a block of columns, rounded.
 template <uint32_t kRadix, bool kChecks>
-[[gnu::noinline]] void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
+void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
     for (uint32_t i = 0; i < uChild; ++i)
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
@@ -368,50 +368,54 @@ template <uint32_t kRadix, bool kChecks>
             CPoint z[kRadix];
             for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
             RootInverse<kRadix>(rFrame, z);
-            CVector Largest = CVector::All(0);
+            CVector Distance = CVector::All(0);
             for (uint32_t k = 0; k < kRadix; ++k) {
                 const CPoint Whole = {rCarrying.RoundScaled(z[k].Re), rCarrying.RoundScaled(z[k].Im)};
                 if constexpr (kChecks) {
-                    Largest = CVector::LargerSize(Largest, CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re));
-                    Largest = CVector::LargerSize(Largest, CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im));
+                    const CVector Re = CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re);
+                    const CVector Im = CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im);
+                    Distance = CVector::MulAdd(Im, Im, CVector::MulAdd(Re, Re, Distance));
                 }
                 StorePoint(p + k * uChild * uRow, Whole);
             }
-            rRoundOff = CVector::LargerSize(rRoundOff, Largest);
+            rRoundOff = CVector::Larger(rRoundOff, Distance);
         }
 }
 
 /// Carries through a block of columns, all groups of rows, and adds their digits to the checksum's sums.
 template <uint32_t kRadix, bool kChecks>
-[[gnu::noinline]] void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CBlockSums& rBlock) {
+void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CBlockSums& rBlock) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
-    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
     for (uint32_t i = 0; i < uChild; ++i) {
         double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
         CVector Carries[kGroups][2][kParts];
-        CGroupSums Sums[kGroups][2] = {};
         for (uint32_t g = 0; g < kGroups; ++g)
             for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart)
                     Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-        for (uint32_t j = 0; j < rFrame.uBlockColumns; j += kLanes)
-            for (uint32_t g = 0; g < kGroups; ++g)
-                for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
-                    double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
-                    CVector Rows[kRowGroup];
-                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks, false>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j,
-                                              Sums[g][uHalf]);
-                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
-                }
+        for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
+            CGroupSums Sums[kGroups][2] = {};
+            for (uint32_t j = uBegin; j < uBegin + uSum; j += kLanes)
+                for (uint32_t g = 0; g < kGroups; ++g)
+                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                        double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
+                        CVector Rows[kRowGroup];
+                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
+                        CarryLine<kChecks, false>(rCarrying, Rows, Carries[g][uHalf],
+                                                  rFrame.pColumnWeights + j * kLanes, Sums[g][uHalf]);
+                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                    }
+            if constexpr (kChecks)
+                for (uint32_t g = 0; g < kGroups; ++g)
+                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
+                        AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup,
+                                uHalf, rBlock);
+        }
         for (uint32_t g = 0; g < kGroups; ++g)
-            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart)
                     Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-                if constexpr (kChecks)
-                    AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf,
-                            rBlock);
-            }
     }
 }
 
@@ -477,7 +481,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     double* const p = rFrame.pWork + (g * kRowGroup * uChild + i) * uRow + 2 * j + uHalf * kLanes;
                     CVector Rows[kRowGroup];
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks, true>(Carrying, Rows, Carry, rFrame.pColumnWeights + j, Sums);
+                    CarryLine<kChecks, true>(Carrying, Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums);
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                 }
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) {

@@ -81,6 +81,7 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     rTables.m_Size = *pSize, rTables.m_ePath = ePath;
     rTables.m_dRoundOffLimit = rForm.dRoundOffLimit;
     rTables.m_uBlockColumns = uWords <= 1 << 13 ? 64 : 16;
+    rTables.m_uSumColumns = uWords <= 1 << 20 ? rTables.m_uBlockColumns : 8;
     rTables.m_uLanes = ePath == EPath::kAvx2 ? 4 : 2;
     const auto uLevels = static_cast<uint32_t>(std::countr_zero(rForm.uColumns)) / 2;
     CShape& rShape = rTables.m_Shape = {uWords / 2 / rForm.uColumns, rForm.uColumns, uLevels};
@@ -91,7 +92,9 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
     const size_t uRowBases = g_Rounded(2 * size_t{uLevels} * rShape.uRows), uNodes = rForm.uColumns / 2;
     const size_t uRowWeights = g_Rounded(rShape.uRows);
-    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + rTables.m_uBlockColumns)) return nullptr;
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights +
+                                   rTables.m_uBlockColumns * rTables.m_uLanes))
+        return nullptr;
     rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
     rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
     rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
@@ -129,17 +132,26 @@ void CTables::_FillTwiddles() {
 }
 
 void CTables::_FillWeights() {
-    // The smallest prime that has the root and leaves one wrong result in four millions unseen: small, so that sums stay exact.
+    // The smallest prime that has the root and leaves one wrong result in 2^24 unseen: small, so that sums stay exact.
     const uint64_t ullOrder = 2 * uint64_t{m_Size.uWords};
-    m_Residues.m_ullPrime = (uint64_t{1} << 22) + 1;
-    while (m_Residues.m_ullPrime % ullOrder != 1) ++m_Residues.m_ullPrime;
+    m_Residues.m_ullPrime = (uint64_t{1} << 24) + 1;  // a multiple of every order, and one
     while (!g_IsPrime(m_Residues.m_ullPrime)) m_Residues.m_ullPrime += ullOrder;
-    for (uint64_t ullBase = 2; m_ullRoot == 0; ++ullBase) {
+    // Of several roots the one whose first powers are smallest: the sums stay even further from 2^53.
+    double dSmallest = 0;
+    for (uint64_t ullBase = 2; ullBase < 400; ++ullBase) {
         const uint64_t ullRoot = m_Residues.Power(ullBase, (m_Residues.m_ullPrime - 1) / ullOrder);
-        if (m_Residues.Power(ullRoot, m_Size.uWords) == m_Residues.m_ullPrime - 1) m_ullRoot = ullRoot;
+        if (m_Residues.Power(ullRoot, m_Size.uWords) != m_Residues.m_ullPrime - 1) continue;
+        double dSize = 0;
+        for (uint32_t i = 0; i < m_uBlockColumns; i += m_uSumColumns) {
+            double dSum = 0;
+            for (uint32_t k = i; k < i + m_uSumColumns; ++k)
+                dSum += std::pow(m_Residues.Balanced(m_Residues.Power(ullRoot, k)), 2);
+            dSize = std::max(dSize, dSum);
+        }
+        if (m_ullRoot == 0 || dSize < dSmallest) m_ullRoot = ullRoot, dSmallest = dSize;
     }
-    for (uint32_t i = 0; i < m_uBlockColumns; ++i)
-        m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i));
+    for (uint32_t i = 0; i < m_uBlockColumns * m_uLanes; ++i)
+        m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i / m_uLanes));
     const uint32_t uRadix = std::countr_zero(m_Shape.uRows) % 2 == 0 ? 4 : 8, uChild = m_Shape.uRows / uRadix;
     for (uint32_t k = 0; k < uRadix; ++k)
         for (uint32_t i = 0; i < uChild; ++i)

@@ -43,7 +43,7 @@ public:
     CSize m_Size{};
     EPath m_ePath{};
     CShape m_Shape{};
-    uint32_t m_uLanes = 0, m_uBlockColumns = 0;
+    uint32_t m_uLanes = 0, m_uBlockColumns = 0, m_uSumColumns = 0;
     size_t m_uRowDoubles = 0, m_uRowTwiddles = 0;
     double m_dRoundOffLimit = 0;
     CResidues m_Residues{};
