@@ -95,10 +95,10 @@ VXT_ALWAYS_INLINE uint32_t RowDoubles(const CStepFrame& rFrame) {
 
 // ---- Rows -------------------------------------------------------------------------------------------------------------
 
-/// The twiddles of all levels but the last, into rFrame.pRowTwiddles.
+/// The twiddles of a row, into rFrame.pRowTwiddles.
 void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
     double* p = rFrame.pRowTwiddles;
-    for (uint32_t uLevel = 0, uNodes = 1; uLevel + 1 < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
+    for (uint32_t uLevel = 0, uNodes = 1; uLevel < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
         const CPoint Base = AllPoint(pBases[2 * uLevel], pBases[2 * uLevel + 1]);
         for (uint32_t i = 0; i < uNodes; i += kLanes, p += kTwiddleDoubles * kLanes) {
             const CTwiddles Twiddles = MakeTwiddles(Base, rFrame.pNodeTwiddles + 2 * i);
@@ -176,13 +176,13 @@ bool Rows(const CStepFrame& rFrame) {
         const double* const pBases = rFrame.pRowBases + 2 * uLevels * uRow;
         PrepareRow(rFrame, pBases);
         Touch(rFrame);
-        for (uint32_t i = 0; i + 1 < uLevels; ++i) {
+        for (uint32_t i = 0; i < uLevels; ++i) {
             RowForward(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
             Touch(rFrame);
         }
-        SquareRow(rFrame, pRow, pLevels[uLevels - 2]);
+        SquareRow(rFrame, pRow, pLevels[uLevels - 1]);
         Touch(rFrame);
-        for (uint32_t i = uLevels - 1; i-- > 0;) {
+        for (uint32_t i = uLevels; i-- > 0;) {
             RowInverse(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
             Touch(rFrame);
         }

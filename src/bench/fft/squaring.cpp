@@ -21,12 +21,14 @@ std::unique_ptr<CSquaring> CSquaring::Make(std::shared_ptr<const CTables> pTable
     std::unique_ptr<CSquaring> pSquaring(new (std::nothrow) CSquaring(std::move(pTables)));
     if (!pSquaring) return nullptr;
     pSquaring->m_pMemory.reset(new (std::nothrow) CAlignedMemory);
-    const bool bRetCode = pSquaring->m_pMemory && pSquaring->m_pMemory->Allocate(pSquaring->m_pTables->WorkDoubles());
+    const bool bRetCode =
+        pSquaring->m_pMemory && pSquaring->m_pMemory->Allocate(CTables::WorkDoubles(pSquaring->Size().uWords));
     return bRetCode ? std::move(pSquaring) : nullptr;
 }
 
 CSquaring::CSquaring(std::shared_ptr<const CTables> pTables) : m_pTables(std::move(pTables)) {}
 CSquaring::~CSquaring() = default;
+size_t CSquaring::Bytes(uint32_t uWords) { return CTables::WorkDoubles(uWords) * sizeof(double); }
 
 const CSize& CSquaring::Size() const { return m_pTables->m_Size; }
 double& CSquaring::_Digit(uint32_t uDigit) const { return m_pMemory->m_Doubles[m_pTables->Place(uDigit)]; }
