@@ -21,12 +21,14 @@ std::unique_ptr<CSquaring> CSquaring::Make(std::shared_ptr<const CTables> pTable
     std::unique_ptr<CSquaring> pSquaring(new (std::nothrow) CSquaring(std::move(pTables)));
     if (!pSquaring) return nullptr;
     pSquaring->m_pMemory.reset(new (std::nothrow) CAlignedMemory);
-    const bool bRetCode = pSquaring->m_pMemory && pSquaring->m_pMemory->Allocate(pSquaring->m_pTables->WorkDoubles());
+    const bool bRetCode =
+        pSquaring->m_pMemory && pSquaring->m_pMemory->Allocate(CTables::WorkDoubles(pSquaring->Size().uWords));
     return bRetCode ? std::move(pSquaring) : nullptr;
 }
 
 CSquaring::CSquaring(std::shared_ptr<const CTables> pTables) : m_pTables(std::move(pTables)) {}
 CSquaring::~CSquaring() = default;
+size_t CSquaring::Bytes(uint32_t uWords) { return CTables::WorkDoubles(uWords) * sizeof(double); }
 
 const CSize& CSquaring::Size() const { return m_pTables->m_Size; }
 double& CSquaring::_Digit(uint32_t uDigit) const { return m_pMemory->m_Doubles[m_pTables->Place(uDigit)]; }
@@ -60,14 +62,14 @@ void CSquaring::Digits(std::span<double> Digits) const {
 /// The digits' polynomial at the root, from memory. False: stopped.
 bool CSquaring::_Evaluate(const std::atomic<bool>& rStop, uint64_t& rullChecksum) const {
     const CResidues& rResidues = m_pTables->m_Residues;
-    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, kBlockColumns);
+    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, m_pTables->m_uBlockColumns);
     rullChecksum = 0;
-    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= kBlockColumns) {
+    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= m_pTables->m_uBlockColumns) {
         if (uEnd % 4096 == 0 && rStop.load(std::memory_order_relaxed)) return false;
         int64_t llSum = 0;
-        for (uint32_t i = 0; i < kBlockColumns; ++i)
-            llSum += static_cast<int64_t>(_Digit(uEnd - kBlockColumns + i)) *
-                     static_cast<int64_t>(m_pTables->m_pColumnWeights[i]);
+        for (uint32_t i = 0; i < m_pTables->m_uBlockColumns; ++i)
+            llSum += static_cast<int64_t>(_Digit(uEnd - m_pTables->m_uBlockColumns + i)) *
+                     static_cast<int64_t>(m_pTables->m_pColumnWeights[i * m_pTables->m_uLanes]);
         rullChecksum = rResidues.Add(rResidues.Multiply(rullChecksum, ullBlockRoot), rResidues.Of(llSum));
     }
     return true;
@@ -87,6 +89,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     const CTables& rTables = *m_pTables;
     CStepFrame Frame{};
     Frame.Shape = rTables.m_Shape;
+    Frame.uBlockColumns = rTables.m_uBlockColumns, Frame.uSumColumns = rTables.m_uSumColumns;
     Frame.pWork = m_pMemory->m_Doubles.data();
     Frame.pCarries = Frame.pWork + rTables.m_uRowDoubles * rTables.m_Shape.uRows;
     Frame.pRowTwiddles = Frame.pCarries + 2 * rTables.m_Shape.uRows;
@@ -95,10 +98,11 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.pNodeTwiddles = rTables.m_pNodeTwiddles;
     Frame.pRowWeights = rTables.m_pRowWeights;
     Frame.pColumnWeights = rTables.m_pColumnWeights;
-    Frame.dScale = 2.0 / Size().uWords;
+    Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
-    Frame.dBlockRoot = rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, kBlockColumns));
+    Frame.dBlockRoot =
+        rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, m_pTables->m_uBlockColumns));
     Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 4 * (rTables.m_Shape.uRows / 4) > 0x1p52;
     Frame.pOwner = &Owner;
     Frame.pGoesOn = [](void* p) { return !static_cast<COwner*>(p)->rStop.load(std::memory_order_relaxed); };
@@ -109,7 +113,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
         };
     if (!(rTables.m_ePath == EPath::kAvx2 ? g_StepAvx2 : g_StepSse2)(Frame, m_bChecks)) return false;
     if (Frame.bCarriesLeft) _CarryFurther(Frame);
-    m_dRoundOff = Frame.dRoundOff;
+    m_dRoundOff = std::sqrt(Frame.dRoundOff);
     const bool bRetCode = !m_bChecks || _Check(Frame, rFinding);
     ++m_uStep;
     return bRetCode;
@@ -147,14 +151,18 @@ bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
     const auto Total = [&](const double(&dSums)[2][kMaxLanes]) {
         uint64_t ullTotal[2] = {};
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-            for (const double dSum : dSums[uHalf])
+            for (const double dSum : dSums[uHalf]) {
+                if (!(std::fabs(dSum) < 0x1p53)) return rResidues.m_ullPrime;  // no number any more: equals no residue
                 ullTotal[uHalf] = rResidues.Add(ullTotal[uHalf], rResidues.Of(static_cast<int64_t>(dSum)));
+            }
         return rResidues.Add(ullTotal[0], rResidues.Multiply(ullTotal[1], ullImaginary));
     };
     const uint64_t ullDigits = Total(rFrame.Sums.dDigits), ullCarries = Total(rFrame.Sums.dCarries);
     // A carry takes 2^bits from its digit and gives one to the next: root - 2^bits at its digit.
     const uint64_t ullCarry = rResidues.Add(uint64_t{1} << Size().uBits, rResidues.m_ullPrime - m_pTables->m_ullRoot);
-    const uint64_t ullFound = rResidues.Add(ullDigits, rResidues.Multiply(ullCarries, ullCarry));
+    const bool bNumbers = std::max(ullDigits, ullCarries) < rResidues.m_ullPrime;
+    const uint64_t ullFound =
+        bNumbers ? rResidues.Add(ullDigits, rResidues.Multiply(ullCarries, ullCarry)) : rResidues.m_ullPrime;
     const uint64_t ullExpected = rResidues.Add(rResidues.Multiply(m_ullChecksum, m_ullChecksum), 1);
     m_ullChecksum = ullDigits;
     if (!(m_dRoundOff <= m_pTables->m_dRoundOffLimit))
