@@ -128,6 +128,12 @@ TEST_F(CTestCenterTest, ReportsWaitInOrderUntilTheyAreFetched) {
     size_t uWaiting = 0;
     while (m_rCenter.GetNextError()) ++uWaiting;
     EXPECT_EQ(uWaiting, vxt::CTestErrors::kMost) << "a host that fetches none does not run out of memory";
+
+    rFirst.m_pReportError(&rFirst, 9);
+    rFirst.m_pReportResult(&rFirst, 1);
+    m_rCenter.Clear();
+    EXPECT_EQ(m_rCenter.GetNextError(), nullptr);
+    EXPECT_EQ(m_rCenter.GetNextResult(), nullptr);
 }
 
 TEST_F(CTestCenterTest, WhatFailsIsDroppedAndLogged) {
@@ -312,6 +318,7 @@ TEST_F(CStressTest, AStopEndsOnePass) {
     EXPECT_FALSE(m_rCenter.IsRunning());
     EXPECT_EQ(Codes(), Lines{}) << "a pass that was cut short is no error";
 
+    EXPECT_TRUE(m_rCenter.StopTestCase(pInteger));
     m_rCenter.RunTestCase(pInteger);
     EXPECT_EQ(Passes(), 1) << "an earlier stop does not cut a later pass";
     for (uint32_t u = 0; u < m_rCenter.GetTestCaseCount(); ++u) m_rCenter.SetTestCaseRepeat(static_cast<int32_t>(u), 0);
