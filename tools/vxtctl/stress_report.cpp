@@ -40,9 +40,9 @@ constexpr CCheckRow kChecks[] = {
     {vxtapi::kTestErrorSquares, "squares", "sum of quotients of squares, 64-bit"},
     {vxtapi::kTestErrorAlternating, "alternating", "alternating sum, 32-bit"},
     {vxtapi::kTestErrorRoundOff, "round_off", "round-off"},
-    {vxtapi::kTestErrorStepChecksum, "step_checksum", "checksum within a step"},
-    {vxtapi::kTestErrorPassChecksum, "pass_checksum", "checksum at the end of the pass"},
-    {vxtapi::kTestErrorDigit, "digit", "digit that no carry can leave"},
+    {vxtapi::kTestErrorChecksum, "checksum", "checksum of the square"},
+    {vxtapi::kTestErrorKeptDigits, "kept_digits", "digits kept in memory"},
+    {vxtapi::kTestErrorDigitRange, "digit_range", "digit that no step writes"},
     {0, "other", "a check that is not known here"},
 };
 const CCheckRow& g_Check(uint32_t uCode) {
@@ -61,6 +61,7 @@ std::string g_CoreName(uint32_t uCore) { return "core " + std::to_string(uCore);
 std::optional<double> g_Finite(double d) { return std::isfinite(d) ? std::optional(d) : std::nullopt; }
 
 bool g_Compares(const TestError& rError) { return rError.ullExpected != rError.ullFound; }
+bool g_HasPlace(const TestError& rError) { return rError.uSize && rError.uPlace != vxtapi::kNoPlace; }
 
 /// What was wrong, and where in the computation.
 std::string g_What(const TestError& rError) {
@@ -68,14 +69,14 @@ std::string g_What(const TestError& rError) {
     const auto Add = [&sText](const std::string& sPart) { sText += (sText.empty() ? "" : ", ") + sPart; };
     if (rError.uSize) Add(g_Count(rError.uSize, "word", "s"));
     if (rError.ullIteration) Add("step " + std::to_string(rError.ullIteration));
-    if (rError.uPlace) Add("word " + std::to_string(rError.uPlace));
+    if (g_HasPlace(rError)) Add("word " + std::to_string(rError.uPlace));
     if (rError.dRoundOffLimit > 0)
         Add("round-off " + (g_Finite(rError.dRoundOff) ? g_Trimmed(rError.dRoundOff, 6) : "not a number") +
             ", at most " + g_Trimmed(rError.dRoundOffLimit, 6));
     if (g_Compares(rError))
         Add("expected " + vxttools::g_Hex(rError.ullExpected, kDigits) + ", found " +
-            vxttools::g_Hex(rError.ullFound, kDigits) + ", bits that differ " +
-            vxttools::g_Hex(rError.ullExpected ^ rError.ullFound, kDigits));
+            vxttools::g_Hex(rError.ullFound, kDigits));
+    if (rError.ullBits) Add("bits that differ " + vxttools::g_Hex(rError.ullBits, kDigits));
     if (rError.uSeenBefore > 0)
         Add("the same place has failed alike " + g_Count(rError.uSeenBefore, "time", "s") +
             " before: software is the likelier cause");
@@ -232,7 +233,7 @@ std::string g_StressErrorLine(const TestError& rError) {
 }
 
 CJson g_ToJson(const TestError& rError) {
-    const auto Bits = [&](uint64_t ull) { return g_Compares(rError) ? CJson(vxttools::g_Hex(ull, kDigits)) : nullptr; };
+    const auto Bits = [](bool bKnown, uint64_t ull) { return bKnown ? CJson(vxttools::g_Hex(ull, kDigits)) : nullptr; };
     const auto OrNull = [](uint64_t ull) { return ull ? CJson(ull) : nullptr; };
     const bool bRoundOff = rError.dRoundOffLimit > 0;
     return {{"core", g_DevicePath(vxtapi::kDeviceCpu, rError.uCore)},
@@ -242,12 +243,12 @@ CJson g_ToJson(const TestError& rError) {
             {"pass", rError.ullPass},
             {"size", OrNull(rError.uSize)},
             {"iteration", OrNull(rError.ullIteration)},
-            {"place", OrNull(rError.uPlace)},
+            {"place", g_HasPlace(rError) ? CJson(rError.uPlace) : nullptr},
             {"round_off", vxttools::g_ToJson(bRoundOff ? g_Finite(rError.dRoundOff) : std::nullopt)},
             {"round_off_limit", bRoundOff ? CJson(rError.dRoundOffLimit) : nullptr},
-            {"expected", Bits(rError.ullExpected)},
-            {"found", Bits(rError.ullFound)},
-            {"bits", Bits(rError.ullExpected ^ rError.ullFound)},
+            {"expected", Bits(g_Compares(rError), rError.ullExpected)},
+            {"found", Bits(g_Compares(rError), rError.ullFound)},
+            {"bits", Bits(rError.ullBits != 0, rError.ullBits)},
             {"seen_before", rError.uSeenBefore},
             {"seconds", vxttools::g_ToJson(g_Finite(rError.dSeconds))}};
 }

@@ -127,7 +127,8 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
     for (uint32_t uStream = 0; uStream < 2 * rShape.uRows; ++uStream) {
         const uint32_t uHalf = uStream / rShape.uRows, uRow = uStream % rShape.uRows, k = uRow / uChild;
         double dCarry = rFrame.pCarries[(2 * (uRow % uChild * (uRadix / 4) + k / 4) + uHalf) * 4 + k % 4];
-        for (uint32_t uDigit = uStream * rShape.uColumns + 4; dCarry != 0; ++uDigit) {
+        // What a failing core made of it may be no finite number, which no digit ever takes up: the checks tell.
+        for (uint32_t uDigit = uStream * rShape.uColumns + 4; dCarry != 0 && std::isfinite(dCarry); ++uDigit) {
             if (uDigit == Size().uWords) uDigit = 0, dCarry = -dCarry;
             double& rdDigit = _Digit(uDigit);
             const double dSum = rdDigit + dCarry, dNew = dSum - std::nearbyint(dSum / rFrame.dBase) * rFrame.dBase;
