@@ -51,8 +51,8 @@ public:
     virtual bool Init() = 0;         ///< slot 4: makes the computations; for the library alone
     virtual bool Uninit() = 0;       ///< slot 5: deletes them; for the library alone
     virtual void Destroy() = 0;      ///< slot 6: deletes the tester; for the library alone
-    /// Slot 7: digits of a long decimal sequence. Kept: 1000 D/s when a run takes 1 s or less, so that every processor of
-    /// today scores 1000; GetSeconds tells them apart.
+    /// Slot 7: the first 10,000 decimal digits of pi. Kept: 1000 D/s when a run takes 1 s or less, so that fast processors
+    /// all score 1000; GetSeconds tells them apart.
     virtual CComputation* GetIntegerComputation() = 0;
     virtual CComputation* GetFloatingPointComputation() = 0;  ///< slot 8: the Whetstone benchmark
 
@@ -65,8 +65,8 @@ class CCacheTester : public CTester {
 public:
     virtual bool GetReserved() = 0;        ///< slot 3: false
     virtual bool GetSecondReserved() = 0;  ///< slot 4: false
-    virtual float
-    MeasureReadBandwidth() = 0;           ///< slot 5: MB/s of 32-bit loads from the first-level cache; 0: no memory
+    /// Slot 5: MB/s of 32-bit loads from the first-level cache; 0: no memory. Reads 16 GiB: a fraction of a second up to a few.
+    virtual float MeasureReadBandwidth() = 0;
     virtual uint32_t GetCacheSize() = 0;  ///< slot 6: KiB of second-level cache (CPUID 80000006h); 0: not told
     virtual uint32_t GetLineSize() = 0;   ///< slot 7: bytes of its lines; 0: not told
 
@@ -74,13 +74,16 @@ protected:
     ~CCacheTester() = default;
 };
 
-/// Identifier 4. MB are 1024 * 1024 bytes; the region is several times as large as the caches.
+/// Identifier 4. MB are 1024 * 1024 bytes; the region is several times as large as the caches, 64 to 256 MiB. Where memory is
+/// short it is smaller, but never less than twice the caches.
 class CMemoryTester : public CTester {
 public:
-    virtual bool GetReserved() = 0;             ///< slot 3: false
-    virtual bool GetSecondReserved() = 0;       ///< slot 4: false
-    virtual float MeasureReadBandwidth() = 0;   ///< slot 5: MB/s; 0: no memory
-    virtual float MeasureWriteBandwidth() = 0;  ///< slot 6: MB/s; 0: no memory
+    virtual bool GetReserved() = 0;        ///< slot 3: false
+    virtual bool GetSecondReserved() = 0;  ///< slot 4: false
+    /// Slot 5: MB/s of loads as wide as a pointer, by the calling thread alone; 0: no memory. About 0.3 s, and the time to
+    /// fill the region.
+    virtual float MeasureReadBandwidth() = 0;
+    virtual float MeasureWriteBandwidth() = 0;  ///< slot 6: the same of stores
 
 protected:
     ~CMemoryTester() = default;

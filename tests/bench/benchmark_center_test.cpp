@@ -80,6 +80,8 @@ TEST_F(CBenchmarkCenterTest, WhatWasMadeBeforeMemoryRanOutStaysAndTheNextStartMa
     vxttest::CAllocationFault Fault(ullGood);
     EXPECT_TRUE(m_Center.Init());
     EXPECT_FALSE(Fault.HasFailed());
+    vxttest::CAllocationFault NoMemory(0);
+    EXPECT_TRUE(m_Center.Init()) << "nothing is made anew";
 }
 
 }  // namespace
