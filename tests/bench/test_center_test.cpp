@@ -297,6 +297,7 @@ TEST_F(CStressTest, TheSamePlaceThatFailsAlikeIsCounted) {
     Error.uCore = 3;
     EXPECT_EQ(SeenBefore(7, 1), 1u) << "on another core";
     EXPECT_EQ(SeenBefore(7, 1), 2u);
+    EXPECT_EQ(SeenBefore(0, 1) + SeenBefore(0, 1), 0u) << "nobody knows where in the computation";
     Errors.Clear();
     EXPECT_EQ(SeenBefore(7, 1), 0u);
 }
