@@ -502,7 +502,6 @@ template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
     Touch(rFrame);
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
     CarryOver<kRadix, kChecks>(rFrame);
-    Touch(rFrame);
     return true;
 }
 
