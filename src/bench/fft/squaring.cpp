@@ -71,14 +71,14 @@ void CSquaring::Digits(std::span<double> Digits) const {
 /// The digits' polynomial at the root, from memory. False: stopped.
 bool CSquaring::_Evaluate(const std::atomic<bool>& rStop, uint64_t& rullChecksum) const {
     const CResidues& rResidues = m_pTables->m_Residues;
-    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, m_pTables->m_uBlockColumns);
+    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, kDigitWeights);
     rullChecksum = 0;
-    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= m_pTables->m_uBlockColumns) {
+    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= kDigitWeights) {
         if (uEnd % kDigitsAtOnce == 0 && rStop.load(std::memory_order_relaxed)) return false;
         int64_t llSum = 0;
-        for (uint32_t i = 0; i < m_pTables->m_uBlockColumns; ++i)
-            llSum += static_cast<int64_t>(_Digit(uEnd - m_pTables->m_uBlockColumns + i)) *
-                     static_cast<int64_t>(m_pTables->m_pColumnWeights[i * m_pTables->m_uLanes]);
+        for (uint32_t i = 0; i < kDigitWeights; ++i)
+            llSum += static_cast<int64_t>(_Digit(uEnd - kDigitWeights + i)) *
+                     static_cast<int64_t>(m_pTables->m_pDigitWeights[i]);
         rullChecksum = rResidues.Add(rResidues.Multiply(rullChecksum, ullBlockRoot), rResidues.Of(llSum));
     }
     return true;
@@ -107,11 +107,14 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.pNodeTwiddles = rTables.m_pNodeTwiddles;
     Frame.pRowWeights = rTables.m_pRowWeights;
     Frame.pColumnWeights = rTables.m_pColumnWeights;
+    Frame.pDigitWeights = rTables.m_pDigitWeights;
     Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
-    Frame.dBlockRoot =
-        rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, m_pTables->m_uBlockColumns));
+    const auto Root = [&](uint64_t ullPower) {
+        return rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, ullPower));
+    };
+    Frame.dBlockRoot = Root(rTables.m_uBlockColumns), Frame.dDigitRoot = Root(kDigitWeights);
     Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 4 * (rTables.m_Shape.uRows / 4) > 0x1p52;
     Frame.pOwner = &Owner;
     Frame.pGoesOn = [](void* p) { return !static_cast<COwner*>(p)->rStop.load(std::memory_order_relaxed); };
@@ -156,7 +159,7 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
     }
 }
 
-/// The step's two checks: what it wrote is x^2 + 1 at the root, and came out of the transform near to integers.
+/// The step's two checks: what lies in memory is x^2 + 1 at the root, and came out of the transform near to integers.
 bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
     const CResidues& rResidues = m_pTables->m_Residues;
     const uint64_t ullImaginary = rResidues.Power(m_pTables->m_ullRoot, Size().uWords / 2);
