@@ -167,7 +167,8 @@ bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
         uint64_t ullTotal[2] = {};
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
             for (const double dSum : dSums[uHalf]) {
-                if (!(std::fabs(dSum) < 0x1p53)) return rResidues.m_ullPrime;  // no number any more: equals no residue
+                if (!(std::fabs(dSum) < 0x1p53) || dSum != std::nearbyint(dSum))
+                    return rResidues.m_ullPrime;  // equals no residue
                 ullTotal[uHalf] = rResidues.Add(ullTotal[uHalf], rResidues.Of(static_cast<int64_t>(dSum)));
             }
         return rResidues.Add(ullTotal[0], rResidues.Multiply(ullTotal[1], ullImaginary));
