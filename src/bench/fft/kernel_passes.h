@@ -296,67 +296,50 @@ struct CCarrying {
     }
 };
 
-/// What the digits and the carries of kRowGroup rows add to the checksum, unreduced.
-struct CGroupSums {
-    CVector Digits[kParts], Carries[kParts];
+/// What the carries of kRowGroup rows add to the checksum.
+struct CCarrySums {
+    CVector Parts[kParts];
 };
 
 /// Turns one line of kRowGroup rows, integers, into digits: kLanes columns after one another, the rows side by side.
-template <bool kChecks, bool kAgain>
+template <bool kChecks>
 VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector* pRows, CVector* pCarry, const double* pWeights,
-                                 CGroupSums& rSums) {
+                                 CCarrySums& rSums) {
     for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
         CVector* const p = pRows + uPart * kLanes;
         CVector::Transpose(p);
         for (uint32_t i = 0; i < kLanes; ++i) {
             const CVector Sum = p[i] + pCarry[uPart];
-            const CVector Carry = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
-            const CVector Digit = CVector::SubMul(Sum, Carry, rCarrying.Base);
-            pCarry[uPart] = Carry;
-            if constexpr (kChecks) {
-                const CVector Weight = CVector::Load(pWeights + i * kLanes);
-                const CVector Counted = kAgain ? Digit - p[i] : Digit;  // what was there has been counted
-                rSums.Digits[uPart] = CVector::MulAdd(Counted, Weight, rSums.Digits[uPart]);
-                rSums.Carries[uPart] = CVector::MulAdd(Carry, Weight, rSums.Carries[uPart]);
-            }
-            p[i] = Digit;
+            pCarry[uPart] = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
+            p[i] = CVector::SubMul(Sum, pCarry[uPart], rCarrying.Base);
+            if constexpr (kChecks)
+                rSums.Parts[uPart] =
+                    CVector::MulAdd(pCarry[uPart], CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
         }
         CVector::Transpose(p);
     }
 }
 
-/// The sums of a block's groups, weighted by row.
-struct CBlockSums {
-    CVector Digits[2][kParts], Carries[2][kParts];
-};
-
-VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarrying, const CGroupSums& rSums,
-                               const double* pRowWeights, uint32_t uHalf, CBlockSums& rBlock) {
+/// Adds a group's sums, weighted by row, to those of a block.
+VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarrying, const CCarrySums& rSums,
+                               const double* pRowWeights, CCarrySums& rBlock) {
     for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
         const CVector Weight = CVector::Load(pRowWeights + uPart * kLanes);
-        CVector Digits = CVector::MulAdd(rCarrying.Reduce(rSums.Digits[uPart]), Weight, rBlock.Digits[uHalf][uPart]);
-        CVector Carries = CVector::MulAdd(rCarrying.Reduce(rSums.Carries[uPart]), Weight, rBlock.Carries[uHalf][uPart]);
-        if (rFrame.bReduceOften) Digits = rCarrying.Reduce(Digits), Carries = rCarrying.Reduce(Carries);
-        rBlock.Digits[uHalf][uPart] = Digits, rBlock.Carries[uHalf][uPart] = Carries;
+        const CVector Sum = CVector::MulAdd(rCarrying.Reduce(rSums.Parts[uPart]), Weight, rBlock.Parts[uPart]);
+        rBlock.Parts[uPart] = rFrame.bReduceOften ? rCarrying.Reduce(Sum) : Sum;
     }
 }
 
-/// Adds a block's sums to the step's, weighted by the power of the root that the block begins with.
-VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CBlockSums& rBlock, double dRoot,
+/// Adds a block's sums, real and imaginary parts, to the step's, weighted by the power of the root that the block begins with.
+VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CCarrySums* pBlock, double dRoot,
                                 vxt::fft::CLaneSums& rSums) {
-    const CVector Root = CVector::All(dRoot);
-    const auto Add = [&](CVector A, double* pSum) {
-        const CVector Product = rCarrying.Reduce(rCarrying.Reduce(A) * Root);
-        rCarrying.Reduce(Product + CVector::Load(pSum)).Store(pSum);
-    };
     for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
         for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
-            Add(rBlock.Digits[uHalf][uPart], rSums.dDigits[uHalf] + uPart * kLanes);
-            Add(rBlock.Carries[uHalf][uPart], rSums.dCarries[uHalf] + uPart * kLanes);
+            double* const pSum = rSums.dCarries[uHalf] + uPart * kLanes;
+            const CVector Product = rCarrying.Reduce(pBlock[uHalf].Parts[uPart]) * CVector::All(dRoot);
+            rCarrying.Reduce(rCarrying.Reduce(Product) + CVector::Load(pSum)).Store(pSum);
         }
 }
-
-constexpr CBlockSums kNothing{};
 
 /// The last inverse level of a block of columns, rounded.
 template <uint32_t kRadix, bool kChecks>
@@ -382,9 +365,9 @@ void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pB
         }
 }
 
-/// Carries through a block of columns, all groups of rows, and adds their digits to the checksum's sums.
+/// Carries through a block of columns, all groups of rows, and adds what they carry to the checksum's sums.
 template <uint32_t kRadix, bool kChecks>
-void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CBlockSums& rBlock) {
+void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
     for (uint32_t i = 0; i < uChild; ++i) {
@@ -395,22 +378,22 @@ void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pB
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart)
                     Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
         for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
-            CGroupSums Sums[kGroups][2] = {};
+            CCarrySums Sums[kGroups][2] = {};
             for (uint32_t j = uBegin; j < uBegin + uSum; j += kLanes)
                 for (uint32_t g = 0; g < kGroups; ++g)
                     for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
                         double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
                         CVector Rows[kRowGroup];
                         for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                        CarryLine<kChecks, false>(rCarrying, Rows, Carries[g][uHalf],
-                                                  rFrame.pColumnWeights + j * kLanes, Sums[g][uHalf]);
+                        CarryLine<kChecks>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j * kLanes,
+                                           Sums[g][uHalf]);
                         for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                     }
             if constexpr (kChecks)
                 for (uint32_t g = 0; g < kGroups; ++g)
                     for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
                         AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup,
-                                uHalf, rBlock);
+                                pSums[uHalf]);
         }
         for (uint32_t g = 0; g < kGroups; ++g)
             for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
@@ -432,7 +415,7 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
         Touch(rFrame);
         RoundBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, RoundOff);
         Touch(rFrame);
-        CBlockSums Block = kNothing;
+        CCarrySums Block[2] = {};
         CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block);
         if constexpr (kChecks) {
             AddBlock(Carrying, Block, dRoot, rFrame.Sums);
@@ -465,7 +448,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
     for (uint32_t k = 1; k < kRadix; ++k)
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) dLast[k][uHalf] = Carried(k * uChild - 1, uHalf);
     dLast[0][0] = dTop, dLast[0][1] = dMiddle;
-    CBlockSums Block = kNothing;
+    CCarrySums Block[2] = {};
     bool bLeft = false;
     for (uint32_t i = uChild; i-- > 0;)
         for (uint32_t g = 0; g < kGroups; ++g)
@@ -476,12 +459,12 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     dIn[k] = i == 0 ? dLast[g * kRowGroup + k][uHalf] : (pOut - kGroups * 2 * kRowGroup)[k];
                 CVector Carry[kParts];
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) Carry[uPart] = CVector::Load(dIn + uPart * kLanes);
-                CGroupSums Sums{};
+                CCarrySums Sums{};
                 for (uint32_t j = 0; j < kRowGroup; j += kLanes) {
                     double* const p = rFrame.pWork + (g * kRowGroup * uChild + i) * uRow + 2 * j + uHalf * kLanes;
                     CVector Rows[kRowGroup];
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks, true>(Carrying, Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums);
+                    CarryLine<kChecks>(Carrying, Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums);
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                 }
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
@@ -489,10 +472,37 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     Carry[uPart].Store(pOut + uPart * kLanes);
                 }
                 if constexpr (kChecks)
-                    AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf, Block);
+                    AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, Block[uHalf]);
             }
     if constexpr (kChecks) AddBlock(Carrying, Block, 1, rFrame.Sums);
     rFrame.bCarriesLeft = bLeft;
+}
+
+/// The digits' share of the checksum, from memory: what went wrong since they were written counts too.
+bool ReadBack(CStepFrame& rFrame) {
+    constexpr uint32_t kBlock = vxt::fft::kDigitWeights;
+    const CCarrying Carrying(rFrame);
+    const CVector Root = CVector::All(rFrame.dDigitRoot);
+    CVector Sums[2] = {};
+    for (uint32_t uRow = rFrame.Shape.uRows; uRow-- > 0;) {
+        if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
+        for (uint32_t uColumn = rFrame.Shape.uColumns; uColumn > 0; uColumn -= kBlock) {
+            const double* p = rFrame.pWork + uRow * RowDoubles(rFrame) + 2 * (uColumn - kBlock);
+            CPoint Even{}, Odd{};
+            for (uint32_t i = 0; i < kBlock; i += 2 * kLanes, p += 2 * kLine) {
+                const CVector First = CVector::Load(rFrame.pDigitWeights + i);
+                const CVector Second = CVector::Load(rFrame.pDigitWeights + i + kLanes);
+                const CPoint z0 = LoadPoint(p), z1 = LoadPoint(p + kLine);
+                Even = {CVector::MulAdd(z0.Re, First, Even.Re), CVector::MulAdd(z0.Im, First, Even.Im)};
+                Odd = {CVector::MulAdd(z1.Re, Second, Odd.Re), CVector::MulAdd(z1.Im, Second, Odd.Im)};
+            }
+            const CPoint Block = Even + Odd;
+            Sums[0] = Carrying.Reduce(CVector::MulAdd(Sums[0], Root, Block.Re));
+            Sums[1] = Carrying.Reduce(CVector::MulAdd(Sums[1], Root, Block.Im));
+        }
+    }
+    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) Sums[uHalf].Store(rFrame.Sums.dDigits[uHalf]);
+    return true;
 }
 
 template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
@@ -503,7 +513,7 @@ template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
     CarryOver<kRadix, kChecks>(rFrame);
     Touch(rFrame);
-    return true;
+    return !kChecks || ReadBack(rFrame);
 }
 
 VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, bool bChecks) {

@@ -35,9 +35,8 @@ struct CFinding {
     double dRoundOff = 0;            ///< largest distance of a coefficient from its integer in this step, 0 to 0.5
     double dRoundOffLimit = 0;       ///< what this size is allowed
     uint64_t ullExpected = 0;        ///< checksum, of the checks that have one; kDigitRange: the largest digit allowed
-    uint64_t ullFound = 0;           ///< kDigitRange: the digit's size
+    uint64_t ullFound = 0;           ///< kDigitRange: the double that lies there, bit by bit
     uint32_t uPlace = kUnknownWord;  ///< word, where the check tells one
-    uint64_t ullBits = 0;  ///< by which a double in memory differs from what it should be, where known; else 0
 };
 
 /// Reaches into a number in work, between the stages of a step: how tests and a simulated processor make arithmetic go

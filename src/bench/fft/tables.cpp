@@ -107,12 +107,14 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
     const size_t uRowBases = g_Rounded(2 * size_t{rShape.uLevels} * rShape.uRows), uNodes = rForm.uColumns / 8;
     const size_t uRowWeights = g_Rounded(rShape.uRows), uColumnWeights = rTables.m_uBlockColumns * rTables.m_uLanes;
-    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + uColumnWeights)) return nullptr;
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + uColumnWeights + kDigitWeights))
+        return nullptr;
     rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
     rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
     rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
     rTables.m_pRowWeights = rTables.m_pNodeTwiddles + uNodes;
     rTables.m_pColumnWeights = rTables.m_pRowWeights + uRowWeights;
+    rTables.m_pDigitWeights = rTables.m_pColumnWeights + uColumnWeights;
     rTables._FillTwiddles();
     rTables._FillWeights();
     return pTables;
@@ -165,6 +167,8 @@ void CTables::_FillWeights() {
     }
     for (uint32_t i = 0; i < m_uBlockColumns * m_uLanes; ++i)
         m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i / m_uLanes));
+    for (uint32_t i = 0; i < kDigitWeights; ++i)
+        m_pDigitWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i));
     const uint32_t uRadix = std::countr_zero(m_Shape.uRows) % 2 == 0 ? 4 : 8, uChild = m_Shape.uRows / uRadix;
     for (uint32_t k = 0; k < uRadix; ++k)
         for (uint32_t i = 0; i < uChild; ++i)

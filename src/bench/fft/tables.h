@@ -51,7 +51,7 @@ public:
     CAlignedMemory m_Memory;
     // Parts of m_Memory; kernel.h tells their order.
     double *m_pColumnTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr, *m_pRowWeights = nullptr,
-           *m_pColumnWeights = nullptr;
+           *m_pColumnWeights = nullptr, *m_pDigitWeights = nullptr;
 
 private:
     void _FillTwiddles();
