@@ -50,7 +50,10 @@ constexpr struct {
     const char* pszName;
     uint32_t uWords;
     double dGoal, dGoalSse2;
-} kRows[] = {{"64 Kbit", 1 << 12, 1.0, 0.7}, {"1 Mbit", 1 << 16, 1.0, 0.7}, {"8 Mbit", 1 << 19, 1.0, 0.7}, {"64 Mbit", 1 << 22, 0.8, 0.7}};
+} kRows[] = {{"64 Kbit", 1 << 12, 1.0, 0.7},
+             {"1 Mbit", 1 << 16, 1.0, 0.7},
+             {"8 Mbit", 1 << 19, 1.0, 0.7},
+             {"64 Mbit", 1 << 22, 0.8, 0.7}};
 
 bool Compare() {
     bool bReached = true;
@@ -70,8 +73,8 @@ bool Compare() {
             std::fprintf(stderr, "%s: the two sides differ\n", pszName);
             std::exit(1);
         }
-        const auto Times = BestOf([&] { Fftw.Step(); }, [&] { Step(*pBest); }, [&] { Step(*pPlain); },
-                                  [&] { Step(*pUnchecked); });
+        const auto Times =
+            BestOf([&] { Fftw.Step(); }, [&] { Step(*pBest); }, [&] { Step(*pPlain); }, [&] { Step(*pUnchecked); });
         const double dRatio = Times[0] / Times[1], dRatioSse2 = Times[0] / Times[2];
         bReached = bReached && dRatio >= dGoal && dRatioSse2 >= dGoalSse2;
         std::printf("%-8s %8u %4u  %11.2f %11.2f %6.2fx %4.1fx  %11.2f %6.2fx %4.1fx  %6.1f%%\n", pszName, uWords,
@@ -101,8 +104,8 @@ void StopLatency(EPath ePath, const char* pszName) {
         Latencies.push_back(Seconds(Ended - Asked) * 1e3);
     }
     std::ranges::sort(Latencies);
-    std::printf("%s: a pass of %u words ends after a stop request in %.3f ms (median), %.3f ms (longest of %zu)\n", pszName,
-                kWords, Latencies[Latencies.size() / 2], Latencies.back(), Latencies.size());
+    std::printf("%s: a pass of %u words ends after a stop request in %.3f ms (median), %.3f ms (longest of %zu)\n",
+                pszName, kWords, Latencies[Latencies.size() / 2], Latencies.back(), Latencies.size());
 }
 
 }  // namespace

@@ -38,8 +38,7 @@ public:
     }
 
     void Load(std::span<const double> Digits) {
-        for (uint32_t i = 0; i < m_uPoints; ++i)
-            m_pPoints[i][0] = Digits[i], m_pPoints[i][1] = Digits[i + m_uPoints];
+        for (uint32_t i = 0; i < m_uPoints; ++i) m_pPoints[i][0] = Digits[i], m_pPoints[i][1] = Digits[i + m_uPoints];
         for (uint32_t i = 0; i < m_uPoints; i += kChunk) _PutOn(i);
     }
     void Digits(std::span<double> Digits) const {
@@ -138,8 +137,10 @@ private:
                     rCarry = _mm256_sub_pd(_mm256_fmadd_pd(Sum, BaseInverse, Magic), Magic);
                     Values[k] = _mm256_fnmadd_pd(rCarry, Base, Sum);
                 }
-                const __m256d re01 = _mm256_unpacklo_pd(Values[0], Values[1]), re23 = _mm256_unpackhi_pd(Values[0], Values[1]);
-                const __m256d im01 = _mm256_unpacklo_pd(Values[2], Values[3]), im23 = _mm256_unpackhi_pd(Values[2], Values[3]);
+                const __m256d re01 = _mm256_unpacklo_pd(Values[0], Values[1]),
+                              re23 = _mm256_unpackhi_pd(Values[0], Values[1]);
+                const __m256d im01 = _mm256_unpacklo_pd(Values[2], Values[3]),
+                              im23 = _mm256_unpackhi_pd(Values[2], Values[3]);
                 _mm256_store_pd(_At(j), _mm256_permute2f128_pd(re01, im01, 0x20));
                 _mm256_store_pd(_At(j + uQuarter), _mm256_permute2f128_pd(re23, im23, 0x20));
                 _mm256_store_pd(_At(j + 2 * uQuarter), _mm256_permute2f128_pd(re01, im01, 0x31));

@@ -57,12 +57,12 @@ struct TestError {
     uint32_t uCode;  ///< eTestError, or a host's own
     uint32_t uKind;
     uint32_t uCore;  ///< that the thread is pinned to, or kNoCore
-    uint32_t
-        uSeenBefore;   ///< times that this place of the computation had failed with the same wrong value, on any core:
-                       ///< hardware seldom errs twice alike, so from 1 on software is the likelier cause
-    uint32_t uSize;    ///< words of the number; 0 where there is none
-    uint32_t uPlace;   ///< word that is wrong, or kNoPlace
-    uint64_t ullPass;  ///< from 1, since the thread was started
+    /// Times that this step of the computation had failed with the same wrong value before, on any core: hardware seldom
+    /// errs twice alike, so from 1 on software is the likelier cause. 0 where `ullIteration` is.
+    uint32_t uSeenBefore;
+    uint32_t uSize;         ///< words of the number; 0 where there is none
+    uint32_t uPlace;        ///< word that is wrong, or kNoPlace
+    uint64_t ullPass;       ///< from 1, since the thread was started
     uint64_t ullIteration;  ///< floating point: step of the pass, from 1; 0 where there is none
     uint64_t ullExpected;   ///< sum or checksum; the same as `ullFound` where the check has none
     uint64_t ullFound;

@@ -1,9 +1,6 @@
 #include "bench/floating_point_test_case.h"
 
-#include <bit>
 #include <mutex>
-
-#include "platform/silicon.h"
 
 namespace vxt {
 
@@ -21,27 +18,6 @@ std::shared_ptr<const fft::CTables> g_ShareTables(size_t uSize) {
     if (!pTables) s_Tables[uSize] = pTables = fft::CSquaring::MakeTables(fft::kSizes[uSize].uWords, fft::g_BestPath());
     return pTables;
 }
-
-/// Puts what the core gets wrong into the number in work.
-class CSiliconHook final : public fft::CFaultHook {
-public:
-    void Touch(std::span<double> Work) override {
-        // Some milliseconds of work lie between two questions.
-        constexpr size_t kDoubles = size_t{1} << 20;
-        m_uTouched += Work.size();
-        if (m_uTouched < kDoubles) return;
-        m_uTouched = 0;
-        const uint64_t ullWrong = platform::SiliconFault();
-        if (ullWrong == 0) return;
-        m_ullPlace = m_ullPlace * 0x5851F42D4C957F2D + ullWrong;
-        double& rdWord = Work[static_cast<size_t>(m_ullPlace >> 16) % Work.size()];
-        rdWord = std::bit_cast<double>(std::bit_cast<uint64_t>(rdWord) ^ ullWrong);
-    }
-
-private:
-    size_t m_uTouched = 0;
-    uint64_t m_ullPlace = 1;
-};
 
 }  // namespace
 
@@ -70,11 +46,9 @@ bool CFloatingPointTestCase::_Compute() {
         CStressTestCase::_Report(Error);
         return false;
     }
-    CSiliconHook Silicon;
-    pNumber->SetFaultHook(&Silicon);
+    pNumber->SetFaultHook(&m_Silicon);
     fft::CFinding Finding;
     const bool bGood = pNumber->Pass(kSeed, _StopFlag(), Finding);
-    pNumber->SetFaultHook(nullptr);
     if (Finding.eCheck != fft::ECheck::kNone) _Report(Finding);
     if (!bGood && Finding.eCheck == fft::ECheck::kNone) return false;  // stopped
     m_uSize = (m_uSize + 1) % std::size(fft::kSizes);

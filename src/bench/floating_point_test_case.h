@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "bench/fft/squaring.h"
+#include "bench/silicon_hook.h"
 #include "bench/stress_test_case.h"
 
 namespace vxt {
@@ -13,7 +14,8 @@ namespace vxt {
 /// main memory and around again. A size always begins with the same number, so that errors in the same place can be told.
 class CFloatingPointTestCase final : public CStressTestCase {
 public:
-    explicit CFloatingPointTestCase(uint32_t uCore) : CStressTestCase(vxtapi::kTestFloatingPoint, uCore) {}
+    explicit CFloatingPointTestCase(uint32_t uCore)
+        : CStressTestCase(vxtapi::kTestFloatingPoint, uCore), m_Silicon(uCore) {}
 
 private:
     bool _Compute() override;
@@ -23,6 +25,7 @@ private:
 
     std::array<std::shared_ptr<const fft::CTables>, std::size(fft::kSizes)> m_Tables;  ///< shared with other cores
     std::unique_ptr<fft::CSquaring> m_pNumber;
+    CSiliconHook m_Silicon;
     size_t m_uSize = 0;  ///< of the next pass
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bench/opaque.h"
 #include "platform/silicon.h"
 
 namespace vxt {
@@ -12,11 +13,7 @@ constexpr uint32_t kEnd = 10'000'000;
 /// Numbers between two looks at the stop flag: a millisecond of divisions or less.
 constexpr uint32_t kBlock = 100'000;
 
-/// Takes away what the compiler knows of a value. Without it both sums become constants, and nothing is computed.
-template <class TValue> TValue g_Opaque(TValue Value) {
-    asm volatile("" : "+r"(Value));
-    return Value;
-}
+// The operands are opaque: both sums become constants otherwise, and nothing is computed.
 
 uint64_t g_AddQuotients(uint64_t ullSum, uint32_t uFirst, uint32_t uEnd) {
     for (uint32_t u = uFirst; u < uEnd; ++u) {

@@ -28,7 +28,8 @@ bool CTestErrors::Add(vxtapi::TestError Error) {
     const std::lock_guard Guard(m_Lock);
     return g_NoThrow([&] {
         const CSpot Spot(Error.uCode, Error.uSize, Error.ullIteration, Error.uPlace, Error.ullFound, Error.dRoundOff);
-        if (m_Spots.size() < kMost || m_Spots.contains(Spot)) Error.uSeenBefore = m_Spots[Spot]++;
+        const bool bIsKnown = Error.ullIteration != 0 && (m_Spots.size() < kMost || m_Spots.contains(Spot));
+        if (bIsKnown) Error.uSeenBefore = m_Spots[Spot]++;
         if (m_Waiting.size() < kMost) _Append(Error);
     });
 }

@@ -123,6 +123,41 @@ void g_CheckProfiles(CProfileSettgins* pProfiles) {
     g_Check("profiles 0: applied", pProfiles->ApplySettings(L"./foreign.xml") && !pProfiles->ApplySettings(L""));
 }
 
+/// A test case that the library runs on its own threads and deletes in the end.
+struct CForeignTestCase final : CTestCase {
+    uint32_t GetKind() override { return 1234; }
+    uint32_t Run(TestErrorCallback pReportError, TestResultCallback pReportResult) override {
+        pReportResult(this, 0.25 * ++uRuns);
+        pReportError(this, 77);
+        return 1;
+    }
+    void Stop() override { bStopped = true; }
+    void Destroy() override { bDestroyed = true; }
+
+    volatile uint32_t uRuns = 0;
+    volatile bool bStopped = false, bDestroyed = false;
+};
+
+void g_CheckTests(CTestCenter* pCenter, CForeignTestCase& rTestCase) {
+    g_Check("tests 5: two for each core", g_Call<uint32_t>(pCenter, 5) == 8);
+    g_Check("tests 3, 4: a host's own", g_Call<bool>(pCenter, 3, static_cast<CTestCase*>(&rTestCase), 2u, 1u) &&
+                                            pCenter->FindTestCase(1234, 1) == &rTestCase);
+    bool bOthersOff = true;
+    for (int32_t nIndex = 0; nIndex < 8; ++nIndex) bOthersOff &= g_Call<bool>(pCenter, 6, nIndex, 0u);
+    g_Check("tests 6: a number by index", bOthersOff && !pCenter->SetTestCaseRepeat(9, 0));
+    g_Call<void>(pCenter, 9);
+    while (g_Call<bool>(pCenter, 14)) {}
+    g_Check("tests 9, 14: started, and two passes later at its end", rTestCase.uRuns == 2);
+    const auto* const pError = g_Call<const TestError*>(pCenter, 11);
+    g_Check("tests 11: an error",
+            pError && pError->pTestCase == &rTestCase && pError->uCode == 77 && pError->uCore == 1);
+    const TestResult* const pResult = pCenter->GetNextResult();
+    g_Check("tests 12: the latest result", pResult && pResult->pTestCase == &rTestCase && pResult->dValue == 0.5);
+    g_Check("tests 1: a pass here", g_Call<uint32_t>(pCenter, 1, static_cast<CTestCase*>(&rTestCase)) == 1);
+    g_Call<void>(pCenter, 10);
+    g_Check("tests 10: stopped and forgotten", rTestCase.bStopped && !pCenter->GetNextError());
+}
+
 }  // namespace
 
 extern "C" void start() {
@@ -138,6 +173,7 @@ extern "C" void start() {
     g_Find(hLibrary, "GetDeviceManager", pGetManager), g_Find(hLibrary, "GetLog", pGetLog);
     g_Find(hLibrary, "GetPerformanceControl", pGetControl), g_Find(hLibrary, "GetProfileSettings", pGetProfiles);
 
+    CForeignTestCase TestCase;
     const bool bStarted = pInit(true);
     g_Check("the library starts", bStarted);
     CCPU* const pCpu = static_cast<CCPU*>(pGetManager()->GetDevice(kDeviceCpu, 2));
@@ -146,10 +182,12 @@ extern "C" void start() {
         g_CheckDevice(pCpu, pCpu);
         g_CheckCpu(pCpu, pCpu);
         g_CheckServices(pGetLog(), pGetLog(), pGetControl());
+        g_CheckTests(pGetControl()->GetTestCenter(), TestCase);
         g_CheckProfiles(pGetProfiles());
         g_Check("core 2 follows the profile", pCpu->GetCurrentMultiplier() == 11.5);
     }
     g_Check("core 2 is there", pCpu);
     g_Check("the library ends", pUnInit());
+    g_Check("and has deleted the host's test case", TestCase.bDestroyed);
     ExitProcess(s_nFailed != 0);
 }

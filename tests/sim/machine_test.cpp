@@ -172,6 +172,24 @@ TEST(Machine, TheApicTimerRunsInMemoryThatAClientSharesWithTheDriver) {
     EXPECT_EQ(Client.m_Machine.MappingCount(), 0u);
 }
 
+TEST(SimMachine, ACoreBeyondItsSiliconErrsTheMoreOftenTheFasterItIs) {
+    CMachineDescription Description;
+    std::string sError;
+    ASSERT_TRUE(g_LoadMachine("family10h-ddr3", Description, sError)) << sError;
+    constexpr struct {
+        uint32_t uMaxCoreClock;  // the cores run at 3000 MHz
+        int nWrong;              // of 1000 answers
+    } kCases[] = {{0, 0}, {3000, 0}, {2960, 100}, {2600, 1000}, {1000, 1000}};
+    for (const auto& [uMaxCoreClock, nWrong] : kCases) {
+        Description.uMaxCoreClock = uMaxCoreClock;
+        CSimMachine Machine(Description);
+        int nFound = 0;
+        for (int i = 0; i < 1000; ++i) nFound += Machine.Miscompute(1) != 0;
+        EXPECT_NEAR(nFound, nWrong, 1) << uMaxCoreClock;
+        EXPECT_EQ(Machine.Miscompute(Description.uCores), 0u) << "no such core";
+    }
+}
+
 TEST(SimMachine, LoadsSwingAndRestIsNoTimeThatProgramsCanMeasure) {
     CSimMachine Machine(g_Parsed("[machine]\ncores = 2\nload = 80\nload_period = 10\n"));
     constexpr uint64_t kSecond = 1'000'000'000;

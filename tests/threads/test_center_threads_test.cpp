@@ -1,9 +1,14 @@
 // The test center under two controllers at once, with threads that report all the time.
+#include <vxtapi/vxtapi.h>
+
 #include <random>
 #include <thread>
 
 #include "api/log/log.h"
 #include "bench/test_center.h"
+#include "devices/device_list.h"
+#include "firmware/acpi_table.h"
+#include "hw/driver_handler.h"
 #include "support/simulated_pc.h"
 
 namespace {
@@ -62,6 +67,26 @@ TEST(CTestCenterThreads, TwoControllersInAnyOrderFindNoRaceAndLeaveNoThread) {
     EXPECT_FALSE(rCenter.IsRunning());
     EXPECT_EQ(rCenter.GetTestCaseCount(), 0u);
     EXPECT_EQ(rCenter.GetNextError(), nullptr);
+}
+
+TEST(CTestCenterThreads, TheLibrarysOwnTestCasesShareTablesAndThePcWithTheirHost) {
+    vxttest::CLogCapture Capture;
+    auto Description = vxttest::CSimulatedPc::Describe(vxttest::CSimulatedPc::kDefaultMachine);
+    Description.uMaxCoreClock = 1000;  // every core errs
+    vxt::platform::simulated::g_Restart(std::move(Description));
+    ASSERT_TRUE(vxt::g_GetDriverHandler().Init(vxt::g_GetACPITable()));
+    ASSERT_TRUE(vxt::g_GetDeviceManager().Init(nullptr));
+    vxt::CTestCenter& rCenter = vxt::g_GetTestCenter();
+    ASSERT_TRUE(rCenter.Init(vxt::g_GetDeviceManager()));
+    auto* const pCpu = static_cast<CCPU*>(vxt::g_GetDeviceManager().GetDevice(kDeviceCpu, 1));
+    rCenter.Start();
+    for (uint32_t uErrors = 0; uErrors < 20;) {
+        EXPECT_GT(pCpu->GetCurrentMultiplier(), 0);
+        uErrors += rCenter.GetNextError() != nullptr;
+    }
+    rCenter.UnInit();
+    vxt::g_GetDeviceManager().UnInit();
+    vxt::g_GetDriverHandler().UnInit();
 }
 
 }  // namespace

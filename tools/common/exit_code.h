@@ -31,8 +31,8 @@ inline constexpr CExitMeaning kExitMeanings[] = {
     {EExit::kNoLibrary, "library or driver not available"},
     {EExit::kNotTaken, "the hardware did not take the value"},
     {EExit::kFindings,
-     "done, with findings: something that belongs to the answer could not be read, a limit is exceeded, or a profile "
-     "differs"},
+     "done, with findings: something that belongs to the answer could not be read, a limit is exceeded, a profile "
+     "differs, or the stability test found errors"},
     {EExit::kInterrupted, "interrupted"},
 };
 

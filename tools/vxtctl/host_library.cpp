@@ -27,6 +27,7 @@ CHostLibrary::CHostLibrary(const vxttools::CGlobalOptions& rOptions, EStart eSta
     _Bind(m_pUnInit, "UnInitVXTAPI");
     _Bind(m_pGetDeviceManager, "GetDeviceManager");
     _Bind(m_pGetProfileSettings, "GetProfileSettings");
+    _Bind(m_pGetPerformanceControl, "GetPerformanceControl");
     _Find(m_pSimulatedError, "VXTSimulatedError");
     _Find(m_pSimulatedFailures, "VXTSimulatedFailures");
     _Find(m_pSimulatedProcessors, "VXTSimulatedProcessors");

@@ -33,6 +33,7 @@ public:
     std::vector<CInventoryEntry> Devices(vxtapi::eDeviceType eType) const;
     bool IsStarted() const { return m_bStarted; }
     vxtapi::CProfileSettgins& Profiles() const { return *m_pGetProfileSettings(); }
+    vxtapi::CPerformanceControl& Performance() const { return *m_pGetPerformanceControl(); }
 
     /// Cores that the library lists when all goes well: it takes 16 of a kind at most.
     uint32_t ExpectedCores() const;
@@ -64,6 +65,7 @@ private:
     decltype(&UnInitVXTAPI) m_pUnInit = nullptr;
     decltype(&GetDeviceManager) m_pGetDeviceManager = nullptr;
     decltype(&GetProfileSettings) m_pGetProfileSettings = nullptr;
+    decltype(&GetPerformanceControl) m_pGetPerformanceControl = nullptr;
     const char* (*m_pSimulatedError)() = nullptr;    ///< of a simulated build only
     uint64_t (*m_pSimulatedFailures)() = nullptr;    ///< the same
     uint32_t (*m_pSimulatedProcessors)() = nullptr;  ///< the same

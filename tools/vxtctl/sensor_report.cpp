@@ -66,7 +66,7 @@ void g_AddEvent(vxttools::CDocument& rDocument, const CSensorSamples& rSamples, 
     }
 }
 
-CTextTable g_SeriesTable(const CSensorSamples& rSamples) {
+CTextTable g_SeriesTable(const CSensorSamples& rSamples, bool (*pIsShown)(const CSensor&)) {
     CTextTable Table{"", {"Sensor", ">Now", "~~Unit", ">Min", ">Max", "~>Average"}};
     const bool bLimits = std::ranges::any_of(
         rSamples.Sensors(), [](const CSensor& rSensor) { return rSensor.Limits.oMaximum.has_value(); });
@@ -75,6 +75,7 @@ CTextTable g_SeriesTable(const CSensorSamples& rSamples) {
     for (size_t i = 0; i < rSamples.Sensors().size(); ++i) {
         const CSensor& rSensor = rSamples.Sensors()[i];
         const CSeries& rSeries = rSamples.Series()[i];
+        if (!pIsShown(rSensor)) continue;
         if (!psDevice || *psDevice != rSensor.sDevicePath) Table.Rows.push_back({rSensor.sDevice});
         psDevice = &rSensor.sDevicePath;
         Table.Rows.push_back({"  " + rSensor.sLabel, g_Number(rSamples.Readings()[i].oValue, rSensor.sUnit),

@@ -13,8 +13,9 @@ vxttools::CTextTable g_SensorTable(const CSensorSamples& rSamples);
 
 /// A sample amid others: "event", "ts", how many there were, and "sensors" with what they were over all samples.
 void g_AddEvent(vxttools::CDocument& rDocument, const CSensorSamples& rSamples, const char* pszEvent);
-/// Present value, least, greatest and average over all samples.
-vxttools::CTextTable g_SeriesTable(const CSensorSamples& rSamples);
+/// Present value, least, greatest and average over all samples, of the sensors that are to be shown.
+vxttools::CTextTable g_SeriesTable(
+    const CSensorSamples& rSamples, bool (*pIsShown)(const CSensor&) = [](const CSensor&) { return true; });
 
 /// A sample as a line: its time, then ID=VALUE for each sensor, "-" without a reading.
 std::string g_SampleLine(const CSensorSamples& rSamples);

@@ -34,7 +34,6 @@ const CEndRow& g_Row(const CTimedRun& rRun) { return kEnds[static_cast<size_t>(r
 
 void g_RunFor(CTimedRun& rRun, const vxttools::CTool& rTool, const CHostLibrary& rLibrary, const CRunSteps& rSteps) {
     using CClock = std::chrono::steady_clock;
-    constexpr std::chrono::milliseconds kStep{1000};
     const auto Start = CClock::now();
     const std::chrono::milliseconds Whole = std::chrono::seconds(rRun.uSeconds);
     vxttools::CProgressLine Line(rTool.Options().bQuiet);
@@ -44,18 +43,21 @@ void g_RunFor(CTimedRun& rRun, const vxttools::CTool& rTool, const CHostLibrary&
         rRun.eEnd = vxttools::g_WasInterrupted() ? ERunEnd::kInterrupted : rSteps.Look(rRun.dLasted);
         if (rRun.eEnd != ERunEnd::kDone || Passed >= Whole) return;
         Line.Show(g_Trimmed(rRun.dLasted, 0) + " s of " + std::to_string(rRun.uSeconds) + rSteps.Progress());
-        rLibrary.Pause(std::min(kStep, Whole - Passed));
+        rLibrary.Pause(std::min(rSteps.Step, Whole - Passed));
     }
 }
 
+CJson g_ToJson(const CTimedRun& rRun) {
+    return {{"seconds", rRun.uSeconds},
+            {"lasted", vxttools::g_ToJson(std::optional(rRun.dLasted))},
+            {"ended", g_Row(rRun).pszName},
+            {"put_back", rRun.oPutBack},
+            {"reason", rRun.sReason.empty() ? nullptr : CJson(rRun.sReason)}};
+}
+
 void g_AddRun(vxttools::CDocument& rDocument, const std::optional<CTimedRun>& rRun) {
-    CJson& rHold = rDocument["hold"] = nullptr;
+    rDocument["hold"] = rRun ? g_ToJson(*rRun) : nullptr;
     if (!rRun) return;
-    rHold = {{"seconds", rRun->uSeconds},
-             {"lasted", vxttools::g_ToJson(std::optional(rRun->dLasted))},
-             {"ended", g_Row(*rRun).pszName},
-             {"put_back", rRun->oPutBack},
-             {"reason", rRun->sReason.empty() ? nullptr : CJson(rRun->sReason)}};
     const char* const pszBack = !rRun->oPutBack ? "-" : *rRun->oPutBack ? "yes" : "NO";
     rDocument.AddTable({"Hold",
                         {">Asked, s", ">Lasted, s", "Ended", "Put back", "~Reason"},

@@ -1,6 +1,7 @@
 // Keeping something up for a while: until the time is over, the user wants it to end, or it cannot go on.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -22,13 +23,16 @@ struct CTimedRun {
 };
 
 struct CRunSteps {
-    std::function<ERunEnd(double dSeconds)> Look;  ///< about once a second, at once first: kDone goes on
+    std::function<ERunEnd(double dSeconds)> Look;  ///< at once, then step by step: kDone goes on
     std::function<std::string()> Progress;         ///< behind the time, on a terminal
+    std::chrono::milliseconds Step{1000};          ///< from one look to the next, about
 };
 
 /// Comes back with the time that it lasted and how it ended, and puts nothing back.
 void g_RunFor(CTimedRun& rRun, const vxttools::CTool& rTool, const CHostLibrary& rLibrary, const CRunSteps& rSteps);
 
+/// How it went, as JSON.
+vxttools::CJson g_ToJson(const CTimedRun& rRun);
 /// The member "hold" and its table; no run: null.
 void g_AddRun(vxttools::CDocument& rDocument, const std::optional<CTimedRun>& rRun);
 

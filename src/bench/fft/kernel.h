@@ -7,20 +7,19 @@
 namespace vxt::fft {
 
 /// The points z[j] = x[j] + i x[j + words/2] as a matrix of rows, each transformed on its own in the first-level cache
-/// once the columns have been. Both powers of two; columns are a power of four.
+/// once the columns have been. Both are powers of two, columns one of four.
 struct CShape {
     uint32_t uRows, uColumns;
-    uint32_t uLevels;  ///< of a row: columns = 4^levels
+    uint32_t uLevels;  ///< of a row, each by four: the nodes of four points that are left are squared as they are
 };
 
-/// Columns that are worked on together, and digits in a row that the checksum adds up before it reduces.
-inline constexpr uint32_t kBlockColumns = 16;
 inline constexpr uint32_t kRowPadding = 8;  ///< doubles behind a row: else all rows would meet in the same cache sets
-inline constexpr uint32_t kMaxLevels = 6;
+inline constexpr uint32_t kMaxLevels = 5;
+inline constexpr uint32_t kDigitWeights = 64;  ///< columns whose digits the checksum adds up before it reduces
 inline constexpr uint32_t kMaxLanes = 4;
 inline constexpr uint32_t kTwiddleDoubles = 6;  ///< c, c^2, c^3
 
-/// Sums of the checksum in units of a lane: row r is in lane (r / (rows / 4)) or, with a root of eight, in two rounds.
+/// Sums of the checksum, to be added up.
 struct CLaneSums {
     alignas(32) double dDigits[2][kMaxLanes];  ///< real parts, imaginary parts
     alignas(32) double dCarries[2][kMaxLanes];
@@ -29,18 +28,21 @@ struct CLaneSums {
 /// One step: what it works on, reads and answers.
 struct CStepFrame {
     CShape Shape;
-    double* pWork;                             ///< rows of (re lanes, im lanes) groups, each followed by kRowPadding
-    double* pCarries;                          ///< of each group of four rows: re 4, im 4
-    double* pRowTwiddles;                      ///< of the row in work, by level; room for kTwiddleDoubles * columns / 8
-    const double* pColumnTwiddles;             ///< by node, kTwiddleDoubles each
-    const double* pRowBases;                   ///< by row and level, re im
-    const double* pNodeTwiddles;               ///< by node of any row, in groups of (re lanes, im lanes)
-    const double* pRowWeights;                 ///< of the checksum, by group of four rows: 4
-    const double* pColumnWeights;              ///< of the checksum: kBlockColumns
-    double dScale;                             ///< 1 / points
-    double dBase, dBaseInverse;                ///< 2^bits
-    double dPrime, dPrimeInverse, dBlockRoot;  ///< of the checksum; the root's power of a block of columns
-    bool bReduceOften;                         ///< a product of two residues leaves no room for sums
+    uint32_t uBlockColumns;         ///< worked on together
+    uint32_t uSumColumns;           ///< whose carries the checksum adds up before it reduces: their sum is below 2^53
+    double* pWork;                  ///< rows of (re lanes, im lanes) groups, each followed by kRowPadding
+    double* pCarries;               ///< out of each row, in the order of the groups: re 4, im 4
+    double* pRowTwiddles;           ///< of the row in work, by level and node
+    const double* pColumnTwiddles;  ///< by node, kTwiddleDoubles each
+    const double* pRowBases;        ///< by row and level, re im
+    const double* pNodeTwiddles;    ///< by node of any row, in groups of (re lanes, im lanes)
+    const double* pRowWeights;      ///< of the checksum, by group of four rows: 4
+    const double* pColumnWeights;   ///< of the checksum, uBlockColumns times as many as lanes
+    const double* pDigitWeights;    ///< of the checksum: kDigitWeights
+    double dScale;                  ///< what a step has multiplied by too much
+    double dBase, dBaseInverse;     ///< 2^bits
+    double dPrime, dPrimeInverse, dBlockRoot, dDigitRoot;  ///< of the checksum; the root's powers of blocks
+    bool bReduceOften;                                     ///< a product of two residues leaves no room for sums
     void* pOwner;
     bool (*pGoesOn)(void* pOwner);  ///< asked between blocks: no stop request?
     void (*pTouch)(void* pOwner);   ///< the fault hook; null: none

@@ -13,12 +13,10 @@
 namespace {
 
 using vxt::fft::CStepFrame;
-using vxt::fft::kBlockColumns;
 using vxt::fft::kTwiddleDoubles;
 
 constexpr uint32_t kLanes = CVector::kLanes;
-constexpr uint32_t kLine = 2 * kLanes;  ///< doubles of kLanes points
-constexpr uint32_t kBlockDoubles = 2 * kBlockColumns;
+constexpr uint32_t kLine = 2 * kLanes;           ///< doubles of kLanes points
 constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
 constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
 constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
@@ -97,10 +95,10 @@ VXT_ALWAYS_INLINE uint32_t RowDoubles(const CStepFrame& rFrame) {
 
 // ---- Rows -------------------------------------------------------------------------------------------------------------
 
-/// The twiddles of all levels but the last, into rFrame.pRowTwiddles.
+/// The twiddles of a row, into rFrame.pRowTwiddles.
 void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
     double* p = rFrame.pRowTwiddles;
-    for (uint32_t uLevel = 0, uNodes = 1; uLevel + 1 < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
+    for (uint32_t uLevel = 0, uNodes = 1; uLevel < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
         const CPoint Base = AllPoint(pBases[2 * uLevel], pBases[2 * uLevel + 1]);
         for (uint32_t i = 0; i < uNodes; i += kLanes, p += kTwiddleDoubles * kLanes) {
             const CTwiddles Twiddles = MakeTwiddles(Base, rFrame.pNodeTwiddles + 2 * i);
@@ -128,37 +126,34 @@ VXT_ALWAYS_INLINE void RowLevel(double* pRow, const double* pLevel, uint32_t uNo
     }
 }
 
-/// The last two levels forward, the square, and the same levels back, sixteen points at a time.
-void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel, const double* pBase) {
-    const uint32_t uNodes = rFrame.Shape.uColumns / 16;
-    const CPoint Base = AllPoint(pBase[0], pBase[1]);
-    constexpr uint32_t kLines = 16 / kLanes, kQuarter = kLines / 4;
-    for (uint32_t uNode = 0; uNode < uNodes; ++uNode, pRow += kLines * kLine) {
-        CPoint z[kLines];
-        for (uint32_t i = 0; i < kLines; ++i) z[i] = LoadPoint(pRow + i * kLine);
-        const CTwiddles Upper = LoadRowTwiddles(pLevel, uNode);
-        for (uint32_t i = 0; i < kQuarter; ++i) {
-            CPoint t[4];
-            for (uint32_t k = 0; k < 4; ++k) t[k] = z[k * kQuarter + i];
-            Forward4(t, Upper);
-            for (uint32_t k = 0; k < 4; ++k) z[k * kQuarter + i] = t[k];
+/// A * B + C.
+VXT_ALWAYS_INLINE CPoint MulAdd(CPoint A, CPoint B, CPoint C) {
+    return {CVector::SubMul(CVector::MulAdd(A.Re, B.Re, C.Re), A.Im, B.Im),
+            CVector::MulAdd(A.Im, B.Re, CVector::MulAdd(A.Re, B.Im, C.Im))};
+}
+
+/// Squares a row's nodes of four points, kLanes of them at a time, modulo x^4 - g: cheaper than another level down and up.
+/// pLevel: the twiddles of the level above; g is c^1 there times 1, -1, i, -i for its four children.
+void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
+    alignas(32) static constexpr double kTurns[] = {1, -1, 0, 0, 0, 0, 1, -1};
+    for (uint32_t uNode = 0; uNode < rFrame.Shape.uColumns / 16; ++uNode) {
+        const double* const pNode = pLevel + uNode / kLanes * kTwiddleDoubles * kLanes + uNode % kLanes;
+        const CPoint Parent = AllPoint(pNode[0], pNode[kLanes]);
+        for (uint32_t i = 0; i < 4; i += kLanes, pRow += 4 * kLine) {
+            const CPoint Root = Parent * CPoint{CVector::Load(kTurns + i), CVector::Load(kTurns + 4 + i)};
+            CPoint z[4];
+            for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(pRow + k * kLine);
+            LinesToNodes(z);
+            const CPoint Twice0 = z[0] + z[0], Twice1 = z[1] + z[1], Twice2 = z[2] + z[2];
+            const CPoint Square0 = Square(z[0]), Square1 = Square(z[1]), Square2 = Square(z[2]), Square3 = Square(z[3]);
+            const CPoint High0 = MulAdd(Twice1, z[3], Square2), High1 = Twice2 * z[3];
+            const CPoint Low2 = MulAdd(Twice0, z[2], Square1), Low3 = MulAdd(Twice1, z[2], Twice0 * z[3]);
+            const CPoint Low1 = Twice0 * z[1];
+            z[0] = MulAdd(Root, High0, Square0), z[1] = MulAdd(Root, High1, Low1);
+            z[2] = MulAdd(Root, Square3, Low2), z[3] = Low3;
+            NodesToLines(z);
+            for (uint32_t k = 0; k < 4; ++k) StorePoint(pRow + k * kLine, z[k]);
         }
-        for (uint32_t i = 0; i < kQuarter; ++i) {
-            CPoint* const t = z + 4 * i;
-            const CTwiddles Lower = MakeTwiddles(Base, rFrame.pNodeTwiddles + 2 * (4 * uNode + i * kLanes));
-            LinesToNodes(t);
-            Forward4(t, Lower);
-            for (uint32_t k = 0; k < 4; ++k) t[k] = Square(t[k]);
-            Inverse4(t, Lower);
-            NodesToLines(t);
-        }
-        for (uint32_t i = 0; i < kQuarter; ++i) {
-            CPoint t[4];
-            for (uint32_t k = 0; k < 4; ++k) t[k] = z[k * kQuarter + i];
-            Inverse4(t, Upper);
-            for (uint32_t k = 0; k < 4; ++k) z[k * kQuarter + i] = t[k];
-        }
-        for (uint32_t i = 0; i < kLines; ++i) StorePoint(pRow + i * kLine, z[i]);
     }
 }
 
@@ -181,13 +176,13 @@ bool Rows(const CStepFrame& rFrame) {
         const double* const pBases = rFrame.pRowBases + 2 * uLevels * uRow;
         PrepareRow(rFrame, pBases);
         Touch(rFrame);
-        for (uint32_t i = 0; i + 2 < uLevels; ++i) {
+        for (uint32_t i = 0; i < uLevels; ++i) {
             RowForward(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
             Touch(rFrame);
         }
-        SquareRow(rFrame, pRow, pLevels[uLevels - 2], pBases + 2 * (uLevels - 1));
+        SquareRow(rFrame, pRow, pLevels[uLevels - 1]);
         Touch(rFrame);
-        for (uint32_t i = uLevels - 2; i-- > 0;) {
+        for (uint32_t i = uLevels; i-- > 0;) {
             RowInverse(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
             Touch(rFrame);
         }
@@ -203,7 +198,7 @@ VXT_ALWAYS_INLINE void ColumnNode(const CStepFrame& rFrame, double* p, uint32_t 
     const CTwiddles Twiddles = LoadTwiddles(rFrame.pColumnTwiddles + kTwiddleDoubles * uNode, 1);
     const uint32_t uRow = RowDoubles(rFrame), uQuarter = uRows / 4 * uRow;
     for (uint32_t i = 0; i < uRows / 4; ++i, p += uRow)
-        for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+        for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(p + j + k * uQuarter);
             Butterfly(z, Twiddles);
@@ -263,11 +258,11 @@ template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CStepFrame& 
 
 template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
-    for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += kBlockColumns) {
+    for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += rFrame.uBlockColumns) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
         double* const pBlock = rFrame.pWork + 2 * uColumn;
         for (uint32_t i = 0; i < uChild; ++i)
-            for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+            for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
                 double* const p = pBlock + i * uRow + j;
                 CPoint z[kRadix];
                 for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
@@ -301,120 +296,109 @@ struct CCarrying {
     }
 };
 
-/// What the digits and the carries of kRowGroup rows add to the checksum, unreduced.
-struct CGroupSums {
-    CVector Digits[kParts], Carries[kParts];
+/// What the carries of kRowGroup rows add to the checksum.
+struct CCarrySums {
+    CVector Parts[kParts];
 };
 
 /// Turns one line of kRowGroup rows, integers, into digits: kLanes columns after one another, the rows side by side.
-template <bool kChecks, bool kAgain>
+template <bool kChecks>
 VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector* pRows, CVector* pCarry, const double* pWeights,
-                                 CGroupSums& rSums) {
+                                 CCarrySums& rSums) {
     for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
         CVector* const p = pRows + uPart * kLanes;
         CVector::Transpose(p);
         for (uint32_t i = 0; i < kLanes; ++i) {
             const CVector Sum = p[i] + pCarry[uPart];
-            const CVector Carry = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
-            const CVector Digit = CVector::SubMul(Sum, Carry, rCarrying.Base);
-            pCarry[uPart] = Carry;
-            if constexpr (kChecks) {
-                const CVector Weight = CVector::All(pWeights[i]);
-                const CVector Counted = kAgain ? Digit - p[i] : Digit;  // what was there has been counted
-                rSums.Digits[uPart] = CVector::MulAdd(Counted, Weight, rSums.Digits[uPart]);
-                rSums.Carries[uPart] = CVector::MulAdd(Carry, Weight, rSums.Carries[uPart]);
-            }
-            p[i] = Digit;
+            pCarry[uPart] = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
+            p[i] = CVector::SubMul(Sum, pCarry[uPart], rCarrying.Base);
+            if constexpr (kChecks)
+                rSums.Parts[uPart] =
+                    CVector::MulAdd(pCarry[uPart], CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
         }
         CVector::Transpose(p);
     }
 }
 
-/// The sums of a block's groups, weighted by row.
-struct CBlockSums {
-    CVector Digits[2][kParts], Carries[2][kParts];
-};
-
-VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarrying, const CGroupSums& rSums,
-                               const double* pRowWeights, uint32_t uHalf, CBlockSums& rBlock) {
+/// Adds a group's sums, weighted by row, to those of a block.
+VXT_ALWAYS_INLINE void AddSums(const CStepFrame& rFrame, const CCarrying& rCarrying, const CCarrySums& rSums,
+                               const double* pRowWeights, CCarrySums& rBlock) {
     for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
         const CVector Weight = CVector::Load(pRowWeights + uPart * kLanes);
-        CVector Digits = CVector::MulAdd(rCarrying.Reduce(rSums.Digits[uPart]), Weight, rBlock.Digits[uHalf][uPart]);
-        CVector Carries = CVector::MulAdd(rCarrying.Reduce(rSums.Carries[uPart]), Weight, rBlock.Carries[uHalf][uPart]);
-        if (rFrame.bReduceOften) Digits = rCarrying.Reduce(Digits), Carries = rCarrying.Reduce(Carries);
-        rBlock.Digits[uHalf][uPart] = Digits, rBlock.Carries[uHalf][uPart] = Carries;
+        const CVector Sum = CVector::MulAdd(rCarrying.Reduce(rSums.Parts[uPart]), Weight, rBlock.Parts[uPart]);
+        rBlock.Parts[uPart] = rFrame.bReduceOften ? rCarrying.Reduce(Sum) : Sum;
     }
 }
 
-/// Adds a block's sums to the step's, weighted by the power of the root that the block begins with.
-VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CBlockSums& rBlock,
-                                double dRoot, vxt::fft::CLaneSums& rSums) {
-    const CVector Root = CVector::All(dRoot);
-    const auto Add = [&](CVector A, double* pSum) {
-        const CVector Product = rCarrying.Reduce(rCarrying.Reduce(A) * Root);
-        rCarrying.Reduce(Product + CVector::Load(pSum)).Store(pSum);
-    };
+/// Adds a block's sums, real and imaginary parts, to the step's, weighted by the power of the root that the block begins with.
+VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CCarrySums* pBlock, double dRoot,
+                                vxt::fft::CLaneSums& rSums) {
     for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
         for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
-            Add(rBlock.Digits[uHalf][uPart], rSums.dDigits[uHalf] + uPart * kLanes);
-            Add(rBlock.Carries[uHalf][uPart], rSums.dCarries[uHalf] + uPart * kLanes);
+            double* const pSum = rSums.dCarries[uHalf] + uPart * kLanes;
+            const CVector Product = rCarrying.Reduce(pBlock[uHalf].Parts[uPart]) * CVector::All(dRoot);
+            rCarrying.Reduce(rCarrying.Reduce(Product) + CVector::Load(pSum)).Store(pSum);
         }
 }
 
-constexpr CBlockSums kNothing{};
-
 /// The last inverse level of a block of columns, rounded.
 template <uint32_t kRadix, bool kChecks>
-VXT_ALWAYS_INLINE void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
+void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
     for (uint32_t i = 0; i < uChild; ++i)
-        for (uint32_t j = 0; j < kBlockDoubles; j += kLine) {
+        for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             double* const p = pBlock + i * uRow + j;
             CPoint z[kRadix];
             for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
             RootInverse<kRadix>(rFrame, z);
+            CVector Distance = CVector::All(0);
             for (uint32_t k = 0; k < kRadix; ++k) {
                 const CPoint Whole = {rCarrying.RoundScaled(z[k].Re), rCarrying.RoundScaled(z[k].Im)};
                 if constexpr (kChecks) {
-                    rRoundOff = CVector::LargerSize(rRoundOff, CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re));
-                    rRoundOff = CVector::LargerSize(rRoundOff, CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im));
+                    const CVector Re = CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re);
+                    const CVector Im = CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im);
+                    Distance = CVector::MulAdd(Im, Im, CVector::MulAdd(Re, Re, Distance));
                 }
                 StorePoint(p + k * uChild * uRow, Whole);
             }
+            rRoundOff = CVector::Larger(rRoundOff, Distance);
         }
 }
 
-/// Carries through a block of columns, all groups of rows, and adds their digits to the checksum's sums.
+/// Carries through a block of columns, all groups of rows, and adds what they carry to the checksum's sums.
 template <uint32_t kRadix, bool kChecks>
-VXT_ALWAYS_INLINE void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CBlockSums& rBlock) {
+void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
-    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
     for (uint32_t i = 0; i < uChild; ++i) {
         double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
         CVector Carries[kGroups][2][kParts];
-        CGroupSums Sums[kGroups][2] = {};
         for (uint32_t g = 0; g < kGroups; ++g)
             for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart)
                     Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-        for (uint32_t j = 0; j < kBlockColumns; j += kLanes)
-            for (uint32_t g = 0; g < kGroups; ++g)
-                for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
-                    double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
-                    CVector Rows[kRowGroup];
-                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks, false>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j,
-                                              Sums[g][uHalf]);
-                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
-                }
+        for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
+            CCarrySums Sums[kGroups][2] = {};
+            for (uint32_t j = uBegin; j < uBegin + uSum; j += kLanes)
+                for (uint32_t g = 0; g < kGroups; ++g)
+                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+                        double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
+                        CVector Rows[kRowGroup];
+                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
+                        CarryLine<kChecks>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j * kLanes,
+                                           Sums[g][uHalf]);
+                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                    }
+            if constexpr (kChecks)
+                for (uint32_t g = 0; g < kGroups; ++g)
+                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
+                        AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup,
+                                pSums[uHalf]);
+        }
         for (uint32_t g = 0; g < kGroups; ++g)
-            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
+            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart)
                     Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-                if constexpr (kChecks)
-                    AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf,
-                            rBlock);
-            }
     }
 }
 
@@ -423,7 +407,7 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
     const CCarrying Carrying(rFrame);
     CVector RoundOff = CVector::All(0);
     double dRoot = 1;
-    for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += kBlockColumns) {
+    for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += rFrame.uBlockColumns) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
         double* const pBlock = rFrame.pWork + 2 * uColumn;
         for (uint32_t k = 0; k < kRadix; ++k)
@@ -431,7 +415,7 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
         Touch(rFrame);
         RoundBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, RoundOff);
         Touch(rFrame);
-        CBlockSums Block = kNothing;
+        CCarrySums Block[2] = {};
         CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block);
         if constexpr (kChecks) {
             AddBlock(Carrying, Block, dRoot, rFrame.Sums);
@@ -464,7 +448,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
     for (uint32_t k = 1; k < kRadix; ++k)
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) dLast[k][uHalf] = Carried(k * uChild - 1, uHalf);
     dLast[0][0] = dTop, dLast[0][1] = dMiddle;
-    CBlockSums Block = kNothing;
+    CCarrySums Block[2] = {};
     bool bLeft = false;
     for (uint32_t i = uChild; i-- > 0;)
         for (uint32_t g = 0; g < kGroups; ++g)
@@ -475,12 +459,12 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     dIn[k] = i == 0 ? dLast[g * kRowGroup + k][uHalf] : (pOut - kGroups * 2 * kRowGroup)[k];
                 CVector Carry[kParts];
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) Carry[uPart] = CVector::Load(dIn + uPart * kLanes);
-                CGroupSums Sums{};
+                CCarrySums Sums{};
                 for (uint32_t j = 0; j < kRowGroup; j += kLanes) {
                     double* const p = rFrame.pWork + (g * kRowGroup * uChild + i) * uRow + 2 * j + uHalf * kLanes;
                     CVector Rows[kRowGroup];
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks, true>(Carrying, Rows, Carry, rFrame.pColumnWeights + j, Sums);
+                    CarryLine<kChecks>(Carrying, Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums);
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                 }
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
@@ -488,10 +472,37 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     Carry[uPart].Store(pOut + uPart * kLanes);
                 }
                 if constexpr (kChecks)
-                    AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, uHalf, Block);
+                    AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, Block[uHalf]);
             }
     if constexpr (kChecks) AddBlock(Carrying, Block, 1, rFrame.Sums);
     rFrame.bCarriesLeft = bLeft;
+}
+
+/// The digits' share of the checksum, from memory: what went wrong since they were written counts too.
+bool ReadBack(CStepFrame& rFrame) {
+    constexpr uint32_t kBlock = vxt::fft::kDigitWeights;
+    const CCarrying Carrying(rFrame);
+    const CVector Root = CVector::All(rFrame.dDigitRoot);
+    CVector Sums[2] = {};
+    for (uint32_t uRow = rFrame.Shape.uRows; uRow-- > 0;) {
+        if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
+        for (uint32_t uColumn = rFrame.Shape.uColumns; uColumn > 0; uColumn -= kBlock) {
+            const double* p = rFrame.pWork + uRow * RowDoubles(rFrame) + 2 * (uColumn - kBlock);
+            CPoint Even{}, Odd{};
+            for (uint32_t i = 0; i < kBlock; i += 2 * kLanes, p += 2 * kLine) {
+                const CVector First = CVector::Load(rFrame.pDigitWeights + i);
+                const CVector Second = CVector::Load(rFrame.pDigitWeights + i + kLanes);
+                const CPoint z0 = LoadPoint(p), z1 = LoadPoint(p + kLine);
+                Even = {CVector::MulAdd(z0.Re, First, Even.Re), CVector::MulAdd(z0.Im, First, Even.Im)};
+                Odd = {CVector::MulAdd(z1.Re, Second, Odd.Re), CVector::MulAdd(z1.Im, Second, Odd.Im)};
+            }
+            const CPoint Block = Even + Odd;
+            Sums[0] = Carrying.Reduce(CVector::MulAdd(Sums[0], Root, Block.Re));
+            Sums[1] = Carrying.Reduce(CVector::MulAdd(Sums[1], Root, Block.Im));
+        }
+    }
+    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) Sums[uHalf].Store(rFrame.Sums.dDigits[uHalf]);
+    return true;
 }
 
 template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
@@ -502,7 +513,7 @@ template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
     CarryOver<kRadix, kChecks>(rFrame);
     Touch(rFrame);
-    return true;
+    return !kChecks || ReadBack(rFrame);
 }
 
 VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, bool bChecks) {

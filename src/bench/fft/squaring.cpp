@@ -8,6 +8,16 @@
 
 namespace vxt::fft {
 
+namespace {
+
+constexpr uint32_t kDigitsAtOnce = 4096;  ///< handled between two looks at the stop request
+
+bool g_IsDigit(double d, uint32_t uBits) {
+    return std::fabs(d) <= static_cast<double>(1 << (uBits - 1)) && d == std::nearbyint(d);
+}
+
+}  // namespace
+
 EPath g_BestPath() {
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? EPath::kAvx2 : EPath::kSse2;
 }
@@ -21,12 +31,14 @@ std::unique_ptr<CSquaring> CSquaring::Make(std::shared_ptr<const CTables> pTable
     std::unique_ptr<CSquaring> pSquaring(new (std::nothrow) CSquaring(std::move(pTables)));
     if (!pSquaring) return nullptr;
     pSquaring->m_pMemory.reset(new (std::nothrow) CAlignedMemory);
-    const bool bRetCode = pSquaring->m_pMemory && pSquaring->m_pMemory->Allocate(pSquaring->m_pTables->WorkDoubles());
+    const bool bRetCode =
+        pSquaring->m_pMemory && pSquaring->m_pMemory->Allocate(CTables::WorkDoubles(pSquaring->Size().uWords));
     return bRetCode ? std::move(pSquaring) : nullptr;
 }
 
 CSquaring::CSquaring(std::shared_ptr<const CTables> pTables) : m_pTables(std::move(pTables)) {}
 CSquaring::~CSquaring() = default;
+size_t CSquaring::Bytes(uint32_t uWords) { return CTables::WorkDoubles(uWords) * sizeof(double); }
 
 const CSize& CSquaring::Size() const { return m_pTables->m_Size; }
 double& CSquaring::_Digit(uint32_t uDigit) const { return m_pMemory->m_Doubles[m_pTables->Place(uDigit)]; }
@@ -34,7 +46,7 @@ double& CSquaring::_Digit(uint32_t uDigit) const { return m_pMemory->m_Doubles[m
 bool CSquaring::Load(uint64_t ullSeed, const std::atomic<bool>& rStop) {
     const int nHalf = 1 << (Size().uBits - 1);
     for (uint32_t i = 0; i < Size().uWords; ++i) {
-        if (i % 4096 == 0 && rStop.load(std::memory_order_relaxed)) return false;
+        if (i % kDigitsAtOnce == 0 && rStop.load(std::memory_order_relaxed)) return false;
         ullSeed += 0x9E3779B97F4A7C15;  // SplitMix64
         uint64_t ullMixed = (ullSeed ^ (ullSeed >> 30)) * 0xBF58476D1CE4E5B9;
         ullMixed = (ullMixed ^ (ullMixed >> 27)) * 0x94D049BB133111EB;
@@ -45,8 +57,7 @@ bool CSquaring::Load(uint64_t ullSeed, const std::atomic<bool>& rStop) {
 }
 
 bool CSquaring::Load(std::span<const double> Digits) {
-    const double dHalf = static_cast<double>(1 << (Size().uBits - 1));
-    const auto IsDigit = [dHalf](double d) { return std::fabs(d) <= dHalf && d == std::nearbyint(d); };
+    const auto IsDigit = [this](double d) { return g_IsDigit(d, Size().uBits); };
     if (Digits.size() != Size().uWords || !std::ranges::all_of(Digits, IsDigit)) return false;
     for (uint32_t i = 0; i < Size().uWords; ++i) _Digit(i) = Digits[i];
     m_uStep = 0;
@@ -60,22 +71,22 @@ void CSquaring::Digits(std::span<double> Digits) const {
 /// The digits' polynomial at the root, from memory. False: stopped.
 bool CSquaring::_Evaluate(const std::atomic<bool>& rStop, uint64_t& rullChecksum) const {
     const CResidues& rResidues = m_pTables->m_Residues;
-    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, kBlockColumns);
+    const uint64_t ullBlockRoot = rResidues.Power(m_pTables->m_ullRoot, kDigitWeights);
     rullChecksum = 0;
-    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= kBlockColumns) {
-        if (uEnd % 4096 == 0 && rStop.load(std::memory_order_relaxed)) return false;
+    for (uint32_t uEnd = Size().uWords; uEnd > 0; uEnd -= kDigitWeights) {
+        if (uEnd % kDigitsAtOnce == 0 && rStop.load(std::memory_order_relaxed)) return false;
         int64_t llSum = 0;
-        for (uint32_t i = 0; i < kBlockColumns; ++i)
-            llSum += static_cast<int64_t>(_Digit(uEnd - kBlockColumns + i)) *
-                     static_cast<int64_t>(m_pTables->m_pColumnWeights[i]);
+        for (uint32_t i = 0; i < kDigitWeights; ++i)
+            llSum += static_cast<int64_t>(_Digit(uEnd - kDigitWeights + i)) *
+                     static_cast<int64_t>(m_pTables->m_pDigitWeights[i]);
         rullChecksum = rResidues.Add(rResidues.Multiply(rullChecksum, ullBlockRoot), rResidues.Of(llSum));
     }
     return true;
 }
 
 CFinding CSquaring::_Finding(ECheck eCheck, uint64_t ullExpected, uint64_t ullFound) const {
-    return {eCheck,   Size().uWords, m_uStep, m_dRoundOff, m_pTables->m_dRoundOffLimit, ullExpected,
-            ullFound, kUnknownWord,  0};
+    return {eCheck,      Size().uWords, m_uStep,     m_dRoundOff, m_pTables->m_dRoundOffLimit,
+            ullExpected, ullFound,      kUnknownWord};
 }
 
 bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
@@ -87,6 +98,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     const CTables& rTables = *m_pTables;
     CStepFrame Frame{};
     Frame.Shape = rTables.m_Shape;
+    Frame.uBlockColumns = rTables.m_uBlockColumns, Frame.uSumColumns = rTables.m_uSumColumns;
     Frame.pWork = m_pMemory->m_Doubles.data();
     Frame.pCarries = Frame.pWork + rTables.m_uRowDoubles * rTables.m_Shape.uRows;
     Frame.pRowTwiddles = Frame.pCarries + 2 * rTables.m_Shape.uRows;
@@ -95,10 +107,14 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.pNodeTwiddles = rTables.m_pNodeTwiddles;
     Frame.pRowWeights = rTables.m_pRowWeights;
     Frame.pColumnWeights = rTables.m_pColumnWeights;
-    Frame.dScale = 2.0 / Size().uWords;
+    Frame.pDigitWeights = rTables.m_pDigitWeights;
+    Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
-    Frame.dBlockRoot = rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, kBlockColumns));
+    const auto Root = [&](uint64_t ullPower) {
+        return rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, ullPower));
+    };
+    Frame.dBlockRoot = Root(rTables.m_uBlockColumns), Frame.dDigitRoot = Root(kDigitWeights);
     Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 4 * (rTables.m_Shape.uRows / 4) > 0x1p52;
     Frame.pOwner = &Owner;
     Frame.pGoesOn = [](void* p) { return !static_cast<COwner*>(p)->rStop.load(std::memory_order_relaxed); };
@@ -109,7 +125,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
         };
     if (!(rTables.m_ePath == EPath::kAvx2 ? g_StepAvx2 : g_StepSse2)(Frame, m_bChecks)) return false;
     if (Frame.bCarriesLeft) _CarryFurther(Frame);
-    m_dRoundOff = Frame.dRoundOff;
+    m_dRoundOff = std::sqrt(Frame.dRoundOff);
     const bool bRetCode = !m_bChecks || _Check(Frame, rFinding);
     ++m_uStep;
     return bRetCode;
@@ -123,8 +139,11 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
     for (uint32_t uStream = 0; uStream < 2 * rShape.uRows; ++uStream) {
         const uint32_t uHalf = uStream / rShape.uRows, uRow = uStream % rShape.uRows, k = uRow / uChild;
         double dCarry = rFrame.pCarries[(2 * (uRow % uChild * (uRadix / 4) + k / 4) + uHalf) * 4 + k % 4];
-        for (uint32_t uDigit = uStream * rShape.uColumns + 4; dCarry != 0; ++uDigit) {
+        // A fault leaves carries that never end: the checks have the last word on them.
+        uint32_t uDigit = uStream * rShape.uColumns + 4;
+        for (uint32_t i = 0; dCarry != 0 && i < 2 * Size().uWords; ++i, ++uDigit) {
             if (uDigit == Size().uWords) uDigit = 0, dCarry = -dCarry;
+            if (!(std::fabs(dCarry) < 0x1p53)) return;
             double& rdDigit = _Digit(uDigit);
             const double dSum = rdDigit + dCarry, dNew = dSum - std::nearbyint(dSum / rFrame.dBase) * rFrame.dBase;
             dCarry = std::nearbyint(dSum / rFrame.dBase);
@@ -140,21 +159,26 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
     }
 }
 
-/// The step's two checks: what it wrote is x^2 + 1 at the root, and came out of the transform near to integers.
+/// The step's two checks: what lies in memory is x^2 + 1 at the root, and came out of the transform near to integers.
 bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
     const CResidues& rResidues = m_pTables->m_Residues;
     const uint64_t ullImaginary = rResidues.Power(m_pTables->m_ullRoot, Size().uWords / 2);
     const auto Total = [&](const double(&dSums)[2][kMaxLanes]) {
         uint64_t ullTotal[2] = {};
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-            for (const double dSum : dSums[uHalf])
+            for (const double dSum : dSums[uHalf]) {
+                if (!(std::fabs(dSum) < 0x1p53) || dSum != std::nearbyint(dSum))
+                    return rResidues.m_ullPrime;  // equals no residue
                 ullTotal[uHalf] = rResidues.Add(ullTotal[uHalf], rResidues.Of(static_cast<int64_t>(dSum)));
+            }
         return rResidues.Add(ullTotal[0], rResidues.Multiply(ullTotal[1], ullImaginary));
     };
     const uint64_t ullDigits = Total(rFrame.Sums.dDigits), ullCarries = Total(rFrame.Sums.dCarries);
     // A carry takes 2^bits from its digit and gives one to the next: root - 2^bits at its digit.
     const uint64_t ullCarry = rResidues.Add(uint64_t{1} << Size().uBits, rResidues.m_ullPrime - m_pTables->m_ullRoot);
-    const uint64_t ullFound = rResidues.Add(ullDigits, rResidues.Multiply(ullCarries, ullCarry));
+    const bool bNumbers = std::max(ullDigits, ullCarries) < rResidues.m_ullPrime;
+    const uint64_t ullFound =
+        bNumbers ? rResidues.Add(ullDigits, rResidues.Multiply(ullCarries, ullCarry)) : rResidues.m_ullPrime;
     const uint64_t ullExpected = rResidues.Add(rResidues.Multiply(m_ullChecksum, m_ullChecksum), 1);
     m_ullChecksum = ullDigits;
     if (!(m_dRoundOff <= m_pTables->m_dRoundOffLimit))
@@ -166,6 +190,13 @@ bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
 
 bool CSquaring::Finish(const std::atomic<bool>& rStop, CFinding& rFinding) {
     rFinding = {};
+    for (uint32_t i = 0; i < Size().uWords; ++i) {
+        if (i % kDigitsAtOnce == 0 && rStop.load(std::memory_order_relaxed)) return false;
+        if (g_IsDigit(_Digit(i), Size().uBits)) continue;
+        rFinding = _Finding(ECheck::kDigitRange, uint64_t{1} << (Size().uBits - 1), std::bit_cast<uint64_t>(_Digit(i)));
+        rFinding.uPlace = i;
+        return false;
+    }
     uint64_t ullFound = 0;
     if (!_Evaluate(rStop, ullFound)) return false;
     if (ullFound != m_ullChecksum) rFinding = _Finding(ECheck::kKeptDigits, m_ullChecksum, ullFound);

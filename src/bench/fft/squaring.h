@@ -35,9 +35,8 @@ struct CFinding {
     double dRoundOff = 0;            ///< largest distance of a coefficient from its integer in this step, 0 to 0.5
     double dRoundOffLimit = 0;       ///< what this size is allowed
     uint64_t ullExpected = 0;        ///< checksum, of the checks that have one; kDigitRange: the largest digit allowed
-    uint64_t ullFound = 0;           ///< kDigitRange: the digit's size
+    uint64_t ullFound = 0;           ///< kDigitRange: the double that lies there, bit by bit
     uint32_t uPlace = kUnknownWord;  ///< word, where the check tells one
-    uint64_t ullBits = 0;  ///< by which a double in memory differs from what it should be, where known; else 0
 };
 
 /// Reaches into a number in work, between the stages of a step: how tests and a simulated processor make arithmetic go
@@ -61,8 +60,8 @@ public:
     static std::shared_ptr<const CTables> MakeTables(uint32_t uWords, EPath ePath);
     /// Null: no tables, or no memory.
     static std::unique_ptr<CSquaring> Make(std::shared_ptr<const CTables> pTables);
-    /// Memory that one number of this size takes, without its tables, which are less than a third of it.
-    static size_t Bytes(uint32_t uWords) { return uWords * sizeof(double); }
+    /// Memory that one number of a size of kSizes takes, without its tables, which are a quarter of it or less.
+    static size_t Bytes(uint32_t uWords);
 
     ~CSquaring();
     CSquaring(const CSquaring&) = delete;

@@ -9,17 +9,34 @@ namespace vxt::fft {
 
 namespace {
 
-/// The form of a size. Rows fit into the first-level cache, or, of large numbers, a quarter of one does; a block of
-/// columns fits into the second-level cache.
+/// The form of a size: rows fit into the first-level cache, those of large numbers into the second-level one, as blocks of
+/// columns do. The round-off is the largest of 20 000 steps or more (from 2^16 words: of 2^26 / words, at least 8), with
+/// either path; what a check allows is eight times that.
 struct CForm {
     uint32_t uWords, uColumns;
-    double dRoundOffLimit;
+    double dRoundOff;
 };
 constexpr CForm kForms[] = {
-    {1 << 11, 256, 0.25},  {1 << 12, 256, 0.25},  {1 << 13, 1024, 0.25}, {1 << 14, 1024, 0.25}, {1 << 15, 1024, 0.25},
-    {1 << 16, 1024, 0.25}, {1 << 17, 1024, 0.25}, {1 << 18, 1024, 0.25}, {1 << 19, 1024, 0.25}, {1 << 20, 1024, 0.25},
-    {1 << 21, 4096, 0.25}, {1 << 22, 4096, 0.25}, {1 << 23, 4096, 0.25},
+    {1 << 11, 256, 1.19e-4}, {1 << 12, 256, 2.2e-4},   {1 << 13, 1024, 3.4e-4},  {1 << 14, 1024, 5.1e-4},
+    {1 << 15, 1024, 4.8e-4}, {1 << 16, 1024, 1.02e-3}, {1 << 17, 1024, 1.07e-3}, {1 << 18, 1024, 1.8e-3},
+    {1 << 19, 1024, 2.1e-3}, {1 << 20, 1024, 3.6e-3},  {1 << 21, 4096, 1.2e-3},  {1 << 22, 4096, 2.1e-3},
+    {1 << 23, 4096, 2.5e-3},
 };
+constexpr double kAllowed = 8;
+
+const CForm& g_FormOf(uint32_t uWords) { return kForms[g_FindSize(uWords) - kSizes]; }
+
+constexpr CShape g_ShapeOf(const CForm& rForm) {
+    return {rForm.uWords / 2 / rForm.uColumns, rForm.uColumns,
+            static_cast<uint32_t>(std::countr_zero(rForm.uColumns)) / 2 - 1};
+}
+
+constexpr bool g_AreAllThere() {
+    for (size_t i = 0; i < std::size(kSizes); ++i)
+        if (kForms[i].uWords != kSizes[i].uWords || g_ShapeOf(kForms[i]).uLevels > kMaxLevels) return false;
+    return std::size(kForms) == std::size(kSizes);
+}
+static_assert(g_AreAllThere());
 
 /// e(sum of bit i of uBits / 2^(i + uShift)), e(t) = exp(2 pi i t): angles of nodes, as kernel_passes.h numbers them.
 struct CRoot {
@@ -77,25 +94,27 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
         pTables = std::make_shared<CTables>();
     } catch (const std::bad_alloc&) { return nullptr; }
     CTables& rTables = *pTables;
-    const CForm& rForm = kForms[pSize - kSizes];
+    const CForm& rForm = g_FormOf(uWords);
+    const CShape& rShape = rTables.m_Shape = g_ShapeOf(rForm);
     rTables.m_Size = *pSize, rTables.m_ePath = ePath;
-    rTables.m_dRoundOffLimit = rForm.dRoundOffLimit;
+    rTables.m_dRoundOffLimit = kAllowed * rForm.dRoundOff;
     rTables.m_uLanes = ePath == EPath::kAvx2 ? 4 : 2;
-    const auto uLevels = static_cast<uint32_t>(std::countr_zero(rForm.uColumns)) / 2;
-    CShape& rShape = rTables.m_Shape = {uWords / 2 / rForm.uColumns, rForm.uColumns, uLevels};
+    rTables.m_uBlockColumns = uWords <= 1 << 13 ? 64 : 16;  // few rows: more columns fit into the cache
+    rTables.m_uSumColumns = uWords <= 1 << 20 ? rTables.m_uBlockColumns : 8;
+    rTables.m_uColumnBits = static_cast<uint32_t>(std::countr_zero(rForm.uColumns));
     rTables.m_uRowDoubles = 2 * size_t{rForm.uColumns} + kRowPadding;
-    for (uint32_t i = 0; i + 1 < uLevels; ++i)
-        rTables.m_uRowTwiddles += kTwiddleDoubles * size_t{std::max(1U << (2 * i), kMaxLanes)};
 
     const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
-    const size_t uRowBases = g_Rounded(2 * size_t{uLevels} * rShape.uRows), uNodes = rForm.uColumns / 2;
-    const size_t uRowWeights = g_Rounded(rShape.uRows);
-    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + kBlockColumns)) return nullptr;
+    const size_t uRowBases = g_Rounded(2 * size_t{rShape.uLevels} * rShape.uRows), uNodes = rForm.uColumns / 8;
+    const size_t uRowWeights = g_Rounded(rShape.uRows), uColumnWeights = rTables.m_uBlockColumns * rTables.m_uLanes;
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + uColumnWeights + kDigitWeights))
+        return nullptr;
     rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
     rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
     rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
     rTables.m_pRowWeights = rTables.m_pNodeTwiddles + uNodes;
     rTables.m_pColumnWeights = rTables.m_pRowWeights + uRowWeights;
+    rTables.m_pDigitWeights = rTables.m_pColumnWeights + uColumnWeights;
     rTables._FillTwiddles();
     rTables._FillWeights();
     return pTables;
@@ -120,7 +139,7 @@ void CTables::_FillTwiddles() {
             double* const p = m_pRowBases + 2 * (uRow * m_Shape.uLevels + uLevel);
             p[0] = Root.dRe, p[1] = Root.dIm;
         }
-    for (uint32_t uNode = 0; uNode < m_Shape.uColumns / 4; ++uNode) {
+    for (uint32_t uNode = 0; uNode < m_Shape.uColumns / 16; ++uNode) {
         const CRoot Root(uNode, 3);
         double* const p = m_pNodeTwiddles + uNode / m_uLanes * 2 * m_uLanes + uNode % m_uLanes;
         p[0] = Root.dRe, p[m_uLanes] = Root.dIm;
@@ -128,17 +147,28 @@ void CTables::_FillTwiddles() {
 }
 
 void CTables::_FillWeights() {
-    // The smallest prime that has the root and leaves one wrong result in four millions unseen: small, so that sums stay exact.
+    // The smallest prime that has the root and leaves one wrong result in 2^24 unseen: small, so that sums stay exact.
     const uint64_t ullOrder = 2 * uint64_t{m_Size.uWords};
-    m_Residues.m_ullPrime = (uint64_t{1} << 22) + 1;
-    while (m_Residues.m_ullPrime % ullOrder != 1) ++m_Residues.m_ullPrime;
+    m_Residues.m_ullPrime = (uint64_t{1} << 24) + 1;  // a multiple of every order, and one
     while (!g_IsPrime(m_Residues.m_ullPrime)) m_Residues.m_ullPrime += ullOrder;
-    for (uint64_t ullBase = 2; m_ullRoot == 0; ++ullBase) {
+    // Of several roots the one whose first powers are smallest: the sums stay even further from 2^53.
+    double dSmallest = 0;
+    for (uint64_t ullBase = 2; ullBase < 400; ++ullBase) {
         const uint64_t ullRoot = m_Residues.Power(ullBase, (m_Residues.m_ullPrime - 1) / ullOrder);
-        if (m_Residues.Power(ullRoot, m_Size.uWords) == m_Residues.m_ullPrime - 1) m_ullRoot = ullRoot;
+        if (m_Residues.Power(ullRoot, m_Size.uWords) != m_Residues.m_ullPrime - 1) continue;
+        double dSize = 0;
+        for (uint32_t i = 0; i < m_uBlockColumns; i += m_uSumColumns) {
+            double dSum = 0;
+            for (uint32_t k = i; k < i + m_uSumColumns; ++k)
+                dSum += std::pow(m_Residues.Balanced(m_Residues.Power(ullRoot, k)), 2);
+            dSize = std::max(dSize, dSum);
+        }
+        if (m_ullRoot == 0 || dSize < dSmallest) m_ullRoot = ullRoot, dSmallest = dSize;
     }
-    for (uint32_t i = 0; i < kBlockColumns; ++i)
-        m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i));
+    for (uint32_t i = 0; i < m_uBlockColumns * m_uLanes; ++i)
+        m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i / m_uLanes));
+    for (uint32_t i = 0; i < kDigitWeights; ++i)
+        m_pDigitWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i));
     const uint32_t uRadix = std::countr_zero(m_Shape.uRows) % 2 == 0 ? 4 : 8, uChild = m_Shape.uRows / uRadix;
     for (uint32_t k = 0; k < uRadix; ++k)
         for (uint32_t i = 0; i < uChild; ++i)
@@ -146,10 +176,19 @@ void CTables::_FillWeights() {
                 m_Residues.Balanced(m_Residues.Power(m_ullRoot, uint64_t{m_Shape.uColumns} * (k * uChild + i)));
 }
 
+size_t CTables::WorkDoubles(uint32_t uWords) {
+    const CShape Shape = g_ShapeOf(g_FormOf(uWords));
+    size_t uDoubles = (2 * size_t{Shape.uColumns} + kRowPadding + 2) * Shape.uRows;
+    for (uint32_t i = 0; i < Shape.uLevels; ++i)
+        uDoubles += kTwiddleDoubles * size_t{std::max(1U << (2 * i), kMaxLanes)};
+    return uDoubles;
+}
+
 size_t CTables::Place(uint32_t uDigit) const {
-    const uint32_t uPoints = m_Size.uWords / 2, uPoint = uDigit % uPoints, uColumn = uPoint % m_Shape.uColumns;
-    return uPoint / m_Shape.uColumns * m_uRowDoubles + uColumn / m_uLanes * 2 * m_uLanes + uColumn % m_uLanes +
-           uDigit / uPoints * m_uLanes;
+    const uint32_t uPoints = m_Size.uWords / 2, uPoint = uDigit & (uPoints - 1), uLane = uDigit & (m_uLanes - 1);
+    const uint32_t uColumn = uPoint & (m_Shape.uColumns - 1);
+    return (uPoint >> m_uColumnBits) * m_uRowDoubles + 2 * size_t{uColumn - uLane} + uLane +
+           (uDigit == uPoint ? 0 : m_uLanes);
 }
 
 }  // namespace vxt::fft

@@ -36,22 +36,22 @@ public:
 
     size_t Bytes() const { return m_Memory.m_Doubles.size_bytes(); }
     /// Doubles of one number's work: the rows, then the carries, then the twiddles of the row in work.
-    size_t WorkDoubles() const { return m_uRowDoubles * m_Shape.uRows + 2 * m_Shape.uRows + m_uRowTwiddles; }
+    static size_t WorkDoubles(uint32_t uWords);
     /// Where the rows of a number keep a digit.
     size_t Place(uint32_t uDigit) const;
 
     CSize m_Size{};
     EPath m_ePath{};
     CShape m_Shape{};
-    uint32_t m_uLanes = 0;
-    size_t m_uRowDoubles = 0, m_uRowTwiddles = 0;
+    uint32_t m_uLanes = 0, m_uColumnBits = 0, m_uBlockColumns = 0, m_uSumColumns = 0;
+    size_t m_uRowDoubles = 0;
     double m_dRoundOffLimit = 0;
     CResidues m_Residues{};
     uint64_t m_ullRoot = 0;  ///< of order 2 * words: its power of words is -1
     CAlignedMemory m_Memory;
     // Parts of m_Memory; kernel.h tells their order.
     double *m_pColumnTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr, *m_pRowWeights = nullptr,
-           *m_pColumnWeights = nullptr;
+           *m_pColumnWeights = nullptr, *m_pDigitWeights = nullptr;
 
 private:
     void _FillTwiddles();

@@ -27,9 +27,7 @@ struct CVector {
     VXT_ALWAYS_INLINE static CVector SubMul(CVector C, CVector A, CVector B) {
         return {_mm256_fnmadd_pd(A.m_v, B.m_v, C.m_v)};
     }
-    VXT_ALWAYS_INLINE static CVector LargerSize(CVector Largest, CVector A) {
-        return {_mm256_max_pd(Largest.m_v, _mm256_andnot_pd(_mm256_set1_pd(-0.0), A.m_v))};
-    }
+    VXT_ALWAYS_INLINE static CVector Larger(CVector A, CVector B) { return {_mm256_max_pd(A.m_v, B.m_v)}; }
     VXT_ALWAYS_INLINE bool IsZero() const {
         return _mm256_movemask_pd(_mm256_cmp_pd(m_v, _mm256_setzero_pd(), _CMP_NEQ_UQ)) == 0;
     }

@@ -21,9 +21,7 @@ struct CVector {
     VXT_ALWAYS_INLINE static CVector MulAdd(CVector A, CVector B, CVector C) { return A * B + C; }
     VXT_ALWAYS_INLINE static CVector MulSub(CVector A, CVector B, CVector C) { return A * B - C; }
     VXT_ALWAYS_INLINE static CVector SubMul(CVector C, CVector A, CVector B) { return C - A * B; }
-    VXT_ALWAYS_INLINE static CVector LargerSize(CVector Largest, CVector A) {
-        return {_mm_max_pd(Largest.m_v, _mm_andnot_pd(_mm_set1_pd(-0.0), A.m_v))};
-    }
+    VXT_ALWAYS_INLINE static CVector Larger(CVector A, CVector B) { return {_mm_max_pd(A.m_v, B.m_v)}; }
     VXT_ALWAYS_INLINE bool IsZero() const { return _mm_movemask_pd(_mm_cmpneq_pd(m_v, _mm_setzero_pd())) == 0; }
 
     /// Lane i of vector j against lane j of vector i.

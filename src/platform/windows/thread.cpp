@@ -19,9 +19,9 @@ struct CThread::CSystemThread {
 
     // 32-bit Windows aligns the stack of a new thread to 4 bytes, SSE code wants 16.
     __attribute__((force_align_arg_pointer)) static unsigned __stdcall Body(void* pSystemThread) {
-        const CSystemThread Self = *static_cast<CSystemThread*>(pSystemThread);
-        Self.pFunction(Self.pArgument);
-        FreeLibraryAndExitThread(Self.hLibrary, 0);
+        const auto* const pSelf = static_cast<CSystemThread*>(pSystemThread);  // gone only after a join
+        pSelf->pFunction(pSelf->pArgument);
+        FreeLibraryAndExitThread(pSelf->hLibrary, 0);
     }
 };
 
