@@ -65,6 +65,15 @@ TEST(Bandwidth, APassTouchesEveryWordOnceAndNothingBeyond) {
     EXPECT_EQ(Words.back(), 1u);
 }
 
+TEST(Bandwidth, ABlockBeginsLessThanABlockBehindAnyWord) {
+    std::vector<uint32_t> Words(2 * kBlockBytes / sizeof(uint32_t));
+    for (uint32_t& rWord : Words) {
+        const auto uBegin = reinterpret_cast<uintptr_t>(g_BeginOfBlock(&rWord));
+        EXPECT_EQ(uBegin % kBlockBytes, 0u);
+        EXPECT_LT(uBegin - reinterpret_cast<uintptr_t>(&rWord), kBlockBytes);
+    }
+}
+
 struct CBandwidthTest : vxttest::CSimulatedPc {
     /// Every allocation fails from now on, until Recover.
     void RunOutOfMemory() {
