@@ -63,7 +63,6 @@ void CFloatingPointTestCase::_Report(const fft::CFinding& rFinding) {
     Error.ullIteration = uint64_t{rFinding.uStep} + 1;
     Error.ullExpected = rFinding.ullExpected;
     Error.ullFound = rFinding.ullFound;
-    Error.ullBits = rFinding.ullBits;
     Error.dRoundOff = rFinding.dRoundOff;
     Error.dRoundOffLimit = rFinding.dRoundOffLimit;
     CStressTestCase::_Report(Error);

@@ -340,6 +340,22 @@ TEST_F(CStressTest, TheDirectoryHandsOutWhatIsThere) {
     EXPECT_TRUE(rControl.Uninitialize() && rControl.Uninitialize());
     EXPECT_EQ(rControl.GetBenchmarkCenter(), nullptr);
     EXPECT_EQ(m_rCenter.GetTestCaseCount(), 0u);
+
+    bool bHalf = false;
+    m_Log.TakeErrors();
+    for (uint64_t ullGood = 0;; ++ullGood) {
+        CAllocationFault Fault(ullGood);
+        const bool bDone = rControl.Initialize();
+        Fault.Stop();
+        if (!Fault.HasFailed()) break;
+        EXPECT_FALSE(bDone) << ullGood;
+        EXPECT_EQ(m_Log.TakeErrors().back(), g_ProcessError("bRetCode", "CPerformanceControl::Initialize"));
+        EXPECT_EQ(rControl.GetTestCenter(), nullptr) << ullGood;
+        bHalf |= rControl.GetBenchmarkCenter() != nullptr;
+        rControl.Uninitialize();
+    }
+    EXPECT_TRUE(bHalf) << "kept: the benchmark center stays when the test center fails";
+    rControl.Uninitialize();
 }
 
 }  // namespace
