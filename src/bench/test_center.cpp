@@ -157,7 +157,7 @@ bool CTestCenter::_AddOwn(std::unique_ptr<CStressTestCase> pTestCase, uint32_t u
 bool CTestCenter::_Add(vxtapi::CTestCase* pTestCase, CStressTestCase* pOwn, uint32_t uRepeat, uint32_t uCore) {
     const std::lock_guard Guard(m_Control);
     return g_NoThrow([&] {
-        auto [it, bNew] = m_TestCases.try_emplace(m_uNextKey);
+        const auto it = m_TestCases.try_emplace(m_uNextKey).first;
         CScopeExit Forget([&] { m_TestCases.erase(it); });
         it->second = std::make_shared<CTestCaseThread>(m_bStopping, pTestCase, pOwn, uRepeat, uCore);
         Forget.Dismiss();
