@@ -70,7 +70,7 @@ std::string g_What(const TestError& rError) {
     if (rError.uSize) Add(g_Count(rError.uSize, "word", "s"));
     if (rError.ullIteration) Add("step " + std::to_string(rError.ullIteration));
     if (g_HasPlace(rError)) Add("word " + std::to_string(rError.uPlace));
-    if (rError.dRoundOffLimit > 0)
+    if (rError.uCode == vxtapi::kTestErrorRoundOff)
         Add("round-off " + (g_Finite(rError.dRoundOff) ? g_Trimmed(rError.dRoundOff, 6) : "not a number") +
             ", at most " + g_Trimmed(rError.dRoundOffLimit, 6));
     if (g_Compares(rError))
