@@ -138,7 +138,7 @@ std::string g_WhyUnknown(const CStressTest& rTest) {
     const std::string sTest = std::string("the ") + g_Kind(rTest.uKind).pszText + " test";
     if (rTest.bNotRun) return sTest + " could not run: there was no memory";
     if (rTest.ullPasses > 0 || rTest.ullErrors > 0) return "";
-    return "no pass of " + sTest + " was completed: nothing is known of this core";
+    return "no pass of " + sTest + " was completed, which takes seconds: nothing is known of this core";
 }
 
 CFindings g_StressFindings(const CStressRun& rStress) {
