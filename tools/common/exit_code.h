@@ -32,7 +32,7 @@ inline constexpr CExitMeaning kExitMeanings[] = {
     {EExit::kNotTaken, "the hardware did not take the value"},
     {EExit::kFindings,
      "done, with findings: something that belongs to the answer could not be read, a limit is exceeded, a profile "
-     "differs, or the stability test found errors"},
+     "differs, the stability test found errors, or a score became worse"},
     {EExit::kInterrupted, "interrupted"},
 };
 

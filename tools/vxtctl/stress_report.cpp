@@ -70,7 +70,7 @@ std::string g_What(const TestError& rError) {
     if (rError.uSize) Add(g_Count(rError.uSize, "word", "s"));
     if (rError.ullIteration) Add("step " + std::to_string(rError.ullIteration));
     if (g_HasPlace(rError)) Add("word " + std::to_string(rError.uPlace));
-    if (rError.dRoundOffLimit > 0)
+    if (rError.uCode == vxtapi::kTestErrorRoundOff)
         Add("round-off " + (g_Finite(rError.dRoundOff) ? g_Trimmed(rError.dRoundOff, 6) : "not a number") +
             ", at most " + g_Trimmed(rError.dRoundOffLimit, 6));
     if (g_Compares(rError))
@@ -138,7 +138,7 @@ std::string g_WhyUnknown(const CStressTest& rTest) {
     const std::string sTest = std::string("the ") + g_Kind(rTest.uKind).pszText + " test";
     if (rTest.bNotRun) return sTest + " could not run: there was no memory";
     if (rTest.ullPasses > 0 || rTest.ullErrors > 0) return "";
-    return "no pass of " + sTest + " was completed: nothing is known of this core";
+    return "no pass of " + sTest + " was completed, which takes seconds: nothing is known of this core";
 }
 
 CFindings g_StressFindings(const CStressRun& rStress) {
