@@ -64,6 +64,11 @@ bool CSquaring::Load(std::span<const double> Digits) {
     return _Evaluate(false, m_ullChecksum);
 }
 
+void CSquaring::Take(const CSquaring& rOther) {
+    std::ranges::copy(rOther.m_pMemory->m_Doubles, m_pMemory->m_Doubles.begin());
+    m_ullChecksum = rOther.m_ullChecksum, m_uStep = rOther.m_uStep;
+}
+
 void CSquaring::Digits(std::span<double> Digits) const {
     for (uint32_t i = 0; i < Size().uWords; ++i) Digits[i] = _Digit(i);
 }
@@ -143,7 +148,7 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
         uint32_t uDigit = uStream * rShape.uColumns + 4;
         for (uint32_t i = 0; dCarry != 0 && i < 2 * Size().uWords; ++i, ++uDigit) {
             if (uDigit == Size().uWords) uDigit = 0, dCarry = -dCarry;
-            if (!(std::fabs(dCarry) < 0x1p53)) return;
+            if (!(std::fabs(dCarry) < 0x1p31 && std::fabs(_Digit(uDigit)) < 0x1p31)) return;
             double& rdDigit = _Digit(uDigit);
             const double dSum = rdDigit + dCarry, dNew = dSum - std::nearbyint(dSum / rFrame.dBase) * rFrame.dBase;
             dCarry = std::nearbyint(dSum / rFrame.dBase);

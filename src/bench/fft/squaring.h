@@ -71,6 +71,9 @@ public:
     /// Any number, lowest digit first, each from -2^(bits-1) to 2^(bits-1). False, and nothing changed: not so.
     bool Load(std::span<const double> Digits);
 
+    /// Becomes what another number of the same tables is now, without looking at it.
+    void Take(const CSquaring& rOther);
+
     /// x -> x^2 + 1. False: `rStop` was set (looked at every few microseconds), or a check failed; the number is lost then.
     bool Step(const std::atomic<bool>& rStop, CFinding& rFinding);
     /// What the steps cannot see any more: the digits that lie in memory now. To be called at the end of a pass.
