@@ -345,6 +345,7 @@ VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CCarrySums* pB
 template <uint32_t kRadix, bool kChecks>
 void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
+    CVector RoundOff = rRoundOff;  // in a register
     for (uint32_t i = 0; i < uChild; ++i)
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             double* const p = pBlock + i * uRow + j;
@@ -361,8 +362,9 @@ void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pB
                 }
                 StorePoint(p + k * uChild * uRow, Whole);
             }
-            rRoundOff = CVector::Larger(rRoundOff, Distance);
+            RoundOff = CVector::Larger(RoundOff, Distance);
         }
+    rRoundOff = RoundOff;
 }
 
 /// Carries through a block of columns, all groups of rows, and adds what they carry to the checksum's sums.

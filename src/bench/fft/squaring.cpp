@@ -64,6 +64,11 @@ bool CSquaring::Load(std::span<const double> Digits) {
     return _Evaluate(false, m_ullChecksum);
 }
 
+void CSquaring::Take(const CSquaring& rOther) {
+    std::ranges::copy(rOther.m_pMemory->m_Doubles, m_pMemory->m_Doubles.begin());
+    m_ullChecksum = rOther.m_ullChecksum, m_uStep = rOther.m_uStep;
+}
+
 void CSquaring::Digits(std::span<double> Digits) const {
     for (uint32_t i = 0; i < Size().uWords; ++i) Digits[i] = _Digit(i);
 }
@@ -111,10 +116,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
-    const auto Root = [&](uint64_t ullPower) {
-        return rTables.m_Residues.Balanced(rTables.m_Residues.Power(rTables.m_ullRoot, ullPower));
-    };
-    Frame.dBlockRoot = Root(rTables.m_uBlockColumns), Frame.dDigitRoot = Root(kDigitWeights);
+    Frame.dBlockRoot = rTables.m_dBlockRoot, Frame.dDigitRoot = rTables.m_dDigitRoot;
     Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 4 * (rTables.m_Shape.uRows / 4) > 0x1p52;
     Frame.pOwner = &Owner;
     Frame.pGoesOn = [](void* p) { return !static_cast<COwner*>(p)->rStop.load(std::memory_order_relaxed); };
@@ -143,7 +145,7 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
         uint32_t uDigit = uStream * rShape.uColumns + 4;
         for (uint32_t i = 0; dCarry != 0 && i < 2 * Size().uWords; ++i, ++uDigit) {
             if (uDigit == Size().uWords) uDigit = 0, dCarry = -dCarry;
-            if (!(std::fabs(dCarry) < 0x1p53)) return;
+            if (!(std::fabs(dCarry) < 0x1p31 && std::fabs(_Digit(uDigit)) < 0x1p31)) return;
             double& rdDigit = _Digit(uDigit);
             const double dSum = rdDigit + dCarry, dNew = dSum - std::nearbyint(dSum / rFrame.dBase) * rFrame.dBase;
             dCarry = std::nearbyint(dSum / rFrame.dBase);
@@ -162,16 +164,14 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
 /// The step's two checks: what lies in memory is x^2 + 1 at the root, and came out of the transform near to integers.
 bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
     const CResidues& rResidues = m_pTables->m_Residues;
-    const uint64_t ullImaginary = rResidues.Power(m_pTables->m_ullRoot, Size().uWords / 2);
     const auto Total = [&](const double(&dSums)[2][kMaxLanes]) {
-        uint64_t ullTotal[2] = {};
-        for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-            for (const double dSum : dSums[uHalf]) {
-                if (!(std::fabs(dSum) < 0x1p53) || dSum != std::nearbyint(dSum))
-                    return rResidues.m_ullPrime;  // equals no residue
-                ullTotal[uHalf] = rResidues.Add(ullTotal[uHalf], rResidues.Of(static_cast<int64_t>(dSum)));
-            }
-        return rResidues.Add(ullTotal[0], rResidues.Multiply(ullTotal[1], ullImaginary));
+        double dTotal[2] = {};
+        for (uint32_t i = 0; i < 2 * kMaxLanes; ++i) dTotal[i / kMaxLanes] += dSums[i / kMaxLanes][i % kMaxLanes];
+        for (const double d : dTotal)
+            if (!(std::fabs(d) < 0x1p53) || d != std::nearbyint(d)) return rResidues.m_ullPrime;  // equals no residue
+        return rResidues.Add(
+            rResidues.Of(static_cast<int64_t>(dTotal[0])),
+            rResidues.Multiply(rResidues.Of(static_cast<int64_t>(dTotal[1])), m_pTables->m_ullImaginary));
     };
     const uint64_t ullDigits = Total(rFrame.Sums.dDigits), ullCarries = Total(rFrame.Sums.dCarries);
     // A carry takes 2^bits from its digit and gives one to the next: root - 2^bits at its digit.

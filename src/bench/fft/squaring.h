@@ -19,7 +19,7 @@ EPath g_BestPath();
 /// What a check found. The numbers are those of the error callback.
 enum class ECheck : uint32_t {
     kNone = 0,
-    kRoundOff = 21,    ///< a coefficient of the square is too far from an integer
+    kRoundOff = 21,    ///< coefficients of the square are too far from whole numbers
     kChecksum = 22,    ///< the new digits are not those of the old number's square
     kKeptDigits = 23,  ///< at the end of a pass: the digits in memory are not those that the last step wrote
     kDigitRange = 24,  ///< at the end of a pass: a digit that no step writes
@@ -32,7 +32,7 @@ struct CFinding {
     ECheck eCheck = ECheck::kNone;
     uint32_t uWords = 0;
     uint32_t uStep = 0;              ///< of the pass, from 0; uSteps at its end
-    double dRoundOff = 0;            ///< largest distance of a coefficient from its integer in this step, 0 to 0.5
+    double dRoundOff = 0;            ///< largest distance from whole numbers in this step (docs/fft.md)
     double dRoundOffLimit = 0;       ///< what this size is allowed
     uint64_t ullExpected = 0;        ///< checksum, of the checks that have one; kDigitRange: the largest digit allowed
     uint64_t ullFound = 0;           ///< kDigitRange: the double that lies there, bit by bit
@@ -60,7 +60,7 @@ public:
     static std::shared_ptr<const CTables> MakeTables(uint32_t uWords, EPath ePath);
     /// Null: no tables, or no memory.
     static std::unique_ptr<CSquaring> Make(std::shared_ptr<const CTables> pTables);
-    /// Memory that one number of a size of kSizes takes, without its tables, which are a quarter of it or less.
+    /// Memory that one number of a size of kSizes takes, without its tables, which are a fifth of it or less.
     static size_t Bytes(uint32_t uWords);
 
     ~CSquaring();
@@ -70,6 +70,9 @@ public:
     bool Load(uint64_t ullSeed, const std::atomic<bool>& rStop);
     /// Any number, lowest digit first, each from -2^(bits-1) to 2^(bits-1). False, and nothing changed: not so.
     bool Load(std::span<const double> Digits);
+
+    /// Becomes what another number of the same tables is now, without looking at it.
+    void Take(const CSquaring& rOther);
 
     /// x -> x^2 + 1. False: `rStop` was set (looked at every few microseconds), or a check failed; the number is lost then.
     bool Step(const std::atomic<bool>& rStop, CFinding& rFinding);
@@ -81,7 +84,7 @@ public:
     /// The number's digits, lowest first; `Digits` has room for all of them.
     void Digits(std::span<double> Digits) const;
     const CSize& Size() const;
-    /// Round-off of the last step.
+    /// Of the last step, as in CFinding.
     double RoundOff() const { return m_dRoundOff; }
 
     /// Null (as it begins): none.

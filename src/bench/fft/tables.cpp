@@ -165,6 +165,9 @@ void CTables::_FillWeights() {
         }
         if (m_ullRoot == 0 || dSize < dSmallest) m_ullRoot = ullRoot, dSmallest = dSize;
     }
+    m_ullImaginary = m_Residues.Power(m_ullRoot, m_Size.uWords / 2);
+    m_dBlockRoot = m_Residues.Balanced(m_Residues.Power(m_ullRoot, m_uBlockColumns));
+    m_dDigitRoot = m_Residues.Balanced(m_Residues.Power(m_ullRoot, kDigitWeights));
     for (uint32_t i = 0; i < m_uBlockColumns * m_uLanes; ++i)
         m_pColumnWeights[i] = m_Residues.Balanced(m_Residues.Power(m_ullRoot, i / m_uLanes));
     for (uint32_t i = 0; i < kDigitWeights; ++i)

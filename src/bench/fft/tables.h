@@ -47,7 +47,9 @@ public:
     size_t m_uRowDoubles = 0;
     double m_dRoundOffLimit = 0;
     CResidues m_Residues{};
-    uint64_t m_ullRoot = 0;  ///< of order 2 * words: its power of words is -1
+    uint64_t m_ullRoot = 0;                     ///< of order 2 * words: its power of words is -1
+    uint64_t m_ullImaginary = 0;                ///< its power of words / 2
+    double m_dBlockRoot = 0, m_dDigitRoot = 0;  ///< its powers of the blocks' columns
     CAlignedMemory m_Memory;
     // Parts of m_Memory; kernel.h tells their order.
     double *m_pColumnTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr, *m_pRowWeights = nullptr,
