@@ -47,12 +47,12 @@ struct CStepFrame {
     bool (*pGoesOn)(void* pOwner);  ///< asked between blocks: no stop request?
     void (*pTouch)(void* pOwner);   ///< the fault hook; null: none
 
-    double dRoundOff;   ///< answer: the largest distance from an integer
+    double dRoundOff;   ///< answer: the largest distance from whole numbers, squared
     CLaneSums Sums;     ///< answer
     bool bCarriesLeft;  ///< answer: pCarries are still to be added behind the fourth column of each row
 };
 
-/// One step of a path. False: stopped, the work is void. The second forms leave the checks out.
+/// One step of a path. False: stopped, the work is void.
 bool g_StepSse2(CStepFrame& rFrame, bool bChecks);
 bool g_StepAvx2(CStepFrame& rFrame, bool bChecks);
 

@@ -15,11 +15,11 @@ namespace {
 using vxt::fft::CStepFrame;
 using vxt::fft::kTwiddleDoubles;
 
-constexpr uint32_t kLanes = CVector::kLanes;
-constexpr uint32_t kLine = 2 * kLanes;           ///< doubles of kLanes points
-constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
-constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
-constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
+inline constexpr uint32_t kLanes = CVector::kLanes;
+inline constexpr uint32_t kLine = 2 * kLanes;           ///< doubles of kLanes points
+inline constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
+inline constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
+inline constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
 
 struct CPoint {
     CVector Re, Im;
@@ -96,7 +96,7 @@ VXT_ALWAYS_INLINE uint32_t RowDoubles(const CStepFrame& rFrame) {
 // ---- Rows -------------------------------------------------------------------------------------------------------------
 
 /// The twiddles of a row, into rFrame.pRowTwiddles.
-void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
+inline void PrepareRow(const CStepFrame& rFrame, const double* pBases) {
     double* p = rFrame.pRowTwiddles;
     for (uint32_t uLevel = 0, uNodes = 1; uLevel < rFrame.Shape.uLevels; ++uLevel, uNodes *= 4) {
         const CPoint Base = AllPoint(pBases[2 * uLevel], pBases[2 * uLevel + 1]);
@@ -134,7 +134,7 @@ VXT_ALWAYS_INLINE CPoint MulAdd(CPoint A, CPoint B, CPoint C) {
 
 /// Squares a row's nodes of four points, kLanes of them at a time, modulo x^4 - g: cheaper than another level down and up.
 /// pLevel: the twiddles of the level above; g is c^1 there times 1, -1, i, -i for its four children.
-void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
+inline void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
     alignas(32) static constexpr double kTurns[] = {1, -1, 0, 0, 0, 0, 1, -1};
     for (uint32_t uNode = 0; uNode < rFrame.Shape.uColumns / 16; ++uNode) {
         const double* const pNode = pLevel + uNode / kLanes * kTwiddleDoubles * kLanes + uNode % kLanes;
@@ -157,14 +157,14 @@ void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
     }
 }
 
-void RowForward(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+inline void RowForward(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
     RowLevel<Forward4>(pRow, pLevel, uNodes, uPoints);
 }
-void RowInverse(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
+inline void RowInverse(double* pRow, const double* pLevel, uint32_t uNodes, uint32_t uPoints) {
     RowLevel<Inverse4>(pRow, pLevel, uNodes, uPoints);
 }
 
-bool Rows(const CStepFrame& rFrame) {
+inline bool Rows(const CStepFrame& rFrame) {
     const auto& [uRows, uColumns, uLevels] = rFrame.Shape;
     const double* pLevels[vxt::fft::kMaxLevels];
     pLevels[0] = rFrame.pRowTwiddles;
@@ -206,7 +206,7 @@ VXT_ALWAYS_INLINE void ColumnNode(const CStepFrame& rFrame, double* p, uint32_t 
         }
 }
 
-void ColumnsForward(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
+inline void ColumnsForward(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
     if (uRows == 1) return;
     ColumnNode<Forward4>(rFrame, p, uRows, uNode);
     if (uRows == 4) return;
@@ -214,7 +214,7 @@ void ColumnsForward(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_
         ColumnsForward(rFrame, p + k * (uRows / 4) * RowDoubles(rFrame), uRows / 4, 4 * uNode + k);
 }
 
-void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
+inline void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_t uNode) {
     if (uRows == 1) return;
     if (uRows > 4)
         for (uint32_t k = 0; k < 4; ++k)
@@ -223,7 +223,7 @@ void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, uint32_
 }
 
 /// The root, x^L - i, of four or, where the number of rows is no power of four, eight children.
-constexpr uint32_t kRoot = 2;
+inline constexpr uint32_t kRoot = 2;
 
 template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CStepFrame& rFrame, CPoint* z) {
     const double* const pTwiddles = rFrame.pColumnTwiddles;
@@ -481,7 +481,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
 }
 
 /// The digits' share of the checksum, from memory: what went wrong since they were written counts too.
-bool ReadBack(CStepFrame& rFrame) {
+inline bool ReadBack(CStepFrame& rFrame) {
     constexpr uint32_t kBlock = vxt::fft::kDigitWeights;
     const CCarrying Carrying(rFrame);
     const CVector Root = CVector::All(rFrame.dDigitRoot);

@@ -117,7 +117,7 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
     Frame.dBlockRoot = rTables.m_dBlockRoot, Frame.dDigitRoot = rTables.m_dDigitRoot;
-    Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 4 * (rTables.m_Shape.uRows / 4) > 0x1p52;
+    Frame.bReduceOften = Frame.dPrime * Frame.dPrime / 16 * rTables.m_Shape.uRows > 0x1p52;
     Frame.pOwner = &Owner;
     Frame.pGoesOn = [](void* p) { return !static_cast<COwner*>(p)->rStop.load(std::memory_order_relaxed); };
     if (m_pHook)
@@ -141,11 +141,14 @@ void CSquaring::_CarryFurther(CStepFrame& rFrame) {
     for (uint32_t uStream = 0; uStream < 2 * rShape.uRows; ++uStream) {
         const uint32_t uHalf = uStream / rShape.uRows, uRow = uStream % rShape.uRows, k = uRow / uChild;
         double dCarry = rFrame.pCarries[(2 * (uRow % uChild * (uRadix / 4) + k / 4) + uHalf) * 4 + k % 4];
-        // A fault leaves carries that never end: the checks have the last word on them.
         uint32_t uDigit = uStream * rShape.uColumns + 4;
         for (uint32_t i = 0; dCarry != 0 && i < 2 * Size().uWords; ++i, ++uDigit) {
             if (uDigit == Size().uWords) uDigit = 0, dCarry = -dCarry;
-            if (!(std::fabs(dCarry) < 0x1p31 && std::fabs(_Digit(uDigit)) < 0x1p31)) return;
+            // A fault may have left anything here: the checks have the last word on it.
+            const bool bNumbers = std::fabs(dCarry) < 0x1p31 && std::fabs(_Digit(uDigit)) < 0x1p31 &&
+                                  std::fabs(rFrame.Sums.dDigits[0][0]) < 0x1p53 &&
+                                  std::fabs(rFrame.Sums.dCarries[0][0]) < 0x1p53;
+            if (!bNumbers) return;
             double& rdDigit = _Digit(uDigit);
             const double dSum = rdDigit + dCarry, dNew = dSum - std::nearbyint(dSum / rFrame.dBase) * rFrame.dBase;
             dCarry = std::nearbyint(dSum / rFrame.dBase);

@@ -75,8 +75,12 @@ TEST(Squaring, IsThatOfWholeNumbersWhateverTheDigits) {
         {"one", [](uint32_t i, uint32_t) { return i == 0 ? 1.0 : 0.0; }},
         {"minus one, or 2^(bits * words)", [](uint32_t i, uint32_t) { return i == 0 ? -1.0 : 0.0; }},
         {"the highest word", [](uint32_t i, uint32_t uWords) { return i == uWords - 1 ? 32768.0 : 0.0; }},
-        {"-1 squared from halves: carries through all words",
-         [](uint32_t i, uint32_t uWords) { return i == uWords / 2 ? 1.0 : 0.0; }},
+        {"a square of -1", [](uint32_t i, uint32_t uWords) { return i == uWords / 2 ? 1.0 : 0.0; }},
+        // 2 * 128 * 129 in word 255, the last of a row, and 2 * 128 * 128, the largest digit, in the nine above it.
+        {"a carry through nine words of a row",
+         [](uint32_t i, uint32_t) { return i == 10                          ? 129.0
+                                           : i == 245 || (i > 10 && i < 20) ? 128.0
+                                                                            : 0.0; }},
     };
     for (const uint32_t uWords : {1U << 11, 1U << 12}) {
         for (const auto& [pszCase, pDigit, eAlarm] : kCases) {
