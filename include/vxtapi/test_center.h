@@ -67,7 +67,7 @@ struct TestError {
     uint64_t ullExpected;   ///< sum or checksum; the same as `ullFound` where the check has none
     uint64_t ullFound;
     uint64_t ullBits;       ///< of the wrong value that differ, where that is known; else 0
-    double dRoundOff;       ///< largest distance from an integer, 0 to 0.5; 0 where there is none
+    double dRoundOff;       ///< largest distance from an integer, infinite where it ran away; 0 where there is none
     double dRoundOffLimit;  ///< that it may not exceed
     double dSeconds;        ///< since the thread was started
 };

@@ -1,6 +1,7 @@
 #include "bench/test_records.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "registers/no_throw.h"
 
@@ -28,7 +29,9 @@ bool CTestErrors::Add(vxtapi::TestError Error) {
     const std::lock_guard Guard(m_Lock);
     return g_NoThrow([&] {
         const CSpot Spot(Error.uCode, Error.uSize, Error.ullIteration, Error.uPlace, Error.ullFound, Error.dRoundOff);
-        const bool bIsKnown = Error.ullIteration != 0 && (m_Spots.size() < kMost || m_Spots.contains(Spot));
+        // Where it is not known, or everything ran away, the same value means nothing.
+        const bool bIsKnown = Error.ullIteration != 0 && std::isfinite(Error.dRoundOff) &&
+                              (m_Spots.size() < kMost || m_Spots.contains(Spot));
         if (bIsKnown) Error.uSeenBefore = m_Spots[Spot]++;
         if (m_Waiting.size() < kMost) _Append(Error);
     });

@@ -71,7 +71,7 @@ std::string g_What(const TestError& rError) {
     if (rError.ullIteration) Add("step " + std::to_string(rError.ullIteration));
     if (g_HasPlace(rError)) Add("word " + std::to_string(rError.uPlace));
     if (rError.uCode == vxtapi::kTestErrorRoundOff)
-        Add("round-off " + (g_Finite(rError.dRoundOff) ? g_Trimmed(rError.dRoundOff, 6) : "not a number") +
+        Add("round-off " + (g_Finite(rError.dRoundOff) ? g_Trimmed(rError.dRoundOff, 6) : "beyond all numbers") +
             ", at most " + g_Trimmed(rError.dRoundOffLimit, 6));
     if (g_Compares(rError))
         Add("expected " + vxttools::g_Hex(rError.ullExpected, kDigits) + ", found " +
@@ -202,7 +202,7 @@ CTextTable g_ErrorTable(const CStressRun& rStress) {
     for (const TestError& rError : rStress.Errors()) {
         if (Table.Rows.size() == kShown) break;
         Table.Rows.push_back({std::to_string(rError.uCore), g_Kind(rError.uKind).pszText,
-                              std::to_string(rError.ullPass), g_Trimmed(rError.dSeconds, 1) + " s",
+                              std::to_string(rError.ullPass), g_Trimmed(rError.dSeconds, 2) + " s",
                               g_Check(rError.uCode).pszText, g_What(rError)});
     }
     if (rStress.ErrorCount() > Table.Rows.size())

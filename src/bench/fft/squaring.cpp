@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <limits>
 
 #include "bench/fft/tables.h"
 
@@ -184,8 +185,9 @@ bool CSquaring::_Check(const CStepFrame& rFrame, CFinding& rFinding) {
         bNumbers ? rResidues.Add(ullDigits, rResidues.Multiply(ullCarries, ullCarry)) : rResidues.m_ullPrime;
     const uint64_t ullExpected = rResidues.Add(rResidues.Multiply(m_ullChecksum, m_ullChecksum), 1);
     m_ullChecksum = ullDigits;
+    if (!bNumbers) m_dRoundOff = std::numeric_limits<double>::infinity();  // it ran away, and there is no checksum
     if (!(m_dRoundOff <= m_pTables->m_dRoundOffLimit))
-        rFinding = _Finding(ECheck::kRoundOff, ullExpected, ullFound);
+        rFinding = _Finding(ECheck::kRoundOff, ullExpected, bNumbers ? ullFound : ullExpected);
     else if (ullFound != ullExpected)
         rFinding = _Finding(ECheck::kChecksum, ullExpected, ullFound);
     return rFinding.eCheck == ECheck::kNone;

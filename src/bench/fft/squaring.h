@@ -31,8 +31,9 @@ inline constexpr uint32_t kUnknownWord = ~uint32_t{0};
 struct CFinding {
     ECheck eCheck = ECheck::kNone;
     uint32_t uWords = 0;
-    uint32_t uStep = 0;              ///< of the pass, from 0; uSteps at its end
-    double dRoundOff = 0;            ///< largest distance from whole numbers in this step (docs/fft.md)
+    uint32_t uStep = 0;  ///< of the pass, from 0; uSteps at its end
+    double dRoundOff =
+        0;  ///< largest distance from whole numbers in this step (docs/fft.md); infinite where it ran away
     double dRoundOffLimit = 0;       ///< what this size is allowed
     uint64_t ullExpected = 0;        ///< checksum, of the checks that have one; kDigitRange: the largest digit allowed
     uint64_t ullFound = 0;           ///< kDigitRange: the double that lies there, bit by bit
