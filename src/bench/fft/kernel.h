@@ -14,7 +14,6 @@ struct CShape {
 };
 
 inline constexpr uint32_t kRowPadding = 8;  ///< doubles behind a row: else all rows would meet in the same cache sets
-inline constexpr uint32_t kMaxLevels = 5;
 inline constexpr uint32_t kDigitWeights = 64;  ///< columns whose digits the checksum adds up before it reduces
 inline constexpr uint32_t kMaxLanes = 4;
 inline constexpr uint32_t kTwiddleDoubles = 6;  ///< c, c^2, c^3

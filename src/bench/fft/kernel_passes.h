@@ -166,10 +166,11 @@ inline void RowInverse(double* pRow, const double* pLevel, uint32_t uNodes, uint
 
 inline bool Rows(const CStepFrame& rFrame) {
     const auto& [uRows, uColumns, uLevels] = rFrame.Shape;
-    const double* pLevels[vxt::fft::kMaxLevels];
-    pLevels[0] = rFrame.pRowTwiddles;
-    for (uint32_t i = 1, uNodes = 1; i < uLevels; ++i, uNodes *= 4)
-        pLevels[i] = pLevels[i - 1] + kTwiddleDoubles * (uNodes < kLanes ? kLanes : uNodes);
+    const auto Twiddles = [&](uint32_t uLevel) {
+        uint32_t uNodes = 0;  // of the levels above
+        for (uint32_t i = 0; i < uLevel; ++i) uNodes += i == 0 ? kLanes : 1U << (2 * i);
+        return rFrame.pRowTwiddles + kTwiddleDoubles * uNodes;
+    };
     for (uint32_t uRow = 0; uRow < uRows; ++uRow) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
         double* const pRow = rFrame.pWork + uRow * RowDoubles(rFrame);
@@ -177,13 +178,13 @@ inline bool Rows(const CStepFrame& rFrame) {
         PrepareRow(rFrame, pBases);
         Touch(rFrame);
         for (uint32_t i = 0; i < uLevels; ++i) {
-            RowForward(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
+            RowForward(pRow, Twiddles(i), 1U << (2 * i), uColumns >> (2 * i));
             Touch(rFrame);
         }
-        SquareRow(rFrame, pRow, pLevels[uLevels - 1]);
+        SquareRow(rFrame, pRow, Twiddles(uLevels - 1));
         Touch(rFrame);
         for (uint32_t i = uLevels; i-- > 0;) {
-            RowInverse(pRow, pLevels[i], 1U << (2 * i), uColumns >> (2 * i));
+            RowInverse(pRow, Twiddles(i), 1U << (2 * i), uColumns >> (2 * i));
             Touch(rFrame);
         }
     }
