@@ -13,7 +13,6 @@ using vxtapi::TestError;
 using vxttools::CDocument;
 using vxttools::CFindings;
 using vxttools::CJson;
-using vxttools::CQuantity;
 using vxttools::CTextTable;
 using vxttools::g_FormatValue;
 using vxttools::g_Trimmed;

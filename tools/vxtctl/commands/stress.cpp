@@ -62,8 +62,8 @@ std::vector<CInventoryEntry> g_Chosen(const CHostLibrary& rLibrary, const std::v
 }
 
 std::vector<uint32_t> g_Indices(const std::vector<CInventoryEntry>& rCores) {
-    std::vector<uint32_t> Indices;
-    for (const CInventoryEntry& rCore : rCores) Indices.push_back(rCore.uIndex);
+    std::vector<uint32_t> Indices(rCores.size());
+    std::ranges::transform(rCores, Indices.begin(), &CInventoryEntry::uIndex);
     return Indices;
 }
 
