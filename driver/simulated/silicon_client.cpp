@@ -18,4 +18,6 @@ uint64_t SiliconFault() {
     return bAnswered && dwReturned == sizeof(ullBits) ? ullBits : 0;
 }
 
+bool SiliconMayErr() { return true; }
+
 }  // namespace vxt::platform

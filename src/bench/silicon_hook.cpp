@@ -2,15 +2,19 @@
 
 #include <bit>
 
+#include "platform/clock.h"
 #include "platform/silicon.h"
 
 namespace vxt {
 
 void CSiliconHook::Touch(std::span<double> Work) {
-    constexpr size_t kNumbers = size_t{1} << 20;  // some milliseconds of work
-    m_uTouched += Work.size();
-    if (m_uTouched < kNumbers) return;
-    m_uTouched = 0;
+    // Looking at the clock each time would cost more than the stages that lie between.
+    constexpr uint32_t kTouches = 256;
+    constexpr double kSeconds = 0.002;
+    if (++m_uTouches % kTouches != 0) return;
+    const double dNow = platform::RunningSeconds();
+    if (dNow - m_dAsked < kSeconds) return;
+    m_dAsked = dNow;
     const uint64_t ullWrong = platform::SiliconFault();
     if (ullWrong == 0) return;
     m_ullRandom = m_ullRandom * 0x5851F42D4C957F2D + ullWrong + 1;

@@ -11,8 +11,9 @@ public:
     void Touch(std::span<double> Work) override;
 
 private:
-    size_t m_uTouched = 0;  ///< numbers since the core was last asked
-    uint64_t m_ullRandom;   ///< which number is wrong: another one each time, so that no two errors are alike
+    uint32_t m_uTouches = 0;
+    double m_dAsked = 0;   ///< when, by platform::RunningSeconds
+    uint64_t m_ullRandom;  ///< which number is wrong: another one each time, so that no two errors are alike
 };
 
 }  // namespace vxt

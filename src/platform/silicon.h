@@ -10,4 +10,7 @@ namespace vxt::platform {
 /// correctly at. One call is enough for some milliseconds of computing. Any thread; never fails.
 uint64_t SiliconFault();
 
+/// Whether SiliconFault may ever answer anything but 0. Never on a real machine.
+bool SiliconMayErr();
+
 }  // namespace vxt::platform

@@ -6,4 +6,6 @@ namespace vxt::platform {
 
 uint64_t SiliconFault() { return simulated::g_GetMachine().Miscompute(simulated::g_CurrentCore()); }
 
+bool SiliconMayErr() { return simulated::g_GetMachine().Description().uMaxCoreClock != 0; }
+
 }  // namespace vxt::platform

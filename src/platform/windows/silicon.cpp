@@ -4,4 +4,6 @@ namespace vxt::platform {
 
 uint64_t SiliconFault() { return 0; }
 
+bool SiliconMayErr() { return false; }
+
 }  // namespace vxt::platform
