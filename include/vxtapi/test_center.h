@@ -29,6 +29,7 @@ enum eTestError : uint32_t {
     kTestErrorDigitRange = 24,   ///< floating point: a digit that no step writes
 };
 
+inline constexpr uint32_t kTestSizes = 13;  ///< sizes of numbers that the floating-point test case squares
 inline constexpr uint32_t kRepeatUntilStopped = 0xFFFFFFFF;
 inline constexpr uint32_t kNoCore = 0xFFFFFFFF;  ///< not pinned
 
@@ -38,11 +39,14 @@ public:
     /// Slot 0: one of eTestKind or a host's own number.
     virtual uint32_t GetKind() = 0;
     /// Slot 1: one pass on the calling thread, through to its end or until Stop. Returns how many mismatches it reported.
-    /// The library's own report as result how many passes they have completed since their thread was started.
+    /// The library's own report as result how many passes they have completed since their thread was started; one that an
+    /// error breaks off is not completed. A floating-point pass is one size of number, the next pass takes the next size:
+    /// after kTestSizes passes it has been from the first-level cache to main memory, as far as there was memory.
     virtual uint32_t Run(TestErrorCallback pReportError, TestResultCallback pReportResult) = 0;
     /// Slot 2: asks a running pass to end early; returns at once. Any thread. The library's own end within 10 ms.
     virtual void Stop() = 0;
-    /// Slot 3: deletes it. The center calls it, with the thread ended.
+    /// Slot 3: deletes it. The center calls it, with the thread ended; never where the library is unloaded without
+    /// UnInitVXTAPI.
     virtual void Destroy() = 0;
 
 protected:
@@ -51,7 +55,8 @@ protected:
 
 inline constexpr uint32_t kNoPlace = 0xFFFFFFFF;  ///< it is not known which word is wrong
 
-/// An error. What stands behind `uCore` is what the library's own test cases know; all zero where a host's report.
+/// An error. What stands behind `uCore` is what the library's own test cases know; where a host's report, nothing is (zeros,
+/// kNoPlace).
 struct TestError {
     CTestCase* pTestCase;
     uint32_t uCode;  ///< eTestError, or a host's own
@@ -89,7 +94,7 @@ public:
     /// be started leaves a line in the log.
     virtual void StartAll() = 0;
     /// Slot 1: one pass of a test case on the calling thread. Returns its mismatches, which are reported as those of a
-    /// thread are; 0 too for a test case that the center does not have.
+    /// thread are. 0, and no pass, when the center does not have it or its own thread runs (IsRunning).
     virtual uint32_t RunTestCase(CTestCase* pTestCase) = 0;
     /// Slot 2: asks a running pass of a test case to end early; its thread goes on with the next one. False if absent.
     virtual bool StopTestCase(CTestCase* pTestCase) = 0;

@@ -54,7 +54,7 @@ bool CFloatingPointTestCase::_Compute() {
     if (Finding.eCheck != fft::ECheck::kNone) _Report(Finding);
     if (!bGood && Finding.eCheck == fft::ECheck::kNone) return false;  // stopped
     m_uSize = (m_uSize + 1) % std::size(fft::kSizes);
-    return true;
+    return bGood;
 }
 
 void CFloatingPointTestCase::_Report(const fft::CFinding& rFinding) {
@@ -75,5 +75,6 @@ static_assert(static_cast<uint32_t>(fft::ECheck::kChecksum) == vxtapi::kTestErro
 static_assert(static_cast<uint32_t>(fft::ECheck::kKeptDigits) == vxtapi::kTestErrorKeptDigits);
 static_assert(static_cast<uint32_t>(fft::ECheck::kDigitRange) == vxtapi::kTestErrorDigitRange);
 static_assert(fft::kUnknownWord == vxtapi::kNoPlace);
+static_assert(std::size(fft::kSizes) == vxtapi::kTestSizes);
 
 }  // namespace vxt

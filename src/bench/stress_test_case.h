@@ -26,7 +26,8 @@ public:
     const vxtapi::TestError& LastError() const { return m_Error; }
 
 protected:
-    /// One pass; calls _Report for what it finds. False when nothing can be said of the core: stopped, or nothing computed.
+    /// One pass; calls _Report for what it finds. False when it was not completed: stopped, broken off by an error, or
+    /// nothing was computed.
     virtual bool _Compute() = 0;
     /// Fills in what every error says; `Error` brings the rest.
     void _Report(vxtapi::TestError Error);
@@ -37,7 +38,7 @@ private:
     std::atomic<bool> m_bStop = false;
     vxtapi::TestErrorCallback m_pReportError = nullptr;  ///< of the pass that runs
     uint32_t m_uMismatches = 0;                          ///< of the pass that runs
-    uint64_t m_ullPasses = 0;                            ///< completed since Begin
+    uint64_t m_ullBegun = 0, m_ullPasses = 0;            ///< passes since Begin, and those that were completed
     double m_dBegin = 0;
     vxtapi::TestError m_Error{};
 };

@@ -271,7 +271,10 @@ bool CTestCenter::ReportError(vxtapi::CTestCase* pTestCase, uint32_t uCode) {
     const CTestCaseThread* const pThread = CTestCaseThread::Current();
     const bool bKnown = pThread && pThread->TestCase() == pTestCase;
     vxtapi::TestError Error{};
-    if (bKnown && pThread->Own()) Error = pThread->Own()->LastError();
+    if (bKnown && pThread->Own())
+        Error = pThread->Own()->LastError();
+    else
+        Error.uKind = pTestCase->GetKind(), Error.uPlace = vxtapi::kNoPlace;
     Error.pTestCase = pTestCase;
     Error.uCode = uCode;
     Error.uCore = bKnown ? pThread->Core() : vxtapi::kNoCore;

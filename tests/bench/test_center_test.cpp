@@ -110,6 +110,7 @@ TEST_F(CTestCenterTest, ReportsWaitInOrderUntilTheyAreFetched) {
     ASSERT_TRUE(pFirst && pSecond);
     EXPECT_EQ(pFirst->pTestCase, &rFirst);
     EXPECT_EQ(pFirst->uCode, 1u) << "the first record is still there";
+    EXPECT_EQ(pFirst->uKind, 1000u);
     EXPECT_EQ(pFirst->uCore, 35u) << "kept: pinned modulo 32";
     EXPECT_EQ(pSecond->uCode, 2u);
     EXPECT_EQ(m_rCenter.GetNextError(), nullptr);

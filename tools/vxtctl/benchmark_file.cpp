@@ -23,6 +23,8 @@ constexpr const char* kFormat = "vxtctl bench";
 constexpr int kVersion = 1;
 constexpr std::streamsize kLongest = 1 << 20;  ///< bytes; a hundred runs of all scores take some ten thousand
 
+constexpr double kSmallest = 1e-6, kLargest = 1e12;  ///< of any score, far beyond what computers do
+
 /// A file as it is taken apart: every complaint names it and the member.
 class CReader {
 public:
@@ -67,8 +69,9 @@ CRuns g_Runs(const CReader& rReader, const CJson& rScore, const std::string& sWh
     CRuns Runs;
     for (const CJson& rValue : rReader.Items(rScore, "runs", sWhere)) {
         const std::optional<double> oValue = rValue.Number();
-        if (!oValue || !std::isfinite(*oValue) || *oValue <= 0)
-            rReader.Refuse(sWhere + "runs/" + std::to_string(Runs.Values.size()) + " is no number above zero");
+        if (!oValue || !(*oValue >= kSmallest && *oValue <= kLargest))
+            rReader.Refuse(sWhere + "runs/" + std::to_string(Runs.Values.size()) +
+                           " is no number that a benchmark gives");
         Runs.Values.push_back(*oValue);
     }
     if (Runs.Values.size() < kFewestToCompare)

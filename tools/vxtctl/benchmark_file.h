@@ -9,7 +9,7 @@
 namespace vxtctl {
 
 /// Runs without which nobody knows how far a score spreads by itself.
-inline constexpr size_t kFewestToCompare = 3;
+inline constexpr size_t kFewestToCompare = 5;
 
 struct CSavedScores {
     std::string sFile, sProcessor, sTime;

@@ -1,5 +1,6 @@
 #include "benchmark_report.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "common/text.h"
@@ -35,14 +36,18 @@ struct CComparison {
     const CChangeWords& Words() const { return kChanges[static_cast<size_t>(eChange)]; }
 };
 
-/// Unknown where one of them is missing. Nothing is said of two ranges that overlap: a run of the one could have been one of
-/// the other.
+/// Unknown where one of them is missing. Runs that follow each other have more in common than runs of another hour, so the
+/// ranges lie further apart by themselves than they are wide: a change is what leaves the wider one's width between them, and
+/// kLeastPercent.
 CComparison g_Compare(const CScore& rScore, const CRuns* pBefore) {
+    constexpr double kLeastPercent = 2;
     const CRuns& rNow = rScore.Runs;
     if (!pBefore || rNow.Values.empty()) return {};
     const double dPercent = (rNow.Median() / pBefore->Median() - 1) * 100;
-    const bool bHigher = rNow.Lowest() > pBefore->Highest(), bLower = rNow.Highest() < pBefore->Lowest();
-    if (!bHigher && !bLower) return {EChange::kWithin, dPercent};
+    const double dWidth = std::max(rNow.Highest() - rNow.Lowest(), pBefore->Highest() - pBefore->Lowest());
+    const bool bHigher = rNow.Lowest() - pBefore->Highest() > dWidth,
+               bLower = pBefore->Lowest() - rNow.Highest() > dWidth;
+    if ((!bHigher && !bLower) || std::abs(dPercent) < kLeastPercent) return {EChange::kWithin, dPercent};
     return {bHigher == rScore.pRow->bLowIsGood ? EChange::kWorse : EChange::kBetter, dPercent};
 }
 
@@ -61,7 +66,7 @@ CJson g_RunsJson(const CRuns& rRuns) {
 void g_AddScores(vxttools::CDocument& rDocument, const std::vector<CScore>& rScores, const CSavedScores* pSaved,
                  vxttools::CFindings& rFindings) {
     CJson& rArray = rDocument["scores"] = CJson::Array();
-    vxttools::CTextTable Table{"Scores", {"Benchmark", ">Median", "Unit", "~>Runs", "~>Spread"}};
+    vxttools::CTextTable Table{"Scores", {"Benchmark", ">Median", "Unit", "~>Runs", ">Spread"}};
     if (pSaved)
         for (const char* const pszColumn : {">Saved", ">Change", "Verdict"}) Table.Columns.emplace_back(pszColumn);
     for (const CScore& rScore : rScores) {
@@ -81,7 +86,7 @@ void g_AddScores(vxttools::CDocument& rDocument, const std::vector<CScore>& rSco
         std::vector<std::string>& rCells = Table.Rows.emplace_back();
         rCells = {rRow.pszLabel, bMeasured ? g_ScoreText(rScore.Runs.Median()) : "-", rRow.pszUnit,
                   std::to_string(rScore.Runs.Values.size()),
-                  bMeasured ? g_Trimmed(rScore.Runs.Spread(), 1) + " %" : "-"};
+                  rScore.Runs.Values.size() > 1 ? g_Trimmed(rScore.Runs.Spread(), 1) + " %" : "-"};
         if (pSaved) {
             rCells.push_back(pBefore ? g_ScoreText(pBefore->Median()) : "-");
             rCells.push_back(Comparison.IsKnown() ? g_Percent(Comparison.dPercent) : "-");

@@ -114,6 +114,8 @@ std::string g_Culprit(const CStressRun& rStress) {
     const std::vector<CCoreResult> Cores = g_ByCore(rStress);
     const CCoreResult& rWorst = *std::ranges::max_element(Cores, {}, &CCoreResult::ullErrors);
     const auto nErring = std::ranges::count_if(Cores, [](const CCoreResult& r) { return r.ullErrors > 0; });
+    const bool bAlike =
+        std::ranges::all_of(Cores, [&](const CCoreResult& r) { return r.ullErrors == rWorst.ullErrors; });
     const std::string sWorst = g_CoreName(rWorst.uCore);
     std::string sText;
     if (Cores.size() == 1)
@@ -123,7 +125,8 @@ std::string g_Culprit(const CStressRun& rStress) {
                 "; the others none: its own clock and voltage are the likeliest cause";
     else
         sText = std::to_string(nErring) + " of " + g_CoreCount(Cores.size()) + " erred, " + sWorst +
-                " most: " + std::to_string(rWorst.ullErrors) + " of " + g_ErrorCount(rStress.ErrorCount());
+                (bAlike ? " as often as the others: " : " most: ") + std::to_string(rWorst.ullErrors) + " of " +
+                g_ErrorCount(rStress.ErrorCount());
     if (Cores.size() > 1 && static_cast<size_t>(nErring) == Cores.size())
         sText += "; what they share (clock, voltage, memory, cooling, power) is the likeliest cause";
     if (const uint64_t ullRepeated = rStress.RepeatedCount())
@@ -137,7 +140,7 @@ std::string g_WhyUnknown(const CStressTest& rTest) {
     const std::string sTest = std::string("the ") + g_Kind(rTest.uKind).pszText + " test";
     if (rTest.bNotRun) return sTest + " could not run: there was no memory";
     if (rTest.ullPasses > 0 || rTest.ullErrors > 0) return "";
-    return "no pass of " + sTest + " was completed, which takes seconds: nothing is known of this core";
+    return "no pass of " + sTest + " was completed: nothing is known of this core";
 }
 
 CFindings g_StressFindings(const CStressRun& rStress) {
@@ -158,13 +161,36 @@ struct CVerdict {
     std::string sText;
 };
 
+/// Why the time was not over; empty: it was.
+std::string g_WhyEarly(const CTimedRun& rRun) {
+    if (rRun.eEnd == ERunEnd::kDone) return "";
+    return "it ended after " + g_Trimmed(rRun.dLasted, 1) + " of " + std::to_string(rRun.uSeconds) +
+           " s: " + (rRun.sReason.empty() ? "interrupted" : rRun.sReason) + ". ";
+}
+
+/// Sizes of numbers that were not reached everywhere; empty: all were, or none was wanted.
+std::string g_SizesText(const CStressRun& rStress) {
+    uint64_t ullFewest = vxtapi::kTestSizes;
+    for (const CStressTest& rTest : rStress.Tests())
+        if (rTest.uKind == vxtapi::kTestFloatingPoint) ullFewest = std::min(ullFewest, rTest.ullPasses);
+    if (ullFewest == vxtapi::kTestSizes) return "";
+    return "Of the " + std::to_string(vxtapi::kTestSizes) +
+           " sizes of numbers, from the first-level cache to main memory, " + "the first " + std::to_string(ullFewest) +
+           " were tested on every core. ";
+}
+
 CVerdict g_Verdict(const CTimedRun& rRun, const CStressRun& rStress, const CFindings& rStressFindings) {
-    if (rStress.ErrorCount() > 0) return {"errors", "ERRORS", g_Culprit(rStress)};
-    if (!rStressFindings.empty()) return {"unknown", "NOT ALL WAS TESTED", rStressFindings.front()};
-    return {"no_errors", "no errors",
-            g_CoreCount(g_ByCore(rStress).size()) + ", " + g_PassCount(rStress.Passes()) + " in " +
-                g_Trimmed(rRun.dLasted, 1) +
-                " s. That is no proof: another load, more heat or more time may still bring errors"};
+    const std::string sEarly = g_WhyEarly(rRun);
+    if (rStress.ErrorCount() > 0) return {"errors", "ERRORS", sEarly + g_Culprit(rStress)};
+    if (!rStressFindings.empty()) {
+        const size_t uMore = rStressFindings.size() - 1;
+        return {"unknown", "NOT ALL WAS TESTED",
+                sEarly + rStressFindings.front() + (uMore ? "; the same of " + std::to_string(uMore) + " more" : "")};
+    }
+    return {"no_errors", sEarly.empty() ? "no errors" : "ENDED EARLY, no errors so far",
+            sEarly + g_CoreCount(g_ByCore(rStress).size()) + ", " + g_PassCount(rStress.Passes()) + " in " +
+                g_Trimmed(rRun.dLasted, 1) + " s. " + g_SizesText(rStress) +
+                "That is no proof: another load, more heat or more time may still bring errors"};
 }
 
 // --- tables

@@ -1,5 +1,6 @@
 // vxtctl bench: how fast processor and memory are.
 #include <algorithm>
+#include <filesystem>
 
 #include "benchmark_report.h"
 #include "common/command.h"
@@ -98,6 +99,18 @@ CSavedScores g_LoadFor(const CTool& rTool, const std::string& sFile, const std::
     return Saved;
 }
 
+/// Ends the command when the file cannot be written, or is something else than saved scores.
+void g_CheckSave(const std::string& sFile) {
+    std::error_code Error;
+    const auto uSize = std::filesystem::file_size(g_Path(sFile), Error);
+    if (!Error && uSize > 0) try {
+            g_LoadScores(sFile);
+        } catch (const CFailure& rFailure) {
+            throw CFailure(EExit::kFailed, std::string(rFailure.what()) + "; it is not replaced");
+        }
+    g_OnFile(sFile, [&] { CFileReplacement Test(g_Path(sFile)); });
+}
+
 EExit g_Bench(CTool& rTool, const CWanted& rWanted) {
     constexpr uint32_t kUsualRuns = 5, kMostRuns = 100;
     const uint32_t uRuns = rWanted.oRuns.value_or(kUsualRuns);
@@ -109,7 +122,7 @@ EExit g_Bench(CTool& rTool, const CWanted& rWanted) {
     std::vector<CScore> Scores = g_Chosen(rWanted.Names);
     std::optional<CSavedScores> oSaved;
     if (rWanted.oCompare) oSaved = g_LoadFor(rTool, *rWanted.oCompare, Scores);
-    if (rWanted.oSave) g_OnFile(*rWanted.oSave, [&] { CFileReplacement Test(g_Path(*rWanted.oSave)); });
+    if (rWanted.oSave) g_CheckSave(*rWanted.oSave);
     const CHostLibrary Library(rTool.Options());
     const std::string sProcessor = g_HostProcessor();
     rTool.Output().Note("measured on the computer this program runs on: " + sProcessor);
@@ -119,13 +132,16 @@ EExit g_Bench(CTool& rTool, const CWanted& rWanted) {
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("scores");
     Document["processor"] = sProcessor;
-    Document["saved_to"] = rWanted.oSave;
+    Document["saved_to"] = nullptr;
     Document["compared_with"] = nullptr;
     if (oSaved)
         Document["compared_with"] = {{"file", oSaved->sFile}, {"ts", oSaved->sTime}, {"processor", oSaved->sProcessor}};
     CFindings Findings;
     g_AddScores(Document, Scores, oSaved ? &*oSaved : nullptr, Findings);
-    if (rWanted.oSave) g_WriteFile(g_Path(*rWanted.oSave), *rWanted.oSave, g_ScoreFileText(Scores, sProcessor));
+    const auto IsMeasured = [](const CScore& rScore) { return !rScore.Runs.Values.empty(); };
+    const bool bSaved = rWanted.oSave && std::ranges::any_of(Scores, IsMeasured);
+    Document["saved_to"] = bSaved ? CJson(*rWanted.oSave) : nullptr;
+    if (bSaved) g_WriteFile(g_Path(*rWanted.oSave), *rWanted.oSave, g_ScoreFileText(Scores, sProcessor));
     return Library.Emit(rTool, Document, std::move(Findings));
 }
 

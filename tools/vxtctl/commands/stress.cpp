@@ -110,12 +110,13 @@ private:
 };
 
 std::string g_Progress(const CTimedRun& rRun, const CStressRun& rStress, const CStressReadings& rReadings) {
-    constexpr size_t kWidth = 20;
+    constexpr size_t kWidth = 10;
     const auto uDone = static_cast<size_t>(kWidth * std::min(rRun.dLasted / rRun.uSeconds, 1.0));
-    std::string sText = " [" + std::string(uDone, '#') + std::string(kWidth - uDone, '-') + "] " +
-                        g_ErrorCount(rStress.ErrorCount()) + ", passes: " + std::to_string(rStress.Passes());
+    std::string sText =
+        " [" + std::string(uDone, '#') + std::string(kWidth - uDone, '-') + "] " + g_ErrorCount(rStress.ErrorCount());
     if (const std::optional<double> oHighest = rReadings.Highest())
-        sText += ", highest temperature " + g_Trimmed(*oHighest, 1) + " °C";
+        sText += ", at most " + g_Trimmed(*oHighest, 1) + " °C";
+    sText += ", passes: " + std::to_string(rStress.Passes());
     return sText;
 }
 
