@@ -481,30 +481,37 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
     rFrame.bCarriesLeft = bLeft;
 }
 
+/// Blocks of a row's columns that the checksum reads side by side: one load of a weight serves them all, and so many sums
+/// hide an addition's latency. As many as registers hold; two of the widest rows, for main memory is read slower in four places.
+inline constexpr uint32_t kWidestInCache = 1024;
+inline constexpr uint32_t kSumBlocks = sizeof(void*) == 8 ? 4 : 2;
+
 /// The digits' share of the checksum, from memory: what went wrong since they were written counts too.
-inline bool ReadBack(CStepFrame& rFrame) {
-    constexpr uint32_t kBlock = vxt::fft::kDigitWeights;
+template <uint32_t kBlocks> bool ReadBack(CStepFrame& rFrame) {
+    constexpr uint32_t kBlock = vxt::fft::kDigitWeights, kColumns = kBlocks * kBlock;
     const CCarrying Carrying(rFrame);
     const CVector Root = CVector::All(rFrame.dDigitRoot);
-    CVector Sums[2] = {};
+    CPoint Sum{};
     for (uint32_t uRow = rFrame.Shape.uRows; uRow-- > 0;) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
-        for (uint32_t uColumn = rFrame.Shape.uColumns; uColumn > 0; uColumn -= kBlock) {
-            const double* p = rFrame.pWork + uRow * RowDoubles(rFrame) + 2 * (uColumn - kBlock);
-            CPoint Even{}, Odd{};
-            for (uint32_t i = 0; i < kBlock; i += 2 * kLanes, p += 2 * kLine) {
-                const CVector First = CVector::Load(rFrame.pDigitWeights + i);
-                const CVector Second = CVector::Load(rFrame.pDigitWeights + i + kLanes);
-                const CPoint z0 = LoadPoint(p), z1 = LoadPoint(p + kLine);
-                Even = {CVector::MulAdd(z0.Re, First, Even.Re), CVector::MulAdd(z0.Im, First, Even.Im)};
-                Odd = {CVector::MulAdd(z1.Re, Second, Odd.Re), CVector::MulAdd(z1.Im, Second, Odd.Im)};
+        for (uint32_t uColumn = rFrame.Shape.uColumns; uColumn > 0; uColumn -= kColumns) {
+            const double* p = rFrame.pWork + uRow * RowDoubles(rFrame) + 2 * (uColumn - kColumns);
+            CPoint Blocks[kBlocks] = {};
+            for (uint32_t i = 0; i < kBlock; i += kLanes, p += kLine) {
+                const CVector Weight = CVector::Load(rFrame.pDigitWeights + i);
+                for (uint32_t k = 0; k < kBlocks; ++k) {
+                    const CPoint z = LoadPoint(p + 2 * k * kBlock);
+                    Blocks[k].Re = CVector::MulAdd(z.Re, Weight, Blocks[k].Re);
+                    Blocks[k].Im = CVector::MulAdd(z.Im, Weight, Blocks[k].Im);
+                }
             }
-            const CPoint Block = Even + Odd;
-            Sums[0] = Carrying.Reduce(CVector::MulAdd(Sums[0], Root, Block.Re));
-            Sums[1] = Carrying.Reduce(CVector::MulAdd(Sums[1], Root, Block.Im));
+            for (uint32_t k = kBlocks; k-- > 0;) {
+                Sum.Re = Carrying.Reduce(CVector::MulAdd(Sum.Re, Root, Blocks[k].Re));
+                Sum.Im = Carrying.Reduce(CVector::MulAdd(Sum.Im, Root, Blocks[k].Im));
+            }
         }
     }
-    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) Sums[uHalf].Store(rFrame.Sums.dDigits[uHalf]);
+    Sum.Re.Store(rFrame.Sums.dDigits[0]), Sum.Im.Store(rFrame.Sums.dDigits[1]);
     return true;
 }
 
@@ -516,7 +523,8 @@ template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
     CarryOver<kRadix, kChecks>(rFrame);
     Touch(rFrame);
-    return !kChecks || ReadBack(rFrame);
+    if constexpr (!kChecks) return true;
+    return rFrame.Shape.uColumns > kWidestInCache ? ReadBack<2>(rFrame) : ReadBack<kSumBlocks>(rFrame);
 }
 
 VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, bool bChecks) {
