@@ -79,7 +79,7 @@ def test_a_machine_that_is_too_hot_is_not_heated(hot):  # noqa: F811
 def test_a_temperature_that_rises_above_the_limit_ends_the_test():
     write("warming.machine", "[machine]\nbased_on = family10h-ddr3\nload = 100 100 100 100\nload_period = 6\n")  # from 42 degrees on
     found = answer("vxtctl stress --seconds 600 --kind int --limit 42.1 --machine warming.machine", 1)
-    assert found["run"]["ended"] == "too_hot" and "above 42.1 °C" in found["run"]["reason"] and found["run"]["lasted"] < 60
+    assert found["run"]["ended"] == "too_hot" and "above 42.1 °C" in found["run"]["reason"] and found["message"].startswith("it ended after ") and found["run"]["lasted"] < 60
 
 
 @table("options, code, fragment", [

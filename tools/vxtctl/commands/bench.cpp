@@ -148,8 +148,8 @@ EExit g_Bench(CTool& rTool, const CWanted& rWanted) {
 }  // namespace
 
 extern constexpr CCommand kBench{"bench", "Measure processor, cache and memory, and compare with earlier scores",
-                                 "  vxtctl bench cache --runs 3 --save before.json\n"
-                                 "  vxtctl bench cache --runs 3 --json",
+                                 "  vxtctl bench cache --runs 5 --save before.json\n"
+                                 "  vxtctl bench cache --runs 5 --json",
                                  g_NewCall<CWanted, kOptions, g_Bench>};
 
 }  // namespace vxtctl
