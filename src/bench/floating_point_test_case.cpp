@@ -8,13 +8,10 @@ namespace vxt {
 
 namespace {
 
-/// A number in memory for each core: half of a 32-bit process shall be left to its host.
-constexpr size_t kMostBytes = sizeof(void*) == 4 ? size_t{16} << 20 : size_t{256} << 20;
-
 /// Tables are read only and the same for all cores: whoever needs them first makes them.
 std::shared_ptr<const fft::CTables> g_ShareTables(size_t uSize) {
     static std::mutex s_Lock;
-    static std::array<std::weak_ptr<const fft::CTables>, std::size(fft::kSizes)> s_Tables;
+    static std::array<std::weak_ptr<const fft::CTables>, vxtapi::kTestSizes> s_Tables;
     const std::lock_guard Guard(s_Lock);
     std::shared_ptr<const fft::CTables> pTables = s_Tables[uSize].lock();
     if (!pTables) s_Tables[uSize] = pTables = fft::CSquaring::MakeTables(fft::kSizes[uSize].uWords, fft::g_BestPath());
@@ -24,10 +21,8 @@ std::shared_ptr<const fft::CTables> g_ShareTables(size_t uSize) {
 }  // namespace
 
 fft::CSquaring* CFloatingPointTestCase::_NextNumber() {
-    for (size_t uTried = 0; uTried < std::size(fft::kSizes); ++uTried) {
-        const size_t uSize = (m_uSize + uTried) % std::size(fft::kSizes);
-        const uint32_t uWords = fft::kSizes[uSize].uWords;
-        if (fft::CSquaring::Bytes(uWords) > kMostBytes) continue;
+    for (size_t uTried = 0; uTried < vxtapi::kTestSizes; ++uTried) {
+        const size_t uSize = (m_uSize + uTried) % vxtapi::kTestSizes;
         m_pNumber.reset();  // before the next one needs its memory
         if (!m_Tables[uSize]) m_Tables[uSize] = g_ShareTables(uSize);
         m_pNumber = fft::CSquaring::Make(m_Tables[uSize]);
@@ -53,7 +48,7 @@ bool CFloatingPointTestCase::_Compute() {
     const bool bGood = pNumber->Pass(kSeed, _StopFlag(), Finding);
     if (Finding.eCheck != fft::ECheck::kNone) _Report(Finding);
     if (!bGood && Finding.eCheck == fft::ECheck::kNone) return false;  // stopped
-    m_uSize = (m_uSize + 1) % std::size(fft::kSizes);
+    m_uSize = (m_uSize + 1) % vxtapi::kTestSizes;
     return bGood;
 }
 
@@ -75,6 +70,6 @@ static_assert(static_cast<uint32_t>(fft::ECheck::kChecksum) == vxtapi::kTestErro
 static_assert(static_cast<uint32_t>(fft::ECheck::kKeptDigits) == vxtapi::kTestErrorKeptDigits);
 static_assert(static_cast<uint32_t>(fft::ECheck::kDigitRange) == vxtapi::kTestErrorDigitRange);
 static_assert(fft::kUnknownWord == vxtapi::kNoPlace);
-static_assert(std::size(fft::kSizes) == vxtapi::kTestSizes);
+static_assert(std::size(fft::kSizes) >= vxtapi::kTestSizes);
 
 }  // namespace vxt

@@ -23,7 +23,7 @@ private:
     fft::CSquaring* _NextNumber();
     void _Report(const fft::CFinding& rFinding);
 
-    std::array<std::shared_ptr<const fft::CTables>, std::size(fft::kSizes)> m_Tables;  ///< shared with other cores
+    std::array<std::shared_ptr<const fft::CTables>, vxtapi::kTestSizes> m_Tables;  ///< shared with other cores
     std::unique_ptr<fft::CSquaring> m_pNumber;
     CSiliconHook m_Silicon;
     size_t m_uSize = 0;  ///< of the next pass

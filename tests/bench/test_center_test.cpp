@@ -1,6 +1,7 @@
 // The test center: what it starts, what it keeps of what test cases report, and who owns what.
 #include "bench/test_center.h"
 
+#include <list>
 #include <thread>
 
 #include "api/log/log.h"
@@ -330,6 +331,23 @@ TEST_F(CStressTest, AStopEndsOnePass) {
     m_rCenter.Start();
     EXPECT_TRUE(m_rCenter.StopTestCase(pInteger));
     EXPECT_GE(Passes(), 2) << "the thread goes on with the next one";
+}
+
+TEST_F(CStressTest, WithoutMemoryForAnyNumberAPassIsAMismatchAndNotCompleted) {
+    StartPc(0);
+    ASSERT_TRUE(m_rCenter.Init(vxt::g_GetDeviceManager()));
+    CTestCase* const pTestCase = m_rCenter.FindTestCase(kTestFloatingPoint, 0);
+    m_Log.TakeErrors();
+    std::list<CAllocationFault> Faults;
+    const std::function<void()> Fail = [&] { Faults.emplace_back(0, Fail); };
+    Fail();
+    const uint32_t uMismatches = m_rCenter.RunTestCase(pTestCase);
+    Faults.clear();
+    EXPECT_EQ(uMismatches, 1u);
+    EXPECT_EQ(m_Log.TakeErrors().front(), g_ProcessError("pErrorMessage", "CTestCenter::ReportError"))
+        << "not even for that";
+    EXPECT_EQ(m_rCenter.RunTestCase(pTestCase), 0u);
+    EXPECT_EQ(m_rCenter.GetNextResult()->dValue, 1);
 }
 
 TEST_F(CStressTest, TheDirectoryHandsOutWhatIsThere) {

@@ -39,7 +39,6 @@ std::unique_ptr<CSquaring> CSquaring::Make(std::shared_ptr<const CTables> pTable
 
 CSquaring::CSquaring(std::shared_ptr<const CTables> pTables) : m_pTables(std::move(pTables)) {}
 CSquaring::~CSquaring() = default;
-size_t CSquaring::Bytes(uint32_t uWords) { return CTables::WorkDoubles(uWords) * sizeof(double); }
 
 const CSize& CSquaring::Size() const { return m_pTables->m_Size; }
 double& CSquaring::_Digit(uint32_t uDigit) const { return m_pMemory->m_Doubles[m_pTables->Place(uDigit)]; }

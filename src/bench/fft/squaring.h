@@ -61,8 +61,6 @@ public:
     static std::shared_ptr<const CTables> MakeTables(uint32_t uWords, EPath ePath);
     /// Null: no tables, or no memory.
     static std::unique_ptr<CSquaring> Make(std::shared_ptr<const CTables> pTables);
-    /// Memory that one number of a size of kSizes takes, without its tables, which are a fifth of it or less.
-    static size_t Bytes(uint32_t uWords);
 
     ~CSquaring();
     CSquaring(const CSquaring&) = delete;

@@ -34,7 +34,6 @@ class CTables {
 public:
     static std::shared_ptr<const CTables> Make(uint32_t uWords, EPath ePath);
 
-    size_t Bytes() const { return m_Memory.m_Doubles.size_bytes(); }
     /// Doubles of one number's work: the rows, then the carries, then the twiddles of the row in work.
     static size_t WorkDoubles(uint32_t uWords);
     /// Where the rows of a number keep a digit.
