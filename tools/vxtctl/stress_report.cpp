@@ -174,9 +174,8 @@ std::string g_SizesText(const CStressRun& rStress) {
     for (const CStressTest& rTest : rStress.Tests())
         if (rTest.uKind == vxtapi::kTestFloatingPoint) ullFewest = std::min(ullFewest, rTest.ullPasses);
     if (ullFewest == vxtapi::kTestSizes) return "";
-    return "Of the " + std::to_string(vxtapi::kTestSizes) +
-           " sizes of numbers, from the first-level cache to main memory, " + "the first " + std::to_string(ullFewest) +
-           " were tested on every core. ";
+    return "Every core was at " + std::to_string(ullFewest) + " of the " + std::to_string(vxtapi::kTestSizes) +
+           " sizes of numbers, which go from the first-level cache to main memory. ";
 }
 
 CVerdict g_Verdict(const CTimedRun& rRun, const CStressRun& rStress, const CFindings& rStressFindings) {
