@@ -37,10 +37,7 @@ bool CFloatingPointTestCase::_Compute() {
     constexpr uint64_t kSeed = 1;
     fft::CSquaring* const pNumber = _NextNumber();
     if (!pNumber) {
-        vxtapi::TestError Error{};
-        Error.uCode = vxtapi::kTestErrorNotRun;
-        Error.uPlace = vxtapi::kNoPlace;
-        CStressTestCase::_Report(Error);
+        CStressTestCase::_Report(_NewError(vxtapi::kTestErrorNotRun));
         return false;
     }
     pNumber->SetFaultHook(platform::SiliconMayErr() ? &m_Silicon : nullptr);
@@ -53,8 +50,7 @@ bool CFloatingPointTestCase::_Compute() {
 }
 
 void CFloatingPointTestCase::_Report(const fft::CFinding& rFinding) {
-    vxtapi::TestError Error{};
-    Error.uCode = static_cast<uint32_t>(rFinding.eCheck);
+    vxtapi::TestError Error = _NewError(static_cast<uint32_t>(rFinding.eCheck));
     Error.uSize = rFinding.uWords;
     Error.uPlace = rFinding.uPlace;
     Error.ullIteration = uint64_t{rFinding.uStep} + 1;

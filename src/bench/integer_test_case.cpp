@@ -63,9 +63,7 @@ bool CIntegerTestCase::_Compute() {
 
 void CIntegerTestCase::_Compare(uint32_t uCode, uint64_t ullExpected, uint64_t ullFound) {
     if (ullExpected == ullFound) return;
-    vxtapi::TestError Error{};
-    Error.uCode = uCode;
-    Error.uPlace = vxtapi::kNoPlace;
+    vxtapi::TestError Error = _NewError(uCode);
     Error.ullExpected = ullExpected;
     Error.ullFound = ullFound;
     Error.ullBits = ullExpected ^ ullFound;

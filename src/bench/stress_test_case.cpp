@@ -18,6 +18,13 @@ uint32_t CStressTestCase::Run(vxtapi::TestErrorCallback pReportError, vxtapi::Te
     return m_uMismatches;
 }
 
+vxtapi::TestError CStressTestCase::_NewError(uint32_t uCode) {
+    vxtapi::TestError Error{};
+    Error.uCode = uCode;
+    Error.uPlace = vxtapi::kNoPlace;
+    return Error;
+}
+
 void CStressTestCase::_Report(vxtapi::TestError Error) {
     Error.pTestCase = this;
     Error.uKind = m_uKind;

@@ -29,6 +29,8 @@ protected:
     /// One pass; calls _Report for what it finds. False when it was not completed: stopped, broken off by an error, or
     /// nothing was computed.
     virtual bool _Compute() = 0;
+    /// An error of that code of which nothing else is known.
+    static vxtapi::TestError _NewError(uint32_t uCode);
     /// Fills in what every error says; `Error` brings the rest.
     void _Report(vxtapi::TestError Error);
     const std::atomic<bool>& _StopFlag() const { return m_bStop; }

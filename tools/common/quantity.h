@@ -14,6 +14,8 @@ struct CPlausible {
     bool bZeroIsReading = false;
 };
 
+inline constexpr CPlausible kPlausibleClock{1, 20'000};  ///< MHz
+
 /// Where a setting may lie, as far as it is known.
 struct CLimits {
     std::optional<double> oMinimum = std::nullopt, oMaximum = std::nullopt;

@@ -26,10 +26,10 @@ using vxttools::CTextTable;
 using vxttools::EExit;
 using vxttools::g_Cell;
 using vxttools::g_Utf8;
+using vxttools::kPlausibleClock;
 
 namespace {
 
-constexpr CPlausible kClock{1, 20'000};
 constexpr CPlausible kMultiplier{0.1, 200};
 constexpr CPlausible kVoltage{0.0001, 3};
 constexpr CPlausible kPstateNumber{0, 7, true};  // three bits of a register
@@ -76,7 +76,7 @@ constexpr CFamilies kOnlyFirstK8 = static_cast<CFamilies>(EFamily::kFirstK8);
 constexpr const char* kStatesNone = "this processor states none";
 // The reference clock stands in front of them, the usage behind. What 0 means here was read when the library started.
 constexpr CReadingRow kReadings[] = {
-    {"core_clock", "Core clock", "MHz", kClock, kAllFamilies, nullptr,
+    {"core_clock", "Core clock", "MHz", kPlausibleClock, kAllFamilies, nullptr,
      [](CCPU& r) -> double { return r.GetCurrentClock(); }},
     {"multiplier", "Multiplier", "", kMultiplier, kAllFamilies, nullptr,
      [](CCPU& r) { return r.GetCurrentMultiplier(); }},
@@ -108,9 +108,11 @@ struct CPstateReadingRow {
     double vxtapi::CPstate::*pField;
 };
 constexpr CPstateReadingRow kPstateReadings[] = {
-    {"core_clock", "Core clock at a 200 MHz reference", "MHz", kClock, kWithPstates, &vxtapi::CPstate::dCoreFrequency},
+    {"core_clock", "Core clock at a 200 MHz reference", "MHz", kPlausibleClock, kWithPstates,
+     &vxtapi::CPstate::dCoreFrequency},
     {"core_voltage", "Core voltage", "V", kVoltage, kWithPstates, &vxtapi::CPstate::dCoreVoltage},
-    {"nb_clock", "North-bridge clock at a 200 MHz reference", "MHz", kClock, kOnly10h, &vxtapi::CPstate::dNbFrequency},
+    {"nb_clock", "North-bridge clock at a 200 MHz reference", "MHz", kPlausibleClock, kOnly10h,
+     &vxtapi::CPstate::dNbFrequency},
     {"nb_voltage", "North-bridge voltage", "V", kVoltage, kWithPstates, &vxtapi::CPstate::dNbVoltage},
 };
 

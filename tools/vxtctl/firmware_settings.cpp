@@ -16,10 +16,10 @@ using vxttools::CDocument;
 using vxttools::CFailure;
 using vxttools::CPlausible;
 using vxttools::EExit;
+using vxttools::kPlausibleClock;
 
 namespace {
 
-constexpr CPlausible kClock{1, 20'000};     // MHz
 constexpr CPlausible kVoltage{0.0001, 30};  // V
 constexpr const char* kNoValue = "the firmware gives no value";
 constexpr uint32_t kLongestList = 1u << 20;
@@ -164,7 +164,7 @@ std::vector<CDeviceSetting> g_ClockSettings(const CInventoryEntry& rGenerator) {
         FirmwareLimits Limits{};
         (void)rDevice.GetClockLimits(rRow.eWhich, &Limits);  // stays zero, which means not told
         Clocks.push_back(g_Reach(
-            std::move(Clock), kClock, Limits, [&rDevice, pRead = rRow.pRead] { return (rDevice.*pRead)(); },
+            std::move(Clock), kPlausibleClock, Limits, [&rDevice, pRead = rRow.pRead] { return (rDevice.*pRead)(); },
             [&rDevice, pWrite = rRow.pWrite](double d) { return (rDevice.*pWrite)(d); }));
     }
     return Clocks;

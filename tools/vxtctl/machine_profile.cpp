@@ -152,10 +152,9 @@ void CGathering::_AddClocks() {
 void CGathering::_AddGraphics() {
     vxtapi::CGraphicsProcessor* const pGpu = g_IntegratedGraphics(m_rLibrary);
     if (!pGpu) return;
-    constexpr vxttools::CPlausible kClock{1, 20'000};  // MHz
-    const auto Read = [pGpu, kClock] {
+    const auto Read = [pGpu] {
         CSetting Now;
-        Now.Judge(pGpu->GetEngineClock(), kClock, vxttools::kNotRead);
+        Now.Judge(pGpu->GetEngineClock(), vxttools::kPlausibleClock, vxttools::kNotRead);
         return Now.oValue;
     };
     CSetting Setting{.sKey = "engine_clock", .sLabel = "Integrated graphics clock", .sUnit = "MHz", .oValue = Read()};

@@ -47,9 +47,8 @@ const CStressReadings::CClock& CStressReadings::_Clock(uint32_t uCore) const {
 }
 
 CQuantity CStressReadings::Clock(uint32_t uCore, vxttools::CFindings& rFindings) const {
-    constexpr vxttools::CPlausible kClock{1, 20'000};
     CQuantity Quantity{g_DevicePath(vxtapi::kDeviceCpu, uCore) + "/core_clock", "Core clock", "MHz"};
-    vxttools::g_TakeReading(Quantity, _Clock(uCore).dNow, kClock, nullptr, rFindings);
+    vxttools::g_TakeReading(Quantity, _Clock(uCore).dNow, vxttools::kPlausibleClock, nullptr, rFindings);
     return Quantity;
 }
 

@@ -83,8 +83,6 @@ public:
     /// The number's digits, lowest first; `Digits` has room for all of them.
     void Digits(std::span<double> Digits) const;
     const CSize& Size() const;
-    /// Of the last step, as in CFinding.
-    double RoundOff() const { return m_dRoundOff; }
 
     /// Null (as it begins): none.
     void SetFaultHook(CFaultHook* pHook) { m_pHook = pHook; }
