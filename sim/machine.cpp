@@ -456,6 +456,29 @@ void CSimMachine::SetFirmware(const CFirmwareDescription& rFirmware) {
     Touch();
 }
 
+// --- the registry
+
+bool CSimMachine::HasRegistryKey(const std::string& sKeyAndMark) const {
+    const std::lock_guard Lock(m_Lock);
+    const auto it = m_Description.Registry.lower_bound(sKeyAndMark);
+    return it != m_Description.Registry.end() && it->first.starts_with(sKeyAndMark);
+}
+
+std::optional<std::string> CSimMachine::RegistryValue(const std::string& sName) const {
+    const std::lock_guard Lock(m_Lock);
+    const auto it = m_Description.Registry.find(sName);
+    return it == m_Description.Registry.end() ? std::nullopt : std::optional(it->second);
+}
+
+void CSimMachine::SetRegistryValue(const std::string& sName, std::optional<std::string> oText) {
+    const std::lock_guard Lock(m_Lock);
+    if (oText)
+        m_Description.Registry.insert_or_assign(sName, *std::move(oText));
+    else
+        m_Description.Registry.erase(sName);
+    Touch();
+}
+
 // --- virtual time
 
 uint64_t CSimMachine::Now() const {

@@ -98,6 +98,13 @@ public:
     /// The firmware is now like this.
     void SetFirmware(const CFirmwareDescription& rFirmware);
 
+    // --- the registry, which lies on a disk: a power cycle changes nothing there. Names are "key\\path!value".
+    bool HasRegistryKey(const std::string& sKeyAndMark) const;  ///< any value's name begins so
+    /// The text of its line in a machine file; nothing: there is no such value.
+    std::optional<std::string> RegistryValue(const std::string& sName) const;
+    /// Nothing takes the value away.
+    void SetRegistryValue(const std::string& sName, std::optional<std::string> oText);
+
     // --- virtual time
     uint64_t Now() const;  ///< ns since power-on
     void Advance(uint64_t ullNanoseconds);

@@ -18,6 +18,10 @@ uint64_t SiliconFault() {
     return bAnswered && dwReturned == sizeof(ullBits) ? ullBits : 0;
 }
 
+void BeginComputing() {}
+
+void EndComputing() {}
+
 bool SiliconMayErr() { return true; }
 
 }  // namespace vxt::platform

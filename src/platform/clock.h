@@ -8,6 +8,10 @@ namespace vxt::platform {
 /// Blocks the calling thread for so long at least; 0 gives up the rest of its time slice.
 void Sleep(uint32_t uMilliseconds);
 
+/// The same for a thread that waits while others compute (platform/silicon.h). On a simulated PC their errors keep pace with its
+/// virtual time: what is due in that time has been delivered when the call returns.
+void SleepWhileComputing(uint32_t uMilliseconds);
+
 /// Milliseconds since boot, in steps of up to 16; wraps after 49.7 days. Never fails.
 uint32_t TickCount();
 

@@ -10,6 +10,11 @@ namespace vxt::platform {
 /// correctly at. One call is enough for some milliseconds of computing. Any thread; never fails.
 uint64_t SiliconFault();
 
+/// A thread is about to compute for a test, or has ended that; from any thread, one end for each beginning. Nothing on a real
+/// machine.
+void BeginComputing();
+void EndComputing();
+
 /// Whether SiliconFault may ever answer anything but 0. Never on a real machine.
 bool SiliconMayErr();
 

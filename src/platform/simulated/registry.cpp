@@ -34,14 +34,13 @@ std::vector<uint8_t> g_ValueBytes(std::string_view sText) {
 }
 
 /// The handle's name is the key's with its hive and the mark that stands before a value's name.
-CRegistryKey g_Open(const char* pszCall, const char* pszHive, const wchar_t* pszPath) {
+/// A key without values does not exist here; one that is to be made does from its first value on.
+CRegistryKey g_Open(const char* pszCall, const char* pszHive, const wchar_t* pszPath, bool bMake = false) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses(pszCall, kErrorFileNotFound)) return {};
     const std::string sKey = pszHive + NarrowText(pszPath) + '!';
-    const auto& rValues = simulated::g_GetMachine().Description().Registry;
-    const auto it = rValues.lower_bound(sKey);
-    const bool bExists = it != rValues.end() && it->first.starts_with(sKey);
+    const bool bExists = bMake || simulated::g_GetMachine().HasRegistryKey(sKey);
     return CRegistryKey(bExists ? rSystem.Open(EHandle::kRegistryKey, std::wstring(sKey.begin(), sKey.end()))
                                 : rSystem.Fail(kErrorFileNotFound));
 }
@@ -54,18 +53,48 @@ CRegistryKey OpenUserKey(const wchar_t* pszPath) { return g_Open("OpenUserKey", 
 
 CRegistryKey OpenMachineKey(const wchar_t* pszPath) { return g_Open("OpenMachineKey", kMachineHive, pszPath); }
 
+CRegistryKey OpenUserKeyToWrite(const wchar_t* pszPath) { return g_Open("OpenUserKeyToWrite", kUserHive, pszPath); }
+
+CRegistryKey CreateUserKey(const wchar_t* pszPath) { return g_Open("CreateUserKey", kUserHive, pszPath, true); }
+
 bool QueryRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue, std::span<std::byte> Data) {
     const CSystemSide SystemSide;
     CSimulatedSystem& rSystem = g_GetSystem();
     const std::wstring* const pKey = rSystem.Find(rKey.Get(), EHandle::kRegistryKey);
     if (rSystem.Refuses("QueryRegistryValue", kErrorFileNotFound) || !pKey) return false;
-    const auto& rValues = simulated::g_GetMachine().Description().Registry;
-    const auto it = rValues.find(NarrowText(*pKey) + NarrowText(pszValue));
-    if (it == rValues.end()) return false;
-    const std::vector<uint8_t> Bytes = g_ValueBytes(it->second);
+    const std::optional<std::string> oText =
+        simulated::g_GetMachine().RegistryValue(NarrowText(*pKey) + NarrowText(pszValue));
+    if (!oText) return false;
+    const std::vector<uint8_t> Bytes = g_ValueBytes(*oText);
     if (Bytes.size() > Data.size()) return false;
     std::memcpy(Data.data(), Bytes.data(), Bytes.size());
     return true;
+}
+
+namespace {
+
+/// Nothing takes the value away.
+bool g_Change(const char* pszCall, const CRegistryKey& rKey, const wchar_t* pszValue,
+              std::optional<std::string> oText) {
+    const CSystemSide SystemSide;
+    CSimulatedSystem& rSystem = g_GetSystem();
+    const std::wstring* const pKey = rSystem.Find(rKey.Get(), EHandle::kRegistryKey);
+    if (rSystem.Refuses(pszCall, kErrorFileNotFound) || !pKey) return false;
+    const std::string sName = NarrowText(*pKey) + NarrowText(pszValue);
+    vxtsim::CSimMachine& rMachine = simulated::g_GetMachine();
+    if (!oText && !rMachine.RegistryValue(sName)) return rSystem.Fail(kErrorFileNotFound) != 0;
+    rMachine.SetRegistryValue(sName, std::move(oText));
+    return simulated::g_KeepState();
+}
+
+}  // namespace
+
+bool SetRegistryText(const CRegistryKey& rKey, const wchar_t* pszValue, const wchar_t* pszText) {
+    return g_Change("SetRegistryText", rKey, pszValue, "sz:" + NarrowText(pszText));
+}
+
+bool DeleteRegistryValue(const CRegistryKey& rKey, const wchar_t* pszValue) {
+    return g_Change("DeleteRegistryValue", rKey, pszValue, std::nullopt);
 }
 
 }  // namespace vxt::platform

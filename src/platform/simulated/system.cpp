@@ -54,6 +54,8 @@ void Sleep(uint32_t uMilliseconds) {
     g_GetMachine().Advance(uMilliseconds * kNanosecondsPerMillisecond);
 }
 
+void SleepWhileComputing(uint32_t uMilliseconds) { Sleep(uMilliseconds); }
+
 uint32_t TickCount() { return static_cast<uint32_t>(g_GetMachine().Now() / kNanosecondsPerMillisecond); }
 
 bool SetThreadAffinity(uint32_t uMask) {
