@@ -84,8 +84,12 @@ public:
     /// Slot 46: false into both where the family has no such switch.
     virtual bool GetBoostState(bool* pbSupported, bool* pbEnabled) = 0;
     virtual bool SetBoostState(bool bFirst, bool bSecond) = 0;  ///< slot 47
-    virtual bool IsMultiplierLimited() = 0;  ///< slot 48: the rated maximum multiplier is a real limit
-    virtual bool GetSecondCapability() = 0;  ///< slot 49
+    /// Slot 48: the rated maximum multiplier is a real limit: the multiplier is locked. Family 0Fh: unless the status register's
+    /// maximum FID is 2Ah, all multipliers; families 10h and 11h: unless the COFVID status register names no maximum.
+    virtual bool IsMultiplierLimited() = 0;
+    /// Slot 49: the multiplier moves by halves. K8 revision F: CPUID 8000_0007h EDX bit 6, 100 MHz steps. False elsewhere:
+    /// families 10h and 11h, whose registers know halves, too, are raised by whole steps.
+    virtual bool GetSecondCapability() = 0;
     virtual uint32_t Reserved50() = 0;
     virtual uint32_t Reserved51() = 0;
     virtual ~CCPU() = default;  ///< slot 52

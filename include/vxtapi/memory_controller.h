@@ -45,7 +45,8 @@ struct MemConfig {
     double dDramTermination;   ///< slot 3: ohm; 0: off
     uint8_t bDccEnable;        ///< slot 4, byte 0
     uint8_t bPowerDownEnable;  ///< byte 1
-    uint8_t abUnused4[6];
+    uint8_t bApply;  ///< byte 2: 0 when read; a writer's wish that changes be in force at once, which they always are
+    uint8_t abUnused4[5];
     double dFourBankActWindow;  ///< slot 5: clocks; 0: no restriction
     double dDcqBypassMax;       ///< slot 6: the raw number
     double dIdleCycleLimit;     ///< slot 7: clocks

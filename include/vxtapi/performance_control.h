@@ -2,11 +2,10 @@
 #pragma once
 
 #include <vxtapi/benchmark_center.h>
+#include <vxtapi/system_tune.h>
 #include <vxtapi/test_center.h>
 
 namespace vxtapi {
-
-class CSystemTune;
 
 /// Owner of the benchmark center, the test center and the automatic tuning. Obtained from GetPerformanceControl().
 class CPerformanceControl {
@@ -18,8 +17,7 @@ public:
     /// Slot 2: null before Initialize and after Uninitialize, as all three.
     virtual CBenchmarkCenter* GetBenchmarkCenter() = 0;
     virtual CTestCenter* GetTestCenter() = 0;  ///< slot 3: null also when Initialize failed
-    /// Slot 4: null in this version: automatic tuning is not built yet.
-    virtual CSystemTune* GetSystemTune() = 0;
+    virtual CSystemTune* GetSystemTune() = 0;  ///< slot 4: likewise
     virtual ~CPerformanceControl() = default;
 };
 

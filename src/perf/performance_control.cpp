@@ -13,6 +13,7 @@ bool CPerformanceControl::Initialize() {
     bRetCode = m_rTestCenter.Init(m_rDevices);
     LOG_PROCESS_ERROR(bRetCode);  // Kept: the benchmark center stays; Uninitialize ends it
     m_pTestCenter = &m_rTestCenter;
+    m_pSystemTune = &m_rSystemTune;
     return true;
 }
 
@@ -21,6 +22,7 @@ bool CPerformanceControl::Uninitialize() {
     m_rTestCenter.UnInit();
     m_pBenchmarkCenter = nullptr;
     m_pTestCenter = nullptr;
+    m_pSystemTune = nullptr;
     return true;
 }
 

@@ -3,12 +3,19 @@
 #include "devices/device_list.h"
 #include "perf/performance_control.h"
 #include "perf/profile_settings.h"
+#include "perf/system_tune.h"
 
 namespace vxt {
 
 CPerformanceControl& g_GetPerformanceControl() {
-    static CPerformanceControl s_PerformanceControl(g_GetBenchmarkCenter(), g_GetTestCenter(), g_GetDeviceManager());
+    static CPerformanceControl s_PerformanceControl(g_GetBenchmarkCenter(), g_GetTestCenter(), g_GetSystemTune(),
+                                                    g_GetDeviceManager());
     return s_PerformanceControl;
+}
+
+CSystemTune& g_GetSystemTune() {
+    static CSystemTune s_SystemTune(g_GetDeviceManager(), g_GetTestCenter());
+    return s_SystemTune;
 }
 
 CProfileSettgins& g_GetProfileSettings() {

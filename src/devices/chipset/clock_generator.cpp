@@ -14,8 +14,7 @@ constexpr CDeviceIdentity kIdentity{
     .eType = vxtapi::kDeviceClockGen, .pszName = L"QOR Default Clock Generator", .pszVendor = kMakerVendor};
 
 /// By vxtapi::CClockGenerator::eClock.
-constexpr uint32_t kFunctions[] = {0x01010000, 0x01020000, 0x01030000};
-constexpr uint32_t kExternal = kFunctions[0], kPCIe = kFunctions[1], kThird = kFunctions[2];
+constexpr uint32_t kFunctions[] = {kExternalClockObject, kPCIeClockObject, kThirdClockObject};
 
 constexpr int32_t kMostValues = 1 << 16;  ///< a list beyond it is a broken answer: no memory for that
 
@@ -39,8 +38,8 @@ struct CDefaultClockGen::CListRow {
     const char *pszCountCheck, *pszMemoryCheck;
 };
 const CDefaultClockGen::CListRow CDefaultClockGen::s_aLists[] = {
-    {kExternal, &CDefaultClockGen::m_ExtFreqs, "m_nExtFreqCount > 0", "m_pdExtFreqs"},
-    {kPCIe, &CDefaultClockGen::m_PCIeFreqs, "m_nPCIeFreqCount > 0", "m_pdPCIeFreqs"},
+    {kExternalClockObject, &CDefaultClockGen::m_ExtFreqs, "m_nExtFreqCount > 0", "m_pdExtFreqs"},
+    {kPCIeClockObject, &CDefaultClockGen::m_PCIeFreqs, "m_nPCIeFreqCount > 0", "m_pdPCIeFreqs"},
 };
 
 CDefaultClockGen::CDefaultClockGen(CQORBIOSHandler& rHandler) : CDeviceBase(kIdentity), m_rQorBiosHandler(rHandler) {}
@@ -78,13 +77,15 @@ bool CDefaultClockGen::UnInit() {
     return true;
 }
 
-double CDefaultClockGen::GetExternalClock() { return g_GetClock(m_rQorBiosHandler, kExternal); }
-double CDefaultClockGen::GetPCIeClock() { return g_GetClock(m_rQorBiosHandler, kPCIe); }
-double CDefaultClockGen::GetThirdClock() { return g_GetClock(m_rQorBiosHandler, kThird); }
+double CDefaultClockGen::GetExternalClock() { return g_GetClock(m_rQorBiosHandler, kExternalClockObject); }
+double CDefaultClockGen::GetPCIeClock() { return g_GetClock(m_rQorBiosHandler, kPCIeClockObject); }
+double CDefaultClockGen::GetThirdClock() { return g_GetClock(m_rQorBiosHandler, kThirdClockObject); }
 
-bool CDefaultClockGen::SetExternalClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kExternal, dMHz); }
-bool CDefaultClockGen::SetPCIeClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kPCIe, dMHz); }
-bool CDefaultClockGen::SetThirdClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kThird, dMHz); }
+bool CDefaultClockGen::SetExternalClock(double dMHz) {
+    return g_SetClock(m_rQorBiosHandler, kExternalClockObject, dMHz);
+}
+bool CDefaultClockGen::SetPCIeClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kPCIeClockObject, dMHz); }
+bool CDefaultClockGen::SetThirdClock(double dMHz) { return g_SetClock(m_rQorBiosHandler, kThirdClockObject, dMHz); }
 
 bool CDefaultClockGen::CClockList::Copy(double* pdInto, uint32_t& ruSize) const {
     const uint32_t uCount = static_cast<uint32_t>(nCount);

@@ -1,4 +1,4 @@
-// The firmware counts in thousandths: kHz where devices say MHz, mV where they say V.
+// The firmware's objects for clocks, and its units: it counts in thousandths, kHz where devices say MHz, mV where they say V.
 #pragma once
 
 #include <vxtapi/firmware_limits.h>
@@ -11,6 +11,9 @@
 #include "firmware/bios_handler.h"
 
 namespace vxt {
+
+inline constexpr uint32_t kExternalClockObject = 0x01010000, kPCIeClockObject = 0x01020000,
+                          kThirdClockObject = 0x01030000;
 
 inline constexpr double kFirmwareUnits = 1000.0;
 
