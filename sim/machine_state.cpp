@@ -44,10 +44,27 @@ bool CMachineState::Open(const std::string& sPath, const std::string& sMachine, 
     return false;
 }
 
+bool CMachineState::Reset(const CSimMachine& rMachine, CMachineDescription& rAnew, std::string& rsError) {
+    const std::lock_guard Lock(m_Lock);
+    CMachineDescription Now = rMachine.Describe(), Made;
+    std::string sReason;
+    if (!g_LoadMachine(Now.sStateOf, Made, sReason) || g_Digest(Made) != Now.ullStateDigest) {
+        rsError = m_sName + ": stays as it is: " + (sReason.empty() ? Now.sStateOf + " has changed" : sReason);
+        return false;
+    }
+    Made.sStateOf = Now.sStateOf, Made.ullStateDigest = Now.ullStateDigest, Made.Registry = std::move(Now.Registry);
+    rAnew = std::move(Made);
+    m_Kept = CSimMachine(rAnew).Describe();
+    m_ullChanges = 0;  // of the next machine
+    if (m_File.Replace(g_FormatMachine(m_Kept), sReason)) return true;
+    rsError = m_sName + ": the PC's state could not be kept: " + sReason;
+    return false;
+}
+
 bool CMachineState::Keep(const CSimMachine& rMachine, std::string& rsError) {
     const std::lock_guard Lock(m_Lock);
     const uint64_t ullChanges = rMachine.Changes();
-    if (ullChanges == m_ullChanges) return true;
+    if (ullChanges == m_ullChanges || rMachine.HasHung()) return true;
     CMachineDescription Now = rMachine.Describe();
     std::string sReason;
     if (Now != m_Kept && !m_File.Replace(g_FormatMachine(Now), sReason)) {
