@@ -28,7 +28,7 @@ bool CMachineState::_Load(const std::string& sMachine, CMachineDescription& rMac
 
 bool CMachineState::Open(const std::string& sPath, const std::string& sMachine, CMachineDescription& rMachine,
                          std::string& rsError) {
-    m_sName = sPath;
+    m_sName = sPath, m_sMachine = sMachine;
     std::string sReason;
     if (!m_File.Open(sPath, sReason)) {
         rsError = m_sName + ": " + sReason;
@@ -48,8 +48,9 @@ bool CMachineState::Reset(const CSimMachine& rMachine, CMachineDescription& rAne
     const std::lock_guard Lock(m_Lock);
     CMachineDescription Now = rMachine.Describe(), Made;
     std::string sReason;
-    if (!g_LoadMachine(Now.sStateOf, Made, sReason) || g_Digest(Made) != Now.ullStateDigest) {
-        rsError = m_sName + ": stays as it is: " + (sReason.empty() ? Now.sStateOf + " has changed" : sReason);
+    const std::string& rsMachine = m_sMachine.empty() ? Now.sStateOf : m_sMachine;
+    if (!g_LoadMachine(rsMachine, Made, sReason) || g_Digest(Made) != Now.ullStateDigest) {
+        rsError = m_sName + ": stays as it is: " + (sReason.empty() ? rsMachine + " has changed" : sReason);
         return false;
     }
     Made.sStateOf = Now.sStateOf, Made.ullStateDigest = Now.ullStateDigest, Made.Registry = std::move(Now.Registry);

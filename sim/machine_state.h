@@ -36,7 +36,8 @@ public:
 private:
     bool _Load(const std::string& sMachine, CMachineDescription& rMachine, std::string& rsError) const;
 
-    std::string m_sName;  ///< the file as the user calls it
+    std::string m_sName;     ///< the file as the user calls it
+    std::string m_sMachine;  ///< where Open was to find the machine; empty: the file tells
     CStateFile m_File;
     std::mutex m_Lock;  ///< the two below
     CMachineDescription m_Kept;
