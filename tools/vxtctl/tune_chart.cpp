@@ -20,20 +20,22 @@ using vxttools::g_Trimmed;
 namespace {
 
 // Everything in the picture's own units; an observer sees them as CSS pixels.
-constexpr double kWidth = 960, kLeft = 70, kRight = 880, kTop = 70, kBottom = 420, kListTop = 490, kLine = 18;
+constexpr double kWidth = 960, kLeft = 70, kRight = 880, kTop = 130, kBottom = 470, kListTop = 540, kLine = 18;
 constexpr size_t kLineLength = 125;  ///< characters of 13 units
 
-/// Marks differ in shape, too: prints have no colour.
+/// Marks differ in shape, too: prints have no colour. Rules are plain ones, which every viewer knows; paper stays light.
 constexpr const char* kHead =
     R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 %W %H" role="img" font-family="system-ui, sans-serif" font-size="13">
 <style>
-svg { --back: #fff; --text: #222; --faint: #ccc; --passed: #0a6b4f; --failed: #b3261e; --cut: #8a5a00; background: var(--back); }
-@media (prefers-color-scheme: dark) { svg { --back: #16181c; --text: #e8e8e8; --faint: #454a52; --passed: #53d3a6; --failed: #ff8a80; --cut: #f2c14e; } }
-@media print { svg { --back: #fff; --text: #000; --faint: #bbb; --passed: #0a6b4f; --failed: #b3261e; --cut: #8a5a00; } }
-text { fill: var(--text); } .middle { text-anchor: middle; } .end { text-anchor: end; } .grid { stroke: var(--faint); }
+.back { fill: #fff; } text { fill: #222; } .middle { text-anchor: middle; } .end { text-anchor: end; }
+.grid { stroke: #ccc; } .found { stroke: #222; stroke-width: 1.5; stroke-dasharray: 2 4; }
 .passed, .failed, .stopped, .died { fill: none; stroke-width: 2.5; }
-.passed { stroke: var(--passed); } .failed { stroke: var(--failed); } .stopped { stroke: var(--cut); } .died { stroke: var(--cut); fill: var(--cut); }
-.try { stroke-width: 1.5; stroke-dasharray: 4 3; fill: none; } .found { stroke: var(--text); stroke-dasharray: 1 4; }
+.passed { stroke: #0a6b4f; } .failed { stroke: #b3261e; } .stopped, .died { stroke: #8a5a00; } .died { fill: #8a5a00; }
+.try { stroke-width: 1.5; stroke-dasharray: 4 3; fill: none; }
+@media screen and (prefers-color-scheme: dark) {
+.back { fill: #16181c; } text { fill: #e8e8e8; } .grid { stroke: #454a52; } .found { stroke: #e8e8e8; }
+.passed { stroke: #53d3a6; } .failed { stroke: #ff8a80; } .stopped, .died { stroke: #f2c14e; } .died { fill: #f2c14e; }
+}
 </style>
 )";
 
@@ -64,6 +66,14 @@ std::string g_At(double d) { return g_Trimmed(d, 1); }
 std::string g_TextAt(double dX, double dY, const std::string& sText, const char* pszClass = "start") {
     return "<text class=\"" + std::string(pszClass) + "\" x=\"" + g_At(dX) + "\" y=\"" + g_At(dY) + "\">" +
            g_Xml(sText) + "</text>\n";
+}
+
+/// Text as wide as the picture; the place of what follows is told.
+std::string g_Lines(const std::string& sText, double& rdY, size_t uMost = SIZE_MAX) {
+    std::string sLines;
+    for (const std::string& rsLine : vxttools::g_Wrap(sText, kLineLength))
+        if (uMost-- > 0) sLines += g_TextAt(kLeft, rdY, rsLine), rdY += kLine;
+    return sLines;
 }
 
 std::string g_Path(const std::string& sClass, const std::string& sWay, const std::string& sTitle = "") {
@@ -147,12 +157,15 @@ public:
 
     std::string Svg(const std::string& sMessage) const {
         const std::string sTitle = "Search for the highest clock, " + m_rRecord.sBegun;
-        std::string sBody = "<title>" + g_Xml(sTitle) + "</title>\n<desc>" + g_Xml(sMessage) + "</desc>\n";
-        sBody += g_TextAt(kLeft, 30, sTitle) + _Axes() + _Found() + _Points();
-        double dY = kListTop;
+        std::string sBody = "<title>" + g_Xml(sTitle) + "</title>\n<desc>" + g_Xml(sMessage) +
+                            "</desc>\n<rect class=\"back\" width=\"100%\" height=\"100%\"/>\n";
+        const std::string sHeadline = m_rRecord.oFound ? "found: " + g_ClockText(*m_rRecord.oFound) : sMessage;
+        constexpr size_t kMostLines = 3;
+        sBody += g_TextAt(kLeft, 24, sTitle);
+        double dY = 24 + kLine;
+        sBody += g_Lines(sHeadline, dY, kMostLines) + _Axes() + _Found() + _Points();
+        dY = kListTop;
         sBody += _List(dY);
-        for (const std::string& rsLine : vxttools::g_Wrap(sMessage, kLineLength))
-            sBody += g_TextAt(kLeft, dY, rsLine), dY += kLine;
         std::string sHead = kHead;
         sHead.replace(sHead.find("%W"), 2, g_At(kWidth));
         sHead.replace(sHead.find("%H"), 2, g_At(dY + kLine));
@@ -167,10 +180,12 @@ private:
 
     std::string _Axes() const {
         const double dMultiplier = m_rRecord.Points.front().Clock.dMultiplier;
-        std::string sAxes = g_TextAt(kLeft, kTop - 14, "Reference clock, MHz", "middle") +
+        std::string sAxes = g_TextAt(8, kTop - 26, "Reference clock, MHz") +
                             g_TextAt((kLeft + kRight) / 2, kBottom + 45, "Test time", "middle");
-        if (m_bOneMultiplier)
-            sAxes += g_TextAt(kRight, kTop - 14, "Core clock (x " + g_Trimmed(dMultiplier, 3) + "), MHz", "middle");
+        sAxes += g_TextAt(kWidth - 8, kTop - 26,
+                          m_bOneMultiplier ? "Core clock (x " + g_Trimmed(dMultiplier, 3) + "), MHz"
+                                           : "At the steps: core clock, MHz",
+                          "end");
         for (int i = 0; m_dLowest + i * m_dStep <= m_dHighest + m_dStep / 2; ++i) {
             const double dClock = m_dLowest + i * m_dStep, dY = _Y(dClock);
             sAxes += g_Path("grid", "M" + g_At(kLeft) + " " + g_At(dY) + "H" + g_At(kRight)) +
@@ -193,7 +208,7 @@ private:
     }
 
     std::string _Points() const {
-        constexpr double kLabelWidth = 120;
+        constexpr double kLabelWidth = 45;
         std::string sPoints;
         double dSeconds = 0, dLabelEnd = 0, dBefore = 0;
         uint32_t uNumber = 0;
@@ -215,11 +230,12 @@ private:
                            g_Path(sClass, g_MarkWay(rPoint.eEnd, dEnd, dY), sText) +
                            g_TextAt(dEnd, dY - 11, std::to_string(uNumber), "middle");
             }
+            const double dCore = rPoint.Clock.CoreClock();
+            if (!m_bOneMultiplier && rPoint.eEnd == EPointEnd::kPassed && dEnd - dX >= kLabelWidth)
+                sPoints += g_TextAt((dX + dEnd) / 2, dY - 6, g_Trimmed(dCore, 0), "middle");
             const bool bNewMultiplier = !pBefore || pBefore->Clock.dMultiplier != rPoint.Clock.dMultiplier;
             if (!m_bOneMultiplier && bNewMultiplier && dX >= dLabelEnd) {
-                sPoints += g_TextAt(dX, kTop - 2,
-                                    "x " + g_Trimmed(rPoint.Clock.dMultiplier, 3) + " = " +
-                                        g_Trimmed(rPoint.Clock.CoreClock(), 1) + " MHz");
+                sPoints += g_TextAt(dX, kTop - 8, "x " + g_Trimmed(rPoint.Clock.dMultiplier, 3));
                 dLabelEnd = dX + kLabelWidth;
             }
             dBefore = dY;
@@ -235,9 +251,7 @@ private:
         for (const CTunePoint& rPoint : m_rRecord.Points) {
             if (rPoint.eEnd == EPointEnd::kPassed) continue;
             sList += g_Path(g_PointClass(rPoint.eEnd), g_MarkWay(rPoint.eEnd, kLeft - 12, rdY - 4));
-            const std::string sText = std::to_string(++uNumber) + "  " + g_PointText(rPoint);
-            for (const std::string& rsLine : vxttools::g_Wrap(sText, kLineLength))
-                sList += g_TextAt(kLeft, rdY, rsLine), rdY += kLine;
+            sList += g_Lines(std::to_string(++uNumber) + ": " + g_PointText(rPoint), rdY);
         }
         return sList;
     }

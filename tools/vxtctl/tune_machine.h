@@ -22,6 +22,9 @@ public:
 
     /// What is in force now. Nothing where not all of it can be read.
     std::optional<CClockState> Read() const;
+    CClockState OnAllCores(const CTunedClock& rClock) const {
+        return {rClock.dReferenceClock, std::vector(m_Cores.size(), rClock.dMultiplier)};
+    }
     /// Whether the clock and every core's multiplier are these.
     bool IsInForce(const CTunedClock& rClock) const;
 

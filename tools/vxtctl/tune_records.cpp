@@ -133,7 +133,8 @@ std::optional<CTunePoint> CTuneRecord::Deadly() const {
         const auto Survived = [&](const CTunePoint& r) {
             return r.eEnd == EPointEnd::kPassed && r.Clock.CoreClock() >= it->Clock.CoreClock();
         };
-        if (it->eEnd != EPointEnd::kDied || std::any_of(it, Points.end(), Survived)) continue;
+        const bool bDied = it->eEnd == EPointEnd::kDied || it->eEnd == EPointEnd::kInProgress;
+        if (!bDied || std::any_of(it, Points.end(), Survived)) continue;
         if (!oDeadly || it->Clock.CoreClock() < oDeadly->Clock.CoreClock()) oDeadly = *it;
     }
     return oDeadly;

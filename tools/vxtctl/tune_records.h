@@ -58,11 +58,11 @@ struct CTuneRecord {
     bool IsOver() const {
         return eEnd == ETuneEnd::kFinished || eEnd == ETuneEnd::kFailed || eEnd == ETuneEnd::kBelowDeath;
     }
-    /// The lowest one that ended a PC or a process and has not passed since; nothing: none.
+    /// Of a process that is gone: the lowest one that ended it or the PC and was not survived since; nothing: none.
     std::optional<CTunePoint> Deadly() const;
     /// The highest core clock that passed, and did not fail later; nothing: none.
     std::optional<CTunedClock> Best() const;
-    /// Where the process ended that did this: clocks that were being tested then count as deadly from now on.
+    /// From a process that is gone: the clock that was being tested then counts as deadly from now on.
     void TakeOver();
 };
 

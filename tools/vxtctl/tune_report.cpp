@@ -111,16 +111,24 @@ std::string g_DeadText(const CTuneRecord& rRecord) {
     return sText;
 }
 
-CTextTable g_PointTable(const CTuneRecord& rRecord) {
+/// What was being tested by a process that is gone died with it.
+EPointEnd g_End(const CTunePoint& rPoint, const CTuneResult& rResult) {
+    const bool bDied = rPoint.eEnd == EPointEnd::kInProgress && rResult.eView == ETuneView::kRemembered;
+    return bDied ? EPointEnd::kDied : rPoint.eEnd;
+}
+
+CTextTable g_PointTable(const CTuneResult& rResult) {
     CTextTable Table{
         "Tested clocks",
         {">No", ">Reference clock", ">Multiplier", ">Core clock", ">Tested", "Result", "~Error", "~~Begun"}};
-    for (size_t i = 0; i < rRecord.Points.size(); ++i) {
-        const CTunePoint& rPoint = rRecord.Points[i];
+    const std::vector<CTunePoint>& rPoints = rResult.pRecord->Points;
+    for (size_t i = 0; i < rPoints.size(); ++i) {
+        const CTunePoint& rPoint = rPoints[i];
         Table.Rows.push_back({std::to_string(i + 1), g_Trimmed(rPoint.Clock.dReferenceClock, 3) + " MHz",
                               "x " + g_Trimmed(rPoint.Clock.dMultiplier, 3),
                               g_Trimmed(rPoint.Clock.CoreClock(), 1) + " MHz", std::to_string(rPoint.uSeconds) + " s",
-                              kPoints[static_cast<size_t>(rPoint.eEnd)].pszCell, rPoint.sError, rPoint.sBegun});
+                              kPoints[static_cast<size_t>(g_End(rPoint, rResult))].pszCell, rPoint.sError,
+                              rPoint.sBegun});
     }
     return Table;
 }
@@ -230,7 +238,6 @@ void g_AddTune(CDocument& rDocument, const CTuneResult& rResult) {
     CJson& rPoints = rDocument["points"] = CJson::Array();
     for (size_t i = 0; pRecord && i < pRecord->Points.size(); ++i) {
         const CTunePoint& rPoint = pRecord->Points[i];
-        const bool bDied = rPoint.eEnd == EPointEnd::kInProgress && rResult.eView == ETuneView::kRemembered;
         CJson Point{{"id", "/tune/" + std::to_string(i + 1)}, {"number", i + 1}};
         const CJson Clock = g_ToJson(rPoint.Clock);
         for (const auto& [sKey, Value] : Clock.Members()) Point[sKey] = Value;
@@ -238,13 +245,13 @@ void g_AddTune(CDocument& rDocument, const CTuneResult& rResult) {
         Point["begun"] = rPoint.sBegun;
         Point["seconds"] = rPoint.uSeconds;
         Point["duration"] = rPoint.uDuration;
-        Point["result"] = g_Word(bDied ? EPointEnd::kDied : rPoint.eEnd);
+        Point["result"] = g_Word(g_End(rPoint, rResult));
         Point["error"] = g_TextOrNull(rPoint.sError);
         rPoints.Push(std::move(Point));
     }
     rDocument.SetCsv("points");
     if (rResult.eView != ETuneView::kPlanned) rDocument.AddTable({"Search for the highest clock", {""}, {{sMessage}}});
-    if (pRecord && !pRecord->Points.empty()) rDocument.AddTable(g_PointTable(*pRecord));
+    if (pRecord && !pRecord->Points.empty()) rDocument.AddTable(g_PointTable(rResult));
 }
 
 }  // namespace vxtctl

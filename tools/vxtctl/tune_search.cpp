@@ -43,22 +43,21 @@ void CTuneSearch::Forget() {
                        "nothing was done, --log tells why");
 }
 
-void CTuneSearch::Run() {
+void CTuneSearch::Run(const std::string& sProblem) {
+    m_rRecord.sReason = sProblem;
+    m_rRecord.eEnd = sProblem.empty() ? _Search() : ETuneEnd::kBroken;
+    m_rRecord.sEnded = g_Now();
+    if (m_rRecord.eEnd == ETuneEnd::kBroken && m_rRecord.sReason.empty())
+        m_rRecord.sReason = "the library could not go on; --log tells why";
+    m_rRecord.oFound.reset();
+    if (m_rRecord.IsOver()) m_rRecord.oFound = CTunedClock{m_pTuner->GetReferenceClock(), m_pTuner->GetMultiplier()};
+}
+
+ETuneEnd CTuneSearch::_Search() {
     m_pTuner->SetObserver(this);
     const bool bToItsEnd = m_pTuner->StartTune();
     m_pTuner->SetObserver(nullptr);
     m_Line.Show("");
-    m_rRecord.eEnd = _HowItEnded(bToItsEnd);
-    m_rRecord.sEnded = g_Now();
-    if (m_rRecord.eEnd == ETuneEnd::kBroken && m_rRecord.sReason.empty())
-        m_rRecord.sReason = "the library could not go on; --log tells why";
-    if (m_rRecord.eEnd == ETuneEnd::kBelowDeath)
-        m_rRecord.oFound = m_rRecord.Best().value_or(m_rRecord.Before.First());
-    else if (m_rRecord.IsOver())
-        m_rRecord.oFound = CTunedClock{m_pTuner->GetReferenceClock(), m_pTuner->GetMultiplier()};
-}
-
-ETuneEnd CTuneSearch::_HowItEnded(bool bToItsEnd) const {
     if (m_oeStopped) return *m_oeStopped;
     const int32_t nStatus = m_pTuner->GetStatus();
     if (nStatus == vxtapi::kTuneFailed) return ETuneEnd::kFailed;  // without a list of clocks that is no success there

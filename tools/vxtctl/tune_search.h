@@ -24,8 +24,8 @@ public:
     /// How the last search ended, as the library has written it down: one of vxtapi::eTuneStatus.
     int32_t LastStatus() const { return m_pTuner->GetLastTuneStatus(); }
 
-    /// Blocks until it ends. The record then tells how, but is not on disk; what was found may not be in force yet.
-    void Run();
+    /// Blocks until it ends. The record then tells how, but is not on disk. `sProblem`: why it cannot even begin, or empty.
+    void Run(const std::string& sProblem);
 
 private:
     void OnPoint(const vxtapi::TunePoint* pPoint) override;
@@ -35,7 +35,7 @@ private:
     void _End(const vxtapi::TunePoint& rPoint, EPointEnd eEnd);
     void _Stop(ETuneEnd eEnd, const std::string& sReason = "");
     void _Show(const vxtapi::TunePoint& rPoint);
-    ETuneEnd _HowItEnded(bool bToItsEnd) const;
+    ETuneEnd _Search();
 
     const vxttools::CTool& m_rTool;
     CTuneRecords& m_rRecords;

@@ -84,7 +84,8 @@ CTuneRecord g_NewRecord(const CWanted& rWanted, CTuneRecords& rRecords, const CC
     std::optional<CTuneRecord> oLast = rRecords.Last();
     const std::string sNow = g_IsoTime(std::chrono::system_clock::now());
     if (rWanted.bResume) {
-        if (!oLast || oLast->IsOver())
+        const bool bTriesAgain = oLast && oLast->eEnd == ETuneEnd::kBelowDeath && rWanted.bRetry;
+        if (!oLast || (oLast->IsOver() && !bTriesAgain))
             throw CFailure(EExit::kFailed, std::string("there is nothing to resume: ") +
                                                (oLast ? "the search of " + oLast->sBegun + " came to its end"
                                                       : "no search is known on this PC"));
@@ -113,6 +114,14 @@ void g_Ask(const CTool& rTool, const CHostLibrary& rLibrary, const CTunePlan& rP
         throw CFailure(g_WasInterrupted() ? EExit::kInterrupted : EExit::kFailed, "nothing was done");
 }
 
+/// A resumed search begins at the best clock that has passed, wherever the library itself would begin: also where the one
+/// that was being tested is still in force. Why it cannot; empty: it can.
+std::string g_GoThere(const CTuneMachine& rMachine, const CTuneRecord& rRecord) {
+    const std::optional<CTunedClock> oBest = rRecord.Best();
+    const std::string sProblem = rMachine.Set(oBest ? rMachine.OnAllCores(*oBest) : rRecord.Before);
+    return sProblem.empty() ? "" : "the clock to go on at was not taken: " + sProblem;
+}
+
 /// What is in force afterwards. Adds to the findings what is not as it should be.
 void g_Settle(const CWanted& rWanted, const CTuneMachine& rMachine, CTuneRecord& rRecord, CTuneResult& rResult,
               CFindings& rFindings) {
@@ -121,10 +130,6 @@ void g_Settle(const CWanted& rWanted, const CTuneMachine& rMachine, CTuneRecord&
         rResult.oPutBack = rResult.sPutBackProblem.empty();
     } else {
         const CTunedClock& rFound = *rRecord.oFound;
-        const std::vector<double> Multipliers(rRecord.Before.Multipliers.size(), rFound.dMultiplier);
-        // A search that was kept from its last clock is below what an earlier one had found.
-        if (rRecord.eEnd == ETuneEnd::kBelowDeath && !rMachine.IsInForce(rFound))
-            (void)rMachine.Set({rFound.dReferenceClock, Multipliers});
         if (!rMachine.IsInForce(rFound))
             rFindings.push_back("the clock that was found, " + g_ClockText(rFound) + ", is not the one in force");
     }
@@ -184,7 +189,8 @@ EExit g_Search(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
     if (oDeadly) Search.Forbid(*oDeadly);
     Records.SetLast(Record);
     if (!rWanted.bResume) Search.Forget();
-    Search.Run();
+    const std::string sProblem = rWanted.bResume ? g_GoThere(Machine, Record) : "";
+    Search.Run(sProblem);
 
     Result.eView = ETuneView::kSearched;
     Result.pRecord = &Record;
