@@ -1,6 +1,7 @@
 #include "bench/benchmark_center.h"
 #include "bench/test_center.h"
 #include "devices/device_list.h"
+#include "perf/config_parser.h"
 #include "perf/performance_control.h"
 #include "perf/profile_settings.h"
 #include "perf/system_tune.h"
@@ -14,7 +15,7 @@ CPerformanceControl& g_GetPerformanceControl() {
 }
 
 CSystemTune& g_GetSystemTune() {
-    static CSystemTune s_SystemTune(g_GetDeviceManager(), g_GetTestCenter());
+    static CSystemTune s_SystemTune(g_GetDeviceManager(), g_GetTestCenter(), g_GetConfigParser);
     return s_SystemTune;
 }
 

@@ -69,16 +69,15 @@ bool g_IsContinuous(CClockGenerator& rClkGen) {
 
 int32_t CSystemTune::GetLastTuneStatus() {
     std::wstring sText;
-    return g_GetConfigParser().ReadValue(kTuneSection, kTuneElement, kTuneStatus, sText) ? g_Integer(sText)
-                                                                                         : vxtapi::kTuneNever;
+    return m_pConfig().ReadValue(kTuneSection, kTuneElement, kTuneStatus, sText) ? g_Integer(sText)
+                                                                                 : vxtapi::kTuneNever;
 }
 
 bool CSystemTune::ForgetLastTune() {
     CClockGenerator* const pClkGen = _ClockGenerator();
     LOG_PROCESS_ERROR(pClkGen);
-    const bool bRetCode =
-        g_GetConfigParser().Reload() &&
-        g_GetConfigParser().WriteValue(pClkGen->GetTypeName(), pClkGen->GetName(), kTunedClock, 0.0, true);
+    const bool bRetCode = m_pConfig().Reload() &&
+                          m_pConfig().WriteValue(pClkGen->GetTypeName(), pClkGen->GetName(), kTunedClock, 0.0, true);
     LOG_PROCESS_ERROR(bRetCode);
     return true;
 }
@@ -87,7 +86,7 @@ bool CSystemTune::AutoTune(uint8_t bCPU, uint8_t bHTLink, uint8_t bMemory) {
     LOG_PROCESS_ERROR(!m_bRunning.exchange(true));
     const CScopeExit End([this] { m_bRunning = false; });
     m_bStop = false;
-    g_GetConfigParser().Reload();
+    m_pConfig().Reload();
     _SetRunOnceRegistry();  // kept: a search that will not survive is still one
     const CScopeExit Clear([this] { _ClearRunOnceRegistry(); });
     LOG_PROCESS_ERROR(!bCPU || TuneCPU(), "TuneCPU()");
@@ -121,7 +120,7 @@ bool CSystemTune::_ClearRunOnceRegistry() {
 void CSystemTune::_StoreClock(CClockGenerator& rClkGen) {
     for (const wchar_t* const pszKey : {kTunedClock, vxtapi::kProfileExternalClock}) {
         const bool bRetCode =
-            g_GetConfigParser().WriteValue(rClkGen.GetTypeName(), rClkGen.GetName(), pszKey, m_dReferenceClock, true);
+            m_pConfig().WriteValue(rClkGen.GetTypeName(), rClkGen.GetName(), pszKey, m_dReferenceClock, true);
         LOG_CHECK_ERROR(bRetCode);
     }
 }
@@ -133,7 +132,7 @@ bool CSystemTune::TuneCPU() {
     m_Point = {};
     const bool bFinished = _SearchCPU();
     m_nStatus = m_bStop ? vxtapi::kTuneStopped : m_bFailed ? vxtapi::kTuneFailed : vxtapi::kTuneFinished;
-    const bool bRetCode = g_GetConfigParser().WriteValue(kTuneSection, kTuneElement, kTuneStatus, m_nStatus, true);
+    const bool bRetCode = m_pConfig().WriteValue(kTuneSection, kTuneElement, kTuneStatus, m_nStatus, true);
     LOG_CHECK_ERROR(bRetCode);
     return bFinished;
 }
@@ -142,13 +141,14 @@ bool CSystemTune::_SearchCPU() {
     const auto LogFunction = [](const char*) { return "TuneCPU"; };
     const std::unique_ptr<CQORBIOSHandler> pHandler(new (std::nothrow) CQORBIOSHandler);
     LOG_PROCESS_ERROR(pHandler);
+    const CScopeExit Disconnect([&] { pHandler->Disconnect(); });
     LOG_PROCESS_ERROR(pHandler->Connect(kFirmwareNamespace), R"(pHandler->Connect(TEXT("root\\wmi")))");
     LOG_PROCESS_ERROR(pHandler->Init());
     CClockGenerator* const pClkGen = _ClockGenerator();
     LOG_PROCESS_ERROR(pClkGen);
     const bool bRetCode = pClkGen->GetClockLimits(CClockGenerator::kExternalClock, &m_Limits);
     LOG_PROCESS_ERROR(bRetCode);
-    m_dReferenceClock = m_dProven = pHandler->GetValue(kExternalClockObject) / kFirmwareUnits;
+    m_dReferenceClock = m_dProven = _ReadClock(*pHandler);
     m_nStatus = vxtapi::kTuneRunning;
     LOG_PROCESS_ERROR(m_dReferenceClock > 0.0);  // or the search would begin at 0 MHz
     CCPU* const pCPU = _Processor();
@@ -175,7 +175,7 @@ bool CSystemTune::_WalkList(CQORBIOSHandler& rHandler, CClockGenerator& rClkGen)
 
 bool CSystemTune::_WalkFinely(CQORBIOSHandler& rHandler, CClockGenerator& rClkGen) {
     std::wstring sText;
-    const bool bResumes = g_GetConfigParser().ReadValue(rClkGen.GetTypeName(), rClkGen.GetName(), kTunedClock, sText);
+    const bool bResumes = m_pConfig().ReadValue(rClkGen.GetTypeName(), rClkGen.GetName(), kTunedClock, sText);
     const int32_t nTarget = bResumes ? g_Integer(sText) : 0;
     while (nTarget - m_dReferenceClock >= kQuickStep && !m_bMultiplierRaised)
         if (!_StepUp(rHandler, kQuickStep)) return false;
@@ -252,10 +252,7 @@ CSystemTune::EVerdict CSystemTune::_Test(CQORBIOSHandler& rHandler, CClockGenera
             const auto IsNow = [this](double d) { return std::abs(d - m_dReferenceClock) < kSameClock; };
             const auto i = std::ranges::find_if(List, IsNow) - List.begin(), iCount = std::ssize(List);
             LOG_PROCESS_ERROR_OR(EVerdict::kUnclear, i < iCount);
-            if (i > 0) {
-                _GoTo(rHandler, List[static_cast<size_t>(i) - 1]);
-                return eVerdict;
-            }
+            if (i > 0) return _GoTo(rHandler, List[static_cast<size_t>(i) - 1]) ? eVerdict : EVerdict::kUnclear;
             if (uSeconds == uDuration) return eVerdict;  // kept: at the lowest clock the test goes on for what is left
         }
         if (!_Begin(rHandler, uDuration - uSeconds)) return eVerdict;
@@ -286,31 +283,39 @@ bool CSystemTune::_Begin(CQORBIOSHandler& rHandler, uint32_t uDuration) {
 void CSystemTune::_TradeForMultiplier(CQORBIOSHandler& rHandler, CCPU& rCPU, double dMultiplierStep) {
     const double dBase = m_Limits.dDefault, dGain = m_dReferenceClock - dBase;
     if (m_bMultiplierEnds || !(dBase > 0.0) || !(dBase * dMultiplierStep < dGain * m_dMultiplier)) return;
-    while (m_dReferenceClock - dBase > kQuickStep) {
-        _GoTo(rHandler, m_dReferenceClock - kQuickStep);
+    for (double dClock = m_dReferenceClock; dClock - dBase > kQuickStep;) {
+        _GoTo(rHandler, dClock -= kQuickStep);  // what is in no list is left out
         platform::SleepWhileComputing(kSecond);
     }
-    _GoTo(rHandler, dBase);
+    m_bMultiplierEnds = !_GoTo(rHandler, dBase);
+    if (m_bMultiplierEnds) return;
     platform::SleepWhileComputing(kSecond);
     m_dProven = dBase;
-    const double dOld = m_dMultiplier;
-    SetCPUMultiplier(dOld + dMultiplierStep);
-    m_dMultiplier = rCPU.GetCurrentMultiplier();
+    const double dOld = m_dMultiplier, dWanted = dOld + dMultiplierStep;
+    SetCPUMultiplier(dWanted);
+    const double dNow = rCPU.GetCurrentMultiplier();
+    m_dMultiplier = dNow > 0.0 ? dNow : dWanted;  // where it cannot be read the walk begins anew: nothing is proven
     m_bMultiplierRaised = m_dMultiplier > dOld;
     m_bMultiplierEnds = !m_bMultiplierRaised;
 }
 
-bool CSystemTune::_SetClock(CQORBIOSHandler& rHandler) {
-    return rHandler.SetValue(kExternalClockObject, g_ToFirmware(m_dReferenceClock)) &&
-           std::abs(rHandler.GetValue(kExternalClockObject) / kFirmwareUnits - m_dReferenceClock) < kTakenWithin;
+double CSystemTune::_ReadClock(CQORBIOSHandler& rHandler) {
+    return rHandler.GetValue(kExternalClockObject) / kFirmwareUnits;
 }
 
-void CSystemTune::_GoTo(CQORBIOSHandler& rHandler, double dClock) {
+bool CSystemTune::_SetClock(CQORBIOSHandler& rHandler) {
+    return rHandler.SetValue(kExternalClockObject, g_ToFirmware(m_dReferenceClock)) &&
+           std::abs(_ReadClock(rHandler) - m_dReferenceClock) < kTakenWithin;
+}
+
+bool CSystemTune::_GoTo(CQORBIOSHandler& rHandler, double dClock) {
     const auto LogFunction = [](const char*) { return "SetFrequencyAndTest"; };
     m_dReferenceClock = dClock;
     _Observe(vxtapi::kTuneSets);
     const bool bRetCode = _SetClock(rHandler);
-    LOG_CHECK_ERROR(bRetCode);
+    if (const double dNow = bRetCode ? 0.0 : _ReadClock(rHandler); dNow > 0.0) m_dReferenceClock = dNow;
+    LOG_PROCESS_ERROR(bRetCode);
+    return true;
 }
 
 void CSystemTune::_Observe(vxtapi::eTuneState eState, const vxtapi::TestError* pError) {
@@ -333,7 +338,7 @@ bool CSystemTune::SetCPUMultiplier(double dMultiplier) {
     }
     LOG_PROCESS_ERROR(pCPU);
     const bool bRetCode =
-        g_GetConfigParser().WriteValue(pCPU->GetTypeName(), pCPU->GetName(), kTunedMultiplier, dMultiplier, true);
+        m_pConfig().WriteValue(pCPU->GetTypeName(), pCPU->GetName(), kTunedMultiplier, dMultiplier, true);
     LOG_CHECK_ERROR(bRetCode);
     return true;
 }

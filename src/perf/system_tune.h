@@ -13,11 +13,14 @@
 
 namespace vxt {
 
+class CConfigParser;
+
 class CSystemTune final : public vxtapi::CSystemTune {
 public:
-    /// Both must outlive the object. `rDevices`: what is tuned; `rTestCenter`: what it is tested with.
-    CSystemTune(vxtapi::CDeviceManager& rDevices, vxtapi::CTestCenter& rTestCenter)
-        : m_rDevices(rDevices), m_rTestCenter(rTestCenter) {}
+    /// Both must outlive the object. `rDevices`: what is tuned; `rTestCenter`: what it is tested with. `pConfig` answers the
+    /// configuration file, which the first use opens.
+    CSystemTune(vxtapi::CDeviceManager& rDevices, vxtapi::CTestCenter& rTestCenter, CConfigParser& (*pConfig)())
+        : m_rDevices(rDevices), m_rTestCenter(rTestCenter), m_pConfig(pConfig) {}
 
     const wchar_t* GetName() override { return L"QORSystemTune"; }
     bool StartTune() override { return AutoTune(true, false, false); }
@@ -73,16 +76,18 @@ private:
     void _TradeForMultiplier(CQORBIOSHandler& rHandler, vxtapi::CCPU& rCPU, double dMultiplierStep);
     void _StoreClock(vxtapi::CClockGenerator& rClkGen);
 
+    static double _ReadClock(CQORBIOSHandler& rHandler);  ///< MHz; 0 on failure
     /// Sets the clock of GetReferenceClock and reads it back: some firmware takes a value and keeps its clock.
     bool _SetClock(CQORBIOSHandler& rHandler);
-    /// Sets a clock that is not tested, and makes it GetReferenceClock's.
-    void _GoTo(CQORBIOSHandler& rHandler, double dClock);
+    /// Sets a clock that is not tested; GetReferenceClock is what is in force then.
+    bool _GoTo(CQORBIOSHandler& rHandler, double dClock);
     /// To the last clock that passed, or that the search began with.
     void _GoBack(CQORBIOSHandler& rHandler) { _GoTo(rHandler, m_dProven); }
     void _Observe(vxtapi::eTuneState eState, const vxtapi::TestError* pError = nullptr);
 
     vxtapi::CDeviceManager& m_rDevices;
     vxtapi::CTestCenter& m_rTestCenter;
+    CConfigParser& (*const m_pConfig)();
     vxtapi::CTuneObserver* m_pObserver = nullptr;
     std::atomic<double> m_dReferenceClock = 0.0, m_dMultiplier = 0.0, m_dMemoryClock = 0.0;
     std::atomic<bool> m_bStop = false;
