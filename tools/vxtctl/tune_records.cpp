@@ -122,6 +122,15 @@ std::string g_ClockText(const CTunedClock& rClock) {
     return g_ShortText(rClock) + " = " + g_Trimmed(rClock.CoreClock(), 1) + " MHz";
 }
 
+std::string g_ClockText(const CClockState& rState) {
+    const double dFirst = rState.Multipliers.front();
+    if (std::ranges::all_of(rState.Multipliers, [&](double d) { return d == dFirst; }))
+        return g_ClockText(rState.First());
+    std::string sText = g_Trimmed(rState.dReferenceClock, 3) + " MHz x";
+    for (const double dMultiplier : rState.Multipliers) sText += " " + g_Trimmed(dMultiplier, 3);
+    return sText;
+}
+
 void CTuneRecord::TakeOver() {
     for (CTunePoint& rPoint : Points)
         if (rPoint.eEnd == EPointEnd::kInProgress) rPoint.eEnd = EPointEnd::kDied;

@@ -28,6 +28,9 @@ struct CClockState {
     CTunedClock First() const { return {dReferenceClock, Multipliers.front()}; }
 };
 
+/// The same; multipliers that differ one by one: "215 MHz x 16 16 8 16".
+std::string g_ClockText(const CClockState& rState);
+
 enum class EPointEnd { kInProgress, kPassed, kFailed, kStopped, kDied };
 /// "passed", as JSON has it.
 const char* g_Word(EPointEnd eEnd);

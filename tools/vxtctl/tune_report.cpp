@@ -33,16 +33,6 @@ std::string g_Duration(uint64_t ullSeconds) {
            (ullMinutes % 60 ? " " + std::to_string(ullMinutes % 60) + " min" : "");
 }
 
-/// The multipliers of all cores, once where they are alike.
-std::string g_StateText(const CClockState& rState) {
-    const double dFirst = rState.Multipliers.front();
-    if (std::ranges::all_of(rState.Multipliers, [&](double d) { return d == dFirst; }))
-        return g_ClockText(rState.First());
-    std::string sText = g_Trimmed(rState.dReferenceClock, 3) + " MHz x";
-    for (const double dMultiplier : rState.Multipliers) sText += " " + g_Trimmed(dMultiplier, 3);
-    return sText;
-}
-
 CJson g_ToJson(const CTunedClock& rClock) {
     return {{"reference_clock", vxttools::g_ToJson(std::optional(rClock.dReferenceClock))},
             {"multiplier", vxttools::g_ToJson(std::optional(rClock.dMultiplier))},
@@ -90,7 +80,7 @@ std::string g_LastPointText(const CTuneRecord& rRecord, EPointEnd eEnd) {
 /// What is in force behind a search that this process made; empty: what it found.
 std::string g_Outcome(const CTuneResult& rResult) {
     if (!rResult.oPutBack) return "";
-    const std::string sBefore = g_StateText(rResult.pRecord->Before);
+    const std::string sBefore = g_ClockText(rResult.pRecord->Before);
     return *rResult.oPutBack ? "what was before is set again: " + sBefore
                              : "what was before, " + sBefore + ", COULD NOT BE SET AGAIN: " + rResult.sPutBackProblem;
 }
@@ -139,7 +129,7 @@ CTextTable g_PlanTable(const CTunePlan& rPlan, const CTuneMachine& rMachine) {
     const CSetting& rClock = rMachine.ReferenceClock();
     CTextTable Table{"Planned search for the highest clock", {"", ""}};
     const auto Add = [&](const char* pszWhat, const std::string& sText) { Table.Rows.push_back({pszWhat, sText}); };
-    Add("Now", g_StateText(rPlan.Now));
+    Add("Now", g_ClockText(rPlan.Now));
     Add("Reference clocks", g_LegalText(rClock));
     Add("Multiplier",
         rMachine.IsMultiplierFree()

@@ -67,7 +67,11 @@ EExit g_Status(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
     if (oRecord) Result.pRecord = &*oRecord;
     if (vxtapi::CSystemTune* const pTuner = rLibrary.Performance().GetSystemTune())
         Result.onLast = pTuner->GetLastTuneStatus();
-    Result.oInForce = CTuneMachine(rLibrary).Read();
+    try {
+        Result.oInForce = CTuneMachine(rLibrary).Read();
+    } catch (const CFailure&) {  // what is known counts, if anything is
+        if (!Result.pRecord) throw;
+    }
     CDocument Document = rTool.NewDocument();
     Document["dry_run"] = false;
     Document["plan"] = nullptr;
@@ -128,12 +132,11 @@ void g_Settle(const CWanted& rWanted, const CTuneMachine& rMachine, CTuneRecord&
     if (!rRecord.IsOver() || rWanted.bPutBack) {
         rResult.sPutBackProblem = rMachine.Set(rRecord.Before);
         rResult.oPutBack = rResult.sPutBackProblem.empty();
-    } else {
-        const CTunedClock& rFound = *rRecord.oFound;
-        if (!rMachine.IsInForce(rFound))
-            rFindings.push_back("the clock that was found, " + g_ClockText(rFound) + ", is not the one in force");
     }
     rResult.oInForce = rMachine.Read();
+    if (rResult.oPutBack || rMachine.IsInForce(*rRecord.oFound)) return;
+    rFindings.push_back("the clock that was found, " + g_ClockText(*rRecord.oFound) +
+                        ", is not the one in force: " + (rResult.oInForce ? g_ClockText(*rResult.oInForce) : kNotRead));
 }
 
 EExit g_Exit(const CTuneResult& rResult) {
@@ -210,9 +213,13 @@ EExit g_Tune(CTool& rTool, const CWanted& rWanted) {
                            : g_Search(rTool, rWanted, Library, rTool.Options().bYes);
 }
 
-/// What Windows starts behind a death: nobody is there to answer.
+/// What Windows starts behind a death: nobody is there to answer, and nothing to go on with is no failure.
 EExit g_AutoTune(CTool& rTool) {
     const CHostLibrary Library(rTool.Options());
+    if (const auto oLast = CTuneRecords(Library).Last(); !oLast || oLast->IsOver()) {
+        rTool.Output().Note("there is nothing to resume");
+        return g_Status(rTool, {}, Library);
+    }
     return g_Search(rTool, {.bResume = true}, Library, true);
 }
 
@@ -221,8 +228,8 @@ EExit g_AutoTune(CTool& rTool) {
 extern constexpr CCommand kTune{"tune", "Find the highest reference clock at which the stability test finds no error",
                                 "  vxtctl tune --dry-run\n"
                                 "  vxtctl tune --chart tune.svg    hours, on a PC that may die: save your work\n"
-                                "  vxtctl tune --status --csv\n"
-                                "  vxtctl tune --resume --yes      goes on below the clock at which this PC died",
+                                "  vxtctl tune --limit 65 --put-back --yes\n"
+                                "  vxtctl tune --status --csv",
                                 g_NewCall<CWanted, kOptions, g_Tune>};
 extern constexpr CCommand kAutoTune{"AutoTune",
                                     "What Windows starts after a search that this PC died of: tune --resume --yes",
