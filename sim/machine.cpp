@@ -156,6 +156,7 @@ void CSimMachine::PowerCycle() {
     *m_pState = *m_pAtPowerOn;
     m_pState->pProvider = pProvider;
     m_ullNow = 0, m_dReferenceMHz = m_Description.dReferenceMHz;
+    m_ullErrorsDue = 0, m_bHung = false, m_sHangReason.clear();
     m_Models.clear();
     g_AttachModels(*this);
 }
@@ -533,7 +534,7 @@ void CSimMachine::SetLoad(uint32_t uCore, double dLoad) {
     m_pState->Loads.at(uCore) = std::clamp(dLoad, 0.0, 1.0);
 }
 
-// --- reference clock
+// --- silicon
 
 uint64_t CSimMachine::Miscompute(uint32_t uCore) {
     const std::lock_guard Lock(m_Lock);
@@ -542,6 +543,20 @@ uint64_t CSimMachine::Miscompute(uint32_t uCore) {
         for (const auto& pModel : m_Models) ullBits |= pModel->Miscompute(uCore);
     return ullBits;
 }
+
+std::string CSimMachine::HangReason() const {
+    const std::lock_guard Lock(m_Lock);
+    return m_sHangReason;
+}
+
+void CSimMachine::Hang(const std::string& sReason) {
+    const std::lock_guard Lock(m_Lock);
+    if (m_bHung) return;
+    m_sHangReason = "the simulated PC hangs: " + sReason;
+    m_bHung = true;
+}
+
+// --- reference clock
 
 double CSimMachine::ReferenceMHz() const {
     const std::lock_guard Lock(m_Lock);

@@ -12,6 +12,9 @@ namespace vxtsim {
 
 class CSimMachine;
 
+/// Status of a process whose PC has hung: what a shell shows of one that was killed.
+inline constexpr int kHungStatus = 137;
+
 /// Behaviour that a dump cannot carry (transitions, done bits, timers). A model is attached by what the machine file
 /// declares and is asked before the plain dump answers. Each access is answered by the first model that returns true.
 class CSimModel {
@@ -123,9 +126,19 @@ public:
     /// Since power-on, where SetLoad did not change it.
     double AverageLoad(uint32_t uCore) const;
 
+    // --- cores that run faster than they are good for
     /// Bits that the core's arithmetic gets wrong just now; 0: none, or no such core. Whoever computes asks every few
     /// milliseconds.
     uint64_t Miscompute(uint32_t uCore);
+    /// Times that passing time brought an error due, whether a computation has met it by now or not.
+    uint64_t ErrorsDue() const { return m_ullErrorsDue; }
+    void BringErrorDue() { ++m_ullErrorsDue; }
+    /// A core's clock has brought everything to a stop; only a power cycle helps. The machine itself goes on answering: who
+    /// runs it looks here whenever time has passed.
+    bool HasHung() const { return m_bHung; }
+    /// In words; empty as long as it has not hung.
+    std::string HangReason() const;
+    void Hang(const std::string& sReason);  ///< the first reason counts
 
     // --- the workbench: plain state behind the models, for tests and tools
     uint64_t& Msr(uint32_t uCore, uint32_t uIndex);  ///< creates it when absent; the core must exist
@@ -168,7 +181,9 @@ private:
     std::vector<std::unique_ptr<CSimModel>> m_Models;
     mutable std::recursive_mutex m_Lock;
     uint64_t m_ullNow = 0;
-    std::atomic<uint64_t> m_ullChanges = 0;
+    std::atomic<uint64_t> m_ullChanges = 0, m_ullErrorsDue = 0;
+    std::atomic<bool> m_bHung = false;
+    std::string m_sHangReason;
     double m_dReferenceMHz;
 };
 

@@ -107,10 +107,13 @@ struct CMachineDescription {
     uint64_t ullStateDigest = 0;  ///< and its g_Digest; 0: not known yet
     uint32_t uCores = 1;
     double dReferenceMHz = 200.0;
-    std::vector<uint8_t> Loads;        ///< percent of time each core is busy; else none
-    uint32_t uLoadPeriod = 0;          ///< seconds of one swing of the loads; 0: they are steady
-    uint32_t uMaxCoreClock = 0;        ///< MHz up to which cores compute correctly; 0: at any clock
-    std::vector<uint32_t> IdleClocks;  ///< kHz to which dumped temperatures belong; else now's
+    std::vector<uint8_t> Loads;          ///< percent of time each core is busy; else none
+    uint32_t uLoadPeriod = 0;            ///< seconds of one swing of the loads; 0: they are steady
+    uint32_t uMaxCoreClock = 0;          ///< MHz up to which cores compute correctly; 0: at any clock
+    double dMaxCoreClockVolts = 0;       ///< core voltage at which that holds; 0: at any voltage
+    uint32_t uMaxCoreClockSlope = 1000;  ///< MHz that a volt more gives
+    uint32_t uHangCoreClock = 0;         ///< MHz above which the PC hangs, where uMaxCoreClock holds; 0: never
+    std::vector<uint32_t> IdleClocks;    ///< kHz to which dumped temperatures belong; else now's
     std::map<std::pair<uint32_t, uint32_t>, CCpuidResult> Cpuid;     ///< by leaf and subleaf
     std::map<std::pair<uint32_t, uint32_t>, uint64_t> Msr;           ///< by core (or kAllCores) and index
     std::map<CPciAddress, std::vector<uint8_t>> Pci;                 ///< 256 or 4096 bytes each

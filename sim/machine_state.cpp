@@ -28,7 +28,7 @@ bool CMachineState::_Load(const std::string& sMachine, CMachineDescription& rMac
 
 bool CMachineState::Open(const std::string& sPath, const std::string& sMachine, CMachineDescription& rMachine,
                          std::string& rsError) {
-    m_sName = sPath;
+    m_sName = sPath, m_sMachine = sMachine;
     std::string sReason;
     if (!m_File.Open(sPath, sReason)) {
         rsError = m_sName + ": " + sReason;
@@ -44,10 +44,28 @@ bool CMachineState::Open(const std::string& sPath, const std::string& sMachine, 
     return false;
 }
 
+bool CMachineState::Reset(const CSimMachine& rMachine, CMachineDescription& rAnew, std::string& rsError) {
+    const std::lock_guard Lock(m_Lock);
+    CMachineDescription Now = rMachine.Describe(), Made;
+    std::string sReason;
+    const std::string& rsMachine = m_sMachine.empty() ? Now.sStateOf : m_sMachine;
+    if (!g_LoadMachine(rsMachine, Made, sReason) || g_Digest(Made) != Now.ullStateDigest) {
+        rsError = m_sName + ": stays as it is: " + (sReason.empty() ? rsMachine + " has changed" : sReason);
+        return false;
+    }
+    Made.sStateOf = Now.sStateOf, Made.ullStateDigest = Now.ullStateDigest, Made.Registry = std::move(Now.Registry);
+    rAnew = std::move(Made);
+    m_Kept = CSimMachine(rAnew).Describe();
+    m_ullChanges = 0;  // of the next machine
+    if (m_File.Replace(g_FormatMachine(m_Kept), sReason)) return true;
+    rsError = m_sName + ": the PC's state could not be kept: " + sReason;
+    return false;
+}
+
 bool CMachineState::Keep(const CSimMachine& rMachine, std::string& rsError) {
     const std::lock_guard Lock(m_Lock);
     const uint64_t ullChanges = rMachine.Changes();
-    if (ullChanges == m_ullChanges) return true;
+    if (ullChanges == m_ullChanges || rMachine.HasHung()) return true;
     CMachineDescription Now = rMachine.Describe();
     std::string sReason;
     if (Now != m_Kept && !m_File.Replace(g_FormatMachine(Now), sReason)) {

@@ -24,13 +24,20 @@ public:
               std::string& rsError);
 
     /// Writes the file if the PC has changed since. Costs a comparison of two numbers where nothing was written to the PC;
-    /// where something was, a description of the whole PC, and a file on the disk if that differs.
+    /// where something was, a description of the whole PC, and a file on the disk if that differs. What a PC that hangs holds
+    /// is lost.
     bool Keep(const CSimMachine& rMachine, std::string& rsError);
+
+    /// The PC hung and somebody pressed its reset button: the file tells of the machine that it was made of, switched on anew,
+    /// with the registry of now. `rAnew` is that one. False with the error: that machine is not there any more, and the file
+    /// stays as it is, or it could not be written.
+    bool Reset(const CSimMachine& rMachine, CMachineDescription& rAnew, std::string& rsError);
 
 private:
     bool _Load(const std::string& sMachine, CMachineDescription& rMachine, std::string& rsError) const;
 
-    std::string m_sName;  ///< the file as the user calls it
+    std::string m_sName;     ///< the file as the user calls it
+    std::string m_sMachine;  ///< where Open was to find the machine; empty: the file tells
     CStateFile m_File;
     std::mutex m_Lock;  ///< the two below
     CMachineDescription m_Kept;

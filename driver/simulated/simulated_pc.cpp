@@ -144,20 +144,32 @@ uint64_t CClientMappings::FindMapping(const void* pFile) const {
 }
 
 CSimulatedPc::CSimulatedPc(vxtsim::CMachineDescription Description, std::unique_ptr<vxtsim::CMachineState> pState)
-    : m_Machine(std::move(Description)), m_pState(std::move(pState)) {
-    m_Machine.SetMappingProvider(&m_Mappings);
+    : m_pState(std::move(pState)) {
+    _SwitchOn(std::move(Description));
+}
+
+void CSimulatedPc::_SwitchOn(vxtsim::CMachineDescription Description) {
+    m_pRunning = std::make_unique<CRunning>(std::move(Description));
+    _Machine().SetMappingProvider(&m_Mappings);
+}
+
+void CSimulatedPc::_Reset() {
+    vxtsim::CMachineDescription Anew = _Machine().Description();  // as it was switched on here
+    std::string sError;
+    if (m_pState && !m_pState->Reset(_Machine(), Anew, sError)) g_LeaveError(sError);
+    _SwitchOn(std::move(Anew));
 }
 
 vxtsim::CControlReply CSimulatedPc::Control(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
                                             std::span<uint8_t> Out) {
     const std::lock_guard Guard(m_Lock);
     m_Mappings.SetClient(rClient);
-    m_Machine.Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
+    _Machine().Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
     _LetPausePass();
     const vxtsim::CControlReply Reply = _Serve(rClient, uCode, In, Out);
     m_LastRequest = std::chrono::steady_clock::now();
     std::string sError;
-    if (!m_pState || m_pState->Keep(m_Machine, sError)) return Reply;
+    if (!m_pState || m_pState->Keep(_Machine(), sError)) return Reply;
     if (m_sStateError.empty()) g_LeaveError(m_sStateError = sError);
     return {};
 }
@@ -166,17 +178,17 @@ void CSimulatedPc::_LetPausePass() {
     using namespace std::chrono_literals;
     const auto Pause = std::chrono::steady_clock::now() - m_LastRequest;
     if (Pause > 100ms)
-        m_Machine.Rest(static_cast<uint64_t>(std::chrono::nanoseconds(std::min<decltype(Pause)>(Pause, 60s)).count()));
+        _Machine().Rest(static_cast<uint64_t>(std::chrono::nanoseconds(std::min<decltype(Pause)>(Pause, 60s)).count()));
 }
 
 vxtsim::CControlReply CSimulatedPc::_Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
                                            std::span<uint8_t> Out) {
     if (uCode == kRunFirmware) return _RunFirmware(rClient.pFile, In, Out);
     if (uCode == kTakeFirmwareAnswer) return _TakeAnswer(rClient.pFile, Out);
-    if (uCode == kAskSilicon) return _AskSilicon(rClient.uThread, Out);
+    if (uCode == kAskSilicon || uCode == kLetTimePass) return _AskSilicon(rClient.uThread, In, Out);
     // Asking Windows for the core costs as much as the request itself, and only these two are for one core.
     const bool bForOneCore = uCode == vxt::protocol::kReadMsr || uCode == vxt::protocol::kWriteMsr;
-    return m_Server.Control(uCode, bForOneCore ? g_CoreOfThread(rClient.uThread) : 0, In, Out);
+    return m_pRunning->Server.Control(uCode, bForOneCore ? g_CoreOfThread(rClient.uThread) : 0, In, Out);
 }
 
 vxtsim::CControlReply CSimulatedPc::_RunFirmware(const void* pFile, std::span<const uint8_t> In,
@@ -184,10 +196,10 @@ vxtsim::CControlReply CSimulatedPc::_RunFirmware(const void* pFile, std::span<co
     CFirmwareCall Call;
     if (!g_Unpack(In, Call) || Out.size() != sizeof(uint32_t)) return {};
     CFirmwareReply Reply;
-    const uint64_t ullBegin = m_Machine.Now();
-    Reply.bDone =
-        m_Wmi.Execute(Call.sNamespace, Call.sPath, Call.sMethod, Call.oInput ? &*Call.oInput : nullptr, Reply.oOutput);
-    Reply.ullNanoseconds = m_Machine.Now() - ullBegin;
+    const uint64_t ullBegin = _Machine().Now();
+    Reply.bDone = m_pRunning->Wmi.Execute(Call.sNamespace, Call.sPath, Call.sMethod,
+                                          Call.oInput ? &*Call.oInput : nullptr, Reply.oOutput);
+    Reply.ullNanoseconds = _Machine().Now() - ullBegin;
     std::vector<uint8_t>& rAnswer = m_Answers[pFile];
     rAnswer = g_Pack(std::move(Reply));
     const auto uSize = static_cast<uint32_t>(rAnswer.size());
@@ -203,18 +215,32 @@ vxtsim::CControlReply CSimulatedPc::_TakeAnswer(const void* pFile, std::span<uin
     return {true, static_cast<uint32_t>(Out.size())};
 }
 
-vxtsim::CControlReply CSimulatedPc::_AskSilicon(uint32_t uThread, std::span<uint8_t> Out) {
-    const uint64_t ullBits = m_Machine.Miscompute(g_CoreOfThread(uThread));
-    if (Out.size() != sizeof(ullBits)) return {};
-    std::memcpy(Out.data(), &ullBits, sizeof(ullBits));
-    return {true, sizeof(ullBits)};
+vxtsim::CControlReply CSimulatedPc::_AskSilicon(uint32_t uThread, std::span<const uint8_t> In, std::span<uint8_t> Out) {
+    constexpr uint64_t kNanosecondsPerMillisecond = 1'000'000;
+    vxtsim::CSimMachine& rMachine = _Machine();
+    CSiliconAnswer Answer;
+    if (Out.size() != sizeof(Answer)) return {};
+    if (uint32_t uMilliseconds = 0; In.size() == sizeof(uMilliseconds)) {
+        std::memcpy(&uMilliseconds, In.data(), sizeof(uMilliseconds));
+        const uint64_t ullDue = rMachine.ErrorsDue();
+        rMachine.Rest(uMilliseconds * kNanosecondsPerMillisecond);
+        Answer.bErrorDue = rMachine.ErrorsDue() != ullDue;
+    } else {
+        Answer.ullBits = rMachine.Miscompute(g_CoreOfThread(uThread));
+    }
+    if (rMachine.HasHung()) {
+        rMachine.HangReason().copy(Answer.szHang, sizeof(Answer.szHang) - 1);
+        _Reset();
+    }
+    std::memcpy(Out.data(), &Answer, sizeof(Answer));
+    return {true, sizeof(Answer)};
 }
 
 void CSimulatedPc::Close(const void* pFile) {
     const std::lock_guard Guard(m_Lock);
     m_Answers.erase(pFile);
     while (const uint64_t ullHandle = m_Mappings.FindMapping(pFile)) {
-        m_Machine.Unmap(ullHandle);
+        _Machine().Unmap(ullHandle);
         m_Mappings.Unmap(ullHandle);  // also when the machine does not know it
     }
 }

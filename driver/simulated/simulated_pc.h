@@ -57,12 +57,24 @@ public:
     void Close(const void* pFile);
 
 private:
+    /// From one power-on to the next.
+    struct CRunning {
+        explicit CRunning(vxtsim::CMachineDescription Description) : Machine(std::move(Description)) {}
+        vxtsim::CSimMachine Machine;
+        vxtsim::CDriverServer Server{Machine};
+        vxtsim::CSimWmi Wmi{Machine};
+    };
+
     vxtsim::CControlReply _Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
                                  std::span<uint8_t> Out);
     /// The management server's requests, see firmware_call.h.
     vxtsim::CControlReply _RunFirmware(const void* pFile, std::span<const uint8_t> In, std::span<uint8_t> Out);
     vxtsim::CControlReply _TakeAnswer(const void* pFile, std::span<uint8_t> Out);
-    vxtsim::CControlReply _AskSilicon(uint32_t uThread, std::span<uint8_t> Out);
+    /// The end-to-end library's requests, see silicon_call.h. Whoever hears of a hang resets the PC.
+    vxtsim::CControlReply _AskSilicon(uint32_t uThread, std::span<const uint8_t> In, std::span<uint8_t> Out);
+    vxtsim::CSimMachine& _Machine() { return m_pRunning->Machine; }
+    void _SwitchOn(vxtsim::CMachineDescription Description);
+    void _Reset();
 
     /// A pause since the last request is time in which fans and temperatures live; anything up to 100 ms is only how long
     /// programs run, and at most a minute counts.
@@ -70,9 +82,7 @@ private:
 
     std::mutex m_Lock;
     CClientMappings m_Mappings;  // outlives the machine, which uses it
-    vxtsim::CSimMachine m_Machine;
-    vxtsim::CDriverServer m_Server{m_Machine};
-    vxtsim::CSimWmi m_Wmi{m_Machine};
+    std::unique_ptr<CRunning> m_pRunning;
     std::map<const void*, std::vector<uint8_t>> m_Answers;  ///< of the firmware, by opened device
     std::unique_ptr<vxtsim::CMachineState> m_pState;
     std::string m_sStateError;

@@ -101,7 +101,7 @@ constexpr CModelRow kModels[] = {
      [](CSimMachine& r) { r.Plug<CPstates>(g_FamilyOf(r) == EFamily::k10h ? 16u : 8u); }},
     {[](const CSimMachine& r) { return r.Model<CCoreClock>() != nullptr; },
      [](CSimMachine& r) { r.Plug<CTimeStampCounter>(*r.Model<CCoreClock>()); }},
-    {[](const CSimMachine& r) { return r.Description().uMaxCoreClock != 0 && r.Model<CCoreClock>() != nullptr; },
+    {[](const CSimMachine& r) { return CSilicon::IsDescribed(r.Description()) && r.Model<CCoreClock>() != nullptr; },
      [](CSimMachine& r) { r.Plug<CSilicon>(*r.Model<CCoreClock>()); }},
     {g_IsRevisionF, [](CSimMachine& r) { r.Plug<CThermalSelect>(); }},
     {g_IsRevisionF, [](CSimMachine& r) { r.Plug<CAdditionalData>(1u); }},

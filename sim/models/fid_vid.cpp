@@ -65,10 +65,16 @@ double CFidVid::_MHz(uint64_t ullStatus) const {
 
 double CFidVid::CoreMHz(uint32_t uCore) const { return _MHz(m_rMachine.Msr(uCore, kStatus)); }
 
-double CFidVid::SettledMHz(uint32_t uCore) const {
+uint64_t CFidVid::_Settled(uint32_t uCore) const {
     uint64_t ullStatus = m_rMachine.Msr(uCore, kStatus);
     if (m_Pending[uCore] && !m_bStuck) _Complete(m_Pending[uCore]->ullControl, ullStatus);
-    return _MHz(ullStatus);
+    return ullStatus;
+}
+
+// Codes 20h to 3Fh, of revision F only, go on in half the steps.
+double CFidVid::SettledVolts(uint32_t uCore) const {
+    const auto dVid = static_cast<double>(g_Bits(_Settled(uCore), 32, m_bSixBitVoltage ? 0x3F : 0x1F));
+    return dVid < 0x20 ? 1.55 - 0.025 * dVid : 0.7625 - 0.0125 * (dVid - 0x20);
 }
 
 }  // namespace vxtsim

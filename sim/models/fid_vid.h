@@ -20,7 +20,8 @@ public:
     void Tick(uint64_t ullNanoseconds) override;
     void Describe(CMachineDescription& rDescription) const override;
     double CoreMHz(uint32_t uCore) const override;
-    double SettledMHz(uint32_t uCore) const override;
+    double SettledMHz(uint32_t uCore) const override { return _MHz(_Settled(uCore)); }
+    double SettledVolts(uint32_t uCore) const override;
     double TimeStampMHz(uint32_t uCore) const override { return CoreMHz(uCore); }
 
     uint64_t m_ullDelay = 100'000;  ///< ns that a transition takes
@@ -32,6 +33,7 @@ private:
         uint64_t ullControl;
     };
     void _Complete(uint64_t ullControl, uint64_t& rullStatus) const;
+    uint64_t _Settled(uint32_t uCore) const;  ///< the status register when the transition under way has ended
     double _MHz(uint64_t ullStatus) const;
 
     CSimMachine& m_rMachine;

@@ -89,10 +89,16 @@ double CPstates::_MHz(uint64_t ullFields) const {
 
 double CPstates::CoreMHz(uint32_t uCore) const { return _MHz(m_rMachine.Msr(uCore, kStatus)); }
 
-double CPstates::SettledMHz(uint32_t uCore) const {
+uint64_t CPstates::_Settled(uint32_t uCore) const {
     uint64_t ullStatus = m_rMachine.Msr(uCore, kStatus), ullControl = 0, ullCurrent = 0;
     if (m_Pending[uCore] && !m_bStuck) _Complete(*m_Pending[uCore], ullStatus, ullControl, ullCurrent);
-    return _MHz(ullStatus);
+    return ullStatus;
+}
+
+double CPstates::SettledVolts(uint32_t uCore) const {
+    constexpr uint32_t kOff = 0x7C;  // and the codes behind it
+    const auto uVid = static_cast<uint32_t>(_Settled(uCore) & kVid) >> 9;
+    return uVid < kOff ? 1.55 - 0.0125 * uVid : 0;
 }
 
 double CPstates::TimeStampMHz(uint32_t uCore) const {

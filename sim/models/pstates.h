@@ -23,7 +23,8 @@ public:
     void Tick(uint64_t ullNanoseconds) override;
     void Describe(CMachineDescription& rDescription) const override;
     double CoreMHz(uint32_t uCore) const override;
-    double SettledMHz(uint32_t uCore) const override;
+    double SettledMHz(uint32_t uCore) const override { return _MHz(_Settled(uCore)); }
+    double SettledVolts(uint32_t uCore) const override;
     double TimeStampMHz(uint32_t uCore) const override;
 
     uint64_t m_ullDelay = 200'000;  ///< ns that a transition takes
@@ -37,6 +38,7 @@ private:
     };
     void _Request(uint32_t uCore, uint32_t uPstate, uint32_t uFields);
     void _Complete(const CRequest& rRequest, uint64_t& rullStatus, uint64_t& rullControl, uint64_t& rullCurrent) const;
+    uint64_t _Settled(uint32_t uCore) const;  ///< the status register when the transition under way has ended
     double _MHz(uint64_t ullFields) const;
 
     CSimMachine& m_rMachine;

@@ -18,19 +18,24 @@ bool g_ReadCores(CMachineReader& rReader, std::string_view sValue, CMachineDescr
     return true;
 }
 
-bool g_ReadClock(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
-    const auto oClock = g_Millionths(g_Trim(CMachineReader::WithoutComment(sValue)));
-    rMachine.dReferenceMHz = static_cast<double>(oClock.value_or(0)) / kMillion;
-    return (rMachine.dReferenceMHz >= kMinimumReferenceMHz && rMachine.dReferenceMHz <= kMaximumReferenceMHz) ||
-           rReader.Fail("a clock of 1 to 1000 MHz", sValue);
+/// With up to six decimals; 0 for what is none.
+double g_ReadMillionths(std::string_view sValue) {
+    const auto oValue = g_Millionths(g_Trim(CMachineReader::WithoutComment(sValue)));
+    return static_cast<double>(oValue.value_or(0)) / kMillion;
 }
 
-std::string g_ClockText(const CMachineDescription& rMachine) {
+std::string g_MillionthsText(double dValue) {
     char szText[32];
-    const auto ullClock = static_cast<uint64_t>(std::llround(rMachine.dReferenceMHz * kMillion));
-    std::snprintf(szText, sizeof(szText), "%u.%06u", static_cast<uint32_t>(ullClock / kMillion),
-                  static_cast<uint32_t>(ullClock % kMillion));
+    const auto ullValue = static_cast<uint64_t>(std::llround(dValue * kMillion));
+    std::snprintf(szText, sizeof(szText), "%u.%06u", static_cast<uint32_t>(ullValue / kMillion),
+                  static_cast<uint32_t>(ullValue % kMillion));
     return szText;
+}
+
+bool g_ReadClock(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    rMachine.dReferenceMHz = g_ReadMillionths(sValue);
+    return (rMachine.dReferenceMHz >= kMinimumReferenceMHz && rMachine.dReferenceMHz <= kMaximumReferenceMHz) ||
+           rReader.Fail("a clock of 1 to 1000 MHz", sValue);
 }
 
 bool g_ReadLoads(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
@@ -46,9 +51,29 @@ bool g_ReadLoadPeriod(CMachineReader& rReader, std::string_view sValue, CMachine
     return rReader.Number(sValue, rMachine.uLoadPeriod, kDay, 0);
 }
 
-bool g_ReadMaxCoreClock(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+/// A clock of the silicon's; what the two are to each other is looked at when both are known.
+template <uint32_t CMachineDescription::*pClock>
+bool g_ReadCoreClock(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
     constexpr uint32_t kFastest = 100'000;
-    return rReader.Number(sValue, rMachine.uMaxCoreClock, kFastest, 1);
+    rReader.AtEnd([](CMachineReader& rAtEnd) {
+        const CMachineDescription& rWhole = rAtEnd.Machine();
+        return rWhole.uHangCoreClock == 0 || rWhole.uHangCoreClock > rWhole.uMaxCoreClock ||
+               rAtEnd.Fail("a hang_core_clock above max_core_clock, " + std::to_string(rWhole.uMaxCoreClock),
+                           std::to_string(rWhole.uHangCoreClock));
+    });
+    return rReader.Number(sValue, rMachine.*pClock, kFastest, 1);
+}
+
+bool g_ReadMaxCoreClockVoltage(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    constexpr double kLowest = 0.1, kHighest = 3;
+    rMachine.dMaxCoreClockVolts = g_ReadMillionths(sValue);
+    return (rMachine.dMaxCoreClockVolts >= kLowest && rMachine.dMaxCoreClockVolts <= kHighest) ||
+           rReader.Fail("a voltage of 0.1 to 3 V", sValue);
+}
+
+bool g_ReadMaxCoreClockSlope(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
+    constexpr uint32_t kSteepest = 10'000;
+    return rReader.Number(sValue, rMachine.uMaxCoreClockSlope, kSteepest, 0);
 }
 
 bool g_ReadIdleClocks(CMachineReader& rReader, std::string_view sValue, CMachineDescription& rMachine) {
@@ -77,7 +102,8 @@ bool g_ReadBase(CMachineReader& rReader, std::string_view sValue, CMachineDescri
     const CMachineDescription& rBase = *rReader.Base();
     rMachine.sName = rBase.sName, rMachine.uCores = rBase.uCores, rMachine.dReferenceMHz = rBase.dReferenceMHz;
     rMachine.Loads = rBase.Loads, rMachine.uLoadPeriod = rBase.uLoadPeriod;
-    rMachine.uMaxCoreClock = rBase.uMaxCoreClock;
+    rMachine.uMaxCoreClock = rBase.uMaxCoreClock, rMachine.dMaxCoreClockVolts = rBase.dMaxCoreClockVolts;
+    rMachine.uMaxCoreClockSlope = rBase.uMaxCoreClockSlope, rMachine.uHangCoreClock = rBase.uHangCoreClock;
     rMachine.IdleClocks = rBase.IdleClocks;
     return true;
 }
@@ -90,12 +116,19 @@ constexpr CMachineKey kKeys[] = {
     g_Key<&CMachineDescription::sName>("name", kAlways),
     {"cores", g_ReadCores, [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uCores); },
      kAlways},
-    {"reference_clock", g_ReadClock, g_ClockText, kAlways},
+    {"reference_clock", g_ReadClock,
+     [](const CMachineDescription& rMachine) { return g_MillionthsText(rMachine.dReferenceMHz); }, kAlways},
     {"load", g_ReadLoads, [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.Loads); }},
     {"load_period", g_ReadLoadPeriod,
      [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uLoadPeriod); }},
-    {"max_core_clock", g_ReadMaxCoreClock,
+    {"max_core_clock", g_ReadCoreClock<&CMachineDescription::uMaxCoreClock>,
      [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uMaxCoreClock); }},
+    {"max_core_clock_voltage", g_ReadMaxCoreClockVoltage,
+     [](const CMachineDescription& rMachine) { return g_MillionthsText(rMachine.dMaxCoreClockVolts); }},
+    {"max_core_clock_slope", g_ReadMaxCoreClockSlope,
+     [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uMaxCoreClockSlope); }},
+    {"hang_core_clock", g_ReadCoreClock<&CMachineDescription::uHangCoreClock>,
+     [](const CMachineDescription& rMachine) { return std::to_string(rMachine.uHangCoreClock); }},
     {"idle_clocks", g_ReadIdleClocks,
      [](const CMachineDescription& rMachine) { return g_ValueText(rMachine.IdleClocks); }},
     g_Key<&CMachineDescription::sStateOf>("state_of"),

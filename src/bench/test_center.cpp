@@ -6,6 +6,7 @@
 #include "api/log/log_checks.h"
 #include "bench/floating_point_test_case.h"
 #include "bench/integer_test_case.h"
+#include "platform/silicon.h"
 #include "platform/thread.h"
 #include "registers/no_throw.h"
 #include "registers/scope_exit.h"
@@ -71,13 +72,15 @@ bool CTestCenter::CTestCaseThread::Start() {
     if (m_bRunning.exchange(true)) return true;
     m_Thread.Join();  // an earlier one that has run its passes
     const auto Body = [](void* pThread) { static_cast<CTestCaseThread*>(pThread)->run(); };
+    platform::BeginComputing();
     if (m_Thread.Start(Body, this)) return true;
+    platform::EndComputing();
     m_bRunning = false;
     return false;
 }
 
 bool CTestCenter::CTestCaseThread::run() {
-    const CScopeExit End([this] { m_bRunning = false; });
+    const CScopeExit End([this] { platform::EndComputing(), m_bRunning = false; });
     s_pCurrent = this;
     if (m_uCore != vxtapi::kNoCore) {
         const bool uOldMask = platform::SetThreadAffinity(uint32_t{1} << m_uCore % 32);
@@ -279,6 +282,7 @@ bool CTestCenter::ReportError(vxtapi::CTestCase* pTestCase, uint32_t uCode) {
     Error.uCode = uCode;
     Error.uCore = bKnown ? pThread->Core() : vxtapi::kNoCore;
     const bool pErrorMessage = m_Errors.Add(Error);
+    platform::FoundError();
     LOG_PROCESS_ERROR(pErrorMessage);
     return true;
 }

@@ -9,7 +9,8 @@ namespace vxt::platform {
 void Sleep(uint32_t uMilliseconds);
 
 /// The same for a thread that waits while others compute (platform/silicon.h). On a simulated PC their errors keep pace with its
-/// virtual time: what is due in that time has been delivered when the call returns.
+/// virtual time: where one falls due in that time, a test has found one when the call returns. Only where none shows for
+/// seconds, because of an overloaded computer or a fault that rounding hides, a later call has it.
 void SleepWhileComputing(uint32_t uMilliseconds);
 
 /// Milliseconds since boot, in steps of up to 16; wraps after 49.7 days. Never fails.

@@ -15,6 +15,9 @@ uint64_t SiliconFault();
 void BeginComputing();
 void EndComputing();
 
+/// A test has found an error, which whoever asks for it gets from now on; any thread. Nothing on a real machine.
+void FoundError();
+
 /// Whether SiliconFault may ever answer anything but 0. Never on a real machine.
 bool SiliconMayErr();
 

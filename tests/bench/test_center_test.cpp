@@ -7,6 +7,7 @@
 #include "api/log/log.h"
 #include "devices/device_list.h"
 #include "perf/performance_control.h"
+#include "platform/clock.h"
 #include "support/allocations.h"
 #include "support/simulated_pc.h"
 
@@ -281,6 +282,25 @@ TEST_F(CStressTest, APassFindsNothingInASoundProcessorAndWhatIsWrongInABadOne) {
         }
         m_rCenter.Clear();
         vxt::g_GetDeviceManager().UnInit();
+    }
+}
+
+TEST_F(CStressTest, AnErrorThatVirtualTimeBringsIsFoundInThatTime) {
+    constexpr int kSeconds = 3;
+    for (const auto& [uMaxCoreClock, nExpected] :
+         {std::pair{3000u, 0}, std::pair{2998u, kSeconds}}) {  // runs at 3000 MHz
+        StartPc(uMaxCoreClock);
+        ASSERT_TRUE(m_rCenter.Init(vxt::g_GetDeviceManager()));
+        const uint64_t ullBegin = Machine().Now();
+        int nFound = 0;
+        for (int nSecond = 0; nSecond < kSeconds; ++nSecond) {
+            m_rCenter.StartAll();
+            vxt::platform::SleepWhileComputing(1000);
+            nFound += !Codes().empty();
+            m_rCenter.Stop();
+        }
+        EXPECT_EQ(nFound, nExpected);
+        EXPECT_EQ(Machine().Now() - ullBegin, kSeconds * 1'000'000'000u);
     }
 }
 

@@ -297,7 +297,7 @@ TEST(Wmi, EveryBuiltInMachineNamesItsBiosAndShowsTheSameDateInMemory) {
                   sReleased.substr(4, 2) + "/" + sReleased.substr(6, 2) + "/" + sReleased.substr(2, 2));
     }
     EXPECT_EQ(nWithoutSerial, 1);
-    EXPECT_EQ(nWithFirmware, 1);
+    EXPECT_EQ(nWithFirmware, 2);
 }
 
 TEST(Wmi, TheBuiltInFirmwareTunesWhatItLists) {

@@ -81,8 +81,8 @@ TEST_F(MachineFolder, FilesAreLoadedFromTheirPathsAndBasesFromThere) {
     std::string sError;
     EXPECT_FALSE(g_LoadMachine("/no/such/file", m_Machine, sError));
     const std::string sKnown =
-        "expected a readable machine file or one of the built-in machines desktop-a family10h-ddr2 family10h-ddr3 "
-        "family11h-mobile k8-first k8-revf-dual";
+        "expected a readable machine file or one of the built-in machines desktop-a desktop-b family10h-ddr2 "
+        "family10h-ddr3 family11h-mobile k8-first k8-revf-dual";
     EXPECT_EQ(sError, "/no/such/file: no such machine: " + sKnown);
     EXPECT_FALSE(g_LoadMachine("/", m_Machine, sError)) << "a folder is no file";
 

@@ -1,6 +1,7 @@
 // The simulated PC as a whole: firmware tables, power cycles, mappings.
 #include <algorithm>
 
+#include "sim/models/core_clock.h"
 #include "sim/models/pm_timer.h"
 #include "sim/sim_client.h"
 
@@ -187,6 +188,68 @@ TEST(SimMachine, ACoreBeyondItsSiliconErrsTheMoreOftenTheFasterItIs) {
         for (int i = 0; i < 1000; ++i) nFound += Machine.Miscompute(1) != 0;
         EXPECT_NEAR(nFound, nWrong, 1) << uMaxCoreClock;
         EXPECT_EQ(Machine.Miscompute(Description.uCores), 0u) << "no such core";
+    }
+}
+
+TEST(SimMachine, VirtualTimeBringsOneErrorAndTheLimitsMoveWithTheVoltage) {
+    constexpr uint64_t kSecond = 1'000'000'000;
+    // The cores run at 3000 MHz; what the description says holds at 1.3 V.
+    CMachineDescription Description = g_Parsed(
+        "[machine]\nbased_on = family10h-ddr3\nmax_core_clock = 2900\nmax_core_clock_voltage = 1.3\n"
+        "max_core_clock_slope = 1800\nhang_core_clock = 2920\n");
+    constexpr struct {
+        uint32_t uVid;  // 1.55 V - 12.5 mV each
+        int nErrors;
+        const char* pszHang;
+    } kCases[] = {
+        {15, 0, ""},  // 1.3625 V: good for 3012.5 MHz
+        {16, 1, ""},  // 1.35 V: 2990 MHz, hangs at 3010
+        {17, 1, "the simulated PC hangs: core 0 at 3000 MHz, its silicon stands 2987.5 MHz"},
+    };
+    for (const auto& [uVid, nErrors, pszHang] : kCases) {
+        SCOPED_TRACE(uVid);
+        Description.Msr[{kAllCores, 0xC0010071}] = 0x8000033C00000E | uint64_t{uVid} << 9;
+        for (void (*pPass)(CSimMachine&) : {+[](CSimMachine& r) { r.Advance(kSecond); },
+                                            +[](CSimMachine& r) {
+                                                for (int i = 0; i < 3; ++i) r.Rest(kSecond / 3 + 1);
+                                            }}) {
+            CSimMachine Machine(Description);
+            pPass(Machine);
+            EXPECT_EQ(Machine.ErrorsDue() != 0, nErrors != 0);
+            EXPECT_EQ(Machine.HangReason(), pszHang);
+            EXPECT_EQ(Machine.HasHung(), *pszHang != 0);
+            EXPECT_EQ((Machine.Miscompute(3) != 0) + (Machine.Miscompute(3) != 0), nErrors) << "they do not queue up";
+            Machine.PowerCycle();
+            EXPECT_FALSE(Machine.HasHung());
+            Machine.SetReferenceClock(260);
+            Machine.Advance(kSecond / 5);
+            EXPECT_FALSE(Machine.HasHung());
+            Machine.SetReferenceClock(190);
+            EXPECT_EQ(Machine.Miscompute(0), 0u) << "a core that is slower again has no error due";
+        }
+    }
+}
+
+TEST(SimMachine, VoltagesOfAllFamiliesAreKnown) {
+    constexpr struct {
+        const char* pszMachine;
+        uint32_t uIndex;
+        uint64_t ullStatus;
+        double dMHz, dVolts;
+    } kCases[] = {
+        {"k8-first", 0xC0010042, 0x12060808060C0C0C, 2010, 1.35},
+        {"k8-revf-dual", 0xC0010042, 0x310A120C0A0D020D, 2100, 1.25},
+        {"k8-revf-dual", 0xC0010042, 0x310A12280A0D020D, 2100, 0.6625},
+        {"family11h-mobile", 0xC0010071, 0x002B00E06C00380D, 2100, 1.2},
+        {"family11h-mobile", 0xC0010071, 0x002B00E06C00F80D, 2100, 0},
+    };
+    for (const auto& [pszMachine, uIndex, ullStatus, dMHz, dVolts] : kCases) {
+        CMachineDescription Description = g_Embedded(pszMachine);
+        Description.Msr[{kAllCores, uIndex}] = ullStatus;
+        const CSimMachine Machine(Description);
+        const CCoreClock& rClock = *Machine.Model<CCoreClock>();
+        EXPECT_DOUBLE_EQ(rClock.SettledMHz(0), dMHz) << pszMachine;
+        EXPECT_DOUBLE_EQ(rClock.SettledVolts(0), dVolts) << pszMachine;
     }
 }
 

@@ -75,7 +75,7 @@ def test_a_file_that_holds_no_scores_is_refused_by_name_and_member(text, where):
 
 
 def test_a_wrong_result_has_no_score_and_is_a_finding():
-    write("fast.machine", "[machine]\nbased_on = family10h-ddr3\nreference_clock = 260\n")
+    write("fast.machine", "[machine]\nbased_on = family10h-ddr3\nreference_clock = 260\nhang_core_clock = 4000\n")
     found = answer("vxtctl bench integer --runs 5 --machine fast.machine --save nothing.json", 6)
     assert [(row["measured"], "wrong" in row["reason"]) for row in found["scores"]] == [(None, True)] * 2 and len(found["findings"]) == 2
     assert found["saved_to"] is None and not os.path.exists("nothing.json")

@@ -14,8 +14,8 @@ FAST = "vxtctl stress --seconds 1 --machine fast.machine"
 
 @pytest.fixture(autouse=True)
 def fast(folder):
-    """Its cores compute correctly up to 3500 MHz, and run at 15 * 260 MHz."""
-    write("fast.machine", "[machine]\nbased_on = family10h-ddr3\nreference_clock = 260\n")
+    """Its cores compute correctly up to 3500 MHz, run at 15 * 260 MHz and do not hang there."""
+    write("fast.machine", "[machine]\nbased_on = family10h-ddr3\nreference_clock = 260\nhang_core_clock = 4000\n")
 
 
 def test_cores_that_compute_correctly_have_passes_and_no_errors_and_the_others_are_left_out():

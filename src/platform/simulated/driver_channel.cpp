@@ -1,5 +1,6 @@
 #include "platform/driver_channel.h"
 
+#include "platform/simulated/hang.h"
 #include "platform/simulated/simulated_system.h"
 
 namespace vxt::platform {
@@ -37,6 +38,7 @@ bool ControlDriver(const CDriverChannel& rChannel, uint32_t uCode, const void* p
     const vxtsim::CControlReply Reply =
         rSystem.m_Server.Control(uCode, simulated::g_CurrentCore(), {static_cast<const uint8_t*>(pIn), uInSize},
                                  {static_cast<uint8_t*>(pOut), pOut ? uOutSize : 0});
+    simulated::g_EndIfHung();
     if (!simulated::g_KeepState()) return rSystem.Fail(kErrorAccessDenied);  // done, but the PC would forget it
     ruReturned = Reply.uReturned;
     return Reply.bSuccess;

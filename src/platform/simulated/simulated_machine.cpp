@@ -20,8 +20,10 @@ struct CCurrent {
     std::mutex Lock;     ///< the error's making
     std::string sError;  ///< of the start, else the first of keeping the state
 
-    CCurrent() {
-        const std::string sMachine = g_Variable("VXT_MACHINE"), sState = g_Variable("VXT_STATE");
+    CCurrent() { Use(g_Variable("VXT_MACHINE"), g_Variable("VXT_STATE")); }
+
+    void Use(const std::string& sMachine, const std::string& sState) {
+        sError.clear(), pState.reset();
         vxtsim::CMachineDescription Description;
         bool bUsable = false;
         if (sState.empty()) {
@@ -65,6 +67,16 @@ bool g_KeepState() {
     }
     return false;
 }
+
+void g_ResetState() {
+    CCurrent& rCurrent = g_GetCurrent();
+    vxtsim::CMachineDescription Anew;
+    std::string sError;
+    if (rCurrent.pState && !rCurrent.pState->Reset(*rCurrent.pMachine, Anew, sError))
+        std::fprintf(stderr, "%s\n", sError.c_str());
+}
+
+void g_UseMachine(const std::string& sMachine, const std::string& sState) { g_GetCurrent().Use(sMachine, sState); }
 
 void g_UseMachine(vxtsim::CMachineDescription Description) {
     CCurrent& rCurrent = g_GetCurrent();

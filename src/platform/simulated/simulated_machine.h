@@ -18,7 +18,12 @@ const char* g_MachineError();
 /// failure the first reason is left for g_MachineError, and on stderr.
 bool g_KeepState();
 
+/// Brings it to what is left when the machine hangs, see vxtsim::CMachineState::Reset. Failure goes to stderr.
+void g_ResetState();
+
 /// Switches the machine on anew with another description, of which nothing is kept. Only while nobody uses the old one.
 void g_UseMachine(vxtsim::CMachineDescription Description);
+/// Likewise with what the two variables would say; empty: nothing.
+void g_UseMachine(const std::string& sMachine, const std::string& sState);
 
 }  // namespace vxt::platform::simulated

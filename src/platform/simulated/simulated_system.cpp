@@ -51,6 +51,12 @@ void g_Restart(vxtsim::CMachineDescription Description) {
     g_SystemPointer() = std::make_unique<CSimulatedSystem>();
 }
 
+void g_Restart(const std::string& sMachine, const std::string& sState) {
+    g_SystemPointer().reset();
+    g_UseMachine(sMachine, sState);
+    g_SystemPointer() = std::make_unique<CSimulatedSystem>();
+}
+
 void CSimulatedSystem::OtherProcessAttaches(const wchar_t* pszSemaphore, int32_t nMaximum) {
     --m_Semaphores.try_emplace(pszSemaphore, CSemaphore{nMaximum, nMaximum, {}}).first->second.nCount;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -49,6 +50,9 @@ public:
     uint32_t m_uStopMilliseconds = 0;    ///< of virtual time that a driver takes to stop
     uint32_t m_uStopQueries = 0;         ///< times a stopping service is asked for its state before it has stopped
     vxtsim::CFaultPlan m_RequestFaults;  ///< in front of the driver's requests
+    /// What a hang of the PC does in place of ending the process, on the thread on which time passed; it may throw, through
+    /// whatever waits in the library there. Returns: everything goes on, and it is called again.
+    std::function<void(const std::string& sReason)> m_OnHang;
 
     /// The call after `ullGood` good ones fails, whichever capability it asks for; no sweep without it.
     void FailAfter(uint64_t ullGood) { m_ullGoodCalls = ullGood, m_bSweeping = true, m_bFailed = false; }
@@ -146,6 +150,8 @@ CSimulatedSystem& g_GetSystem();
 
 /// Switches everything on anew: the machine, the system's state, virtual time.
 void g_Restart(vxtsim::CMachineDescription Description);
+/// Likewise, as VXT_MACHINE and VXT_STATE would have it in a process of their own.
+void g_Restart(const std::string& sMachine, const std::string& sState);
 
 /// Core that the calling thread is pinned to; 0 when it is not.
 uint32_t g_CurrentCore();

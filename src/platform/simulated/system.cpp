@@ -5,6 +5,7 @@
 
 #include "platform/clock.h"
 #include "platform/mapped_registers.h"
+#include "platform/simulated/hang.h"
 #include "platform/simulated/simulated_system.h"
 #include "platform/thread.h"
 
@@ -52,9 +53,8 @@ uint32_t ProcessorIdleTimes(std::span<uint64_t> IdleTimes) {
 void Sleep(uint32_t uMilliseconds) {
     const simulated::CSystemSide SystemSide;
     g_GetMachine().Advance(uMilliseconds * kNanosecondsPerMillisecond);
+    simulated::g_EndIfHung();
 }
-
-void SleepWhileComputing(uint32_t uMilliseconds) { Sleep(uMilliseconds); }
 
 uint32_t TickCount() { return static_cast<uint32_t>(g_GetMachine().Now() / kNanosecondsPerMillisecond); }
 

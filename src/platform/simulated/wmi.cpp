@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/simulated/hang.h"
 #include "platform/simulated/simulated_system.h"
 #include "platform/text.h"
 
@@ -237,6 +238,7 @@ int32_t ExecuteWmiMethod(const CWmiServices& rServices, const wchar_t* pszPath, 
     if (!g_GetSystem().m_Wmi.Execute(*pNamespace, NarrowText(pszPath), NarrowText(pszMethod),
                                      pInput ? &pInput->Object : nullptr, oOutput))
         return kFailed;
+    simulated::g_EndIfHung();
     if (!simulated::g_KeepState()) return kFailed;
     rOutput = oOutput ? g_OpenObject(*pNamespace, std::move(*oOutput)) : CWmiObject();
     return kOk;

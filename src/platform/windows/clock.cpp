@@ -6,8 +6,6 @@ namespace vxt::platform {
 
 void Sleep(uint32_t uMilliseconds) { ::Sleep(uMilliseconds); }
 
-void SleepWhileComputing(uint32_t uMilliseconds) { ::Sleep(uMilliseconds); }
-
 uint32_t TickCount() { return GetTickCount(); }
 
 // Neither call fails since Windows XP, and the frequency is fixed at boot.

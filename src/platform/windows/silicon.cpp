@@ -1,4 +1,7 @@
+// What a real processor and its time have to do with each other: nothing that we would see to.
 #include "platform/silicon.h"
+
+#include "platform/clock.h"
 
 namespace vxt::platform {
 
@@ -8,6 +11,10 @@ void BeginComputing() {}
 
 void EndComputing() {}
 
+void FoundError() {}
+
 bool SiliconMayErr() { return false; }
+
+void SleepWhileComputing(uint32_t uMilliseconds) { Sleep(uMilliseconds); }
 
 }  // namespace vxt::platform
