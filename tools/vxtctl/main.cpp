@@ -7,7 +7,7 @@ namespace vxtctl {
 extern const vxttools::CCommand kOverview, kDevices, kDevice, kCpu, kCpuSet, kMemory, kMemorySet, kLinks, kLinksSet,
     kNorthBridge, kBios, kClocks, kClocksSet, kVoltages, kVoltagesSet, kSensors, kFan, kFanSet, kFanRestore, kWatchdog,
     kWatchdogStart, kWatchdogStop, kWatchdogRun, kCtb, kCtbSet, kProfile, kProfileSave, kProfileShow, kProfileDiff,
-    kProfileVerify, kProfileApply, kProfileRollback, kStress, kBench;
+    kProfileVerify, kProfileApply, kProfileRollback, kStress, kBench, kTune, kAutoTune;
 
 }  // namespace vxtctl
 
@@ -19,7 +19,7 @@ int main(int nArguments, char** ppszArguments) {
         &kClocksSet,    &kVoltages,        &kVoltagesSet,   &kSensors,      &kFan,         &kFanSet,
         &kFanRestore,   &kWatchdog,        &kWatchdogStart, &kWatchdogStop, &kWatchdogRun, &kCtb,
         &kCtbSet,       &kProfile,         &kProfileSave,   &kProfileShow,  &kProfileDiff, &kProfileVerify,
-        &kProfileApply, &kProfileRollback, &kStress,        &kBench,
+        &kProfileApply, &kProfileRollback, &kStress,        &kBench,        &kTune,        &kAutoTune,
     };
     return vxttools::g_RunTool({"vxtctl", true, kCommands}, nArguments, ppszArguments);
 }

@@ -61,7 +61,14 @@ std::string g_ListText(const CSetting& rSetting) {
     return sText;
 }
 
-/// Empty when nothing is known.
+/// Why the setting cannot be set, whatever the value; nothing: it can.
+std::optional<std::string> g_WhyFixed(const CSetting& rSetting) {
+    if (rSetting.oFixed || rSetting.oValue || !g_LegalText(rSetting).empty()) return rSetting.oFixed;
+    return rSetting.sReason;  // neither a reading to go by nor a value that is known to be legal
+}
+
+}  // namespace
+
 std::string g_LegalText(const CSetting& rSetting) {
     if (!rSetting.Legal.empty()) return g_ListText(rSetting);
     const auto& [oMinimum, oMaximum] = rSetting.Limits;
@@ -71,14 +78,6 @@ std::string g_LegalText(const CSetting& rSetting) {
                                           : rSetting.Text(*oMinimum) + " to " + rSetting.Text(*oMaximum);
     return sText + (rSetting.oStep ? ", step " + rSetting.Text(*rSetting.oStep) : "");
 }
-
-/// Why the setting cannot be set, whatever the value; nothing: it can.
-std::optional<std::string> g_WhyFixed(const CSetting& rSetting) {
-    if (rSetting.oFixed || rSetting.oValue || !g_LegalText(rSetting).empty()) return rSetting.oFixed;
-    return rSetting.sReason;  // neither a reading to go by nor a value that is known to be legal
-}
-
-}  // namespace
 
 void CSetting::Judge(double dRaw, const vxttools::CPlausible& rPlausible, const char* pszFailed) {
     CQuantity Quantity;

@@ -78,6 +78,8 @@ vxttools::CJson g_SettingsToJson(const std::vector<CSetting>& rSettings, const s
 void g_AddSettingTable(vxttools::CDocument& rDocument, const std::string& sTitle,
                        const std::vector<CSetting>& rSettings);
 
+/// The legal values in words, the current one of a list in brackets; empty where nothing is known.
+std::string g_LegalText(const CSetting& rSetting);
 /// Why the value is not known to be legal; empty: it is.
 std::string g_WhyIllegal(const CSetting& rSetting, double dValue);
 /// The same, but empty where nothing is known of legal values.
