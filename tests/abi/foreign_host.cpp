@@ -158,6 +158,33 @@ void g_CheckTests(CTestCenter* pCenter, CForeignTestCase& rTestCase) {
     g_Check("tests 10: stopped and forgotten", rTestCase.bStopped && !pCenter->GetNextError());
 }
 
+/// Ends a search at its first clock, before that is set.
+struct CForeignObserver final : CTuneObserver {
+    explicit CForeignObserver(CSystemTune* pTune) : m_pTune(pTune) {}
+    void OnPoint(const TunePoint* pPoint) override {
+        if (pPoint->uState == kTuneBegins) dBegun = pPoint->dReferenceClock;
+        if (pPoint->uState == kTuneBreaks) uDuration = pPoint->uDuration;
+        m_pTune->Stop();
+    }
+
+    CSystemTune* m_pTune;
+    volatile double dBegun = 0;
+    volatile uint32_t uDuration = 0;
+};
+
+void g_CheckTuning(CSystemTune* pTune) {
+    CForeignObserver Observer(pTune);
+    g_Check("tuning 4: no search before", g_Call<int32_t>(pTune, 4) == kTuneNever);
+    g_Call<void>(pTune, 9, static_cast<CTuneObserver*>(&Observer));
+    g_Check("tuning 1: a search, ended by its observer", !g_Call<bool>(pTune, 1));
+    g_Check("observer 0: the clock that was next", Observer.dBegun == 205 && Observer.uDuration == 120);
+    g_Check("tuning 3, 5: stopped, where it began",
+            g_Call<int32_t>(pTune, 3) == kTuneStopped && g_Call<double>(pTune, 5) == 200);
+    g_Call<void>(pTune, 9, static_cast<CTuneObserver*>(nullptr));
+    g_Check("tuning 8, 10: nothing wanted, an earlier clock forgotten",
+            g_Call<bool>(pTune, 8, uint8_t{0}, uint8_t{1}, uint8_t{0}) && g_Call<bool>(pTune, 10));
+}
+
 }  // namespace
 
 extern "C" void start() {
@@ -183,6 +210,7 @@ extern "C" void start() {
         g_CheckCpu(pCpu, pCpu);
         g_CheckServices(pGetLog(), pGetLog(), pGetControl());
         g_CheckTests(pGetControl()->GetTestCenter(), TestCase);
+        g_CheckTuning(pGetControl()->GetSystemTune());
         g_CheckProfiles(pGetProfiles());
         g_Check("core 2 follows the profile", pCpu->GetCurrentMultiplier() == 11.5);
     }

@@ -375,7 +375,9 @@ TEST_F(CStressTest, TheDirectoryHandsOutWhatIsThere) {
     vxt::CPerformanceControl& rControl = vxt::g_GetPerformanceControl();
     EXPECT_TRUE(rControl.Uninitialize()) << "before a start";
     EXPECT_EQ(rControl.GetTestCenter(), nullptr);
+    EXPECT_EQ(rControl.GetSystemTune(), nullptr);
     EXPECT_TRUE(rControl.Initialize() && rControl.Initialize());
+    EXPECT_STREQ(rControl.GetSystemTune()->GetName(), L"QORSystemTune");
     EXPECT_EQ(rControl.GetTestCenter(), &m_rCenter);
     EXPECT_NE(rControl.GetBenchmarkCenter(), nullptr);
     EXPECT_TRUE(rControl.Uninitialize() && rControl.Uninitialize());
@@ -391,7 +393,7 @@ TEST_F(CStressTest, TheDirectoryHandsOutWhatIsThere) {
         if (!Fault.HasFailed()) break;
         EXPECT_FALSE(bDone) << ullGood;
         EXPECT_EQ(m_Log.TakeErrors().back(), g_ProcessError("bRetCode", "CPerformanceControl::Initialize"));
-        EXPECT_EQ(rControl.GetTestCenter(), nullptr) << ullGood;
+        EXPECT_TRUE(!rControl.GetTestCenter() && !rControl.GetSystemTune()) << ullGood;
         bHalf |= rControl.GetBenchmarkCenter() != nullptr;
         rControl.Uninitialize();
     }

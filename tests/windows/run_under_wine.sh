@@ -36,8 +36,8 @@ _run() {  # BITS BUILD: lines for _report, and what failed
     for program in vxt_wmi_tests vxt_settings_tests vxt_windows_tests tune; do
         status=0 options=() filter=-CTune.*
         [[ $program != vxt_settings_tests ]] || options=(--in "$here/../..")  # its cases are the checkout's
-        if [[ $program == tune ]]; then  # searches need a machine that can be tuned
-            program=vxt_windows_tests options=(--machine desktop-b) filter=CTune.*
+        if [[ $program == tune ]]; then  # searches need a machine that can be tuned, and that outlives its driver
+            program=vxt_windows_tests options=(--machine desktop-b --state "$work/$bits.state") filter=CTune.*
         fi
         "$wine_host" "${options[@]}" "$build" "$build64" "$build/e2e/$program.exe" --gtest_color=no "--gtest_filter=$filter" \
             </dev/null 2>&1 | tr -d '\r' >"$log" || status=$?
