@@ -121,35 +121,42 @@ def test_every_clock_is_on_disk_before_it_is_set():
     child.communicate()
 
 
-def test_a_search_that_was_killed_is_told_and_goes_on_below_that_clock_only():
-    killed_at(2)
+def test_a_pc_that_dies_starts_the_search_again_which_stays_below_the_clock_that_killed_it():
+    write("dying.machine", "[machine]\nbased_on = family10h-ddr3\nmax_core_clock = 3100\nhang_core_clock = 3140\n")
+    assert run("vxtctl tune --machine dying.machine --state pc.state").code == 137 and "RunOnce!VXT = sz:" in read("pc.state")
     seen = answer("vxtctl tune --status --state pc.state")
     assert (seen["status"], [(clock(row), row["result"]) for row in seen["points"]]) == ("died", [((205, 15), "passed"), ((210, 15), "died")])
-    before, refused = read("pc.state"), run(TUNE)
-    assert refused.code == 1 and all(text in refused.err for text in ("210 MHz x 15 = 3150 MHz", "--resume", "--fresh")) and read("pc.state") == before
+    assert seen["in_force"] == BEFORE
+    refused = run("vxtctl tune --state pc.state")
+    assert refused.code == 1 and all(text in refused.err for text in ("210 MHz x 15 = 3150 MHz", "--resume", "--fresh")) and state_clock() == 200
     found = answer("vxtctl AutoTune --state pc.state")
     assert (found["status"], clock(found["found"]), found["in_force"]["reference_clock"], len(found["points"])) == ("below_death", (205, 15), 205, 2)
-    assert "210 MHz" in found["message"] and "--retry" in found["message"]
-    found = answer("vxtctl tune --resume --retry --state pc.state")
-    assert [(clock(row), row["result"]) for row in found["points"][2:]] == [((210, 15), "failed")] and clock(found["found"]) == (205, 15)
+    assert "210 MHz" in found["message"] and "--retry" in found["message"] and "RunOnce" not in read("pc.state")
     assert run("vxtctl tune --resume --state pc.state").code == 1 and answer("vxtctl AutoTune --state pc.state")["points"] == found["points"]
+    assert run("vxtctl tune --resume --retry --state pc.state").code == 137 and [clock(row) for row in points()] == [(205, 15), (210, 15), (210, 15)]
 
 
-def test_a_fresh_search_forgets_the_one_that_died_and_what_was_before_is_that_of_the_first():
-    killed_at(1)
-    assert answer("vxtctl tune --resume --put-back --retry --state pc.state")["in_force"] == BEFORE
+def test_vxtctl_that_was_killed_leaves_the_clock_which_a_search_does_not_build_on():
+    killed_at(2)
+    found = answer("vxtctl tune --resume --retry --state pc.state")
+    assert found["before"] == BEFORE and [(clock(row), row["result"]) for row in found["points"]] == \
+        [((205, 15), "passed"), ((210, 15), "died"), ((210, 15), "failed")] and found["in_force"]["reference_clock"] == 205
+
+
+def test_a_fresh_search_forgets_the_one_that_died_and_can_put_back_what_was_before():
     write_record([(205, 15, 10, "in_progress", "")], "in_progress")
-    found = answer("vxtctl tune --fresh --state pc.state")
-    assert found["before"] == BEFORE and [row["number"] for row in found["points"]] == [1, 2] and found["points"][0]["result"] == "passed"
+    found = answer(TUNE + " --fresh --put-back")
+    assert [(clock(row), row["result"]) for row in found["points"]] == [((205, 15), "passed"), ((210, 15), "failed")]
+    assert (clock(found["found"]), found["in_force"], found["put_back"]) == ((205, 15), BEFORE, True) and state_clock() == 200
 
 
 @table("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_a_request_to_end_sets_what_was_before_and_the_search_can_go_on(number):
-    code, found, err, in_force = ended(stopped_at(2), number)
+    code, found, err, in_force = ended(stopped_at(1), number)
     assert (code, found["status"], found["put_back"], found["points"][-1]["result"]) == (130, "interrupted", True, "stopped")
     assert "200 MHz x 15 = 3000 MHz" in err and in_force == found["in_force"] == BEFORE and "RunOnce" not in read("pc.state")
     found = answer("vxtctl tune --resume --state pc.state")
-    assert [(clock(row), row["result"]) for row in found["points"][2:]] == [((210, 15), "failed")] and clock(found["found"]) == (205, 15)
+    assert [(clock(row), row["result"]) for row in found["points"][1:]] == [((205, 15), "passed"), ((210, 15), "failed")]
 
 
 def test_where_a_clock_cannot_be_noted_the_search_ends_with_what_was_before():
