@@ -32,11 +32,14 @@ done
 
 # Each width on its own, both at the same time.
 _run() {  # BITS BUILD: lines for _report, and what failed
-    local bits=$1 build=$2 program status folder log=$work/$1.log
-    for program in vxt_wmi_tests vxt_settings_tests vxt_windows_tests; do
-        status=0 folder=()
-        [[ $program != vxt_settings_tests ]] || folder=(--in "$here/../..")  # its cases are the checkout's
-        "$wine_host" "${folder[@]}" "$build" "$build64" "$build/e2e/$program.exe" --gtest_color=no \
+    local bits=$1 build=$2 program status options filter log=$work/$1.log
+    for program in vxt_wmi_tests vxt_settings_tests vxt_windows_tests tune; do
+        status=0 options=() filter=-CTune.*
+        [[ $program != vxt_settings_tests ]] || options=(--in "$here/../..")  # its cases are the checkout's
+        if [[ $program == tune ]]; then  # searches need a machine that can be tuned
+            program=vxt_windows_tests options=(--machine desktop-b) filter=CTune.*
+        fi
+        "$wine_host" "${options[@]}" "$build" "$build64" "$build/e2e/$program.exe" --gtest_color=no "--gtest_filter=$filter" \
             </dev/null 2>&1 | tr -d '\r' >"$log" || status=$?
         sed -nE "s/^\[       OK \] (\S+) .*/ok $bits-bit \1/p; s/^\[  FAILED  \] (\S+) \(.* ms\)\$/FAIL $bits-bit \1/p" "$log"
         if [[ $status -ne 0 ]]; then
