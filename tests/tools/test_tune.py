@@ -207,6 +207,13 @@ def test_a_spoiled_record_is_an_error_with_its_name_and_stays(text):
     assert read(RECORD) == text
 
 
+def test_a_record_that_would_grow_too_long_to_be_read_again_is_not_written():
+    write_record([(205, 15, 120, "passed", "")] * 4700, pc="another")
+    before = read(RECORD)
+    found = run(TUNE)
+    assert len(before) < 1 << 20 and found.code == 1 and "too many" in found.err and read(RECORD) == before and state_clock() == 200
+
+
 @table("options, code", [("--retry", 2), ("--resume --fresh", 2), ("--status --put-back", 2), ("--machine desktop-a", 3), ("--resume", 1), ("--chart low.machine", 1)])
 def test_what_cannot_be_done_is_refused_before_anything_is(options, code):
     machine = read("low.machine")
