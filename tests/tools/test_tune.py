@@ -16,7 +16,8 @@ import pytest
 from tools import FOLDER, answer, parsed, read, run, run_on_terminal, table, write
 
 RECORD = "state/vxt/clock-searches.json"
-TUNE = "vxtctl tune --machine low.machine --state pc.state"  # 3075 MHz are good, 3150 MHz are not
+TUNE = "vxtctl tune --machine low.machine --state pc.state"  # steps of 5 MHz, 15 * 205 MHz are good
+FINE = "vxtctl tune --machine fine.machine --state pc.state --json"  # steps of 1 MHz, 15 * 208 MHz are good
 BEFORE = {"reference_clock": 200, "multipliers": [15, 15, 15, 15]}
 clock = lambda row: (row["reference_clock"], row["multiplier"])
 
@@ -25,11 +26,12 @@ clock = lambda row: (row["reference_clock"], row["multiplier"])
 def low(folder, monkeypatch):
     monkeypatch.setenv("XDG_STATE_HOME", os.path.abspath("state"))
     write("low.machine", "[machine]\nbased_on = family10h-ddr3\nmax_core_clock = 3100\n")
+    write("fine.machine", "[machine]\nbased_on = desktop-b\nmax_core_clock = 3125\n")
 
 
 def state_clock():
     """MHz, as the simulated PC has it at this moment."""
-    return int(re.search(r"object 01010000\]\nname = .*\nvalue = (\d+)", read("pc.state")).group(1)) / 1000
+    return int(re.search(r"object 01010000\](?:\n.+)*?\nvalue = (\d+)", read("pc.state")).group(1)) / 1000
 
 
 def points():
@@ -46,34 +48,23 @@ def write_record(rows, status="failed", found=None, **members):
     write(RECORD, json.dumps({"version": 1, "searches": [search]}))
 
 
-def stopped_at(number, line=TUNE):
-    """A search that stands still (SIGSTOP) while its clock of that number is being tested."""
-    child = subprocess.Popen([FOLDER / "vxtctl", *line.split()[1:], "--json"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                             stderr=subprocess.PIPE, text=True)
+def standing():
+    """A search on the fine PC that stands still (SIGSTOP) while its second clock or a later one is being tested, and their number."""
+    child = subprocess.Popen([FOLDER / "vxtctl", *FINE.split()[1:]], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     for _ in range(2000):
         time.sleep(0.005)
         child.send_signal(signal.SIGSTOP)
         if not os.WIFSTOPPED(os.waitpid(child.pid, os.WUNTRACED)[1]):
             break
-        if os.path.exists(RECORD) and len(tested := points()) == number and tested[-1]["result"] == "in_progress":
-            return child
+        if os.path.exists(RECORD) and len(tested := points()) > 1 and tested[-1]["result"] == "in_progress":
+            return child, len(tested)
         child.send_signal(signal.SIGCONT)
-    raise AssertionError(f"no clock {number} was tested")
+    raise AssertionError("it was never seen at work")
 
 
-def killed_at(number, line=TUNE):
-    child = stopped_at(number, line)
-    child.kill()
-    child.communicate()
-
-
-def ended(child, number=None):
-    """Goes on, with the signal. Its code and answer, and what is in force on the PC."""
-    if number:
-        child.send_signal(number)
-    child.send_signal(signal.SIGCONT)
-    out, err = child.communicate(timeout=60)
-    return child.returncode, parsed(out), err, answer("vxtctl tune --status --state pc.state")["in_force"]
+def to_the_end(first):
+    """What a search on the fine PC makes of the clocks from that one on."""
+    return [((mhz, 15), "passed") for mhz in range(first, 209)] + [((209, 15), "failed"), ((208, 15), "passed")]
 
 
 def test_the_last_clock_at_which_the_cores_compute_correctly_is_found_and_stays_set():
@@ -107,62 +98,74 @@ def next_write():
 
 
 def test_every_clock_is_on_disk_before_it_is_set():
-    child = stopped_at(1)
+    child, number = standing()
     os.remove(RECORD)
     os.mkfifo(RECORD)
     child.send_signal(signal.SIGCONT)
-    told = [{"reference_clock": 205}]
-    while child.poll() is None and told[-1]["reference_clock"] < 210:
+    told = [{"reference_clock": 200 + number}]
+    while child.poll() is None and told[-1]["reference_clock"] <= 200 + number:
         time.sleep(0.1)  # now it waits for its next write
         assert state_clock() <= told[-1]["reference_clock"], "it is set already, and nobody knows of it"
         told = next_write() or told
-    assert told[-1]["reference_clock"] == 210 and told[-1]["result"] == "in_progress"
+    assert told[-1]["reference_clock"] == 201 + number and told[-1]["result"] == "in_progress"
     child.kill()
     child.communicate()
 
 
-def test_a_search_that_was_killed_is_told_and_goes_on_below_that_clock_only():
-    killed_at(2)
+def test_a_pc_that_dies_starts_the_search_again_which_stays_below_the_clock_that_killed_it():
+    write("dying.machine", "[machine]\nbased_on = family10h-ddr3\nmax_core_clock = 3100\nhang_core_clock = 3140\n")
+    assert run("vxtctl tune --machine dying.machine --state pc.state").code == 137 and "RunOnce!VXT = sz:" in read("pc.state")
     seen = answer("vxtctl tune --status --state pc.state")
     assert (seen["status"], [(clock(row), row["result"]) for row in seen["points"]]) == ("died", [((205, 15), "passed"), ((210, 15), "died")])
-    before, refused = read("pc.state"), run(TUNE)
-    assert refused.code == 1 and all(text in refused.err for text in ("210 MHz x 15 = 3150 MHz", "--resume", "--fresh")) and read("pc.state") == before
+    assert seen["in_force"] == BEFORE
+    refused = run("vxtctl tune --state pc.state")
+    assert refused.code == 1 and all(text in refused.err for text in ("210 MHz x 15 = 3150 MHz", "--resume", "--fresh")) and state_clock() == 200
     found = answer("vxtctl AutoTune --state pc.state")
     assert (found["status"], clock(found["found"]), found["in_force"]["reference_clock"], len(found["points"])) == ("below_death", (205, 15), 205, 2)
-    assert "210 MHz" in found["message"] and "--retry" in found["message"]
-    found = answer("vxtctl tune --resume --retry --state pc.state")
-    assert [(clock(row), row["result"]) for row in found["points"][2:]] == [((210, 15), "failed")] and clock(found["found"]) == (205, 15)
+    assert "210 MHz" in found["message"] and "--retry" in found["message"] and "RunOnce" not in read("pc.state")
     assert run("vxtctl tune --resume --state pc.state").code == 1 and answer("vxtctl AutoTune --state pc.state")["points"] == found["points"]
+    assert run("vxtctl tune --resume --retry --state pc.state").code == 137 and [clock(row) for row in points()] == [(205, 15), (210, 15), (210, 15)]
 
 
-def test_a_fresh_search_forgets_the_one_that_died_and_what_was_before_is_that_of_the_first():
-    killed_at(1)
-    assert answer("vxtctl tune --resume --put-back --retry --state pc.state")["in_force"] == BEFORE
+def test_vxtctl_that_was_killed_leaves_the_clock_which_a_search_does_not_build_on():
+    child, number = standing()
+    child.kill()
+    child.communicate()
+    found = answer("vxtctl tune --resume --retry --state pc.state")
+    assert found["before"] == BEFORE and [(clock(row), row["result"]) for row in found["points"][number - 1:]] == \
+        [((200 + number, 15), "died")] + to_the_end(200 + number) and found["in_force"]["reference_clock"] == 208
+
+
+def test_a_fresh_search_forgets_the_one_that_died_and_can_put_back_what_was_before():
     write_record([(205, 15, 10, "in_progress", "")], "in_progress")
-    found = answer("vxtctl tune --fresh --state pc.state")
-    assert found["before"] == BEFORE and [row["number"] for row in found["points"]] == [1, 2] and found["points"][0]["result"] == "passed"
+    found = answer(TUNE + " --fresh --put-back")
+    assert [(clock(row), row["result"]) for row in found["points"]] == [((205, 15), "passed"), ((210, 15), "failed")]
+    assert (clock(found["found"]), found["in_force"], found["put_back"]) == ((205, 15), BEFORE, True) and state_clock() == 200
 
 
 @table("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
 def test_a_request_to_end_sets_what_was_before_and_the_search_can_go_on(number):
-    code, found, err, in_force = ended(stopped_at(2), number)
-    assert (code, found["status"], found["put_back"], found["points"][-1]["result"]) == (130, "interrupted", True, "stopped")
-    assert "200 MHz x 15 = 3000 MHz" in err and in_force == found["in_force"] == BEFORE and "RunOnce" not in read("pc.state")
+    child, reached = standing()
+    child.send_signal(number)
+    child.send_signal(signal.SIGCONT)
+    out, err = child.communicate(timeout=60)
+    found = parsed(out)
+    assert (child.returncode, found["status"], found["put_back"], found["points"][-1]["result"]) == (130, "interrupted", True, "stopped")
+    assert "200 MHz x 15 = 3000 MHz" in err and found["in_force"] == BEFORE and state_clock() == 200 and "RunOnce" not in read("pc.state")
     found = answer("vxtctl tune --resume --state pc.state")
-    assert [(clock(row), row["result"]) for row in found["points"][2:]] == [((210, 15), "failed")] and clock(found["found"]) == (205, 15)
+    assert [(clock(row), row["result"]) for row in found["points"][reached:]] == to_the_end(200 + reached)
 
 
 def test_where_a_clock_cannot_be_noted_the_search_ends_with_what_was_before():
-    child = stopped_at(1)
+    child, _ = standing()
     os.remove(RECORD)
     os.mkdir(RECORD)
     child.send_signal(signal.SIGCONT)
-    _, err = child.communicate(timeout=60)
+    out, err = child.communicate(timeout=60)
+    assert child.returncode == 1 and "clock-searches.json: cannot be written" in err and parsed(out)["in_force"] == BEFORE and state_clock() == 200
     shutil.rmtree("state")
-    assert child.returncode == 1 and "clock-searches.json: cannot be written" in err and "nothing was" not in err
-    assert answer("vxtctl tune --status --state pc.state")["in_force"] == BEFORE
     write("state", "a file")
-    assert run(TUNE).code == 1 and state_clock() == 200
+    assert run(FINE).code == 1 and state_clock() == 200
 
 
 def test_a_temperature_that_rises_above_its_limit_ends_the_search_with_what_was_before():
@@ -202,6 +205,13 @@ def test_a_spoiled_record_is_an_error_with_its_name_and_stays(text):
         found = run(line)
         assert found.code == 1 and RECORD in found.err and "Traceback" not in found.err
     assert read(RECORD) == text
+
+
+def test_a_record_that_would_grow_too_long_to_be_read_again_is_not_written():
+    write_record([(205, 15, 120, "passed", "")] * 4700, pc="another")
+    before = read(RECORD)
+    found = run(TUNE)
+    assert len(before) < 1 << 20 and found.code == 1 and "too many" in found.err and read(RECORD) == before and state_clock() == 200
 
 
 @table("options, code", [("--retry", 2), ("--resume --fresh", 2), ("--status --put-back", 2), ("--machine desktop-a", 3), ("--resume", 1), ("--chart low.machine", 1)])

@@ -114,12 +114,9 @@ constexpr CRecordKind kKind{
 const char* g_Word(EPointEnd eEnd) { return kPointWords[static_cast<size_t>(eEnd)]; }
 const char* g_Word(ETuneEnd eEnd) { return kEndWords[static_cast<size_t>(eEnd)]; }
 
-std::string g_ShortText(const CTunedClock& rClock) {
-    return g_Trimmed(rClock.dReferenceClock, 3) + " MHz x " + g_Trimmed(rClock.dMultiplier, 3);
-}
-
 std::string g_ClockText(const CTunedClock& rClock) {
-    return g_ShortText(rClock) + " = " + g_Trimmed(rClock.CoreClock(), 1) + " MHz";
+    return g_Trimmed(rClock.dReferenceClock, 3) + " MHz x " + g_Trimmed(rClock.dMultiplier, 3) + " = " +
+           g_Trimmed(rClock.CoreClock(), 1) + " MHz";
 }
 
 std::string g_ClockText(const CClockState& rState) {

@@ -16,8 +16,6 @@ struct CTunedClock {
 
 /// "215 MHz x 16 = 3440 MHz"
 std::string g_ClockText(const CTunedClock& rClock);
-/// "215 MHz x 16", where the core clock is told elsewhere.
-std::string g_ShortText(const CTunedClock& rClock);
 
 /// What a search changes, as it was before.
 struct CClockState {

@@ -2,8 +2,6 @@
 // is, and ends it when the user wants that, when it gets too hot, or where a PC died.
 #pragma once
 
-#include <exception>
-
 #include "common/progress_line.h"
 #include "fan_watch.h"
 #include "tune_machine.h"

@@ -107,11 +107,14 @@ void CUserRecords::Replace(std::vector<CJson> Records) {
     }
     if (!HasPlace()) return;
     const CJson File{{"version", m_rKind.nVersion}, {m_rKind.pszMember, m_Records}};
+    const std::string sText = File.Dump(2) + "\n";
+    if (sText.size() > kLongest)  // which nobody would read again
+        throw CFailure(EExit::kFailed, m_File.string() + ": cannot be written: the records of all PCs are too many");
     g_OnFile(m_File, "cannot be written", [&] {
         if (m_Records.empty())
             fs::remove(m_File);
         else
-            vxttools::CFileReplacement(m_File).Commit(File.Dump(2) + "\n");
+            vxttools::CFileReplacement(m_File).Commit(sText);
     });
 }
 
