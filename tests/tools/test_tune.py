@@ -38,7 +38,7 @@ def points():
     return json.loads(read(RECORD))["searches"][-1]["points"]
 
 
-def write_record(rows, status="failed", found=None, **members):
+def write_record(rows, status="at_limit", found=None, **members):
     """The record of a search of the PC in pc.state, of (MHz, multiplier, seconds, result, error)."""
     os.makedirs("state/vxt", exist_ok=True)
     keys = ("reference_clock", "multiplier", "seconds", "result", "error")
@@ -75,7 +75,7 @@ def test_the_last_clock_at_which_the_cores_compute_correctly_is_found_and_stays_
     assert found["found"]["core_clock"] == max(row["core_clock"] for row in good) and clock(bad) == (clock(good[-1])[0] + 5, clock(good[-1])[1])
     # A whole step of the multiplier is taken where the reference clock has gained more than it: 200 MHz < 15 * 15 MHz.
     assert [clock(row) for row in good[:4]] == [(205, 15), (210, 15), (215, 15), (205, 16)]
-    assert (found["status"], found["last_status"], found["put_back"], found["before"]) == ("failed", "failed", None, BEFORE)
+    assert (found["status"], found["last_status"], found["put_back"], found["before"]) == ("at_limit", "failed", None, BEFORE)
     in_force = {"reference_clock": good[-1]["reference_clock"], "multipliers": [good[-1]["multiplier"]] * 4}
     again = answer("vxtctl tune --status --state pc.state")
     assert found["in_force"] == again["in_force"] == in_force and again["points"] == found["points"] and state_clock() == in_force["reference_clock"]

@@ -38,6 +38,7 @@ WRITES = {
                        "vxtctl fan set environment/0/fan/1=50 --yes", "vxtctl fan set environment/0/fan/2=60 --yes",
                        "vxtctl watchdog start --yes", "vxtctl watchdog stop --yes"],
     "k8-revf-dual": ["vxtctl cpu set --multiplier 99 --yes"],
+    "desktop-b": ["vxtctl tune --yes --json", "vxtctl tune --status --json", "vxtctl AutoTune --json"],
 }
 # A profile of the machine as its file has it brings everything back that was changed by hand; without a word it does not stay.
 PROFILE = ["vxtctl profile apply native.xml --yes", "vxtctl profile diff native.xml --json", "vxtctl profile rollback --yes",
@@ -86,6 +87,13 @@ def steady(document):
             row["integer_passes"] = row["integer_passes"] > 0
         for row in document["sensors"]:
             del row["readings"]
+    if document["command"] in ("tune", "AutoTune"):
+        del document["begun"], document["ended"], document["message"]
+        if document["plan"]:
+            del document["plan"]["record"]
+        for row in document["points"]:
+            del row["begun"]
+            row["error"] = bool(row["error"])
     return document
 
 

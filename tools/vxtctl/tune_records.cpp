@@ -13,7 +13,7 @@ namespace {
 
 // By EPointEnd and ETuneEnd.
 constexpr const char* kPointWords[] = {"in_progress", "passed", "failed", "stopped", "died"};
-constexpr const char* kEndWords[] = {"in_progress", "finished", "failed", "below_death",
+constexpr const char* kEndWords[] = {"in_progress", "finished", "at_limit", "below_death",
                                      "interrupted", "too_hot",  "broken"};
 
 /// Nothing where it is none of the words.
