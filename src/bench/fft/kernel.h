@@ -33,6 +33,7 @@ struct CStepFrame {
     double* pCarries;               ///< out of each row, in the order of the groups: re 4, im 4
     double* pRowTwiddles;           ///< of the row in work, by level and node
     const double* pColumnTwiddles;  ///< by node, kTwiddleDoubles each
+    const double* pRootTwiddles;    ///< of column nodes 2, 4 and 5: each number as often as there are lanes
     const double* pRowBases;        ///< by row and level, re im
     const double* pNodeTwiddles;    ///< by node of any row, in groups of (re lanes, im lanes)
     const double* pRowWeights;      ///< of the checksum, by group of four rows: 4

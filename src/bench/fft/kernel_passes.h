@@ -41,6 +41,11 @@ VXT_ALWAYS_INLINE CPoint TimesConjugate(CPoint A, CPoint B) {
 }
 VXT_ALWAYS_INLINE CPoint Square(CPoint A) { return {CVector::MulSub(A.Re, A.Re, A.Im * A.Im), (A.Re + A.Re) * A.Im}; }
 
+/// Half of the square: what is left of it for a doubled product is the product.
+VXT_ALWAYS_INLINE CPoint HalfSquare(CPoint A) {
+    return {CVector::MulSub(A.Re, A.Re, A.Im * A.Im) * CVector::All(0.5), A.Re * A.Im};
+}
+
 struct CTwiddles {
     CPoint c1, c2, c3;
 };
@@ -132,25 +137,33 @@ VXT_ALWAYS_INLINE CPoint MulAdd(CPoint A, CPoint B, CPoint C) {
             CVector::MulAdd(A.Im, B.Re, CVector::MulAdd(A.Re, B.Im, C.Im))};
 }
 
-/// Squares a row's nodes of four points, kLanes of them at a time, modulo x^4 - g: cheaper than another level down and up.
-/// pLevel: the twiddles of the level above; g is c^1 there times 1, -1, i, -i for its four children.
-inline void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
+/// g of the children from i: c^1 of their parent times 1, -1, i, -i.
+VXT_ALWAYS_INLINE CPoint ChildRoots(CPoint Parent, uint32_t i) {
     alignas(32) static constexpr double kTurns[] = {1, -1, 0, 0, 0, 0, 1, -1};
+    const CVector Re = CVector::Load(kTurns + i), Im = CVector::Load(kTurns + 4 + i);
+    if constexpr (kLanes == 4) return Parent * CPoint{Re, Im};
+    if (i == 0) return {Parent.Re * Re, Parent.Im * Re};  // two children lie on one line
+    return {CVector::All(0) - Parent.Im * Im, Parent.Re * Im};
+}
+
+/// Squares a row's nodes of four points, kLanes of them at a time, modulo x^4 - g: cheaper than another level down and up.
+/// Half of each square: the step's scale makes up for it. pLevel: the twiddles of the level above.
+inline void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
     for (uint32_t uNode = 0; uNode < rFrame.Shape.uColumns / 16; ++uNode) {
         const double* const pNode = pLevel + uNode / kLanes * kTwiddleDoubles * kLanes + uNode % kLanes;
         const CPoint Parent = AllPoint(pNode[0], pNode[kLanes]);
         for (uint32_t i = 0; i < 4; i += kLanes, pRow += 4 * kLine) {
-            const CPoint Root = Parent * CPoint{CVector::Load(kTurns + i), CVector::Load(kTurns + 4 + i)};
+            const CPoint Root = ChildRoots(Parent, i);
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(pRow + k * kLine);
             LinesToNodes(z);
-            const CPoint Twice0 = z[0] + z[0], Twice1 = z[1] + z[1], Twice2 = z[2] + z[2];
-            const CPoint Square0 = Square(z[0]), Square1 = Square(z[1]), Square2 = Square(z[2]), Square3 = Square(z[3]);
-            const CPoint High0 = MulAdd(Twice1, z[3], Square2), High1 = Twice2 * z[3];
-            const CPoint Low2 = MulAdd(Twice0, z[2], Square1), Low3 = MulAdd(Twice1, z[2], Twice0 * z[3]);
-            const CPoint Low1 = Twice0 * z[1];
-            z[0] = MulAdd(Root, High0, Square0), z[1] = MulAdd(Root, High1, Low1);
-            z[2] = MulAdd(Root, Square3, Low2), z[3] = Low3;
+            const CPoint Half0 = HalfSquare(z[0]), Half1 = HalfSquare(z[1]);
+            const CPoint Half2 = HalfSquare(z[2]), Half3 = HalfSquare(z[3]);
+            const CPoint High0 = MulAdd(z[1], z[3], Half2), High1 = z[2] * z[3];
+            const CPoint Low2 = MulAdd(z[0], z[2], Half1), Low3 = MulAdd(z[1], z[2], z[0] * z[3]);
+            const CPoint Low1 = z[0] * z[1];
+            z[0] = MulAdd(Root, High0, Half0), z[1] = MulAdd(Root, High1, Low1);
+            z[2] = MulAdd(Root, Half3, Low2), z[3] = Low3;
             NodesToLines(z);
             for (uint32_t k = 0; k < 4; ++k) StorePoint(pRow + k * kLine, z[k]);
         }
@@ -226,34 +239,37 @@ inline void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, 
 /// The root, x^L - i, of four or, where the number of rows is no power of four, eight children.
 inline constexpr uint32_t kRoot = 2;
 
+/// Of the root (0) or of the nodes that its c^2 halves it into (1, 2). They are more than registers hold, and lie in memory
+/// as the vectors that a multiplication reads there.
+VXT_ALWAYS_INLINE CTwiddles RootTwiddles(const CStepFrame& rFrame, uint32_t uNode) {
+    const double* const p = rFrame.pRootTwiddles + kTwiddleDoubles * kLanes * uNode;
+    return {LoadPoint(p), LoadPoint(p + kLine), LoadPoint(p + 2 * kLine)};
+}
+
 template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CStepFrame& rFrame, CPoint* z) {
-    const double* const pTwiddles = rFrame.pColumnTwiddles;
     if constexpr (kRadix == 8) {
-        const double* const pHalf = pTwiddles + kTwiddleDoubles * kRoot + 2;  // its c^2 halves it
-        const CPoint Half = AllPoint(pHalf[0], pHalf[1]);
+        const CPoint Half = RootTwiddles(rFrame, 0).c2;
         for (uint32_t k = 0; k < 4; ++k) {
             const CPoint b = z[k + 4] * Half;
             z[k + 4] = z[k] - b, z[k] = z[k] + b;
         }
-        Forward4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * 2 * kRoot, 1));
-        Forward4(z + 4, LoadTwiddles(pTwiddles + kTwiddleDoubles * (2 * kRoot + 1), 1));
+        Forward4(z, RootTwiddles(rFrame, 1));
+        Forward4(z + 4, RootTwiddles(rFrame, 2));
     } else {
-        Forward4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * kRoot, 1));
+        Forward4(z, RootTwiddles(rFrame, 0));
     }
 }
 template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CStepFrame& rFrame, CPoint* z) {
-    const double* const pTwiddles = rFrame.pColumnTwiddles;
     if constexpr (kRadix == 8) {
-        const double* const pHalf = pTwiddles + kTwiddleDoubles * kRoot + 2;
-        const CPoint Half = AllPoint(pHalf[0], pHalf[1]);
-        Inverse4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * 2 * kRoot, 1));
-        Inverse4(z + 4, LoadTwiddles(pTwiddles + kTwiddleDoubles * (2 * kRoot + 1), 1));
+        const CPoint Half = RootTwiddles(rFrame, 0).c2;
+        Inverse4(z, RootTwiddles(rFrame, 1));
+        Inverse4(z + 4, RootTwiddles(rFrame, 2));
         for (uint32_t k = 0; k < 4; ++k) {
             const CPoint d = z[k] - z[k + 4];
             z[k] = z[k] + z[k + 4], z[k + 4] = TimesConjugate(d, Half);
         }
     } else {
-        Inverse4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * kRoot, 1));
+        Inverse4(z, RootTwiddles(rFrame, 0));
     }
 }
 

@@ -108,12 +108,14 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.pCarries = Frame.pWork + rTables.m_uRowDoubles * rTables.m_Shape.uRows;
     Frame.pRowTwiddles = Frame.pCarries + 2 * rTables.m_Shape.uRows;
     Frame.pColumnTwiddles = rTables.m_pColumnTwiddles;
+    Frame.pRootTwiddles = rTables.m_pRootTwiddles;
     Frame.pRowBases = rTables.m_pRowBases;
     Frame.pNodeTwiddles = rTables.m_pNodeTwiddles;
     Frame.pRowWeights = rTables.m_pRowWeights;
     Frame.pColumnWeights = rTables.m_pColumnWeights;
     Frame.pDigitWeights = rTables.m_pDigitWeights;
-    Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
+    // Each level but the last, of four points, multiplies by its radix; squaring there, by a half.
+    Frame.dScale = 16.0 / Size().uWords;
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
     Frame.dBlockRoot = rTables.m_dBlockRoot, Frame.dDigitRoot = rTables.m_dDigitRoot;

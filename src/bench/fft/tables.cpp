@@ -56,6 +56,8 @@ bool g_IsPrime(uint64_t ullNumber) {
     return true;
 }
 
+constexpr uint32_t kRootNodes[] = {2, 4, 5};  ///< the root, and the two that it falls into first
+
 constexpr size_t g_Rounded(size_t uDoubles) { return (uDoubles + 7) / 8 * 8; }
 
 }  // namespace
@@ -105,12 +107,15 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     rTables.m_uRowDoubles = 2 * size_t{rForm.uColumns} + kRowPadding;
 
     const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
+    const size_t uRootTwiddles = std::size(kRootNodes) * kTwiddleDoubles * rTables.m_uLanes;
     const size_t uRowBases = g_Rounded(2 * size_t{rShape.uLevels} * rShape.uRows), uNodes = rForm.uColumns / 8;
     const size_t uRowWeights = g_Rounded(rShape.uRows), uColumnWeights = rTables.m_uBlockColumns * rTables.m_uLanes;
-    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + uColumnWeights + kDigitWeights))
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + g_Rounded(uRootTwiddles) + uRowBases + uNodes + uRowWeights +
+                                   uColumnWeights + kDigitWeights))
         return nullptr;
     rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
-    rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
+    rTables.m_pRootTwiddles = rTables.m_pColumnTwiddles + uColumnTwiddles;
+    rTables.m_pRowBases = rTables.m_pRootTwiddles + g_Rounded(uRootTwiddles);
     rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
     rTables.m_pRowWeights = rTables.m_pNodeTwiddles + uNodes;
     rTables.m_pColumnWeights = rTables.m_pRowWeights + uRowWeights;
@@ -133,6 +138,11 @@ void CTables::_FillTwiddles() {
             p[2 * uPower - 1] = static_cast<double>(std::sin(dAngle));
         }
     }
+    double* pRoot = m_pRootTwiddles;
+    for (const uint32_t uNode : kRootNodes)
+        for (uint32_t i = 0; i < kTwiddleDoubles; ++i)
+            for (uint32_t uLane = 0; uLane < m_uLanes; ++uLane)
+                *pRoot++ = m_pColumnTwiddles[kTwiddleDoubles * uNode + i];
     for (uint32_t uRow = 0; uRow < m_Shape.uRows; ++uRow)
         for (uint32_t uLevel = 0; uLevel < m_Shape.uLevels; ++uLevel) {
             const CRoot Root(2 * m_Shape.uRows + uRow, 2 * uLevel + 3);

@@ -51,8 +51,8 @@ public:
     double m_dBlockRoot = 0, m_dDigitRoot = 0;  ///< its powers of the blocks' columns
     CAlignedMemory m_Memory;
     // Parts of m_Memory; kernel.h tells their order.
-    double *m_pColumnTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr, *m_pRowWeights = nullptr,
-           *m_pColumnWeights = nullptr, *m_pDigitWeights = nullptr;
+    double *m_pColumnTwiddles = nullptr, *m_pRootTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr,
+           *m_pRowWeights = nullptr, *m_pColumnWeights = nullptr, *m_pDigitWeights = nullptr;
 
 private:
     void _FillTwiddles();
