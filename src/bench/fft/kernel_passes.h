@@ -299,14 +299,13 @@ template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
 struct CCarrying {
     explicit CCarrying(const CStepFrame& rFrame)
         : Scale(CVector::All(rFrame.dScale)),
-          Base(CVector::All(rFrame.dBase)),
           BaseInverse(CVector::All(rFrame.dBaseInverse)),
+          Lift(CVector::All(kMagic * rFrame.dBase - kMagic)),
           Prime(CVector::All(rFrame.dPrime)),
           PrimeInverse(CVector::All(rFrame.dPrimeInverse)),
           Magic(CVector::All(kMagic)) {}
-    CVector Scale, Base, BaseInverse, Prime, PrimeInverse, Magic;
+    CVector Scale, BaseInverse, Lift, Prime, PrimeInverse, Magic;
 
-    VXT_ALWAYS_INLINE CVector RoundScaled(CVector A) const { return CVector::MulAdd(A, Scale, Magic) - Magic; }
     /// An integer below 2^53 to one of its kind between -prime/2 and prime/2.
     VXT_ALWAYS_INLINE CVector Reduce(CVector A) const {
         return CVector::SubMul(A, CVector::MulAdd(A, PrimeInverse, Magic) - Magic, Prime);
@@ -318,23 +317,33 @@ struct CCarrySums {
     CVector Parts[kParts];
 };
 
-/// Turns one line of kRowGroup rows, integers, into digits: kLanes columns after one another, the rows side by side.
+/// Turns one line of kRowGroup rows into digits: kLanes columns after one another, the rows side by side. A carry is kept
+/// above kMagic: adding it rounds. Above kMagic * base, what has been added so rounds to the next carry and the base.
+/// pRoundOff: takes the largest distance of kRowGroup coefficients from whole numbers, squared; null where they are digits.
 template <bool kChecks>
-VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector* pRows, CVector* pCarry, const double* pWeights,
-                                 CCarrySums& rSums) {
+VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector Scale, CVector* pRows, CVector* pCarry,
+                                 const double* pWeights, CCarrySums& rSums, CVector* pRoundOff) {
+    CVector Distance = CVector::All(0);
     for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
         CVector* const p = pRows + uPart * kLanes;
+        CVector& rCarry = pCarry[uPart];
         CVector::Transpose(p);
         for (uint32_t i = 0; i < kLanes; ++i) {
-            const CVector Sum = p[i] + pCarry[uPart];
-            pCarry[uPart] = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
-            p[i] = CVector::SubMul(Sum, pCarry[uPart], rCarrying.Base);
+            const CVector Sum = CVector::MulAdd(p[i], Scale, rCarry);
+            if (kChecks && pRoundOff) {
+                const CVector Off = CVector::MulAdd(p[i], Scale, rCarry - Sum);
+                Distance = CVector::MulAdd(Off, Off, Distance);
+            }
+            const CVector Lifted = Sum + rCarrying.Lift;
+            rCarry = Lifted * rCarrying.BaseInverse;
+            p[i] = Sum - (Lifted - rCarrying.Lift);
             if constexpr (kChecks)
                 rSums.Parts[uPart] =
-                    CVector::MulAdd(pCarry[uPart], CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
+                    CVector::MulAdd(rCarry - rCarrying.Magic, CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
         }
         CVector::Transpose(p);
     }
+    if (kChecks && pRoundOff) *pRoundOff = CVector::Larger(*pRoundOff, Distance);
 }
 
 /// Adds a group's sums, weighted by row, to those of a block.
@@ -358,67 +367,58 @@ VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CCarrySums* pB
         }
 }
 
-/// The last inverse level of a block of columns, rounded.
-template <uint32_t kRadix, bool kChecks>
-void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
+/// The last inverse level of a block of columns.
+template <uint32_t kRadix> void RootBlock(const CStepFrame& rFrame, double* pBlock) {
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
-    CVector RoundOff = rRoundOff;  // in a register
     for (uint32_t i = 0; i < uChild; ++i)
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             double* const p = pBlock + i * uRow + j;
             CPoint z[kRadix];
             for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
             RootInverse<kRadix>(rFrame, z);
-            CVector Distance = CVector::All(0);
-            for (uint32_t k = 0; k < kRadix; ++k) {
-                const CPoint Whole = {rCarrying.RoundScaled(z[k].Re), rCarrying.RoundScaled(z[k].Im)};
-                if constexpr (kChecks) {
-                    const CVector Re = CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re);
-                    const CVector Im = CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im);
-                    Distance = CVector::MulAdd(Im, Im, CVector::MulAdd(Re, Re, Distance));
-                }
-                StorePoint(p + k * uChild * uRow, Whole);
-            }
-            RoundOff = CVector::Larger(RoundOff, Distance);
+            for (uint32_t k = 0; k < kRadix; ++k) StorePoint(p + k * uChild * uRow, z[k]);
         }
-    rRoundOff = RoundOff;
 }
 
-/// Carries through a block of columns, all groups of rows, and adds what they carry to the checksum's sums.
+/// Rounds a block of columns and carries through it, all groups of rows, and adds what they carry to the checksum's sums.
 template <uint32_t kRadix, bool kChecks>
-void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums) {
+void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums,
+                CVector& rRoundOff) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
+    constexpr uint32_t kStreams =
+        2 * (kLanes == 4 ? kGroups : 1);  // at a time: four vectors of carries fit into registers
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
-    for (uint32_t i = 0; i < uChild; ++i) {
-        double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
-        CVector Carries[kGroups][2][kParts];
-        for (uint32_t g = 0; g < kGroups; ++g)
-            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
-                    Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
+    const CCarrying Carrying = rCarrying;  // in registers
+    CVector RoundOff = rRoundOff;
+    for (uint32_t uGroup = 0; uGroup < uChild * kGroups; uGroup += kStreams / 2) {
+        double* const pCarries = rFrame.pCarries + uGroup * 2 * kRowGroup;
+        double* const pFirst = pBlock + (kRowGroup * (uGroup % kGroups) * uChild + uGroup / kGroups) * uRow;
+        CVector Carries[kStreams][kParts];
+        for (uint32_t s = 0; s < kStreams; ++s)
+            for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                Carries[s][uPart] = CVector::Load(pCarries + s * kRowGroup + uPart * kLanes);
         for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
-            CCarrySums Sums[kGroups][2] = {};
+            CCarrySums Sums[kStreams] = {};
             for (uint32_t j = uBegin; j < uBegin + uSum; j += kLanes)
-                for (uint32_t g = 0; g < kGroups; ++g)
-                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
-                        double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
-                        CVector Rows[kRowGroup];
-                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                        CarryLine<kChecks>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j * kLanes,
-                                           Sums[g][uHalf]);
-                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
-                    }
+#pragma GCC unroll 4
+                for (uint32_t s = 0; s < kStreams; ++s) {
+                    double* const p = pFirst + s / 2 * kRowGroup * uChild * uRow + 2 * j + s % 2 * kLanes;
+                    CVector Rows[kRowGroup];
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
+                    CarryLine<kChecks>(Carrying, Carrying.Scale, Rows, Carries[s], rFrame.pColumnWeights + j * kLanes,
+                                       Sums[s], &RoundOff);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                }
             if constexpr (kChecks)
-                for (uint32_t g = 0; g < kGroups; ++g)
-                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                        AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup,
-                                pSums[uHalf]);
+                for (uint32_t s = 0; s < kStreams; ++s)
+                    AddSums(rFrame, rCarrying, Sums[s], rFrame.pRowWeights + (uGroup + s / 2) * kRowGroup,
+                            pSums[s % 2]);
         }
-        for (uint32_t g = 0; g < kGroups; ++g)
-            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
-                    Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
+        for (uint32_t s = 0; s < kStreams; ++s)
+            for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                Carries[s][uPart].Store(pCarries + s * kRowGroup + uPart * kLanes);
     }
+    rRoundOff = RoundOff;
 }
 
 template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
@@ -432,10 +432,10 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
         for (uint32_t k = 0; k < kRadix; ++k)
             ColumnsInverse(rFrame, pBlock + k * uChild * RowDoubles(rFrame), uChild, kRadix * kRoot + k);
         Touch(rFrame);
-        RoundBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, RoundOff);
+        RootBlock<kRadix>(rFrame, pBlock);
         Touch(rFrame);
         CCarrySums Block[2] = {};
-        CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block);
+        CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block, RoundOff);
         if constexpr (kChecks) {
             AddBlock(Carrying, Block, dRoot, rFrame.Sums);
             const double dProduct = dRoot * rFrame.dBlockRoot;
@@ -462,7 +462,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
         const uint32_t k = uOfRow / uChild, i = uOfRow % uChild;
         return pCarries[(2 * (i * kGroups + k / kRowGroup) + uHalf) * kRowGroup + k % kRowGroup];
     };
-    const double dTop = -Carried(uRows - 1, 1), dMiddle = Carried(uRows - 1, 0);
+    const double dTop = 2 * kMagic - Carried(uRows - 1, 1), dMiddle = Carried(uRows - 1, 0);
     double dLast[kRadix][2];
     for (uint32_t k = 1; k < kRadix; ++k)
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) dLast[k][uHalf] = Carried(k * uChild - 1, uHalf);
@@ -483,10 +483,12 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     double* const p = rFrame.pWork + (g * kRowGroup * uChild + i) * uRow + 2 * j + uHalf * kLanes;
                     CVector Rows[kRowGroup];
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks>(Carrying, Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums);
+                    CarryLine<kChecks>(Carrying, CVector::All(1), Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums,
+                                       nullptr);
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                 }
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
+                    Carry[uPart] = Carry[uPart] - Carrying.Magic;
                     bLeft = bLeft || !Carry[uPart].IsZero();
                     Carry[uPart].Store(pOut + uPart * kLanes);
                 }
@@ -532,8 +534,8 @@ template <uint32_t kBlocks> bool ReadBack(CStepFrame& rFrame) {
 }
 
 template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
-    for (uint32_t i = 0; i < 2 * rFrame.Shape.uRows; ++i) rFrame.pCarries[i] = 0;
-    rFrame.pCarries[0] = 1;  // x^2 + 1
+    for (uint32_t i = 0; i < 2 * rFrame.Shape.uRows; ++i) rFrame.pCarries[i] = kMagic;
+    rFrame.pCarries[0] = kMagic + 1;  // x^2 + 1
     rFrame.Sums = {};
     Touch(rFrame);
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
