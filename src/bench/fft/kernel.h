@@ -47,13 +47,19 @@ struct CStepFrame {
     bool (*pGoesOn)(void* pOwner);  ///< asked between blocks: no stop request?
     void (*pTouch)(void* pOwner);   ///< the fault hook; null: none
 
-    double dRoundOff;   ///< answer: the largest distance from whole numbers, squared
+    double dRoundOff;   ///< answer: the largest distance of four coefficients from whole numbers, squared
     CLaneSums Sums;     ///< answer
     bool bCarriesLeft;  ///< answer: pCarries are still to be added behind the fourth column of each row
 };
 
+enum class EChecks : uint8_t {
+    kNone,
+    kDigits,  ///< round-off, and the digits' share of the checksum: where carries leave that as it is
+    kAll,
+};
+
 /// One step of a path. False: stopped, the work is void.
-bool g_StepSse2(CStepFrame& rFrame, bool bChecks);
-bool g_StepAvx2(CStepFrame& rFrame, bool bChecks);
+bool g_StepSse2(CStepFrame& rFrame, EChecks eChecks);
+bool g_StepAvx2(CStepFrame& rFrame, EChecks eChecks);
 
 }  // namespace vxt::fft

@@ -13,6 +13,7 @@
 namespace {
 
 using vxt::fft::CStepFrame;
+using vxt::fft::EChecks;
 using vxt::fft::kTwiddleDoubles;
 
 inline constexpr uint32_t kLanes = CVector::kLanes;
@@ -239,41 +240,45 @@ inline void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, 
 /// The root, x^L - i, of four or, where the number of rows is no power of four, eight children.
 inline constexpr uint32_t kRoot = 2;
 
-/// Of the root (0) or of the nodes that its c^2 halves it into (1, 2). They are more than registers hold, and lie in memory
-/// as the vectors that a multiplication reads there.
-VXT_ALWAYS_INLINE CTwiddles RootTwiddles(const CStepFrame& rFrame, uint32_t uNode) {
-    const double* const p = rFrame.pRootTwiddles + kTwiddleDoubles * kLanes * uNode;
-    return {LoadPoint(p), LoadPoint(p + kLine), LoadPoint(p + 2 * kLine)};
-}
+/// The root's twiddles, and those of the two nodes that its c^2 halves it into: as vectors, for they are more than registers
+/// hold, and a multiplication reads them where they are kept.
+struct CRootTwiddles {
+    explicit CRootTwiddles(const CStepFrame& rFrame) {
+        for (uint32_t i = 0; i < 3; ++i) {
+            const double* const p = rFrame.pRootTwiddles + kTwiddleDoubles * kLanes * i;
+            Nodes[i] = {LoadPoint(p), LoadPoint(p + kLine), LoadPoint(p + 2 * kLine)};
+        }
+    }
+    CTwiddles Nodes[3];
+};
 
-template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CStepFrame& rFrame, CPoint* z) {
+template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CRootTwiddles& rRoot, CPoint* z) {
     if constexpr (kRadix == 8) {
-        const CPoint Half = RootTwiddles(rFrame, 0).c2;
         for (uint32_t k = 0; k < 4; ++k) {
-            const CPoint b = z[k + 4] * Half;
+            const CPoint b = z[k + 4] * rRoot.Nodes[0].c2;
             z[k + 4] = z[k] - b, z[k] = z[k] + b;
         }
-        Forward4(z, RootTwiddles(rFrame, 1));
-        Forward4(z + 4, RootTwiddles(rFrame, 2));
+        Forward4(z, rRoot.Nodes[1]);
+        Forward4(z + 4, rRoot.Nodes[2]);
     } else {
-        Forward4(z, RootTwiddles(rFrame, 0));
+        Forward4(z, rRoot.Nodes[0]);
     }
 }
-template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CStepFrame& rFrame, CPoint* z) {
+template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CRootTwiddles& rRoot, CPoint* z) {
     if constexpr (kRadix == 8) {
-        const CPoint Half = RootTwiddles(rFrame, 0).c2;
-        Inverse4(z, RootTwiddles(rFrame, 1));
-        Inverse4(z + 4, RootTwiddles(rFrame, 2));
+        Inverse4(z, rRoot.Nodes[1]);
+        Inverse4(z + 4, rRoot.Nodes[2]);
         for (uint32_t k = 0; k < 4; ++k) {
             const CPoint d = z[k] - z[k + 4];
-            z[k] = z[k] + z[k + 4], z[k + 4] = TimesConjugate(d, Half);
+            z[k] = z[k] + z[k + 4], z[k + 4] = TimesConjugate(d, rRoot.Nodes[0].c2);
         }
     } else {
-        Inverse4(z, RootTwiddles(rFrame, 0));
+        Inverse4(z, rRoot.Nodes[0]);
     }
 }
 
 template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
+    const CRootTwiddles Root(rFrame);
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
     for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += rFrame.uBlockColumns) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
@@ -283,7 +288,7 @@ template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
                 double* const p = pBlock + i * uRow + j;
                 CPoint z[kRadix];
                 for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
-                RootForward<kRadix>(rFrame, z);
+                RootForward<kRadix>(Root, z);
                 for (uint32_t k = 0; k < kRadix; ++k) StorePoint(p + k * uChild * uRow, z[k]);
             }
         for (uint32_t k = 0; k < kRadix; ++k)
@@ -310,6 +315,12 @@ struct CCarrying {
     VXT_ALWAYS_INLINE CVector Reduce(CVector A) const {
         return CVector::SubMul(A, CVector::MulAdd(A, PrimeInverse, Magic) - Magic, Prime);
     }
+    /// The residue of A * B + C: two residues of up to 30 bits, whose product would not be exact, and an integer below 2^51.
+    VXT_ALWAYS_INLINE CVector ReducedMulAdd(CVector A, CVector B, CVector C) const {
+        const CVector Half = CVector::All(0x1p15);
+        const CVector High = CVector::MulAdd(B, CVector::All(0x1p-15), Magic) - Magic;
+        return Reduce(CVector::MulAdd(A, CVector::SubMul(B, High, Half), CVector::MulAdd(Reduce(A * High), Half, C)));
+    }
 };
 
 /// What the carries of kRowGroup rows add to the checksum.
@@ -318,9 +329,10 @@ struct CCarrySums {
 };
 
 /// Turns one line of kRowGroup rows into digits: kLanes columns after one another, the rows side by side. A carry is kept
-/// above kMagic: adding it rounds. Above kMagic * base, what has been added so rounds to the next carry and the base.
-/// pRoundOff: takes the largest distance of kRowGroup coefficients from whole numbers, squared; null where they are digits.
-template <bool kChecks>
+/// with kMagic added, so that adding it rounds; the sum with kMagic * base added instead is a whole multiple of the base, and
+/// divided by it, the next carry with kMagic added.
+/// pRoundOff: takes the largest distance of four of a row's coefficients from whole numbers, squared; null: not looked at.
+template <EChecks kChecks>
 VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector Scale, CVector* pRows, CVector* pCarry,
                                  const double* pWeights, CCarrySums& rSums, CVector* pRoundOff) {
     CVector Distance = CVector::All(0);
@@ -330,20 +342,20 @@ VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector Scale, CVec
         CVector::Transpose(p);
         for (uint32_t i = 0; i < kLanes; ++i) {
             const CVector Sum = CVector::MulAdd(p[i], Scale, rCarry);
-            if (kChecks && pRoundOff) {
+            if (kChecks != EChecks::kNone && pRoundOff) {
                 const CVector Off = CVector::MulAdd(p[i], Scale, rCarry - Sum);
                 Distance = CVector::MulAdd(Off, Off, Distance);
             }
             const CVector Lifted = Sum + rCarrying.Lift;
             rCarry = Lifted * rCarrying.BaseInverse;
             p[i] = Sum - (Lifted - rCarrying.Lift);
-            if constexpr (kChecks)
+            if constexpr (kChecks == EChecks::kAll)
                 rSums.Parts[uPart] =
                     CVector::MulAdd(rCarry - rCarrying.Magic, CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
         }
         CVector::Transpose(p);
     }
-    if (kChecks && pRoundOff) *pRoundOff = CVector::Larger(*pRoundOff, Distance);
+    if (kChecks != EChecks::kNone && pRoundOff) *pRoundOff = CVector::Larger(*pRoundOff, Distance);
 }
 
 /// Adds a group's sums, weighted by row, to those of a block.
@@ -369,24 +381,24 @@ VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CCarrySums* pB
 
 /// The last inverse level of a block of columns.
 template <uint32_t kRadix> void RootBlock(const CStepFrame& rFrame, double* pBlock) {
+    const CRootTwiddles Root(rFrame);
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
     for (uint32_t i = 0; i < uChild; ++i)
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             double* const p = pBlock + i * uRow + j;
             CPoint z[kRadix];
             for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
-            RootInverse<kRadix>(rFrame, z);
+            RootInverse<kRadix>(Root, z);
             for (uint32_t k = 0; k < kRadix; ++k) StorePoint(p + k * uChild * uRow, z[k]);
         }
 }
 
 /// Rounds a block of columns and carries through it, all groups of rows, and adds what they carry to the checksum's sums.
-template <uint32_t kRadix, bool kChecks>
+template <uint32_t kRadix, EChecks kChecks>
 void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums,
                 CVector& rRoundOff) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
-    constexpr uint32_t kStreams =
-        2 * (kLanes == 4 ? kGroups : 1);  // at a time: four vectors of carries fit into registers
+    constexpr uint32_t kStreams = 2 * (kLanes == 4 ? kGroups : 1);  // as many as registers hold the carries of
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
     const CCarrying Carrying = rCarrying;  // in registers
     CVector RoundOff = rRoundOff;
@@ -399,17 +411,20 @@ void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pB
                 Carries[s][uPart] = CVector::Load(pCarries + s * kRowGroup + uPart * kLanes);
         for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
             CCarrySums Sums[kStreams] = {};
-            for (uint32_t j = uBegin; j < uBegin + uSum; j += kLanes)
+            const double* pWeights = rFrame.pColumnWeights + uBegin * kLanes;
+            double* const pEnd = pFirst + 2 * (uBegin + uSum);
+            for (double* p = pFirst + 2 * uBegin; p != pEnd; p += kLine, pWeights += kLanes * kLanes)
 #pragma GCC unroll 4
                 for (uint32_t s = 0; s < kStreams; ++s) {
-                    double* const p = pFirst + s / 2 * kRowGroup * uChild * uRow + 2 * j + s % 2 * kLanes;
+                    double* const pLine = p + s / 2 * kRowGroup * uChild * uRow + s % 2 * kLanes;
                     CVector Rows[kRowGroup];
-                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks>(Carrying, Carrying.Scale, Rows, Carries[s], rFrame.pColumnWeights + j * kLanes,
-                                       Sums[s], &RoundOff);
-                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(pLine + k * uChild * uRow);
+                    // The real parts' round-off will do: a wrong point of the spectrum is in both.
+                    CarryLine<kChecks>(Carrying, Carrying.Scale, Rows, Carries[s], pWeights, Sums[s],
+                                       s % 2 == 0 ? &RoundOff : nullptr);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(pLine + k * uChild * uRow);
                 }
-            if constexpr (kChecks)
+            if constexpr (kChecks == EChecks::kAll)
                 for (uint32_t s = 0; s < kStreams; ++s)
                     AddSums(rFrame, rCarrying, Sums[s], rFrame.pRowWeights + (uGroup + s / 2) * kRowGroup,
                             pSums[s % 2]);
@@ -421,7 +436,7 @@ void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pB
     rRoundOff = RoundOff;
 }
 
-template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
+template <uint32_t kRadix, EChecks kChecks> bool EndColumns(CStepFrame& rFrame) {
     const uint32_t uChild = rFrame.Shape.uRows / kRadix;
     const CCarrying Carrying(rFrame);
     CVector RoundOff = CVector::All(0);
@@ -436,7 +451,7 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
         Touch(rFrame);
         CCarrySums Block[2] = {};
         CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block, RoundOff);
-        if constexpr (kChecks) {
+        if constexpr (kChecks == EChecks::kAll) {
             AddBlock(Carrying, Block, dRoot, rFrame.Sums);
             const double dProduct = dRoot * rFrame.dBlockRoot;
             dRoot = dProduct - ((dProduct * rFrame.dPrimeInverse + kMagic) - kMagic) * rFrame.dPrime;
@@ -452,7 +467,7 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
 }
 
 /// What a row carried out of its last column goes into the next row's first ones; out of the last row, negated, into the first.
-template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
+template <uint32_t kRadix, EChecks kChecks> void CarryOver(CStepFrame& rFrame) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
     const uint32_t uRow = RowDoubles(rFrame), uRows = rFrame.Shape.uRows, uChild = uRows / kRadix;
     const CCarrying Carrying(rFrame);
@@ -492,10 +507,10 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     bLeft = bLeft || !Carry[uPart].IsZero();
                     Carry[uPart].Store(pOut + uPart * kLanes);
                 }
-                if constexpr (kChecks)
+                if constexpr (kChecks == EChecks::kAll)
                     AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, Block[uHalf]);
             }
-    if constexpr (kChecks) AddBlock(Carrying, Block, 1, rFrame.Sums);
+    if constexpr (kChecks == EChecks::kAll) AddBlock(Carrying, Block, 1, rFrame.Sums);
     rFrame.bCarriesLeft = bLeft;
 }
 
@@ -508,8 +523,14 @@ inline constexpr uint32_t kSumBlocks = sizeof(void*) == 8 ? 4 : 2;
 template <uint32_t kBlocks> bool ReadBack(CStepFrame& rFrame) {
     constexpr uint32_t kBlock = vxt::fft::kDigitWeights, kColumns = kBlocks * kBlock;
     const CCarrying Carrying(rFrame);
-    const CVector Root = CVector::All(rFrame.dDigitRoot);
-    CPoint Sum{};
+    const CVector BlockRoot = CVector::All(rFrame.dDigitRoot);
+    CVector Root = BlockRoot;  // of all blocks
+    for (uint32_t k = 1; k < kBlocks; k *= 2) Root = Carrying.ReducedMulAdd(Root, Root, CVector::All(0));
+    const auto Add = [&](CPoint& rSum, CVector Factor, CPoint Block) {
+        rSum.Re = Carrying.ReducedMulAdd(rSum.Re, Factor, Block.Re);
+        rSum.Im = Carrying.ReducedMulAdd(rSum.Im, Factor, Block.Im);
+    };
+    CPoint Sums[kBlocks] = {};
     for (uint32_t uRow = rFrame.Shape.uRows; uRow-- > 0;) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
         for (uint32_t uColumn = rFrame.Shape.uColumns; uColumn > 0; uColumn -= kColumns) {
@@ -523,17 +544,16 @@ template <uint32_t kBlocks> bool ReadBack(CStepFrame& rFrame) {
                     Blocks[k].Im = CVector::MulAdd(z.Im, Weight, Blocks[k].Im);
                 }
             }
-            for (uint32_t k = kBlocks; k-- > 0;) {
-                Sum.Re = Carrying.Reduce(CVector::MulAdd(Sum.Re, Root, Blocks[k].Re));
-                Sum.Im = Carrying.Reduce(CVector::MulAdd(Sum.Im, Root, Blocks[k].Im));
-            }
+            for (uint32_t k = 0; k < kBlocks; ++k) Add(Sums[k], Root, Blocks[k]);
         }
     }
+    CPoint Sum = Sums[kBlocks - 1];
+    for (uint32_t k = kBlocks - 1; k-- > 0;) Add(Sum, BlockRoot, Sums[k]);
     Sum.Re.Store(rFrame.Sums.dDigits[0]), Sum.Im.Store(rFrame.Sums.dDigits[1]);
     return true;
 }
 
-template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
+template <uint32_t kRadix, EChecks kChecks> bool StepOf(CStepFrame& rFrame) {
     for (uint32_t i = 0; i < 2 * rFrame.Shape.uRows; ++i) rFrame.pCarries[i] = kMagic;
     rFrame.pCarries[0] = kMagic + 1;  // x^2 + 1
     rFrame.Sums = {};
@@ -541,15 +561,20 @@ template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
     CarryOver<kRadix, kChecks>(rFrame);
     Touch(rFrame);
-    if constexpr (!kChecks) return true;
+    if constexpr (kChecks == EChecks::kNone) return true;
     return rFrame.Shape.uColumns > kWidestInCache ? ReadBack<2>(rFrame) : ReadBack<kSumBlocks>(rFrame);
 }
 
-VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, bool bChecks) {
+template <uint32_t kRadix> bool StepOf(CStepFrame& rFrame, EChecks eChecks) {
+    if (eChecks == EChecks::kNone) return StepOf<kRadix, EChecks::kNone>(rFrame);
+    if (eChecks == EChecks::kDigits) return StepOf<kRadix, EChecks::kDigits>(rFrame);
+    return StepOf<kRadix, EChecks::kAll>(rFrame);
+}
+
+VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, EChecks eChecks) {
     uint32_t uSquares = rFrame.Shape.uRows;
     while (uSquares > 4) uSquares /= 4;
-    if (uSquares == 4) return bChecks ? StepOf<4, true>(rFrame) : StepOf<4, false>(rFrame);
-    return bChecks ? StepOf<8, true>(rFrame) : StepOf<8, false>(rFrame);
+    return uSquares == 4 ? StepOf<4>(rFrame, eChecks) : StepOf<8>(rFrame, eChecks);
 }
 
 }  // namespace

@@ -127,7 +127,8 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
             CSquaring& rSquaring = static_cast<COwner*>(p)->rSquaring;
             rSquaring.m_pHook->Touch(rSquaring.m_pMemory->m_Doubles);
         };
-    if (!(rTables.m_ePath == EPath::kAvx2 ? g_StepAvx2 : g_StepSse2)(Frame, m_bChecks)) return false;
+    const EChecks eChecks = !m_bChecks ? EChecks::kNone : rTables.m_bCarriesCount ? EChecks::kAll : EChecks::kDigits;
+    if (!(rTables.m_ePath == EPath::kAvx2 ? g_StepAvx2 : g_StepSse2)(Frame, eChecks)) return false;
     if (Frame.bCarriesLeft) _CarryFurther(Frame);
     m_dRoundOff = std::sqrt(Frame.dRoundOff);
     const bool bRetCode = !m_bChecks || _Check(Frame, rFinding);

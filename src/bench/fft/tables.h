@@ -47,6 +47,7 @@ public:
     double m_dRoundOffLimit = 0;
     CResidues m_Residues{};
     uint64_t m_ullRoot = 0;                     ///< of order 2 * words: its power of words is -1
+    bool m_bCarriesCount = true;                ///< the checksum's root is not 2^bits: a carry changes the sum
     uint64_t m_ullImaginary = 0;                ///< its power of words / 2
     double m_dBlockRoot = 0, m_dDigitRoot = 0;  ///< its powers of the blocks' columns
     CAlignedMemory m_Memory;
@@ -56,6 +57,7 @@ public:
 
 private:
     void _FillTwiddles();
+    void _FindRoot();
     void _FillWeights();
 };
 
