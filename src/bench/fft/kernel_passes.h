@@ -20,6 +20,7 @@ inline constexpr uint32_t kLanes = CVector::kLanes;
 inline constexpr uint32_t kLine = 2 * kLanes;           ///< doubles of kLanes points
 inline constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
 inline constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
+inline constexpr int kUnrolled = kLanes / 2;            ///< lines of a level at a time: measured
 inline constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
 
 struct CPoint {
@@ -123,6 +124,7 @@ VXT_ALWAYS_INLINE void RowLevel(double* pRow, const double* pLevel, uint32_t uNo
     const uint32_t uQuarter = uPoints / 2;  // doubles of a quarter of a node
     for (uint32_t uNode = 0; uNode < uNodes; ++uNode, pRow += 4 * uQuarter) {
         const CTwiddles Twiddles = LoadRowTwiddles(pLevel, uNode);
+#pragma GCC unroll kUnrolled
         for (uint32_t i = 0; i < uQuarter; i += kLine) {
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(pRow + i + k * uQuarter);
@@ -213,6 +215,7 @@ VXT_ALWAYS_INLINE void ColumnNode(const CStepFrame& rFrame, double* p, uint32_t 
     const CTwiddles Twiddles = LoadTwiddles(rFrame.pColumnTwiddles + kTwiddleDoubles * uNode, 1);
     const uint32_t uRow = RowDoubles(rFrame), uQuarter = uRows / 4 * uRow;
     for (uint32_t i = 0; i < uRows / 4; ++i, p += uRow)
+#pragma GCC unroll kUnrolled
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(p + j + k * uQuarter);
