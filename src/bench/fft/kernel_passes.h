@@ -506,7 +506,7 @@ template <uint32_t kRadix, EChecks kChecks> void CarryOver(CStepFrame& rFrame) {
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                 }
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
-                    Carry[uPart] = Carry[uPart] - Carrying.Magic;
+                    Carry[uPart] = Carry[uPart] - Carrying.Magic;  // the number itself, for who carries further
                     bLeft = bLeft || !Carry[uPart].IsZero();
                     Carry[uPart].Store(pOut + uPart * kLanes);
                 }
