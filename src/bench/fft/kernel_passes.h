@@ -334,7 +334,7 @@ struct CCarrySums {
 /// Turns one line of kRowGroup rows into digits: kLanes columns after one another, the rows side by side. A carry is kept
 /// with kMagic added, so that adding it rounds; the sum with kMagic * base added instead is a whole multiple of the base, and
 /// divided by it, the next carry with kMagic added.
-/// pRoundOff: takes the largest distance of four of a row's coefficients from whole numbers, squared; null: not looked at.
+/// pRoundOff: takes the largest distance of four coefficients from whole numbers, squared; null: not looked at.
 template <EChecks kChecks>
 VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector Scale, CVector* pRows, CVector* pCarry,
                                  const double* pWeights, CCarrySums& rSums, CVector* pRoundOff) {
