@@ -33,6 +33,7 @@ struct CStepFrame {
     double* pCarries;               ///< out of each row, in the order of the groups: re 4, im 4
     double* pRowTwiddles;           ///< of the row in work, by level and node
     const double* pColumnTwiddles;  ///< by node, kTwiddleDoubles each
+    const double* pRootTwiddles;    ///< of column nodes 2, 4 and 5: each number as often as there are lanes
     const double* pRowBases;        ///< by row and level, re im
     const double* pNodeTwiddles;    ///< by node of any row, in groups of (re lanes, im lanes)
     const double* pRowWeights;      ///< of the checksum, by group of four rows: 4
@@ -46,13 +47,19 @@ struct CStepFrame {
     bool (*pGoesOn)(void* pOwner);  ///< asked between blocks: no stop request?
     void (*pTouch)(void* pOwner);   ///< the fault hook; null: none
 
-    double dRoundOff;   ///< answer: the largest distance from whole numbers, squared
+    double dRoundOff;   ///< answer: the largest distance of four coefficients from whole numbers, squared
     CLaneSums Sums;     ///< answer
     bool bCarriesLeft;  ///< answer: pCarries are still to be added behind the fourth column of each row
 };
 
+enum class EChecks : uint8_t {
+    kNone,
+    kDigits,  ///< round-off, and the digits' share of the checksum: where carries leave that as it is
+    kAll,
+};
+
 /// One step of a path. False: stopped, the work is void.
-bool g_StepSse2(CStepFrame& rFrame, bool bChecks);
-bool g_StepAvx2(CStepFrame& rFrame, bool bChecks);
+bool g_StepSse2(CStepFrame& rFrame, EChecks eChecks);
+bool g_StepAvx2(CStepFrame& rFrame, EChecks eChecks);
 
 }  // namespace vxt::fft

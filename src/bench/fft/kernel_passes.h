@@ -13,12 +13,14 @@
 namespace {
 
 using vxt::fft::CStepFrame;
+using vxt::fft::EChecks;
 using vxt::fft::kTwiddleDoubles;
 
 inline constexpr uint32_t kLanes = CVector::kLanes;
 inline constexpr uint32_t kLine = 2 * kLanes;           ///< doubles of kLanes points
 inline constexpr uint32_t kRowGroup = 4;                ///< rows whose carries run side by side
 inline constexpr uint32_t kParts = kRowGroup / kLanes;  ///< vectors that a number for each of them takes
+inline constexpr int kUnrolled = kLanes / 2;            ///< lines of a level at a time: measured
 inline constexpr double kMagic = 6755399441055744.0;    ///< 1.5 * 2^52: added and taken away again, it rounds
 
 struct CPoint {
@@ -40,6 +42,11 @@ VXT_ALWAYS_INLINE CPoint TimesConjugate(CPoint A, CPoint B) {
     return {CVector::MulAdd(A.Re, B.Re, A.Im * B.Im), CVector::MulSub(A.Im, B.Re, A.Re * B.Im)};
 }
 VXT_ALWAYS_INLINE CPoint Square(CPoint A) { return {CVector::MulSub(A.Re, A.Re, A.Im * A.Im), (A.Re + A.Re) * A.Im}; }
+
+/// Half of the square: what is left of it for a doubled product is the product.
+VXT_ALWAYS_INLINE CPoint HalfSquare(CPoint A) {
+    return {CVector::MulSub(A.Re, A.Re, A.Im * A.Im) * CVector::All(0.5), A.Re * A.Im};
+}
 
 struct CTwiddles {
     CPoint c1, c2, c3;
@@ -117,6 +124,7 @@ VXT_ALWAYS_INLINE void RowLevel(double* pRow, const double* pLevel, uint32_t uNo
     const uint32_t uQuarter = uPoints / 2;  // doubles of a quarter of a node
     for (uint32_t uNode = 0; uNode < uNodes; ++uNode, pRow += 4 * uQuarter) {
         const CTwiddles Twiddles = LoadRowTwiddles(pLevel, uNode);
+#pragma GCC unroll kUnrolled
         for (uint32_t i = 0; i < uQuarter; i += kLine) {
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(pRow + i + k * uQuarter);
@@ -132,25 +140,33 @@ VXT_ALWAYS_INLINE CPoint MulAdd(CPoint A, CPoint B, CPoint C) {
             CVector::MulAdd(A.Im, B.Re, CVector::MulAdd(A.Re, B.Im, C.Im))};
 }
 
-/// Squares a row's nodes of four points, kLanes of them at a time, modulo x^4 - g: cheaper than another level down and up.
-/// pLevel: the twiddles of the level above; g is c^1 there times 1, -1, i, -i for its four children.
-inline void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
+/// g of the children from i: c^1 of their parent times 1, -1, i, -i.
+VXT_ALWAYS_INLINE CPoint ChildRoots(CPoint Parent, uint32_t i) {
     alignas(32) static constexpr double kTurns[] = {1, -1, 0, 0, 0, 0, 1, -1};
+    const CVector Re = CVector::Load(kTurns + i), Im = CVector::Load(kTurns + 4 + i);
+    if constexpr (kLanes == 4) return Parent * CPoint{Re, Im};
+    if (i == 0) return {Parent.Re * Re, Parent.Im * Re};  // two children lie on one line
+    return {CVector::All(0) - Parent.Im * Im, Parent.Re * Im};
+}
+
+/// Squares a row's nodes of four points, kLanes of them at a time, modulo x^4 - g: cheaper than another level down and up.
+/// Half of each square: the step's scale makes up for it. pLevel: the twiddles of the level above.
+inline void SquareRow(const CStepFrame& rFrame, double* pRow, const double* pLevel) {
     for (uint32_t uNode = 0; uNode < rFrame.Shape.uColumns / 16; ++uNode) {
         const double* const pNode = pLevel + uNode / kLanes * kTwiddleDoubles * kLanes + uNode % kLanes;
         const CPoint Parent = AllPoint(pNode[0], pNode[kLanes]);
         for (uint32_t i = 0; i < 4; i += kLanes, pRow += 4 * kLine) {
-            const CPoint Root = Parent * CPoint{CVector::Load(kTurns + i), CVector::Load(kTurns + 4 + i)};
+            const CPoint Root = ChildRoots(Parent, i);
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(pRow + k * kLine);
             LinesToNodes(z);
-            const CPoint Twice0 = z[0] + z[0], Twice1 = z[1] + z[1], Twice2 = z[2] + z[2];
-            const CPoint Square0 = Square(z[0]), Square1 = Square(z[1]), Square2 = Square(z[2]), Square3 = Square(z[3]);
-            const CPoint High0 = MulAdd(Twice1, z[3], Square2), High1 = Twice2 * z[3];
-            const CPoint Low2 = MulAdd(Twice0, z[2], Square1), Low3 = MulAdd(Twice1, z[2], Twice0 * z[3]);
-            const CPoint Low1 = Twice0 * z[1];
-            z[0] = MulAdd(Root, High0, Square0), z[1] = MulAdd(Root, High1, Low1);
-            z[2] = MulAdd(Root, Square3, Low2), z[3] = Low3;
+            const CPoint Half0 = HalfSquare(z[0]), Half1 = HalfSquare(z[1]);
+            const CPoint Half2 = HalfSquare(z[2]), Half3 = HalfSquare(z[3]);
+            const CPoint High0 = MulAdd(z[1], z[3], Half2), High1 = z[2] * z[3];
+            const CPoint Low2 = MulAdd(z[0], z[2], Half1), Low3 = MulAdd(z[1], z[2], z[0] * z[3]);
+            const CPoint Low1 = z[0] * z[1];
+            z[0] = MulAdd(Root, High0, Half0), z[1] = MulAdd(Root, High1, Low1);
+            z[2] = MulAdd(Root, Half3, Low2), z[3] = Low3;
             NodesToLines(z);
             for (uint32_t k = 0; k < 4; ++k) StorePoint(pRow + k * kLine, z[k]);
         }
@@ -199,6 +215,7 @@ VXT_ALWAYS_INLINE void ColumnNode(const CStepFrame& rFrame, double* p, uint32_t 
     const CTwiddles Twiddles = LoadTwiddles(rFrame.pColumnTwiddles + kTwiddleDoubles * uNode, 1);
     const uint32_t uRow = RowDoubles(rFrame), uQuarter = uRows / 4 * uRow;
     for (uint32_t i = 0; i < uRows / 4; ++i, p += uRow)
+#pragma GCC unroll kUnrolled
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             CPoint z[4];
             for (uint32_t k = 0; k < 4; ++k) z[k] = LoadPoint(p + j + k * uQuarter);
@@ -226,38 +243,45 @@ inline void ColumnsInverse(const CStepFrame& rFrame, double* p, uint32_t uRows, 
 /// The root, x^L - i, of four or, where the number of rows is no power of four, eight children.
 inline constexpr uint32_t kRoot = 2;
 
-template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CStepFrame& rFrame, CPoint* z) {
-    const double* const pTwiddles = rFrame.pColumnTwiddles;
+/// The root's twiddles, and those of the two nodes that its c^2 halves it into: as vectors, for they are more than registers
+/// hold, and a multiplication reads them where they are kept.
+struct CRootTwiddles {
+    explicit CRootTwiddles(const CStepFrame& rFrame) {
+        for (uint32_t i = 0; i < 3; ++i) {
+            const double* const p = rFrame.pRootTwiddles + kTwiddleDoubles * kLanes * i;
+            Nodes[i] = {LoadPoint(p), LoadPoint(p + kLine), LoadPoint(p + 2 * kLine)};
+        }
+    }
+    CTwiddles Nodes[3];
+};
+
+template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootForward(const CRootTwiddles& rRoot, CPoint* z) {
     if constexpr (kRadix == 8) {
-        const double* const pHalf = pTwiddles + kTwiddleDoubles * kRoot + 2;  // its c^2 halves it
-        const CPoint Half = AllPoint(pHalf[0], pHalf[1]);
         for (uint32_t k = 0; k < 4; ++k) {
-            const CPoint b = z[k + 4] * Half;
+            const CPoint b = z[k + 4] * rRoot.Nodes[0].c2;
             z[k + 4] = z[k] - b, z[k] = z[k] + b;
         }
-        Forward4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * 2 * kRoot, 1));
-        Forward4(z + 4, LoadTwiddles(pTwiddles + kTwiddleDoubles * (2 * kRoot + 1), 1));
+        Forward4(z, rRoot.Nodes[1]);
+        Forward4(z + 4, rRoot.Nodes[2]);
     } else {
-        Forward4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * kRoot, 1));
+        Forward4(z, rRoot.Nodes[0]);
     }
 }
-template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CStepFrame& rFrame, CPoint* z) {
-    const double* const pTwiddles = rFrame.pColumnTwiddles;
+template <uint32_t kRadix> VXT_ALWAYS_INLINE void RootInverse(const CRootTwiddles& rRoot, CPoint* z) {
     if constexpr (kRadix == 8) {
-        const double* const pHalf = pTwiddles + kTwiddleDoubles * kRoot + 2;
-        const CPoint Half = AllPoint(pHalf[0], pHalf[1]);
-        Inverse4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * 2 * kRoot, 1));
-        Inverse4(z + 4, LoadTwiddles(pTwiddles + kTwiddleDoubles * (2 * kRoot + 1), 1));
+        Inverse4(z, rRoot.Nodes[1]);
+        Inverse4(z + 4, rRoot.Nodes[2]);
         for (uint32_t k = 0; k < 4; ++k) {
             const CPoint d = z[k] - z[k + 4];
-            z[k] = z[k] + z[k + 4], z[k + 4] = TimesConjugate(d, Half);
+            z[k] = z[k] + z[k + 4], z[k + 4] = TimesConjugate(d, rRoot.Nodes[0].c2);
         }
     } else {
-        Inverse4(z, LoadTwiddles(pTwiddles + kTwiddleDoubles * kRoot, 1));
+        Inverse4(z, rRoot.Nodes[0]);
     }
 }
 
 template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
+    const CRootTwiddles Root(rFrame);
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
     for (uint32_t uColumn = 0; uColumn < rFrame.Shape.uColumns; uColumn += rFrame.uBlockColumns) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
@@ -267,7 +291,7 @@ template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
                 double* const p = pBlock + i * uRow + j;
                 CPoint z[kRadix];
                 for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
-                RootForward<kRadix>(rFrame, z);
+                RootForward<kRadix>(Root, z);
                 for (uint32_t k = 0; k < kRadix; ++k) StorePoint(p + k * uChild * uRow, z[k]);
             }
         for (uint32_t k = 0; k < kRadix; ++k)
@@ -283,17 +307,22 @@ template <uint32_t kRadix> bool BeginColumns(const CStepFrame& rFrame) {
 struct CCarrying {
     explicit CCarrying(const CStepFrame& rFrame)
         : Scale(CVector::All(rFrame.dScale)),
-          Base(CVector::All(rFrame.dBase)),
           BaseInverse(CVector::All(rFrame.dBaseInverse)),
+          Lift(CVector::All(kMagic * rFrame.dBase - kMagic)),
           Prime(CVector::All(rFrame.dPrime)),
           PrimeInverse(CVector::All(rFrame.dPrimeInverse)),
           Magic(CVector::All(kMagic)) {}
-    CVector Scale, Base, BaseInverse, Prime, PrimeInverse, Magic;
+    CVector Scale, BaseInverse, Lift, Prime, PrimeInverse, Magic;
 
-    VXT_ALWAYS_INLINE CVector RoundScaled(CVector A) const { return CVector::MulAdd(A, Scale, Magic) - Magic; }
     /// An integer below 2^53 to one of its kind between -prime/2 and prime/2.
     VXT_ALWAYS_INLINE CVector Reduce(CVector A) const {
         return CVector::SubMul(A, CVector::MulAdd(A, PrimeInverse, Magic) - Magic, Prime);
+    }
+    /// The residue of A * B + C: two residues of up to 30 bits, whose product would not be exact, and an integer below 2^51.
+    VXT_ALWAYS_INLINE CVector ReducedMulAdd(CVector A, CVector B, CVector C) const {
+        const CVector Half = CVector::All(0x1p15);
+        const CVector High = CVector::MulAdd(B, CVector::All(0x1p-15), Magic) - Magic;
+        return Reduce(CVector::MulAdd(A, CVector::SubMul(B, High, Half), CVector::MulAdd(Reduce(A * High), Half, C)));
     }
 };
 
@@ -302,23 +331,34 @@ struct CCarrySums {
     CVector Parts[kParts];
 };
 
-/// Turns one line of kRowGroup rows, integers, into digits: kLanes columns after one another, the rows side by side.
-template <bool kChecks>
-VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector* pRows, CVector* pCarry, const double* pWeights,
-                                 CCarrySums& rSums) {
+/// Turns one line of kRowGroup rows into digits: kLanes columns after one another, the rows side by side. A carry is kept
+/// with kMagic added, so that adding it rounds; the sum with kMagic * base added instead is a whole multiple of the base, and
+/// divided by it, the next carry with kMagic added.
+/// pRoundOff: takes the largest distance of four coefficients from whole numbers, squared; null: not looked at.
+template <EChecks kChecks>
+VXT_ALWAYS_INLINE void CarryLine(const CCarrying& rCarrying, CVector Scale, CVector* pRows, CVector* pCarry,
+                                 const double* pWeights, CCarrySums& rSums, CVector* pRoundOff) {
+    CVector Distance = CVector::All(0);
     for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
         CVector* const p = pRows + uPart * kLanes;
+        CVector& rCarry = pCarry[uPart];
         CVector::Transpose(p);
         for (uint32_t i = 0; i < kLanes; ++i) {
-            const CVector Sum = p[i] + pCarry[uPart];
-            pCarry[uPart] = CVector::MulAdd(Sum, rCarrying.BaseInverse, rCarrying.Magic) - rCarrying.Magic;
-            p[i] = CVector::SubMul(Sum, pCarry[uPart], rCarrying.Base);
-            if constexpr (kChecks)
+            const CVector Sum = CVector::MulAdd(p[i], Scale, rCarry);
+            if (kChecks != EChecks::kNone && pRoundOff) {
+                const CVector Off = CVector::MulAdd(p[i], Scale, rCarry - Sum);
+                Distance = CVector::MulAdd(Off, Off, Distance);
+            }
+            const CVector Lifted = Sum + rCarrying.Lift;
+            rCarry = Lifted * rCarrying.BaseInverse;
+            p[i] = Sum - (Lifted - rCarrying.Lift);
+            if constexpr (kChecks == EChecks::kAll)
                 rSums.Parts[uPart] =
-                    CVector::MulAdd(pCarry[uPart], CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
+                    CVector::MulAdd(rCarry - rCarrying.Magic, CVector::Load(pWeights + i * kLanes), rSums.Parts[uPart]);
         }
         CVector::Transpose(p);
     }
+    if (kChecks != EChecks::kNone && pRoundOff) *pRoundOff = CVector::Larger(*pRoundOff, Distance);
 }
 
 /// Adds a group's sums, weighted by row, to those of a block.
@@ -342,70 +382,64 @@ VXT_ALWAYS_INLINE void AddBlock(const CCarrying& rCarrying, const CCarrySums* pB
         }
 }
 
-/// The last inverse level of a block of columns, rounded.
-template <uint32_t kRadix, bool kChecks>
-void RoundBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CVector& rRoundOff) {
+/// The last inverse level of a block of columns.
+template <uint32_t kRadix> void RootBlock(const CStepFrame& rFrame, double* pBlock) {
+    const CRootTwiddles Root(rFrame);
     const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix;
-    CVector RoundOff = rRoundOff;  // in a register
     for (uint32_t i = 0; i < uChild; ++i)
         for (uint32_t j = 0; j < 2 * rFrame.uBlockColumns; j += kLine) {
             double* const p = pBlock + i * uRow + j;
             CPoint z[kRadix];
             for (uint32_t k = 0; k < kRadix; ++k) z[k] = LoadPoint(p + k * uChild * uRow);
-            RootInverse<kRadix>(rFrame, z);
-            CVector Distance = CVector::All(0);
-            for (uint32_t k = 0; k < kRadix; ++k) {
-                const CPoint Whole = {rCarrying.RoundScaled(z[k].Re), rCarrying.RoundScaled(z[k].Im)};
-                if constexpr (kChecks) {
-                    const CVector Re = CVector::MulSub(z[k].Re, rCarrying.Scale, Whole.Re);
-                    const CVector Im = CVector::MulSub(z[k].Im, rCarrying.Scale, Whole.Im);
-                    Distance = CVector::MulAdd(Im, Im, CVector::MulAdd(Re, Re, Distance));
-                }
-                StorePoint(p + k * uChild * uRow, Whole);
-            }
-            RoundOff = CVector::Larger(RoundOff, Distance);
+            RootInverse<kRadix>(Root, z);
+            for (uint32_t k = 0; k < kRadix; ++k) StorePoint(p + k * uChild * uRow, z[k]);
         }
+}
+
+/// Rounds a block of columns and carries through it, all groups of rows, and adds what they carry to the checksum's sums.
+template <uint32_t kRadix, EChecks kChecks>
+void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums,
+                CVector& rRoundOff) {
+    constexpr uint32_t kGroups = kRadix / kRowGroup;
+    constexpr uint32_t kStreams = 2 * (kLanes == 4 ? kGroups : 1);  // as many as registers hold the carries of
+    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
+    const CCarrying Carrying = rCarrying;  // in registers
+    CVector RoundOff = rRoundOff;
+    for (uint32_t uGroup = 0; uGroup < uChild * kGroups; uGroup += kStreams / 2) {
+        double* const pCarries = rFrame.pCarries + uGroup * 2 * kRowGroup;
+        double* const pFirst = pBlock + (kRowGroup * (uGroup % kGroups) * uChild + uGroup / kGroups) * uRow;
+        CVector Carries[kStreams][kParts];
+        for (uint32_t s = 0; s < kStreams; ++s)
+            for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                Carries[s][uPart] = CVector::Load(pCarries + s * kRowGroup + uPart * kLanes);
+        for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
+            CCarrySums Sums[kStreams] = {};
+            const double* pWeights = rFrame.pColumnWeights + uBegin * kLanes;
+            double* const pEnd = pFirst + 2 * (uBegin + uSum);
+            for (double* p = pFirst + 2 * uBegin; p != pEnd; p += kLine, pWeights += kLanes * kLanes)
+#pragma GCC unroll 4
+                for (uint32_t s = 0; s < kStreams; ++s) {
+                    double* const pLine = p + s / 2 * kRowGroup * uChild * uRow + s % 2 * kLanes;
+                    CVector Rows[kRowGroup];
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(pLine + k * uChild * uRow);
+                    // The real parts' round-off will do: a wrong point of the spectrum is in both.
+                    CarryLine<kChecks>(Carrying, Carrying.Scale, Rows, Carries[s], pWeights, Sums[s],
+                                       s % 2 == 0 ? &RoundOff : nullptr);
+                    for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(pLine + k * uChild * uRow);
+                }
+            if constexpr (kChecks == EChecks::kAll)
+                for (uint32_t s = 0; s < kStreams; ++s)
+                    AddSums(rFrame, rCarrying, Sums[s], rFrame.pRowWeights + (uGroup + s / 2) * kRowGroup,
+                            pSums[s % 2]);
+        }
+        for (uint32_t s = 0; s < kStreams; ++s)
+            for (uint32_t uPart = 0; uPart < kParts; ++uPart)
+                Carries[s][uPart].Store(pCarries + s * kRowGroup + uPart * kLanes);
+    }
     rRoundOff = RoundOff;
 }
 
-/// Carries through a block of columns, all groups of rows, and adds what they carry to the checksum's sums.
-template <uint32_t kRadix, bool kChecks>
-void CarryBlock(const CStepFrame& rFrame, const CCarrying& rCarrying, double* pBlock, CCarrySums* pSums) {
-    constexpr uint32_t kGroups = kRadix / kRowGroup;
-    const uint32_t uRow = RowDoubles(rFrame), uChild = rFrame.Shape.uRows / kRadix, uSum = rFrame.uSumColumns;
-    for (uint32_t i = 0; i < uChild; ++i) {
-        double* const pCarries = rFrame.pCarries + i * kGroups * 2 * kRowGroup;
-        CVector Carries[kGroups][2][kParts];
-        for (uint32_t g = 0; g < kGroups; ++g)
-            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
-                    Carries[g][uHalf][uPart] = CVector::Load(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-        for (uint32_t uBegin = 0; uBegin < rFrame.uBlockColumns; uBegin += uSum) {
-            CCarrySums Sums[kGroups][2] = {};
-            for (uint32_t j = uBegin; j < uBegin + uSum; j += kLanes)
-                for (uint32_t g = 0; g < kGroups; ++g)
-                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) {
-                        double* const p = pBlock + (4 * g * uChild + i) * uRow + 2 * j + uHalf * kLanes;
-                        CVector Rows[kRowGroup];
-                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                        CarryLine<kChecks>(rCarrying, Rows, Carries[g][uHalf], rFrame.pColumnWeights + j * kLanes,
-                                           Sums[g][uHalf]);
-                        for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
-                    }
-            if constexpr (kChecks)
-                for (uint32_t g = 0; g < kGroups; ++g)
-                    for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                        AddSums(rFrame, rCarrying, Sums[g][uHalf], rFrame.pRowWeights + (i * kGroups + g) * kRowGroup,
-                                pSums[uHalf]);
-        }
-        for (uint32_t g = 0; g < kGroups; ++g)
-            for (uint32_t uHalf = 0; uHalf < 2; ++uHalf)
-                for (uint32_t uPart = 0; uPart < kParts; ++uPart)
-                    Carries[g][uHalf][uPart].Store(pCarries + (2 * g + uHalf) * kRowGroup + uPart * kLanes);
-    }
-}
-
-template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
+template <uint32_t kRadix, EChecks kChecks> bool EndColumns(CStepFrame& rFrame) {
     const uint32_t uChild = rFrame.Shape.uRows / kRadix;
     const CCarrying Carrying(rFrame);
     CVector RoundOff = CVector::All(0);
@@ -416,11 +450,11 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
         for (uint32_t k = 0; k < kRadix; ++k)
             ColumnsInverse(rFrame, pBlock + k * uChild * RowDoubles(rFrame), uChild, kRadix * kRoot + k);
         Touch(rFrame);
-        RoundBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, RoundOff);
+        RootBlock<kRadix>(rFrame, pBlock);
         Touch(rFrame);
         CCarrySums Block[2] = {};
-        CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block);
-        if constexpr (kChecks) {
+        CarryBlock<kRadix, kChecks>(rFrame, Carrying, pBlock, Block, RoundOff);
+        if constexpr (kChecks == EChecks::kAll) {
             AddBlock(Carrying, Block, dRoot, rFrame.Sums);
             const double dProduct = dRoot * rFrame.dBlockRoot;
             dRoot = dProduct - ((dProduct * rFrame.dPrimeInverse + kMagic) - kMagic) * rFrame.dPrime;
@@ -436,7 +470,7 @@ template <uint32_t kRadix, bool kChecks> bool EndColumns(CStepFrame& rFrame) {
 }
 
 /// What a row carried out of its last column goes into the next row's first ones; out of the last row, negated, into the first.
-template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
+template <uint32_t kRadix, EChecks kChecks> void CarryOver(CStepFrame& rFrame) {
     constexpr uint32_t kGroups = kRadix / kRowGroup;
     const uint32_t uRow = RowDoubles(rFrame), uRows = rFrame.Shape.uRows, uChild = uRows / kRadix;
     const CCarrying Carrying(rFrame);
@@ -446,7 +480,7 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
         const uint32_t k = uOfRow / uChild, i = uOfRow % uChild;
         return pCarries[(2 * (i * kGroups + k / kRowGroup) + uHalf) * kRowGroup + k % kRowGroup];
     };
-    const double dTop = -Carried(uRows - 1, 1), dMiddle = Carried(uRows - 1, 0);
+    const double dTop = 2 * kMagic - Carried(uRows - 1, 1), dMiddle = Carried(uRows - 1, 0);
     double dLast[kRadix][2];
     for (uint32_t k = 1; k < kRadix; ++k)
         for (uint32_t uHalf = 0; uHalf < 2; ++uHalf) dLast[k][uHalf] = Carried(k * uChild - 1, uHalf);
@@ -467,17 +501,19 @@ template <uint32_t kRadix, bool kChecks> void CarryOver(CStepFrame& rFrame) {
                     double* const p = rFrame.pWork + (g * kRowGroup * uChild + i) * uRow + 2 * j + uHalf * kLanes;
                     CVector Rows[kRowGroup];
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k] = CVector::Load(p + k * uChild * uRow);
-                    CarryLine<kChecks>(Carrying, Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums);
+                    CarryLine<kChecks>(Carrying, CVector::All(1), Rows, Carry, rFrame.pColumnWeights + j * kLanes, Sums,
+                                       nullptr);
                     for (uint32_t k = 0; k < kRowGroup; ++k) Rows[k].Store(p + k * uChild * uRow);
                 }
                 for (uint32_t uPart = 0; uPart < kParts; ++uPart) {
+                    Carry[uPart] = Carry[uPart] - Carrying.Magic;  // the number itself, for who carries further
                     bLeft = bLeft || !Carry[uPart].IsZero();
                     Carry[uPart].Store(pOut + uPart * kLanes);
                 }
-                if constexpr (kChecks)
+                if constexpr (kChecks == EChecks::kAll)
                     AddSums(rFrame, Carrying, Sums, rFrame.pRowWeights + (i * kGroups + g) * kRowGroup, Block[uHalf]);
             }
-    if constexpr (kChecks) AddBlock(Carrying, Block, 1, rFrame.Sums);
+    if constexpr (kChecks == EChecks::kAll) AddBlock(Carrying, Block, 1, rFrame.Sums);
     rFrame.bCarriesLeft = bLeft;
 }
 
@@ -490,8 +526,14 @@ inline constexpr uint32_t kSumBlocks = sizeof(void*) == 8 ? 4 : 2;
 template <uint32_t kBlocks> bool ReadBack(CStepFrame& rFrame) {
     constexpr uint32_t kBlock = vxt::fft::kDigitWeights, kColumns = kBlocks * kBlock;
     const CCarrying Carrying(rFrame);
-    const CVector Root = CVector::All(rFrame.dDigitRoot);
-    CPoint Sum{};
+    const CVector BlockRoot = CVector::All(rFrame.dDigitRoot);
+    CVector Root = BlockRoot;  // of all blocks
+    for (uint32_t k = 1; k < kBlocks; k *= 2) Root = Carrying.ReducedMulAdd(Root, Root, CVector::All(0));
+    const auto Add = [&](CPoint& rSum, CVector Factor, CPoint Block) {
+        rSum.Re = Carrying.ReducedMulAdd(rSum.Re, Factor, Block.Re);
+        rSum.Im = Carrying.ReducedMulAdd(rSum.Im, Factor, Block.Im);
+    };
+    CPoint Sums[kBlocks] = {};
     for (uint32_t uRow = rFrame.Shape.uRows; uRow-- > 0;) {
         if (!rFrame.pGoesOn(rFrame.pOwner)) return false;
         for (uint32_t uColumn = rFrame.Shape.uColumns; uColumn > 0; uColumn -= kColumns) {
@@ -505,33 +547,37 @@ template <uint32_t kBlocks> bool ReadBack(CStepFrame& rFrame) {
                     Blocks[k].Im = CVector::MulAdd(z.Im, Weight, Blocks[k].Im);
                 }
             }
-            for (uint32_t k = kBlocks; k-- > 0;) {
-                Sum.Re = Carrying.Reduce(CVector::MulAdd(Sum.Re, Root, Blocks[k].Re));
-                Sum.Im = Carrying.Reduce(CVector::MulAdd(Sum.Im, Root, Blocks[k].Im));
-            }
+            for (uint32_t k = 0; k < kBlocks; ++k) Add(Sums[k], Root, Blocks[k]);
         }
     }
+    CPoint Sum = Sums[kBlocks - 1];
+    for (uint32_t k = kBlocks - 1; k-- > 0;) Add(Sum, BlockRoot, Sums[k]);
     Sum.Re.Store(rFrame.Sums.dDigits[0]), Sum.Im.Store(rFrame.Sums.dDigits[1]);
     return true;
 }
 
-template <uint32_t kRadix, bool kChecks> bool StepOf(CStepFrame& rFrame) {
-    for (uint32_t i = 0; i < 2 * rFrame.Shape.uRows; ++i) rFrame.pCarries[i] = 0;
-    rFrame.pCarries[0] = 1;  // x^2 + 1
+template <uint32_t kRadix, EChecks kChecks> bool StepOf(CStepFrame& rFrame) {
+    for (uint32_t i = 0; i < 2 * rFrame.Shape.uRows; ++i) rFrame.pCarries[i] = kMagic;
+    rFrame.pCarries[0] = kMagic + 1;  // x^2 + 1
     rFrame.Sums = {};
     Touch(rFrame);
     if (!BeginColumns<kRadix>(rFrame) || !Rows(rFrame) || !EndColumns<kRadix, kChecks>(rFrame)) return false;
     CarryOver<kRadix, kChecks>(rFrame);
     Touch(rFrame);
-    if constexpr (!kChecks) return true;
+    if constexpr (kChecks == EChecks::kNone) return true;
     return rFrame.Shape.uColumns > kWidestInCache ? ReadBack<2>(rFrame) : ReadBack<kSumBlocks>(rFrame);
 }
 
-VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, bool bChecks) {
+template <uint32_t kRadix> bool StepOf(CStepFrame& rFrame, EChecks eChecks) {
+    if (eChecks == EChecks::kNone) return StepOf<kRadix, EChecks::kNone>(rFrame);
+    if (eChecks == EChecks::kDigits) return StepOf<kRadix, EChecks::kDigits>(rFrame);
+    return StepOf<kRadix, EChecks::kAll>(rFrame);
+}
+
+VXT_ALWAYS_INLINE bool g_Step(CStepFrame& rFrame, EChecks eChecks) {
     uint32_t uSquares = rFrame.Shape.uRows;
     while (uSquares > 4) uSquares /= 4;
-    if (uSquares == 4) return bChecks ? StepOf<4, true>(rFrame) : StepOf<4, false>(rFrame);
-    return bChecks ? StepOf<8, true>(rFrame) : StepOf<8, false>(rFrame);
+    return uSquares == 4 ? StepOf<4>(rFrame, eChecks) : StepOf<8>(rFrame, eChecks);
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 namespace vxt::fft {
 
 // 32-bit Windows aligns a thread's stack to 4 bytes only.
-[[gnu::force_align_arg_pointer]] bool g_StepSse2(CStepFrame& rFrame, bool bChecks) { return g_Step(rFrame, bChecks); }
+[[gnu::force_align_arg_pointer]] bool g_StepSse2(CStepFrame& rFrame, EChecks eChecks) {
+    return g_Step(rFrame, eChecks);
+}
 
 }  // namespace vxt::fft

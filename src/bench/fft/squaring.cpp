@@ -108,12 +108,14 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
     Frame.pCarries = Frame.pWork + rTables.m_uRowDoubles * rTables.m_Shape.uRows;
     Frame.pRowTwiddles = Frame.pCarries + 2 * rTables.m_Shape.uRows;
     Frame.pColumnTwiddles = rTables.m_pColumnTwiddles;
+    Frame.pRootTwiddles = rTables.m_pRootTwiddles;
     Frame.pRowBases = rTables.m_pRowBases;
     Frame.pNodeTwiddles = rTables.m_pNodeTwiddles;
     Frame.pRowWeights = rTables.m_pRowWeights;
     Frame.pColumnWeights = rTables.m_pColumnWeights;
     Frame.pDigitWeights = rTables.m_pDigitWeights;
-    Frame.dScale = 8.0 / Size().uWords;  // each level but the last, of four points, multiplies by its radix
+    // Each level but the last, of four points, multiplies by its radix; squaring there, by a half.
+    Frame.dScale = 16.0 / Size().uWords;
     Frame.dBase = static_cast<double>(1 << Size().uBits), Frame.dBaseInverse = 1 / Frame.dBase;
     Frame.dPrime = static_cast<double>(rTables.m_Residues.m_ullPrime), Frame.dPrimeInverse = 1 / Frame.dPrime;
     Frame.dBlockRoot = rTables.m_dBlockRoot, Frame.dDigitRoot = rTables.m_dDigitRoot;
@@ -125,7 +127,8 @@ bool CSquaring::Step(const std::atomic<bool>& rStop, CFinding& rFinding) {
             CSquaring& rSquaring = static_cast<COwner*>(p)->rSquaring;
             rSquaring.m_pHook->Touch(rSquaring.m_pMemory->m_Doubles);
         };
-    if (!(rTables.m_ePath == EPath::kAvx2 ? g_StepAvx2 : g_StepSse2)(Frame, m_bChecks)) return false;
+    const EChecks eChecks = !m_bChecks ? EChecks::kNone : rTables.m_bCarriesCount ? EChecks::kAll : EChecks::kDigits;
+    if (!(rTables.m_ePath == EPath::kAvx2 ? g_StepAvx2 : g_StepSse2)(Frame, eChecks)) return false;
     if (Frame.bCarriesLeft) _CarryFurther(Frame);
     m_dRoundOff = std::sqrt(Frame.dRoundOff);
     const bool bRetCode = !m_bChecks || _Check(Frame, rFinding);

@@ -10,17 +10,27 @@ namespace vxt::fft {
 namespace {
 
 /// The form of a size: rows fit into the first-level cache, those of large numbers into the second-level one, as blocks of
-/// columns do. The round-off is the largest of 20 000 steps or more (from 2^16 words: of 2^26 / words, at least 8), with
-/// either path; what a check allows is eight times that.
+/// columns do. The round-off is the largest of 20 000 steps (from 2^16 words: of 2^26 / words, at least 8), with either
+/// path; what a check allows is eight times that.
 struct CForm {
     uint32_t uWords, uColumns;
     double dRoundOff;
+    uint64_t ullFactor = 0;  ///< a prime factor of 2^(words * bits) + 1, below 2^31; 0: none is known
 };
 constexpr CForm kForms[] = {
-    {1 << 11, 256, 1.19e-4}, {1 << 12, 256, 2.2e-4},   {1 << 13, 1024, 3.4e-4},  {1 << 14, 1024, 5.1e-4},
-    {1 << 15, 1024, 4.8e-4}, {1 << 16, 1024, 1.02e-3}, {1 << 17, 1024, 1.07e-3}, {1 << 18, 1024, 1.8e-3},
-    {1 << 19, 1024, 2.1e-3}, {1 << 20, 1024, 3.6e-3},  {1 << 21, 4096, 1.2e-3},  {1 << 22, 4096, 2.1e-3},
-    {1 << 23, 4096, 2.5e-3},
+    {1 << 11, 256, 9.8e-5, 1214251009},
+    {1 << 12, 256, 1.45e-4, 825753601},
+    {1 << 13, 1024, 2.6e-4},
+    {1 << 14, 1024, 3.7e-4},
+    {1 << 15, 1024, 4.7e-4},
+    {1 << 16, 1024, 7.3e-4},
+    {1 << 17, 1024, 9.5e-4},
+    {1 << 18, 1024, 1.34e-3},
+    {1 << 19, 1024, 1.93e-3},
+    {1 << 20, 1024, 2.9e-3},
+    {1 << 21, 4096, 1.05e-3},
+    {1 << 22, 4096, 1.5e-3},
+    {1 << 23, 4096, 2.1e-3},
 };
 constexpr double kAllowed = 8;
 
@@ -55,6 +65,8 @@ bool g_IsPrime(uint64_t ullNumber) {
         if (ullNumber % i == 0) return false;
     return true;
 }
+
+constexpr uint32_t kRootNodes[] = {2, 4, 5};  ///< the root, and the two that it falls into first
 
 constexpr size_t g_Rounded(size_t uDoubles) { return (uDoubles + 7) / 8 * 8; }
 
@@ -105,17 +117,21 @@ std::shared_ptr<const CTables> CTables::Make(uint32_t uWords, EPath ePath) {
     rTables.m_uRowDoubles = 2 * size_t{rForm.uColumns} + kRowPadding;
 
     const size_t uColumnTwiddles = g_Rounded(kTwiddleDoubles * size_t{std::max(rShape.uRows, 8U)});
+    const size_t uRootTwiddles = std::size(kRootNodes) * kTwiddleDoubles * rTables.m_uLanes;
     const size_t uRowBases = g_Rounded(2 * size_t{rShape.uLevels} * rShape.uRows), uNodes = rForm.uColumns / 8;
     const size_t uRowWeights = g_Rounded(rShape.uRows), uColumnWeights = rTables.m_uBlockColumns * rTables.m_uLanes;
-    if (!rTables.m_Memory.Allocate(uColumnTwiddles + uRowBases + uNodes + uRowWeights + uColumnWeights + kDigitWeights))
+    if (!rTables.m_Memory.Allocate(uColumnTwiddles + g_Rounded(uRootTwiddles) + uRowBases + uNodes + uRowWeights +
+                                   uColumnWeights + kDigitWeights))
         return nullptr;
     rTables.m_pColumnTwiddles = rTables.m_Memory.m_Doubles.data();
-    rTables.m_pRowBases = rTables.m_pColumnTwiddles + uColumnTwiddles;
+    rTables.m_pRootTwiddles = rTables.m_pColumnTwiddles + uColumnTwiddles;
+    rTables.m_pRowBases = rTables.m_pRootTwiddles + g_Rounded(uRootTwiddles);
     rTables.m_pNodeTwiddles = rTables.m_pRowBases + uRowBases;
     rTables.m_pRowWeights = rTables.m_pNodeTwiddles + uNodes;
     rTables.m_pColumnWeights = rTables.m_pRowWeights + uRowWeights;
     rTables.m_pDigitWeights = rTables.m_pColumnWeights + uColumnWeights;
     rTables._FillTwiddles();
+    rTables._FindRoot();
     rTables._FillWeights();
     return pTables;
 }
@@ -133,6 +149,11 @@ void CTables::_FillTwiddles() {
             p[2 * uPower - 1] = static_cast<double>(std::sin(dAngle));
         }
     }
+    double* pRoot = m_pRootTwiddles;
+    for (const uint32_t uNode : kRootNodes)
+        for (uint32_t i = 0; i < kTwiddleDoubles; ++i)
+            for (uint32_t uLane = 0; uLane < m_uLanes; ++uLane)
+                *pRoot++ = m_pColumnTwiddles[kTwiddleDoubles * uNode + i];
     for (uint32_t uRow = 0; uRow < m_Shape.uRows; ++uRow)
         for (uint32_t uLevel = 0; uLevel < m_Shape.uLevels; ++uLevel) {
             const CRoot Root(2 * m_Shape.uRows + uRow, 2 * uLevel + 3);
@@ -146,7 +167,12 @@ void CTables::_FillTwiddles() {
     }
 }
 
-void CTables::_FillWeights() {
+void CTables::_FindRoot() {
+    m_Residues.m_ullPrime = g_FormOf(m_Size.uWords).ullFactor;
+    if (m_Residues.m_ullPrime != 0) {
+        m_ullRoot = uint64_t{1} << m_Size.uBits, m_bCarriesCount = false;  // its power of words is -1 by itself
+        return;
+    }
     // The smallest prime that has the root and leaves one wrong result in 2^24 unseen: small, so that sums stay exact.
     const uint64_t ullOrder = 2 * uint64_t{m_Size.uWords};
     m_Residues.m_ullPrime = (uint64_t{1} << 24) + 1;  // a multiple of every order, and one
@@ -165,6 +191,9 @@ void CTables::_FillWeights() {
         }
         if (m_ullRoot == 0 || dSize < dSmallest) m_ullRoot = ullRoot, dSmallest = dSize;
     }
+}
+
+void CTables::_FillWeights() {
     m_ullImaginary = m_Residues.Power(m_ullRoot, m_Size.uWords / 2);
     m_dBlockRoot = m_Residues.Balanced(m_Residues.Power(m_ullRoot, m_uBlockColumns));
     m_dDigitRoot = m_Residues.Balanced(m_Residues.Power(m_ullRoot, kDigitWeights));

@@ -47,15 +47,17 @@ public:
     double m_dRoundOffLimit = 0;
     CResidues m_Residues{};
     uint64_t m_ullRoot = 0;                     ///< of order 2 * words: its power of words is -1
+    bool m_bCarriesCount = true;                ///< the checksum's root is not 2^bits: a carry changes the sum
     uint64_t m_ullImaginary = 0;                ///< its power of words / 2
     double m_dBlockRoot = 0, m_dDigitRoot = 0;  ///< its powers of the blocks' columns
     CAlignedMemory m_Memory;
     // Parts of m_Memory; kernel.h tells their order.
-    double *m_pColumnTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr, *m_pRowWeights = nullptr,
-           *m_pColumnWeights = nullptr, *m_pDigitWeights = nullptr;
+    double *m_pColumnTwiddles = nullptr, *m_pRootTwiddles = nullptr, *m_pRowBases = nullptr, *m_pNodeTwiddles = nullptr,
+           *m_pRowWeights = nullptr, *m_pColumnWeights = nullptr, *m_pDigitWeights = nullptr;
 
 private:
     void _FillTwiddles();
+    void _FindRoot();
     void _FillWeights();
 };
 
