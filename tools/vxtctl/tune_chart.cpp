@@ -193,9 +193,9 @@ private:
             if (m_bOneMultiplier) sAxes += g_TextAt(kRight + 8, dY + 4, g_Trimmed(dClock * dMultiplier, 1));
         }
         const double dStep = g_TimeStep(m_dSeconds);
-        for (double d = 0; d <= m_dSeconds; d += dStep)
-            sAxes += g_Path("grid", "M" + g_At(_X(d)) + " " + g_At(kBottom) + "v6") +
-                     g_TextAt(_X(d), kBottom + 22, g_TimeText(d), "middle");
+        for (int i = 0; i * dStep <= m_dSeconds; ++i)
+            sAxes += g_Path("grid", "M" + g_At(_X(i * dStep)) + " " + g_At(kBottom) + "v6") +
+                     g_TextAt(_X(i * dStep), kBottom + 22, g_TimeText(i * dStep), "middle");
         return sAxes;
     }
 
