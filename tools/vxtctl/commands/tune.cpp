@@ -190,8 +190,8 @@ EExit g_Search(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
     CTuneSearch Search(rTool, rLibrary, Records, Record, Watch);
     const std::optional<CTunePoint> oDeadly = rWanted.bRetry ? std::nullopt : Record.Deadly();
     if (oDeadly) Search.Forbid(*oDeadly);
-    Records.SetLast(Record);
     if (!rWanted.bResume) Search.Forget();
+    Records.SetLast(Record);
     const std::string sProblem = rWanted.bResume ? g_GoThere(Machine, Record) : "";
     Search.Run(sProblem);
 
