@@ -156,6 +156,7 @@ bool CSystemTune::_SearchCPU() {
     if (pCPU->IsMultiplierLimited()) SetCPUMultiplier(pCPU->GetMaxMultiplier());
     m_dMultiplier = pCPU->GetCurrentMultiplier();
     if (!g_IsContinuous(*pClkGen)) return _WalkList(*pHandler, *pClkGen);
+    LOG_PROCESS_ERROR(m_Limits.dMaximum > 0.0);  // or nobody knows where to end
     return m_Limits.dStep <= kFineStep ? _WalkFinely(*pHandler, *pClkGen) : _WalkUp(*pHandler, m_Limits.dStep);
 }
 
@@ -176,8 +177,8 @@ bool CSystemTune::_WalkList(CQORBIOSHandler& rHandler, CClockGenerator& rClkGen)
 bool CSystemTune::_WalkFinely(CQORBIOSHandler& rHandler, CClockGenerator& rClkGen) {
     std::wstring sText;
     const bool bResumes = m_pConfig().ReadValue(rClkGen.GetTypeName(), rClkGen.GetName(), kTunedClock, sText);
-    const int32_t nTarget = bResumes ? g_Integer(sText) : 0;
-    while (nTarget - m_dReferenceClock >= kQuickStep && !m_bMultiplierRaised)
+    const double dTarget = std::min<double>(bResumes ? g_Integer(sText) : 0, m_Limits.dMaximum);
+    while (dTarget - m_dReferenceClock >= kQuickStep && !m_bMultiplierRaised)
         if (!_StepUp(rHandler, kQuickStep)) return false;
     return _WalkUp(rHandler, kFineStep);
 }

@@ -257,6 +257,13 @@ TEST_F(CSystemTuneTest, RefusesWhatItCannotTuneOrTest) {
     EXPECT_EQ(Search(), "true, 3: 205- 200=") << "nothing computes, so nothing is proven";
     m_Center.m_bHasThreads = true;
 
+    Init({.Info = {}, .uMaxCof = 32});
+    EXPECT_EQ(Search(), "false, 0:") << "a clock generator without an end";
+
+    Init({.Info = {190'000, 212'000, 200'000, 1'000}, .uMaxCof = 32});
+    g_Config().WriteValue(L"ClockGen", L"QOR Default Clock Generator", L"CPUTune", 99'999, true);
+    EXPECT_EQ(Search(), "true, 0: 205+ 210+ 211+") << "a stored clock that never was";
+
     Init({.dLimit = 100});  // a processor that errs at any clock
     EXPECT_EQ(Search().substr(0, 20), "false, 3: 201- 200- ");
     EXPECT_EQ(Clock(), 200) << "not below the minimum, 190 MHz";
