@@ -4,6 +4,7 @@
 #include <chrono>
 #include <thread>
 
+#include "firmware/acpi_table.h"
 #include "support/simulated_pc.h"
 
 namespace {
@@ -12,7 +13,10 @@ using namespace vxttest;
 using namespace vxtapi;
 
 struct CSystemTuneThreadsTest : CSimulatedPc {
-    ~CSystemTuneThreadsTest() override { UnInitVXTAPI(); }
+    ~CSystemTuneThreadsTest() override {
+        UnInitVXTAPI();
+        vxt::g_GetACPITable().Clear();  // as a new process would find it
+    }
 };
 
 TEST_F(CSystemTuneThreadsTest, AnyThreadMayLookAndStop) {
