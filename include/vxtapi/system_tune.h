@@ -52,11 +52,15 @@ protected:
 /// A search raises the reference clock from the present one, by the steps or the list that the clock generator has, and runs
 /// the stability test for two minutes or more at each. Where the processor's multiplier is free and the reference clock has
 /// gained more than one step of it, the reference clock goes back to its default and the multiplier up by a step. At the end
-/// the last clock that was found stable is in force.
+/// the last clock that was found stable is in force; kept: unless the first one failed, or a step of the multiplier had just been
+/// gained: then it is the entry or the default below, which is slower than what passed, or was not tested at all. Hosts that
+/// follow the search know the clocks that passed.
 ///
 /// A search survives the PC's death: for its time the host is registered under the user's RunOnce key, value "VXT", with the
 /// argument " AutoTune"; and every clock is kept in the configuration file as it was tested. A host that is started with that
-/// argument calls StartTune again, which goes on near where the search died. Every end of a search removes the value.
+/// argument calls StartTune again, which goes on near where the search died. Every end of a search removes the value. A clock
+/// that was stopped counts as tested there: the next search begins above it. Where the configuration file cannot be read or
+/// written the search goes on without it (the log tells), and the value's path is not quoted (kept).
 ///
 /// Threads: one search at a time, on one and the same thread, which it blocks for minutes to hours. Stop, GetStatus and the
 /// three getters behind GetLastTuneStatus may be called from any; GetLastTuneStatus only while no search runs.
@@ -67,11 +71,12 @@ public:
     /// clock generator has a list of clocks, also at a clock that failed. False when it was stopped, when a test failed where
     /// there is no list, and when a device or the firmware is missing: GetStatus and the log tell which.
     virtual bool StartTune() = 0;
-    /// Slot 2: asks a running search to end, which it does within a second, with the clock of that moment still set.
+    /// Slot 2: asks a running search to end, which it does within a second, with the clock of that moment still set; in kTuneBegins
+    /// the clock is not even set, and the last one that passed is.
     virtual void Stop() = 0;
     virtual int32_t GetStatus() = 0;          ///< slot 3: eTuneStatus of this process's last search; 0 before
     virtual int32_t GetLastTuneStatus() = 0;  ///< slot 4: of the last search that ended, from the configuration file
-    virtual double GetReferenceClock() = 0;   ///< slot 5: MHz, as the search set it last; 0 before
+    virtual double GetReferenceClock() = 0;   ///< slot 5: MHz, that the search is at or sets next; 0 before
     virtual double GetMultiplier() = 0;       ///< slot 6: of the processor, likewise
     virtual double GetMemoryClock() = 0;      ///< slot 7: MHz, likewise
     /// Slot 8: searches the processor's clock and steps the memory's clock up, as wanted; the link's step is empty. Any

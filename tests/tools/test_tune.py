@@ -176,6 +176,21 @@ def test_a_temperature_that_rises_above_its_limit_ends_the_search_with_what_was_
     assert found.code == 1 and "nothing was done" in found.err
 
 
+@table("limit, found", [(3230, (215, 15)), (3100, (205, 15)), (3010, None)])
+def test_what_is_found_has_passed_and_is_in_force_whatever_the_library_goes_back_to(limit, found):
+    write("weak.machine", f"[machine]\nbased_on = family10h-ddr3\nmax_core_clock = {limit}\nhang_core_clock = 4000\n")
+    answered = answer("vxtctl tune --machine weak.machine --state weak.state", 0 if found else 1)
+    assert (answered["found"] and clock(answered["found"])) == found
+    mhz, multiplier = found or (200, 15)
+    assert answered["in_force"] == {"reference_clock": mhz, "multipliers": [multiplier] * 4}
+    assert found or answered["message"].startswith("no clock passed; 205 MHz")
+
+
+def test_nothing_begins_with_cores_that_could_not_be_read():
+    refused = run("vxtctl tune --state pc.state --fault seed=3,rate=5,kinds=fail")
+    assert refused.code == 1 and "cores could be read" in refused.err and not os.path.exists(RECORD)
+
+
 def test_a_core_that_is_not_at_the_clock_that_was_found_is_a_finding():
     run("vxtctl cpu set --core 3 --pstate 3 --yes --machine low.machine --state pc.state")
     found = answer("vxtctl tune --state pc.state", 6)

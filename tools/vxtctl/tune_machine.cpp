@@ -34,15 +34,15 @@ CTuneMachine::CTuneMachine(const CHostLibrary& rLibrary) {
                        "this machine's firmware tells neither a list nor limits of the reference clock");
 }
 
-std::optional<uint32_t> CTuneMachine::ClocksAbove() const {
+uint32_t CTuneMachine::ClocksAbove() const {
+    constexpr double kFinest = 1.0;  // MHz
     const CSetting& rClock = ReferenceClock();
-    if (!rClock.oValue) return std::nullopt;
+    if (!rClock.oValue) return 0;
     if (!rClock.Legal.empty())
         return static_cast<uint32_t>(
             std::ranges::count_if(rClock.Legal, [&](double d) { return d > *rClock.oValue + rClock.dTolerance; }));
-    if (!rClock.oStep || *rClock.oStep <= 0) return std::nullopt;
-    return static_cast<uint32_t>(
-        std::max(0.0, (*rClock.Limits.oMaximum - *rClock.oValue + rClock.dTolerance) / *rClock.oStep));
+    const double dRange = *rClock.Limits.oMaximum - *rClock.oValue, dStep = std::max(rClock.oStep.value_or(0), kFinest);
+    return static_cast<uint32_t>(std::max(0.0, std::ceil((dRange - rClock.dTolerance) / dStep) - 1));
 }
 
 std::optional<CClockState> CTuneMachine::Read() const {
@@ -57,10 +57,9 @@ std::optional<CClockState> CTuneMachine::Read() const {
     return State;
 }
 
-bool CTuneMachine::IsInForce(const CTunedClock& rClock) const {
-    const std::optional<CClockState> oNow = Read();
-    return oNow && g_ReadsAs(oNow->dReferenceClock, rClock.dReferenceClock, ReferenceClock().dTolerance) &&
-           std::ranges::all_of(oNow->Multipliers,
+bool CTuneMachine::Is(const std::optional<CClockState>& oState, const CTunedClock& rClock) const {
+    return oState && g_ReadsAs(oState->dReferenceClock, rClock.dReferenceClock, ReferenceClock().dTolerance) &&
+           std::ranges::all_of(oState->Multipliers,
                                [&](double d) { return g_ReadsAs(d, rClock.dMultiplier, kSameMultiplier); });
 }
 

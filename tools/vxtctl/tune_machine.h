@@ -17,8 +17,9 @@ public:
     const CSetting& ReferenceClock() const { return m_Clock.Setting; }
     /// A multiplier beyond the rated one can be tried.
     bool IsMultiplierFree() const { return !m_Cores.front()->IsMultiplierLimited(); }
-    /// Clocks above the present one, by the list or the steps; nothing: nobody knows.
-    std::optional<uint32_t> ClocksAbove() const;
+    /// Clocks above the present one that a search tries: of a list all, else by steps of a megahertz or more what is below the
+    /// maximum.
+    uint32_t ClocksAbove() const;
 
     /// What is in force now. Nothing where not all of it can be read.
     std::optional<CClockState> Read() const;
@@ -26,7 +27,7 @@ public:
         return {rClock.dReferenceClock, std::vector(m_Cores.size(), rClock.dMultiplier)};
     }
     /// Whether the clock and every core's multiplier are these.
-    bool IsInForce(const CTunedClock& rClock) const;
+    bool Is(const std::optional<CClockState>& oState, const CTunedClock& rClock) const;
 
     /// Puts it in force, without a clock in between that is above both. Says what is not as wanted; empty: all is.
     std::string Set(const CClockState& rWanted) const;

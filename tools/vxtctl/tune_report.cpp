@@ -136,12 +136,11 @@ CTextTable g_PlanTable(const CTunePlan& rPlan, const CTuneMachine& rMachine) {
             ? "free: goes up a step where the reference clock has gained more than that is worth, which then "
               "begins again at its default"
             : "locked: goes to its maximum first");
-    const std::optional<uint32_t> oClocks = rMachine.ClocksAbove();
-    std::string sTest = "all cores at full load, " + g_Duration(kSecondsEach) + " or more at each clock";
-    if (oClocks)
-        sTest += ", " + g_Duration(uint64_t{*oClocks} * kSecondsEach) + " for the " + std::to_string(*oClocks) +
-                 " above the present one" + (rMachine.IsMultiplierFree() ? ", and as much for each multiplier" : "");
-    Add("Test", sTest);
+    const uint32_t uClocks = rMachine.ClocksAbove();
+    Add("Test", "all cores at full load, " + g_Duration(kSecondsEach) + " or more at each clock, " +
+                    g_Duration(uint64_t{uClocks} * kSecondsEach) + " for the " + std::to_string(uClocks) +
+                    " above the present one" +
+                    (rMachine.IsMultiplierFree() ? ", and as much for each multiplier" : ""));
     Add("Temperatures", rPlan.sWatched.empty() ? "there is none that could be watched" : rPlan.sWatched);
     Add("If this PC dies", "it starts 'vxtctl AutoTune' at the next log-on (this user's RunOnce key), which goes on" +
                                (rPlan.sRecord.empty() ? "; no record is kept" : "; the record is " + rPlan.sRecord));
@@ -176,14 +175,17 @@ std::string g_TuneMessage(const CTuneResult& rResult) {
                (rRecord.Points.empty() ? "" : ": " + g_PointText(rRecord.Points.back()));
     std::string sText;
     const bool bStays = rResult.eView == ETuneView::kSearched && !rResult.oPutBack;
-    if (rRecord.oFound) sText = "found: " + g_ClockText(*rRecord.oFound) + (bStays ? ", which stays set" : "");
+    if (rRecord.oFound)
+        sText = "found: " + g_ClockText(*rRecord.oFound) + (bStays ? ", which stays set" : "");
+    else if (rRecord.IsOver())
+        sText = rRecord.Points.empty() ? "nothing was tested" : "no clock passed";
     switch (rRecord.eEnd) {
         case ETuneEnd::kInProgress:
             sText = g_DeadText(rRecord);
             g_Append(sText, std::string(kGoesOn) + (rRecord.Deadly() ? " below that, --retry tries it again" : ""));
             break;
         case ETuneEnd::kFinished:
-            g_Append(sText, "no clock above it is offered");
+            g_Append(sText, "the top of the range is reached");
             break;
         case ETuneEnd::kFailed:
             g_Append(sText, g_LastPointText(rRecord, EPointEnd::kFailed));
@@ -203,7 +205,7 @@ std::string g_TuneMessage(const CTuneResult& rResult) {
             break;
     }
     if (rResult.eView == ETuneView::kSearched) g_Append(sText, g_Outcome(rResult));
-    const bool bGoesOn = !rRecord.IsOver() && rRecord.eEnd != ETuneEnd::kInProgress;
+    const bool bGoesOn = rResult.bIsKept && !rRecord.IsOver() && rRecord.eEnd != ETuneEnd::kInProgress;
     if (bGoesOn) g_Append(sText, kGoesOn);
     return sText;
 }

@@ -30,6 +30,7 @@ struct CTuneResult {
     std::optional<bool> oPutBack = {};       ///< nothing: that was not tried
     std::string sPutBackProblem = {};        ///< what is not as it was before
     std::optional<std::string> oChart = {};  ///< file that the picture is in
+    bool bIsKept = true;                     ///< the record outlives the process
 };
 
 /// How it went, in a sentence.

@@ -49,8 +49,8 @@ void CTuneSearch::Run(const std::string& sProblem) {
     m_rRecord.sEnded = g_Now();
     if (m_rRecord.eEnd == ETuneEnd::kBroken && m_rRecord.sReason.empty())
         m_rRecord.sReason = "the library could not go on; --log tells why";
-    m_rRecord.oFound.reset();
-    if (m_rRecord.IsOver()) m_rRecord.oFound = CTunedClock{m_pTuner->GetReferenceClock(), m_pTuner->GetMultiplier()};
+    m_rRecord.oFound =
+        m_rRecord.IsOver() ? m_rRecord.Best() : std::nullopt;  // what the library goes back to may be untested
 }
 
 ETuneEnd CTuneSearch::_Search() {

@@ -31,10 +31,13 @@ constexpr COption<CWanted> kOptions[] = {
 };
 
 /// Ends the command when the request makes no sense on any machine, or the picture cannot be written.
-void g_CheckRequest(const CWanted& rWanted) {
+void g_CheckRequest(const CTool& rTool, const CWanted& rWanted) {
     if (rWanted.bStatus && rWanted.bFresh) throw CFailure(EExit::kUsage, "--status excludes --fresh");
     if (rWanted.bRetry && !rWanted.bResume) throw CFailure(EExit::kUsage, "--retry: goes with --resume only");
-    if (rWanted.oChart) g_CheckChartFile(*rWanted.oChart);
+    if (!rWanted.oChart) return;
+    if (*rWanted.oChart == "-" || rWanted.oChart == rTool.Options().oOutput)
+        throw CFailure(EExit::kUsage, "--chart draws into a file of its own");
+    g_CheckChartFile(*rWanted.oChart);
 }
 
 /// Draws the picture, if one is wanted. Returns whether it is where it should be.
@@ -61,8 +64,10 @@ EExit g_Status(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
     std::optional<CTuneRecord> oRecord = Records.Last();
     CTuneResult Result{ETuneView::kRemembered, nullptr, std::nullopt, std::nullopt};
     if (oRecord && oRecord->eEnd == ETuneEnd::kInProgress) {
-        if (Records.IsBusyElsewhere()) Result.eView = ETuneView::kRunning;
-        oRecord = Records.Last();  // it may have ended meanwhile
+        try {
+            if (Records.IsBusyElsewhere()) Result.eView = ETuneView::kRunning;
+            oRecord = Records.Last();  // it may have ended meanwhile
+        } catch (const CFailure&) {}   // a folder that cannot be written: nobody searches there
     }
     if (oRecord) Result.pRecord = &*oRecord;
     if (vxtapi::CSystemTune* const pTuner = rLibrary.Performance().GetSystemTune())
@@ -101,7 +106,7 @@ CTuneRecord g_NewRecord(const CWanted& rWanted, CTuneRecords& rRecords, const CC
     if (oLast && oLast->eEnd == ETuneEnd::kInProgress && !rWanted.bFresh)
         throw CFailure(EExit::kFailed, g_TuneMessage({ETuneView::kRemembered, &*oLast, std::nullopt, std::nullopt}) +
                                            ". --fresh begins anew; nothing was done");
-    return {.sBegun = sNow, .Before = rNow};
+    return {.sBegun = sNow, .Before = oLast && !oLast->IsOver() ? oLast->Before : rNow};  // not what it died at
 }
 
 /// Shows the plan, and asks where something could break.
@@ -118,30 +123,39 @@ void g_Ask(const CTool& rTool, const CHostLibrary& rLibrary, const CTunePlan& rP
         throw CFailure(g_WasInterrupted() ? EExit::kInterrupted : EExit::kFailed, "nothing was done");
 }
 
-/// A resumed search begins at the best clock that has passed, wherever the library itself would begin: also where the one
-/// that was being tested is still in force. Why it cannot; empty: it can.
+/// A search begins at the best clock that has passed, else at what was before it, wherever the library itself would begin:
+/// also where the clock that was being tested when an earlier one died is still in force. Why it cannot; empty: it can.
 std::string g_GoThere(const CTuneMachine& rMachine, const CTuneRecord& rRecord) {
     const std::optional<CTunedClock> oBest = rRecord.Best();
     const std::string sProblem = rMachine.Set(oBest ? rMachine.OnAllCores(*oBest) : rRecord.Before);
     return sProblem.empty() ? "" : "the clock to go on at was not taken: " + sProblem;
 }
 
-/// What is in force afterwards. Adds to the findings what is not as it should be.
+/// What is in force afterwards: the clock that was found, or what was before. Adds to the findings what is not as it should
+/// be.
 void g_Settle(const CWanted& rWanted, const CTuneMachine& rMachine, CTuneRecord& rRecord, CTuneResult& rResult,
               CFindings& rFindings) {
-    if (!rRecord.IsOver() || rWanted.bPutBack) {
+    rResult.oInForce = rMachine.Read();
+    if (!rRecord.oFound || rWanted.bPutBack) {
         rResult.sPutBackProblem = rMachine.Set(rRecord.Before);
         rResult.oPutBack = rResult.sPutBackProblem.empty();
+    } else if (rResult.oInForce && !rMachine.Is(rResult.oInForce, *rRecord.oFound)) {
+        // The library went to another one, which it never tested. A core that is apart from the others stays that.
+        CClockState Found = *rResult.oInForce;
+        Found.dReferenceClock = rRecord.oFound->dReferenceClock;
+        std::ranges::replace(Found.Multipliers, rResult.oInForce->Multipliers.front(), rRecord.oFound->dMultiplier);
+        (void)rMachine.Set(Found);
     }
     rResult.oInForce = rMachine.Read();
-    if (rResult.oPutBack || rMachine.IsInForce(*rRecord.oFound)) return;
+    if (rResult.oPutBack || !rRecord.oFound || rMachine.Is(rResult.oInForce, *rRecord.oFound)) return;
     rFindings.push_back("the clock that was found, " + g_ClockText(*rRecord.oFound) +
                         ", is not the one in force: " + (rResult.oInForce ? g_ClockText(*rResult.oInForce) : kNotRead));
 }
 
 EExit g_Exit(const CTuneResult& rResult) {
     if (rResult.pRecord->eEnd == ETuneEnd::kInterrupted) return EExit::kInterrupted;
-    return rResult.pRecord->IsOver() && rResult.oPutBack != false ? EExit::kDone : EExit::kFailed;
+    const bool bFound = rResult.pRecord->IsOver() && (rResult.pRecord->oFound || rResult.pRecord->Points.empty());
+    return bFound && rResult.oPutBack != false ? EExit::kDone : EExit::kFailed;
 }
 
 /// The record of a search that ended. Returns whether it is on disk.
@@ -151,12 +165,17 @@ bool g_Keep(CTuneRecords& rRecords, const CTuneRecord& rRecord) {
         return true;
     } catch (const CFailure& rFailure) {
         if (rRecord.sReason != rFailure.what()) g_PrintRemark(rFailure.what());
+        g_PrintRemark("on the disk the last clock is still being tested: 'vxtctl tune --resume --retry' goes on there");
         return false;
     }
 }
 
 EExit g_Search(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrary, bool bYes) {
     const CTuneMachine Machine(rLibrary);
+    if (const size_t uCores = rLibrary.Devices(vxtapi::kDeviceCpu).size(); uCores < rLibrary.ExpectedCores())
+        throw CFailure(EExit::kFailed, "only " + std::to_string(uCores) + " of " +
+                                           std::to_string(rLibrary.ExpectedCores()) +
+                                           " processor cores could be read, and all share the clock; nothing was done");
     CTuneRecords Records(rLibrary);
     const bool bDryRun = rTool.Options().bDryRun;
     if (Records.HasPlace() && !bDryRun && Records.IsBusyElsewhere())
@@ -190,12 +209,13 @@ EExit g_Search(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
     CTuneSearch Search(rTool, rLibrary, Records, Record, Watch);
     const std::optional<CTunePoint> oDeadly = rWanted.bRetry ? std::nullopt : Record.Deadly();
     if (oDeadly) Search.Forbid(*oDeadly);
-    if (!rWanted.bResume) Search.Forget();
+    Search.Forget();  // where it begins is set here
     Records.SetLast(Record);
-    const std::string sProblem = rWanted.bResume ? g_GoThere(Machine, Record) : "";
+    const std::string sProblem = g_GoThere(Machine, Record);
     Search.Run(sProblem);
 
     Result.eView = ETuneView::kSearched;
+    Result.bIsKept = Records.HasPlace();
     Result.pRecord = &Record;
     Result.onLast = Search.LastStatus();
     g_Settle(rWanted, Machine, Record, Result, Findings);
@@ -207,7 +227,7 @@ EExit g_Search(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
 }
 
 EExit g_Tune(CTool& rTool, const CWanted& rWanted) {
-    g_CheckRequest(rWanted);
+    g_CheckRequest(rTool, rWanted);
     const CHostLibrary Library(rTool.Options());
     return rWanted.bStatus ? g_Status(rTool, rWanted, Library)
                            : g_Search(rTool, rWanted, Library, rTool.Options().bYes);
