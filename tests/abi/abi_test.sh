@@ -22,7 +22,7 @@ sdk=(-std=c++17 -ffreestanding -fno-exceptions -fno-rtti -nostdinc++ -isystem "$
 
 # Every class of the SDK that has virtual operations, each with a child whose constructor makes compilers lay it out.
 classes=$(sed -nE 's/^class (C[A-Za-z]+)( :.*)? \{$/\1/p' "$root"/include/vxtapi/*.h | while read -r class; do
-    if sed -n "/^class $class[ :].*{\$/,/^};/p" "$root"/include/vxtapi/*.h | grep -q 'virtual .* = 0;'; then echo "$class"; fi
+    if sed -n "/^class $class[ :].*{\$/,/^};/p" "$root"/include/vxtapi/*.h | grep 'virtual .* = 0;' >/dev/null; then echo "$class"; fi
 done)
 {
     echo '#include <vxtapi/vxtapi.h>'
