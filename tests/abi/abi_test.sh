@@ -22,6 +22,7 @@ sdk=(-std=c++17 -ffreestanding -fno-exceptions -fno-rtti -nostdinc++ -isystem "$
 
 # Every class of the SDK that has virtual operations, each with a child whose constructor makes compilers lay it out.
 classes=$(sed -nE 's/^class (C[A-Za-z]+)( :.*)? \{$/\1/p' "$root"/include/vxtapi/*.h | while read -r class; do
+    # grep reads to the end: under pipefail a pipe that breaks would lose the class.
     if sed -n "/^class $class[ :].*{\$/,/^};/p" "$root"/include/vxtapi/*.h | grep 'virtual .* = 0;' >/dev/null; then echo "$class"; fi
 done)
 {
