@@ -82,7 +82,8 @@ struct CSpdTime {
     double dNs = 0, dClocks = 0;
 };
 
-/// The highest clock that a CAS latency allows, and the timings there.
+/// The highest clock that a CAS latency allows, and the timings there. DDR, DDR2: as their data have it, for three latencies
+/// at most. DDR3: the fastest clock, of the standard's and the module's own, at which the latency is long enough.
 struct CSpdGrade {
     double dCasLatency = 0;                                    ///< clocks
     double dClock = 0;                                         ///< MHz
@@ -110,15 +111,16 @@ struct CSpdRecord {
     CSpdList<double, 3> Voltages;                        ///< V, at which the module works
 
     CSpdList<double, 16> CasLatencies;  ///< clocks, every one that is supported, from the lowest
-    /// Supported ones whose clock is known, the fastest first, of equal clocks the one with the lowest latency first.
+    /// The fastest first, of equal clocks the one with the lowest latency first. Supported latencies without a clock, and
+    /// those of DDR3 that would take longer than 20 ns, have no grade.
     CSpdList<CSpdGrade, 16> Grades;
 
     const char* pszManufacturer = nullptr;  ///< null: none, or a number that is nobody's. Lives as long as the library
     const char* pszDramManufacturer = nullptr;  ///< DDR3 only
     bool bManufacturerIsText = false;  ///< letters where the number should be: what pszManufacturer names is chance
-    char szPartNumber[kPartNumber + 1] =
-        {};                            ///< without blanks at its ends; a dot for what cannot be printed. Empty: none
-    std::optional<uint32_t> ouSerial;  ///< first byte highest
+    /// Without blanks at its ends; a dot for what cannot be printed. Empty: none.
+    char szPartNumber[kPartNumber + 1] = {};
+    std::optional<uint32_t> ouSerial;           ///< first byte highest
     std::optional<uint16_t> ousModuleRevision;  ///< first byte high
     std::optional<uint16_t> ousYear;            ///< four digits; together with the week or not at all
     std::optional<uint8_t> oucWeek;             ///< from 1 to 53

@@ -53,14 +53,15 @@ inline constexpr CValueTable kQuarters(kQuarterValues), kWhole(kWholeValues), kR
     kRefresh(kRefreshValues), kFractions(kFractionValues);
 
 // ns: the upper four bits, and tenths by the lower ones; DDR2 has fractions behind them.
-inline constexpr auto kDdrPeriodValues = g_MakeValues<256>(
-    [](int nCode) { return nCode % 16 > 9 || nCode < 16 ? kReserved : nCode / 16 + nCode % 16 / 10.0; });
+inline constexpr auto kDdrPeriodValues = g_MakeValues<256>([](int nCode) {
+    const int nWhole = nCode / 16, nTenths = nCode % 16;
+    return nWhole == 0 || nTenths > 9 ? kReserved : nWhole + nTenths / 10.0;
+});
 inline constexpr double kPeriodFractions[] = {0.25, 1.0 / 3, 2.0 / 3, 0.75};
 inline constexpr auto kDdr2PeriodValues = g_MakeValues<256>([](int nCode) {
-    const int nFraction = nCode % 16 - 10;
-    return nFraction < 0 || nCode < 16 ? kDdrPeriodValues[static_cast<size_t>(nCode)]
-           : nFraction > 3             ? kReserved
-                                       : nCode / 16 + kPeriodFractions[nFraction];
+    const int nWhole = nCode / 16, nFraction = nCode % 16 - 10;
+    if (nFraction < 0) return kDdrPeriodValues[static_cast<size_t>(nCode)];
+    return nWhole == 0 || nFraction > 3 ? kReserved : nWhole + kPeriodFractions[nFraction];
 });
 inline constexpr CValueTable kDdrPeriods(kDdrPeriodValues), kDdr2Periods(kDdr2PeriodValues);
 
