@@ -72,7 +72,15 @@ void g_Complete(vxttest::CImage& rImage, const std::map<uint32_t, uint64_t>& rCh
 }
 
 TEST(AtaIdentify, TellsWhatADiskTellsAndNothingElse) {
-    vxttest::g_CheckImages("identify_disks.txt", 2, g_Complete, g_Describe);
+    const vxttest::CWitness Decoder{
+        "hdparm",
+        "head -c 512 | od -An -v -tx2 | hdparm --Istdin",
+        {"model=Model Number: *([ -~]+?) *\n", "serial=Serial Number: *([ -~]+?) *\n",
+         "firmware=Firmware Revision: *([ -~]+?) *\n", "lba28=LBA    user addressable sectors: *(.*)",
+         "lba48=LBA48  user addressable sectors: *(.*)", "logical=Logical  Sector size: *(.*) bytes",
+         "physical=Physical Sector size: *(.*) bytes", "rate=Nominal Media Rotation Rate: (.*)",
+         "form=Form Factor: (.*)", "queue=Queue depth: (.*)"}};
+    vxttest::g_CheckImages("identify_disks.txt", 2, g_Complete, g_Describe, Decoder);
 }
 
 TEST(AtaIdentify, ABusWithoutADiskAnswersAllOnes) {

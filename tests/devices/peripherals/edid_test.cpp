@@ -16,8 +16,8 @@ vxttest::CTokens g_Describe(std::span<const uint8_t> Image) {
     const CEdid Edid = g_DecodeEdid(Image);
     vxttest::CTokenList Tokens;
     Tokens.Add("verdict", kVerdicts[static_cast<size_t>(Edid.eVerdict)]);
-    Tokens.Add("version", std::to_string(Edid.ucVersion) + "." + std::to_string(Edid.ucRevision));
-    Tokens.Add("product", Edid.usProduct);
+    if (Edid.ucVersion) Tokens.Add("version", std::to_string(Edid.ucVersion) + "." + std::to_string(Edid.ucRevision));
+    if (Edid.usProduct) Tokens.Add("product", Edid.usProduct);
     for (const auto& [pszKey, sText] : {std::pair("maker", Edid.Manufacturer.Get()), std::pair("name", Edid.Name.Get()),
                                         std::pair("text", Edid.SerialText.Get())})
         if (!sText.empty()) Tokens.Add(pszKey, sText);
@@ -57,7 +57,14 @@ void g_Complete(vxttest::CImage& rImage, const std::map<uint32_t, uint64_t>& rCh
 }
 
 TEST(Edid, TellsWhatAMonitorTellsAndNothingElse) {
-    vxttest::g_CheckImages("edid_monitors.txt", 1, g_Complete, g_Describe);
+    const vxttest::CWitness Decoder{
+        "edid-decode",
+        "edid-decode",
+        {"version=Revision: (.*)", "maker=Manufacturer: (.*)", "product=Model: (.*)", "serial=Serial Number: ([0-9]+)",
+         "week=Made in: week ([0-9]+)", "year=Made in: .*([0-9]{4})", "model_year=Model year: (.*)",
+         "bits=Bits per primary color channel: (.*)", "interface=([^ ]+) interface",
+         "name=Display Product Name: '([ -~]+?) *'", "text=Display Product Serial Number: '([ -~]+?) *'"}};
+    vxttest::g_CheckImages("edid_monitors.txt", 1, g_Complete, g_Describe, Decoder);
 }
 
 // Some adapters put the header in front of whatever the bus answered.
