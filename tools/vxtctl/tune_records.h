@@ -24,6 +24,7 @@ struct CClockState {
 
     /// Of the first core.
     CTunedClock First() const { return {dReferenceClock, Multipliers.front()}; }
+    bool operator==(const CClockState&) const = default;
 };
 
 /// The same; multipliers that differ one by one: "215 MHz x 16 16 8 16".

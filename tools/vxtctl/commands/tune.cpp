@@ -136,10 +136,11 @@ std::string g_GoThere(const CTuneMachine& rMachine, const CTuneRecord& rRecord) 
 void g_Settle(const CWanted& rWanted, const CTuneMachine& rMachine, CTuneRecord& rRecord, CTuneResult& rResult,
               CFindings& rFindings) {
     rResult.oInForce = rMachine.Read();
+    if (rRecord.oFound && !rWanted.bPutBack && rMachine.Is(rResult.oInForce, *rRecord.oFound)) return;
     if (!rRecord.oFound || rWanted.bPutBack) {
         rResult.sPutBackProblem = rMachine.Set(rRecord.Before);
         rResult.oPutBack = rResult.sPutBackProblem.empty();
-    } else if (rResult.oInForce && !rMachine.Is(rResult.oInForce, *rRecord.oFound)) {
+    } else if (rResult.oInForce) {
         // The library went to another one, which it never tested. A core that is apart from the others stays that.
         CClockState Found = *rResult.oInForce;
         Found.dReferenceClock = rRecord.oFound->dReferenceClock;
@@ -211,8 +212,8 @@ EExit g_Search(CTool& rTool, const CWanted& rWanted, const CHostLibrary& rLibrar
     if (oDeadly) Search.Forbid(*oDeadly);
     Search.Forget();  // where it begins is set here
     Records.SetLast(Record);
-    const std::string sProblem = g_GoThere(Machine, Record);
-    Search.Run(sProblem);
+    const bool bIsThere = Record.Points.empty() && Record.Before == *oNow;
+    Search.Run(bIsThere ? "" : g_GoThere(Machine, Record));
 
     Result.eView = ETuneView::kSearched;
     Result.bIsKept = Records.HasPlace();
