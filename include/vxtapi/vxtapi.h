@@ -5,20 +5,26 @@
 
 #include <vxtapi/benchmark_center.h>
 #include <vxtapi/bios.h>
+#include <vxtapi/board.h>
 #include <vxtapi/clock_generator.h>
 #include <vxtapi/cpu.h>
 #include <vxtapi/device.h>
+#include <vxtapi/device_controller.h>
 #include <vxtapi/device_manager.h>
 #include <vxtapi/environment_controller.h>
 #include <vxtapi/graphics_processor.h>
 #include <vxtapi/ht_link.h>
+#include <vxtapi/input_device.h>
 #include <vxtapi/log.h>
 #include <vxtapi/memory_controller.h>
+#include <vxtapi/memory_module.h>
+#include <vxtapi/monitor.h>
 #include <vxtapi/north_bridge.h>
 #include <vxtapi/performance_control.h>
 #include <vxtapi/profile_keys.h>
 #include <vxtapi/profile_settings.h>
 #include <vxtapi/south_bridge.h>
+#include <vxtapi/storage_device.h>
 #include <vxtapi/test_center.h>
 #include <vxtapi/voltage_controller.h>
 

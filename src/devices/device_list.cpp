@@ -3,6 +3,7 @@
 #include "devices/chipset/chipset_devices.h"
 #include "devices/cpu/cpu_devices.h"
 #include "devices/memctl/memctl_devices.h"
+#include "devices/memory/memory_module.h"
 #include "devices/peripherals/peripheral_devices.h"
 #include "firmware/acpi_table.h"
 #include "firmware/bios_device.h"
@@ -49,7 +50,7 @@ constexpr CCreateFunction kDeviceList[] = {
     kOverSystemWmi<CDefaultBIOS>,
     kAlone<CDefaultBoard>,
     kOverFirmware<CDefaultClockGen>,
-    kAlone<CDefaultMemory>,
+    kOverDriver<CDefaultMemory>,
     kAlone<CDefaultMonitor>,
     kOverFirmware<CDefaultPWMController>,
     kOverFirmware<CCustomerPWMController>,

@@ -162,6 +162,7 @@ struct CFakeGraphics final : CFake<vxtapi::CGraphicsProcessor> {
     bool IsIntegrated() override { return m_bIntegrated; }
     double GetEngineClock() override { return 0; }
     bool SetEngineClock(double d) override { return _Called("engine", d); }
+    bool GetEngineClockLimits(vxtapi::EngineClockLimits*) override { return false; }
     bool m_bIntegrated = true;
 };
 struct CFakeVoltages final : CFake<vxtapi::CVoltageController> {

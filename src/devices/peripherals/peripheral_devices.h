@@ -23,7 +23,6 @@ inline constexpr CDeviceIdentity kDefaultKeyboardIdentity{.eType = vxtapi::kDevi
 inline constexpr CDeviceIdentity kDefaultMouseIdentity{.eType = vxtapi::kDeviceMouse, .pszName = L"Default Mouse"};
 inline constexpr CDeviceIdentity kUSBControllerIdentity{
     .eType = vxtapi::kDeviceUsb, .pszName = L"USB Controller", .uVersion = 20080111};
-inline constexpr CDeviceIdentity kDefaultMemoryIdentity{.eType = vxtapi::kDeviceMemory, .pszName = L"Default Memory"};
 inline constexpr CDeviceIdentity kDefaultMonitorIdentity{.eType = vxtapi::kDeviceMonitor,
                                                          .pszName = L"Default Monitor"};
 
@@ -32,6 +31,7 @@ public:
     bool IsIntegrated() override { return false; }
     double GetEngineClock() override { return 0.0; }
     bool SetEngineClock(double /*dMHz*/) override { return false; }
+    bool GetEngineClockLimits(vxtapi::EngineClockLimits* /*pLimits*/) override { return false; }
 };
 class CDefaultCDRom final : public CUnbuiltDevice<kDefaultCDRomIdentity> {};
 class CDefaultHardDisk final : public CUnbuiltDevice<kDefaultHardDiskIdentity> {};
@@ -46,7 +46,6 @@ class CUSBController final : public CUnbuiltDevice<kUSBControllerIdentity, CCont
 public:
     bool RefreshDevices() override { return false; }
 };
-class CDefaultMemory final : public CUnbuiltDevice<kDefaultMemoryIdentity> {};
 class CDefaultMonitor final : public CUnbuiltDevice<kDefaultMonitorIdentity> {};
 
 }  // namespace vxt
