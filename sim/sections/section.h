@@ -36,7 +36,7 @@ struct CSectionKind {
 
 extern const CSectionKind kBeginSection, kMachineSection, kCpuidSection, kMsrSection, kPciSection, kMemorySection,
     kAcpiSection, kDramDataSection, kLinkPhySection, kPortsSection, kSmbusSection, kIndexPortsSection, kSuperIoSection,
-    kFanSection, kRegistrySection, kWmiSection, kFirmwareSection, kFirmwareObjectSection, kFirmwareItemSection,
+    kFanSection, kDeviceSection, kRegistrySection, kWmiSection, kFirmwareSection, kFirmwareObjectSection, kFirmwareItemSection,
     kFirmwareCommandSection, kFirmwareAnswerSection, kEndSection;
 
 /// All of them, in the order in which they are written.

@@ -20,6 +20,7 @@ constexpr const CSectionKind* kKinds[] = {
     &kIndexPortsSection,
     &kSuperIoSection,
     &kFanSection,
+    &kDeviceSection,
     &kRegistrySection,
     &kWmiSection,
     &kFirmwareSection,
