@@ -98,6 +98,8 @@ public:
         kWmiEnumerator,
         kWmiObject,
         kXmlDocument,
+        kDeviceList,
+        kDrive,
     };
     struct CHandle {
         EHandle eKind;
