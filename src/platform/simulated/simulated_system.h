@@ -100,6 +100,7 @@ public:
         kXmlDocument,
         kDeviceList,
         kDrive,
+        kDisplay,
     };
     struct CHandle {
         EHandle eKind;
