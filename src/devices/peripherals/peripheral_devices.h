@@ -1,4 +1,4 @@
-// Disks, controllers, monitor, input devices and the board.
+// The board, drives, controllers, monitor and input devices.
 #pragma once
 
 #include "devices/peripherals/board.h"

@@ -98,9 +98,9 @@ public:
         kWmiEnumerator,
         kWmiObject,
         kXmlDocument,
+        kDisplay,
         kDeviceList,
         kDrive,
-        kDisplay,
     };
     struct CHandle {
         EHandle eKind;
