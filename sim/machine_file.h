@@ -135,6 +135,19 @@ inline constexpr CSetupClassName kSetupClasses[] = {
     {"hidclass", "{745a17a0-74d3-11d0-b6fe-00a0c90f57da}"}, {"system", "{4d36e97d-e325-11ce-bfc1-08002be10318}"},
 };
 
+/// A display adapter with its driver.
+struct CDisplayAdapter {
+    std::string sName;      ///< of the adapter
+    std::string sId;        ///< "PCI\\VEN_1002&DEV_9614..."
+    uint32_t uOutputs = 1;  ///< displays that the system counts
+    bool bAnswers = false;  ///< its driver knows the escape; what follows is told by that alone
+    bool bIntegrated = false;
+    uint32_t uClock = 0;                            ///< kHz of the engine
+    uint32_t uLowest = 0, uHighest = 0, uStep = 0;  ///< kHz; all 0: the driver does not say
+    bool bStuck = false;                            ///< takes another clock, and keeps the old one
+    bool operator==(const CDisplayAdapter&) const = default;
+};
+
 /// What a machine file says. Plain data: equal files give equal descriptions.
 struct CMachineDescription {
     std::string sName;
@@ -161,9 +174,10 @@ struct CMachineDescription {
     std::map<uint16_t, std::vector<uint8_t>> IndexPorts;             ///< by index port: up to 256 registers
     std::map<CSuperIoPart, std::vector<uint8_t>> SuperIo;            ///< dumps
     std::map<CFanPlace, CFan> Fans;
-    std::vector<CPluggedDevice> Devices;          ///< in file order
-    std::map<std::string, std::string> Registry;  ///< "key\\path!value" -> text of the line
-    std::vector<CWmiInstance> Wmi;                ///< in file order
+    std::map<uint32_t, CDisplayAdapter> Displays;  ///< by number
+    std::vector<CPluggedDevice> Devices;           ///< in file order
+    std::map<std::string, std::string> Registry;   ///< "key\\path!value" -> text of the line
+    std::vector<CWmiInstance> Wmi;                 ///< in file order
     std::optional<CFirmwareDescription> oFirmware;
     /// What is said of a register for this core alone: if nothing yet, what is said for all.
     uint64_t& CoreMsr(uint32_t uCore, uint32_t uIndex) {

@@ -21,6 +21,7 @@ constexpr const CSectionKind* kKinds[] = {
     &kSuperIoSection,
     &kFanSection,
     &kDeviceSection,
+    &kDisplaySection,
     &kRegistrySection,
     &kWmiSection,
     &kFirmwareSection,

@@ -2,6 +2,7 @@
 
 #include "devices/chipset/chipset_devices.h"
 #include "devices/cpu/cpu_devices.h"
+#include "devices/graphics/graphics_processor.h"
 #include "devices/memctl/memctl_devices.h"
 #include "devices/memory/memory_module.h"
 #include "devices/peripherals/peripheral_devices.h"

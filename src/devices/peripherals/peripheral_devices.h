@@ -1,7 +1,5 @@
-// Graphics, disks, controllers, memory modules, firmware, monitor and input devices.
+// Disks, controllers, monitor and input devices.
 #pragma once
-
-#include <vxtapi/graphics_processor.h>
 
 #include "devices/framework/controller.h"
 #include "devices/framework/unbuilt_device.h"
@@ -9,8 +7,6 @@
 
 namespace vxt {
 
-inline constexpr CDeviceIdentity kNYXGPUIdentity{
-    .eType = vxtapi::kDeviceGpu, .pszName = L"NYX(TM) GPU", .uVersion = 20070322, .pszVendor = kMakerVendor};
 inline constexpr CDeviceIdentity kDefaultCDRomIdentity{.eType = vxtapi::kDeviceCdRom, .pszName = L"Default CDRom"};
 inline constexpr CDeviceIdentity kDefaultHardDiskIdentity{.eType = vxtapi::kDeviceHardDisk,
                                                           .pszName = L"Default HardDisk"};
@@ -26,13 +22,6 @@ inline constexpr CDeviceIdentity kUSBControllerIdentity{
 inline constexpr CDeviceIdentity kDefaultMonitorIdentity{.eType = vxtapi::kDeviceMonitor,
                                                          .pszName = L"Default Monitor"};
 
-class CNYXGPU final : public CUnbuiltDevice<kNYXGPUIdentity, vxtapi::CGraphicsProcessor> {
-public:
-    bool IsIntegrated() override { return false; }
-    double GetEngineClock() override { return 0.0; }
-    bool SetEngineClock(double /*dMHz*/) override { return false; }
-    bool GetEngineClockLimits(vxtapi::EngineClockLimits* /*pLimits*/) override { return false; }
-};
 class CDefaultCDRom final : public CUnbuiltDevice<kDefaultCDRomIdentity> {};
 class CDefaultHardDisk final : public CUnbuiltDevice<kDefaultHardDiskIdentity> {};
 class CIDEController final : public CUnbuiltDevice<kIDEControllerIdentity> {};

@@ -98,6 +98,7 @@ public:
         kWmiEnumerator,
         kWmiObject,
         kXmlDocument,
+        kDisplay,
     };
     struct CHandle {
         EHandle eKind;
