@@ -224,13 +224,8 @@ vxtsim::CControlReply CSimulatedPc::_RunFirmware(const void* pFile, std::span<co
                                                  std::span<uint8_t> Out) {
     CFirmwareCall Call;
     if (!g_Unpack(In, Call) || Out.size() != sizeof(uint32_t)) return {};
-    CFirmwareReply Reply;
-    const uint64_t ullBegin = _Machine().Now();
-    Reply.bDone = m_pRunning->Wmi.Execute(Call.sNamespace, Call.sPath, Call.sMethod,
-                                          Call.oInput ? &*Call.oInput : nullptr, Reply.oOutput);
-    Reply.ullNanoseconds = _Machine().Now() - ullBegin;
     std::vector<uint8_t>& rAnswer = m_Answers[pFile];
-    rAnswer = g_Pack(std::move(Reply));
+    rAnswer = g_Pack(g_Answer(m_pRunning->Wmi, _Machine(), Call));
     const auto uSize = static_cast<uint32_t>(rAnswer.size());
     std::memcpy(Out.data(), &uSize, sizeof(uSize));
     return {true, sizeof(uSize)};

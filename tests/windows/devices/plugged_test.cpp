@@ -4,9 +4,12 @@
 #include "platform/drive.h"
 #include "platform/error_code.h"
 #include "platform/windows/windows_api.h"
+#include "platform/wmi.h"
 
 // Behind windows_api.h: it brings <windows.h>, whose macros would rename the seam's functions.
 #include <gtest/gtest.h>
+#include <ntddscsi.h>
+#include <winioctl.h>
 
 #include <algorithm>
 #include <array>
@@ -21,6 +24,8 @@ namespace {
 
 constexpr const char* kMachine = R"([machine]
 based_on = family10h-ddr3
+[wmi root\cimv2 Win32_BaseBoard]
+Manufacturer = text:Public
 [device PCI\VEN_1002&DEV_4391\3&267A616A&0&88]
 class = hdc
 description = AHCI controller
@@ -64,6 +69,23 @@ std::vector<std::wstring> g_Ids(ESetupClass eClass) {
 }
 
 bool g_IsThere(const wchar_t* pszId) { return std::ranges::count(g_Ids(ESetupClass::kAnyDevice), pszId) == 1; }
+
+/// A property of all instances in the system's inventory.
+std::vector<std::wstring> g_Inventory(const wchar_t* pszClass, const wchar_t* pszProperty) {
+    CWmiLocator Locator;
+    CWmiServices Services;
+    CWmiEnumerator Enumerator;
+    std::vector<std::wstring> Found;
+    EXPECT_GE(CreateWmiLocator(Locator), 0);
+    EXPECT_GE(ConnectWmiServer(Locator, LR"(root\cimv2)", Services), 0);
+    EXPECT_GE(CreateWmiInstanceEnum(Services, pszClass, 0x221, Enumerator), 0);  // shallow, forward only, direct read
+    while (const CWmiObject Instance = NextWmiInstance(Enumerator, 5000)) {
+        WmiValue Value;
+        EXPECT_GE(GetWmiProperty(Instance, pszProperty, Value), 0);
+        Found.push_back(std::get<std::wstring>(Value));
+    }
+    return Found;
+}
 
 class CPlugged : public testing::Test {
 protected:
@@ -153,14 +175,54 @@ TEST_F(CPlugged, DrivesAnswerAsTheDriversOfWindowsDo) {
     EXPECT_FALSE(DescribeDrive(Asked, std::span(Descriptor).first(7), uSize));
 }
 
+// The same request as the library's, which has to be right to the byte.
+TEST_F(CPlugged, AWrongPassThroughIsRefused) {
+    struct CRequest {
+        ATA_PASS_THROUGH_EX Header{};
+        UCHAR aucData[kIdentifyBytes]{};
+    };
+    constexpr USHORT kHeader = sizeof(ATA_PASS_THROUGH_EX);
+    constexpr ULONG kData = offsetof(CRequest, aucData);
+    constexpr struct {
+        const char* pszCase;
+        USHORT usLength, usFlags;
+        ULONG ulOffset, ulSeconds;
+        DWORD dwSize, dwError;
+    } kCases[] = {
+        {"right", kHeader, ATA_FLAGS_DATA_IN, kData, 3, sizeof(CRequest), ERROR_SUCCESS},
+        {"length", kHeader - 1, ATA_FLAGS_DATA_IN, kData, 3, sizeof(CRequest), ERROR_INVALID_PARAMETER},
+        {"no time", kHeader, ATA_FLAGS_DATA_IN, kData, 0, sizeof(CRequest), ERROR_INVALID_PARAMETER},
+        {"to the drive", kHeader, ATA_FLAGS_DATA_OUT, kData, 3, sizeof(CRequest), ERROR_INVALID_PARAMETER},
+        {"into the header", kHeader, ATA_FLAGS_DATA_IN, 8, 3, sizeof(CRequest), ERROR_INVALID_PARAMETER},
+        {"beyond the end", kHeader, ATA_FLAGS_DATA_IN, kData + 1, 3, sizeof(CRequest), ERROR_INVALID_PARAMETER},
+        {"short", kHeader, ATA_FLAGS_DATA_IN, kData, 3, kHeader - 1, ERROR_INSUFFICIENT_BUFFER},
+    };
+    const CDrive Disk = OpenDrive(LR"(\\.\PHYSICALDRIVE0)", EDriveAccess::kReadWrite);
+    for (const auto& [pszCase, usLength, usFlags, ulOffset, ulSeconds, dwSize, dwError] : kCases) {
+        CRequest Request;
+        Request.Header.Length = usLength, Request.Header.AtaFlags = usFlags;
+        Request.Header.DataTransferLength = kIdentifyBytes, Request.Header.DataBufferOffset = ulOffset;
+        Request.Header.TimeOutValue = ulSeconds;
+        Request.Header.CurrentTaskFile[6] = 0xEC;
+        DWORD dwReturned = 0;
+        SetLastError(ERROR_SUCCESS);
+        DeviceIoControl(g_ToHandle(Disk.Get()), IOCTL_ATA_PASS_THROUGH, &Request, dwSize, &Request, dwSize, &dwReturned,
+                        nullptr);
+        EXPECT_EQ(GetLastError(), dwError) << pszCase;
+    }
+}
+
 TEST_F(CPlugged, DevicesComeAndGoWithTimeAndWithTheDriver) {
     constexpr const wchar_t *kStick = LR"(\\.\PHYSICALDRIVE5)", *kStickId = LR"(USBSTOR\DISK\1)",
                             *kDiskId = LR"(IDE\DISKPUBLIC_IMAGE\5&2A1&0&0.0.0)";
     std::array<uint8_t, 512> Data{};
     uint32_t uSize = 0;
     EXPECT_FALSE(g_IsThere(kStickId) || OpenDrive(kStick, EDriveAccess::kAsk));
+    EXPECT_EQ(g_Inventory(L"Win32_DiskDrive", L"PNPDeviceID"), std::vector<std::wstring>{kDiskId});
+    EXPECT_EQ(g_Inventory(L"Win32_BaseBoard", L"Manufacturer"), std::vector<std::wstring>{L"Public"});
     LetTimePass(1000);
     EXPECT_TRUE(g_IsThere(kStickId));
+    EXPECT_EQ(g_Inventory(L"Win32_DiskDrive", L"PNPDeviceID"), (std::vector<std::wstring>{kDiskId, kStickId}));
     const CDrive Stick = OpenDrive(kStick, EDriveAccess::kReadWrite);
     EXPECT_TRUE(DescribeDrive(Stick, Data, uSize)) << LastError();
     EXPECT_FALSE(IdentifyDrive(Stick, false, Data)) << "it refuses the command";
@@ -171,6 +233,9 @@ TEST_F(CPlugged, DevicesComeAndGoWithTimeAndWithTheDriver) {
     EXPECT_TRUE(g_IsThere(kDiskId));
     g_RemoveDriverService();
     EXPECT_FALSE(g_IsThere(kDiskId));
+    const auto OwnDisks = g_Inventory(L"Win32_DiskDrive", L"PNPDeviceID");
+    EXPECT_FALSE(OwnDisks.empty() || std::ranges::count(OwnDisks, kDiskId)) << "the inventory is the system's";
+    EXPECT_NE(g_Inventory(L"Win32_BaseBoard", L"Manufacturer"), std::vector<std::wstring>{L"Public"});
     const CDrive Own = OpenDrive(LR"(\\.\PHYSICALDRIVE0)", EDriveAccess::kAsk);
     ASSERT_TRUE(DescribeDrive(Own, Data, uSize)) << "Windows has its own disk again";
     EXPECT_EQ(Data[28], 1) << "bus";
