@@ -100,6 +100,54 @@ struct CFan {
     bool operator==(const CFan&) const = default;
 };
 
+/// A device of the system's device tree, from when to when it is there, and what it says of itself.
+struct CPluggedDevice {
+    static constexpr size_t kImage = 32'768;  ///< an EDID with all its extensions
+    std::string sId;                          ///< "PCI\\VEN_1002&DEV_4391...\\3&267A616A&0&88"
+    std::string sClass;                       ///< setup class, in small letters
+    std::string sDescription, sFriendlyName, sManufacturer;
+    std::string sParent;  ///< ID of the device that it is attached to; empty: the root
+    std::vector<std::string> HardwareIds, CompatibleIds;
+    std::string sDrive;                       ///< a drive's name, "PHYSICALDRIVE0"; else empty
+    std::string sVendor, sSerial, sRevision;  ///< a drive's, as the system's driver tells them
+    uint32_t uBus = 0;                        ///< a drive's, as the system's driver numbers it: 3 ATA, 7 USB, 11 SATA
+    uint64_t ullBytes = 0;                    ///< a drive's
+    bool bRemovable = false;                  ///< likewise
+    std::vector<uint8_t> Image;               ///< a monitor's EDID, a drive's IDENTIFY data
+    uint32_t uFrom = 0, uUntil = 0;           ///< seconds since power-on; until 0: for good
+
+    bool IsThere(uint64_t ullNanoseconds) const {
+        constexpr uint64_t kSecond = 1'000'000'000;
+        return ullNanoseconds >= uFrom * kSecond && (uUntil == 0 || ullNanoseconds < uUntil * kSecond);
+    }
+    bool operator==(const CPluggedDevice&) const = default;
+};
+/// What a device's class may be, with the number by which the system knows it.
+struct CSetupClassName {
+    std::string_view sName;
+    const char* pszGuid;
+};
+inline constexpr CSetupClassName kSetupClasses[] = {
+    {"hdc", "{4d36e96a-e325-11ce-bfc1-08002be10318}"},      {"usb", "{36fc9e60-c465-11cf-8056-444553540000}"},
+    {"keyboard", "{4d36e96b-e325-11ce-bfc1-08002be10318}"}, {"mouse", "{4d36e96f-e325-11ce-bfc1-08002be10318}"},
+    {"monitor", "{4d36e96e-e325-11ce-bfc1-08002be10318}"},  {"diskdrive", "{4d36e967-e325-11ce-bfc1-08002be10318}"},
+    {"cdrom", "{4d36e965-e325-11ce-bfc1-08002be10318}"},    {"display", "{4d36e968-e325-11ce-bfc1-08002be10318}"},
+    {"hidclass", "{745a17a0-74d3-11d0-b6fe-00a0c90f57da}"}, {"system", "{4d36e97d-e325-11ce-bfc1-08002be10318}"},
+};
+
+/// A display adapter with its driver.
+struct CDisplayAdapter {
+    std::string sName;      ///< of the adapter
+    std::string sId;        ///< "PCI\\VEN_1002&DEV_9614..."
+    uint32_t uOutputs = 1;  ///< displays that the system counts
+    bool bAnswers = false;  ///< its driver knows the escape; what follows is told by that alone
+    bool bIntegrated = false;
+    uint32_t uClock = 0;                            ///< kHz of the engine
+    uint32_t uLowest = 0, uHighest = 0, uStep = 0;  ///< kHz; all 0: the driver does not say
+    bool bStuck = false;                            ///< takes another clock, and keeps the old one
+    bool operator==(const CDisplayAdapter&) const = default;
+};
+
 /// What a machine file says. Plain data: equal files give equal descriptions.
 struct CMachineDescription {
     std::string sName;
@@ -126,8 +174,10 @@ struct CMachineDescription {
     std::map<uint16_t, std::vector<uint8_t>> IndexPorts;             ///< by index port: up to 256 registers
     std::map<CSuperIoPart, std::vector<uint8_t>> SuperIo;            ///< dumps
     std::map<CFanPlace, CFan> Fans;
-    std::map<std::string, std::string> Registry;  ///< "key\\path!value" -> text of the line
-    std::vector<CWmiInstance> Wmi;                ///< in file order
+    std::map<uint32_t, CDisplayAdapter> Displays;  ///< by number
+    std::vector<CPluggedDevice> Devices;           ///< in file order
+    std::map<std::string, std::string> Registry;   ///< "key\\path!value" -> text of the line
+    std::vector<CWmiInstance> Wmi;                 ///< in file order
     std::optional<CFirmwareDescription> oFirmware;
     /// What is said of a register for this core alone: if nothing yet, what is said for all.
     uint64_t& CoreMsr(uint32_t uCore, uint32_t uIndex) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "drive_classes.h"
 #include "machine.h"
 
 namespace vxtsim {
@@ -63,7 +64,7 @@ bool CWmiValue::operator==(const CWmiValue& rOther) const {
 
 // --- queries
 
-CSimWmi::CSimWmi(CSimMachine& rMachine) : m_rDescription(rMachine.Description()) {
+CSimWmi::CSimWmi(CSimMachine& rMachine) : m_rMachine(rMachine), m_rDescription(rMachine.Description()) {
     if (m_rDescription.oFirmware) m_pFirmware = std::make_unique<CSimFirmware>(rMachine);
 }
 
@@ -89,10 +90,17 @@ std::optional<std::vector<CWmiObject>> CSimWmi::GetInstances(std::string_view sN
         return Found;  // a package has no instances
     }
     const std::string sWanted = NamespaceName(sNamespace);
+    const auto Add = [&](const std::string& sName, std::map<std::string, CWmiValue> Properties) {
+        std::string sPath = sName + ".Number=" + std::to_string(Found.size());
+        Found.push_back(g_Named(sName, std::move(sPath), std::move(Properties)));
+    };
+    const CDriveClass* const pDrives = sWanted == "root\\cimv2" ? g_FindDriveClass(sClass) : nullptr;
+    if (pDrives)
+        for (auto& rProperties : g_DriveInstances(*pDrives, m_rDescription.Devices, m_rMachine.Now()))
+            Add(std::string(sClass), std::move(rProperties));
     for (const auto& [sSpace, sName, Properties] : m_rDescription.Wmi)
-        if (sSpace == sWanted && sName == sClass)
-            Found.push_back(g_Named(sName, sName + ".Number=" + std::to_string(Found.size()), Properties));
-    return Found.empty() ? std::nullopt : std::optional(std::move(Found));
+        if (sSpace == sWanted && sName == sClass) Add(sName, Properties);
+    return Found.empty() && !pDrives ? std::nullopt : std::optional(std::move(Found));
 }
 
 std::optional<CWmiObject> CSimWmi::GetObject(std::string_view sNamespace, std::string_view sPath) const {

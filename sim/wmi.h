@@ -7,8 +7,8 @@
 
 namespace vxtsim {
 
-/// Everything a management query reaches. Any thread may call. The plain instances never change; the firmware guards
-/// what does.
+/// Everything a management query reaches. Any thread may call. The plain instances never change; drives come and go with
+/// virtual time; the firmware guards what changes there.
 class CSimWmi {
 public:
     explicit CSimWmi(CSimMachine& rMachine);
@@ -50,6 +50,7 @@ private:
     /// The firmware, when this is its namespace.
     const CSimFirmware* _FirmwareIn(std::string_view sNamespace) const;
 
+    const CSimMachine& m_rMachine;
     const CMachineDescription& m_rDescription;
     std::unique_ptr<CSimFirmware> m_pFirmware;
     mutable std::mutex m_Lock;  ///< the enumerations

@@ -5,6 +5,7 @@
 #include "../acpi_layout.h"
 #include "../machine.h"
 #include "additional_data.h"
+#include "display_driver.h"
 #include "fid_vid.h"
 #include "link_phy.h"
 #include "pm_timer.h"
@@ -108,6 +109,8 @@ constexpr CModelRow kModels[] = {
     {g_IsLater, [](CSimMachine& r) { r.Plug<CAdditionalData>(2u); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CReadOnlyTemperature>(); }},
     {g_IsLater, [](CSimMachine& r) { r.Plug<CLinkPhy>(); }},
+    {[](const CSimMachine& r) { return !r.Description().Displays.empty(); },
+     [](CSimMachine& r) { r.Plug<CDisplayDriver>(); }},
     // Behind the cores' clock, which warms sensors.
     {[](const CSimMachine& r) { return !r.Description().IndexPorts.empty(); }, g_PlugIndexPorts},
     {[](const CSimMachine& r) { return !r.Description().SuperIo.empty(); },

@@ -36,8 +36,8 @@ struct CSectionKind {
 
 extern const CSectionKind kBeginSection, kMachineSection, kCpuidSection, kMsrSection, kPciSection, kMemorySection,
     kAcpiSection, kDramDataSection, kLinkPhySection, kPortsSection, kSmbusSection, kIndexPortsSection, kSuperIoSection,
-    kFanSection, kRegistrySection, kWmiSection, kFirmwareSection, kFirmwareObjectSection, kFirmwareItemSection,
-    kFirmwareCommandSection, kFirmwareAnswerSection, kEndSection;
+    kFanSection, kDeviceSection, kDisplaySection, kRegistrySection, kWmiSection, kFirmwareSection,
+    kFirmwareObjectSection, kFirmwareItemSection, kFirmwareCommandSection, kFirmwareAnswerSection, kEndSection;
 
 /// All of them, in the order in which they are written.
 std::span<const CSectionKind* const> g_SectionKinds();

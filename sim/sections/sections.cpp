@@ -20,6 +20,8 @@ constexpr const CSectionKind* kKinds[] = {
     &kIndexPortsSection,
     &kSuperIoSection,
     &kFanSection,
+    &kDeviceSection,
+    &kDisplaySection,
     &kRegistrySection,
     &kWmiSection,
     &kFirmwareSection,

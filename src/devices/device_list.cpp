@@ -2,6 +2,7 @@
 
 #include "devices/chipset/chipset_devices.h"
 #include "devices/cpu/cpu_devices.h"
+#include "devices/graphics/graphics_processor.h"
 #include "devices/memctl/memctl_devices.h"
 #include "devices/memory/memory_module.h"
 #include "devices/peripherals/peripheral_devices.h"
@@ -40,15 +41,15 @@ constexpr CCreateFunction kDeviceList[] = {
     kOverDriver<CNBQ7>,
     kOverDriver<CSQ3>,
     kSouthBridge<CSQ4>,
-    kAlone<CDefaultCDRom>,
-    kAlone<CDefaultHardDisk>,
+    kOverSystemWmi<CDefaultCDRom>,
+    kOverSystemWmi<CDefaultHardDisk>,
     kAlone<CIDEController>,
     kAlone<CSATAController>,
     kAlone<CDefaultKeyboard>,
     kAlone<CDefaultMouse>,
     kAlone<CUSBController>,
     kOverSystemWmi<CDefaultBIOS>,
-    kAlone<CDefaultBoard>,
+    kOverSystemWmi<CDefaultBoard>,
     kOverFirmware<CDefaultClockGen>,
     kOverDriver<CDefaultMemory>,
     kAlone<CDefaultMonitor>,

@@ -159,6 +159,10 @@ void CGathering::_AddGraphics() {
     };
     CSetting Setting{.sKey = "engine_clock", .sLabel = "Integrated graphics clock", .sUnit = "MHz", .oValue = Read()};
     if (!Setting.oValue) Setting.Fail(vxttools::kNotRead);
+    if (vxtapi::EngineClockLimits Told{}; pGpu->GetEngineClockLimits(&Told)) {
+        Setting.Limits = {Told.dLowest, Told.dHighest};
+        if (Told.dStep != 0) Setting.oStep = Told.dStep;
+    }
     _AddBelowType(m_rLibrary.Devices(vxtapi::kDeviceGpu).front(), vxtapi::kProfileEngineClock, "graphics",
                   {std::move(Setting), Read, [pGpu](double d) { return pGpu->SetEngineClock(d); }});
 }

@@ -1,51 +1,8 @@
-// Graphics, disks, controllers, memory modules, firmware, monitor and input devices.
+// The board, drives, controllers, monitor and input devices.
 #pragma once
 
-#include <vxtapi/graphics_processor.h>
-
-#include "devices/framework/controller.h"
-#include "devices/framework/unbuilt_device.h"
 #include "devices/peripherals/board.h"
-
-namespace vxt {
-
-inline constexpr CDeviceIdentity kNYXGPUIdentity{
-    .eType = vxtapi::kDeviceGpu, .pszName = L"NYX(TM) GPU", .uVersion = 20070322, .pszVendor = kMakerVendor};
-inline constexpr CDeviceIdentity kDefaultCDRomIdentity{.eType = vxtapi::kDeviceCdRom, .pszName = L"Default CDRom"};
-inline constexpr CDeviceIdentity kDefaultHardDiskIdentity{.eType = vxtapi::kDeviceHardDisk,
-                                                          .pszName = L"Default HardDisk"};
-inline constexpr CDeviceIdentity kIDEControllerIdentity{
-    .eType = vxtapi::kDeviceIde, .pszName = L"IDE Controller", .uVersion = 20080109};
-inline constexpr CDeviceIdentity kSATAControllerIdentity{
-    .eType = vxtapi::kDeviceSata, .pszName = L"SATA Controller", .uVersion = 20080109};
-inline constexpr CDeviceIdentity kDefaultKeyboardIdentity{.eType = vxtapi::kDeviceKeyboard,
-                                                          .pszName = L"Default Keyboard"};
-inline constexpr CDeviceIdentity kDefaultMouseIdentity{.eType = vxtapi::kDeviceMouse, .pszName = L"Default Mouse"};
-inline constexpr CDeviceIdentity kUSBControllerIdentity{
-    .eType = vxtapi::kDeviceUsb, .pszName = L"USB Controller", .uVersion = 20080111};
-inline constexpr CDeviceIdentity kDefaultMonitorIdentity{.eType = vxtapi::kDeviceMonitor,
-                                                         .pszName = L"Default Monitor"};
-
-class CNYXGPU final : public CUnbuiltDevice<kNYXGPUIdentity, vxtapi::CGraphicsProcessor> {
-public:
-    bool IsIntegrated() override { return false; }
-    double GetEngineClock() override { return 0.0; }
-    bool SetEngineClock(double /*dMHz*/) override { return false; }
-    bool GetEngineClockLimits(vxtapi::EngineClockLimits* /*pLimits*/) override { return false; }
-};
-class CDefaultCDRom final : public CUnbuiltDevice<kDefaultCDRomIdentity> {};
-class CDefaultHardDisk final : public CUnbuiltDevice<kDefaultHardDiskIdentity> {};
-class CIDEController final : public CUnbuiltDevice<kIDEControllerIdentity> {};
-class CSATAController final : public CUnbuiltDevice<kSATAControllerIdentity, CController> {
-public:
-    bool RefreshDevices() override { return false; }
-};
-class CDefaultKeyboard final : public CUnbuiltDevice<kDefaultKeyboardIdentity> {};
-class CDefaultMouse final : public CUnbuiltDevice<kDefaultMouseIdentity> {};
-class CUSBController final : public CUnbuiltDevice<kUSBControllerIdentity, CController> {
-public:
-    bool RefreshDevices() override { return false; }
-};
-class CDefaultMonitor final : public CUnbuiltDevice<kDefaultMonitorIdentity> {};
-
-}  // namespace vxt
+#include "devices/peripherals/device_controller.h"
+#include "devices/peripherals/input_device.h"
+#include "devices/peripherals/monitor.h"
+#include "devices/peripherals/storage_device.h"

@@ -98,6 +98,9 @@ public:
         kWmiEnumerator,
         kWmiObject,
         kXmlDocument,
+        kDisplay,
+        kDeviceList,
+        kDrive,
     };
     struct CHandle {
         EHandle eKind;

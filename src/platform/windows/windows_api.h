@@ -18,6 +18,7 @@
 #include <winternl.h>
 
 #include <cstdint>
+#include <exception>
 
 namespace vxt::platform {
 
@@ -26,5 +27,16 @@ inline uintptr_t g_FromHandle(HANDLE hObject) {
     return hObject == INVALID_HANDLE_VALUE ? 0 : reinterpret_cast<uintptr_t>(hObject);
 }
 template <class THandle = HANDLE> THandle g_ToHandle(uintptr_t uHandle) { return reinterpret_cast<THandle>(uHandle); }
+
+/// Runs what fills a caller's container: without the memory for it the call fails as any other.
+template <class TFill> bool g_Fill(TFill Fill) {
+    try {
+        Fill();
+        return true;
+    } catch (const std::exception&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return false;
+    }
+}
 
 }  // namespace vxt::platform
