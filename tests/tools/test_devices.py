@@ -11,9 +11,9 @@ def dump(data):
     return "".join(f"{at:02x}: {data[at:at + 16].hex(' ')}\n" for at in range(0, len(data), 16))
 
 
-def spd():
+def spd(machine=""):
     """The first module's bytes."""
-    return bytearray.fromhex(answer("vxtctl modules --raw")["modules"][0]["spd"])
+    return bytearray.fromhex(answer(f"vxtctl modules --raw {machine}")["modules"][0]["spd"])
 
 
 def test_a_module_tells_its_grades_in_clocks_and_nanoseconds():
@@ -35,7 +35,7 @@ def test_the_raw_bytes_are_what_a_machine_file_takes():
 
 
 @table("change, verdict, reason", [(lambda data: b"\xff" * 256, "erased", "its data are erased"), (lambda data: bytes(256), "erased", "its data are erased"),
-                                   (lambda data: data[:3] + b"\x55" + data[4:], "wrong_checksum", None), (lambda data: data[:80], "too_short", None)])
+                                   (lambda data: data[:3] + b"\x55" + data[4:], "wrong_checksum", None), (lambda data: data[:80], "unreadable", "its data cannot be read")])
 def test_a_module_that_is_not_to_be_trusted_is_a_finding(change, verdict, reason):
     write("bad.machine", SPD + dump(change(bytes(spd()))))
     document = answer("vxtctl modules --machine bad.machine", 6)
@@ -46,14 +46,50 @@ def test_a_module_that_is_not_to_be_trusted_is_a_finding(change, verdict, reason
 
 
 def test_what_may_not_be_so_is_said():
-    data = spd()
-    data[117:119] = b"AB"  # the maker's number
-    write("odd.machine", SPD + dump(data))
+    data = spd("--machine k8-revf-dual")
+    data[31] = 0x02  # a rank of 8 GiB
+    data[63] = sum(data[:63]) & 0xFF
+    data[64:72] = b"ABCDEFGH"  # the maker's number
+    write("odd.machine", SPD.replace("family10h-ddr3", "k8-revf-dual") + dump(data))
     doubts = answer("vxtctl modules --machine odd.machine")["modules"][0]["doubts"]
-    assert len(doubts) == 1 and doubts[0].startswith("the maker: ") and f"  Doubtful              {doubts[0]}" in run("vxtctl modules --machine odd.machine").out
+    assert [text.split(":")[0] for text in doubts] == ["the size", "the maker"]
+    assert re.findall("^  Doubtful +(.*)", run("vxtctl modules --machine odd.machine").out, re.M) == doubts
 
 
 def test_a_pc_without_modules_or_drives_says_so():
-    write("bare.machine", "[machine]\nbased_on = k8-first\nwithout = smbus, wmi\n")
+    write("bare.machine", "[machine]\nbased_on = k8-first\nwithout = smbus, device\n")
     assert (run("vxtctl modules --machine bare.machine").code, run("vxtctl disks --machine bare.machine").code) == (3, 3)
     assert answer("vxtctl devices --all --machine bare.machine")["modules"] == []
+
+
+# --- the others, as the built-in machines have them ----------------------------------------------------------------------------------
+
+def facts(device):
+    return {key: fact["value"] for key, fact in device.items() if isinstance(fact, dict) and fact.get("value") is not None}
+
+
+def test_a_drive_tells_what_it_is_and_what_it_can():
+    drive, optical = answer("vxtctl disks --machine desktop-b")["drives"]
+    known = facts(drive)
+    assert (drive["id"], optical["id"], drive["verdict"]) == ("/hard-disk/0", "/cd-rom/0", "right")
+    assert (known["model"], known["bytes"], round(known["capacity"], 3), known["bus"], known["solid_state"]) == ("Samsung SSD 870 QVO 4TB", 4000787030016, 4000.787, "SATA", True)
+    assert (known["sata_generations"], known["sata_generation"], known["ultra_dma_mode"], known["form_factor"]) == ([1, 2, 3], 3, 6, "2.5 inch")
+    features = {row["name"]: (row["supported"], row["enabled"]) for row in drive["features"]}
+    assert features["SMART"] == (True, True) and features["Security"] == (True, False)
+    assert optical["bytes"] == {"value": None, "unit": "bytes", "reason": "it does not say"}
+    assert re.search(r"^  Capacity +4000\.8 GB$", run("vxtctl disks --machine desktop-b").out, re.M)
+
+
+def test_all_that_is_attached_is_a_tree():
+    document = answer("vxtctl devices --all --machine desktop-a")
+    ide = next(row for row in document["controllers"] if row["id"] == "/ide/0")
+    assert [(row["depth"], row["name"]) for row in ide["attached"]] == [(0, "ATA Channel 0"), (1, "WDC AC22100H ATA Device"), (0, "ATA Channel 1"), (1, "QOR DVD-RW 20X ATA Device")]
+    shown = run("vxtctl devices --all --machine desktop-a").out
+    assert "\nATA Channel 0 " in shown and "\n  WDC AC22100H ATA Device " in shown
+    assert [facts(row)["connection"] for row in document["input_devices"]] == ["PS/2", "PS/2"] and facts(document["boards"][0])["product"] == "SB-2A"
+    monitor = document["monitors"][0]
+    assert (facts(monitor)["width"], facts(monitor)["diagonal"]) == (433, 20.1) and [(row["width"], row["height"], round(row["refresh"], 2), row["preferred"]) for row in monitor["modes"]] == [(1680, 1050, 59.95, True)]
+
+
+def test_a_broken_edid_is_a_finding():
+    assert answer("vxtctl devices --all --machine k8-first", 6)["findings"] == ["/monitor/0: its EDID: the checksum is WRONG"]

@@ -23,13 +23,15 @@ table{border-collapse:collapse;font-size:.92rem;font-variant-numeric:tabular-num
 caption{text-align:left;font-weight:600;padding:.2rem 0 .4rem}
 th,td{text-align:left;vertical-align:top;padding:.3rem .9rem .3rem .5rem;border-bottom:1px solid var(--line);unicode-bidi:isolate}
 thead th{background:var(--head);font-weight:600;white-space:nowrap}
-tbody th{font-weight:400}.facts tbody th{color:var(--soft);white-space:nowrap;width:1%}
+tbody th{font-weight:400}.facts tbody th{color:var(--soft);white-space:nowrap}
+@media (min-width:56rem),print{.half{float:left;width:calc(50% - 1.2rem);margin-right:1.2rem}.half table{width:100%}}
+h2,nav,.tree,.scroll:not(.half),section::after{clear:both}section::after{content:"";display:block}
 .n{text-align:right;white-space:nowrap}
 .tree{margin:.2rem 0 1.4rem}.tree ul{padding-left:1.3rem}.tree p{font-weight:600;margin:0}.tree small{color:var(--soft)}
-footer{margin-top:3rem;color:var(--soft);font-size:.9rem}
+
 @media print{@page{margin:15mm}body{font-size:10pt;padding:0;max-width:none}nav{display:none}h1,h2,caption,figcaption,.tree p{break-after:avoid}
 tr,li,figure svg{break-inside:avoid}thead{display:table-header-group}.scroll{overflow:visible}table{max-width:100%;font-size:8.5pt}
-th,td{padding:.15rem .4rem;overflow-wrap:anywhere}thead th,.n,.facts tbody th{white-space:normal}.chart{min-width:0}}
+th,td{padding:.15rem .4rem}.facts td{overflow-wrap:anywhere}.short,thead{break-inside:avoid;break-after:avoid}.short{break-after:auto}thead th,.n,.facts tbody th{white-space:normal}.chart{min-width:0}}
 )";
 
 /// A heading without the marks of text tables.
@@ -73,9 +75,9 @@ std::string g_Tree(const CTextTable& rTable) {
 
 }  // namespace
 
-std::string g_Scrollable(const std::string& sLabel, const std::string& sMarkup) {
-    return "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + g_Markup(sLabel) + "\">\n" + sMarkup +
-           "</div>\n";
+std::string g_Scrollable(const std::string& sLabel, const std::string& sMarkup, const char* pszClass) {
+    return "<div class=\"" + std::string(pszClass) + "\" role=\"region\" tabindex=\"0\" aria-label=\"" +
+           g_Markup(sLabel) + "\">\n" + sMarkup + "</div>\n";
 }
 
 CHtmlPage::CHtmlPage(const std::string& sTitle, const std::string& sGenerator, const std::string& sMoreStyle)
@@ -127,7 +129,10 @@ void CHtmlPage::Table(const CTextTable& rTable) {
             sTable += g_Cell(i < rRow.size() ? rRow[i] : "", i == 0, Columns[i].bIsNumber, "row");
         sTable += "</tr>\n";
     }
-    m_sBody += g_Scrollable(rTable.sTitle, sTable + "</tbody>\n</table>\n");
+    constexpr size_t kShort = 15;  // rows that stay on one sheet of paper
+    const std::string sClass =
+        std::string("scroll") + (bHasHead ? "" : " half") + (rTable.Rows.size() <= kShort ? " short" : "");
+    m_sBody += g_Scrollable(rTable.sTitle, sTable + "</tbody>\n</table>\n", sClass.c_str());
 }
 
 void CHtmlPage::Append(const CHtmlPage& rOther) {

@@ -9,7 +9,7 @@
 namespace vxttools {
 
 /// Markup that scrolls sideways where it is too wide, and is reached by the keyboard then.
-std::string g_Scrollable(const std::string& sLabel, const std::string& sMarkup);
+std::string g_Scrollable(const std::string& sLabel, const std::string& sMarkup, const char* pszClass = "scroll");
 
 class CHtmlPage {
 public:

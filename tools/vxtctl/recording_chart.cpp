@@ -21,7 +21,7 @@ const char* const kChartStyle = R"(figure{margin:1.5rem 0}figcaption{font-weight
 .chart{display:block;width:100%;min-width:40rem;font-size:13px}
 .chart text{fill:var(--text)}.chart .middle{text-anchor:middle}.chart .end{text-anchor:end}
 .grid{stroke:var(--line);fill:none}.key{width:2.4rem;height:.7rem;vertical-align:middle}
-.line{fill:none;stroke-width:1.8;stroke-linejoin:round;stroke-linecap:round}
+.line{fill:none;stroke-width:1.5;stroke-linejoin:round;stroke-linecap:round}
 .d1{stroke-dasharray:7 4}.d2{stroke-dasharray:2 4}
 .s0{stroke:#0067a3}.s1{stroke:#c24e00}.s2{stroke:#00805d}.s3{stroke:#a8407f}
 .s4{stroke:#826500}.s5{stroke:#2f86c1}.s6{stroke:#555}.s7{stroke:#6a45ab}
@@ -95,7 +95,7 @@ public:
         const std::string sTitle = _Title();
         std::string sHtml = "<figure>\n<figcaption>" + g_Markup(sTitle) + "</figcaption>\n";
         if (m_bHasReadings) sHtml += vxttools::g_Scrollable(sTitle + ", chart", _Svg(sTitle));
-        return sHtml + vxttools::g_Scrollable(sTitle + ", table", _Table(sTitle)) + "</figure>\n";
+        return sHtml + vxttools::g_Scrollable(sTitle + ", table", _Table(sTitle), "scroll short") + "</figure>\n";
     }
 
 private:
