@@ -46,6 +46,10 @@ char g_Capital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a'
 
 }  // namespace
 
+bool g_TellsDrives(std::span<const CPluggedDevice> Devices) {
+    return std::ranges::any_of(Devices, [](const CPluggedDevice& rDevice) { return !rDevice.sDrive.empty(); });
+}
+
 const CPluggedDevice* g_FindDrive(std::span<const CPluggedDevice> Devices, std::string_view sName,
                                   uint64_t ullNanoseconds) {
     const auto it = std::ranges::find_if(Devices, [&](const CPluggedDevice& rDevice) {

@@ -10,6 +10,9 @@ namespace vxtsim {
 
 inline constexpr size_t kIdentifyBytes = 512;
 
+/// Whether the machine file says anything of drives: else nobody knows which ones the PC has.
+bool g_TellsDrives(std::span<const CPluggedDevice> Devices);
+
 /// The drive that opens under this name ("PHYSICALDRIVE0", "D:"; in any letter case, without the "\\.\" in front), as long as
 /// it is there; else null.
 const CPluggedDevice* g_FindDrive(std::span<const CPluggedDevice> Devices, std::string_view sName,

@@ -504,6 +504,11 @@ void CSimMachine::Rest(uint64_t ullNanoseconds) {
     for (const auto& pModel : m_Models) pModel->Rest(ullNanoseconds);
 }
 
+uint64_t CSimMachine::Uptime() const {
+    const std::lock_guard Lock(m_Lock);
+    return m_ullNow + m_pState->ullRested;
+}
+
 // --- loads
 
 // A swing is a raised cosine: none at power-on, all of the load after half a period.
@@ -525,8 +530,7 @@ double CSimMachine::_FullLoad(uint32_t uCore) const {
 
 double CSimMachine::_SwingAngle() const {
     constexpr double kNanoseconds = 1e-9;
-    return 2 * std::numbers::pi * kNanoseconds * static_cast<double>(m_ullNow + m_pState->ullRested) /
-           m_Description.uLoadPeriod;
+    return 2 * std::numbers::pi * kNanoseconds * static_cast<double>(Uptime()) / m_Description.uLoadPeriod;
 }
 
 void CSimMachine::SetLoad(uint32_t uCore, double dLoad) {

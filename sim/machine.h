@@ -114,6 +114,8 @@ public:
     /// Nobody has asked the PC for anything for so long: what is slow (fans, temperatures, the watchdog) has gone on. What
     /// programs measure time by stands still, so that a program which the system holds up amid a measurement sees none of it.
     void Rest(uint64_t ullNanoseconds);
+    /// ns since power-on with those for which it was left alone: by these devices come and go.
+    uint64_t Uptime() const;
 
     // --- the clock that cores and APIC timers are derived from; the description tells it at power-on
     double ReferenceMHz() const;

@@ -96,7 +96,7 @@ std::optional<std::vector<CWmiObject>> CSimWmi::GetInstances(std::string_view sN
     };
     const CDriveClass* const pDrives = sWanted == "root\\cimv2" ? g_FindDriveClass(sClass) : nullptr;
     if (pDrives)
-        for (auto& rProperties : g_DriveInstances(*pDrives, m_rDescription.Devices, m_rMachine.Now()))
+        for (auto& rProperties : g_DriveInstances(*pDrives, m_rDescription.Devices, m_rMachine.Uptime()))
             Add(std::string(sClass), std::move(rProperties));
     for (const auto& [sSpace, sName, Properties] : m_rDescription.Wmi)
         if (sSpace == sWanted && sName == sClass) Add(sName, Properties);

@@ -46,7 +46,10 @@ NTSTATUS NTAPI g_OnClose(DEVICE_OBJECT*, IRP* pIrp) {
 
 ULONG g_Id(HANDLE hId) { return static_cast<ULONG>(reinterpret_cast<uintptr_t>(hId)); }
 
-NTSTATUS NTAPI g_OnDeviceControl(DEVICE_OBJECT*, IRP* pIrp) {
+/// Behind a drive's device object: its place among the PC's devices.
+using CDriveExtension = size_t;
+
+NTSTATUS NTAPI g_OnDeviceControl(DEVICE_OBJECT* pDevice, IRP* pIrp) {
     const IO_STACK_LOCATION* const pStack = IoGetCurrentIrpStackLocation(pIrp);
     const auto& rControl = pStack->Parameters.DeviceIoControl;
     const vxtdriver::CClient Client{g_Id(PsGetProcessId(IoGetRequestorProcess(pIrp))),
@@ -54,6 +57,14 @@ NTSTATUS NTAPI g_OnDeviceControl(DEVICE_OBJECT*, IRP* pIrp) {
     // Buffered method: one buffer, as long as the longer of the two sides, holds the input and then the output.
     uint8_t* const pBuffer = static_cast<uint8_t*>(pIrp->AssociatedIrp.SystemBuffer);
     try {
+        if (pDevice->DeviceType != kDeviceType) {
+            const size_t uDrive = *static_cast<const CDriveExtension*>(pDevice->DeviceExtension);
+            uint32_t uReturned = 0;
+            const vxtdriver::EDriveStatus eStatus =
+                s_pPc->ControlDrive(uDrive, Client, rControl.IoControlCode, {pBuffer, rControl.InputBufferLength},
+                                    {pBuffer, rControl.OutputBufferLength}, uReturned);
+            return g_Complete(pIrp, static_cast<NTSTATUS>(eStatus), uReturned);
+        }
         const vxtsim::CControlReply Reply =
             s_pPc->Control(Client, rControl.IoControlCode, {pBuffer, rControl.InputBufferLength},
                            {pBuffer, rControl.OutputBufferLength});
@@ -62,11 +73,30 @@ NTSTATUS NTAPI g_OnDeviceControl(DEVICE_OBJECT*, IRP* pIrp) {
     } catch (const std::exception&) { return g_Complete(pIrp, STATUS_INSUFFICIENT_RESOURCES); }
 }
 
+void g_DeleteDevices(DRIVER_OBJECT* pDriver) {
+    while (pDriver->DeviceObject) IoDeleteDevice(pDriver->DeviceObject);
+}
+
 void NTAPI g_OnUnload(DRIVER_OBJECT* pDriver) {
     UNICODE_STRING LinkName = g_LinkName();
     IoDeleteSymbolicLink(&LinkName);
-    IoDeleteDevice(pDriver->DeviceObject);
     s_pPc.reset();
+    g_DeleteDevices(pDriver);
+}
+
+NTSTATUS g_MakeDrives(DRIVER_OBJECT* pDriver) {
+    NTSTATUS lStatus = STATUS_SUCCESS;
+    for (size_t uDrive = 0; uDrive < s_pPc->Devices().size() && NT_SUCCESS(lStatus); ++uDrive) {
+        const vxtsim::CPluggedDevice& rDrive = s_pPc->Devices()[uDrive];
+        if (rDrive.sDrive.empty()) continue;
+        const std::wstring sName = vxtdriver::g_DriveObjectName(uDrive);
+        UNICODE_STRING Name = g_Text(sName.c_str());
+        DEVICE_OBJECT* pDevice = nullptr;
+        lStatus = IoCreateDevice(pDriver, sizeof(CDriveExtension), &Name,
+                                 rDrive.sClass == "cdrom" ? FILE_DEVICE_CD_ROM : FILE_DEVICE_DISK, 0, FALSE, &pDevice);
+        if (NT_SUCCESS(lStatus)) *static_cast<CDriveExtension*>(pDevice->DeviceExtension) = uDrive;
+    }
+    return lStatus;
 }
 
 NTSTATUS g_Start(DRIVER_OBJECT* pDriver) {
@@ -76,10 +106,11 @@ NTSTATUS g_Start(DRIVER_OBJECT* pDriver) {
     UNICODE_STRING DeviceName = g_DeviceName(), LinkName = g_LinkName();
     DEVICE_OBJECT* pDevice = nullptr;
     NTSTATUS lStatus = IoCreateDevice(pDriver, 0, &DeviceName, kDeviceType, 0, FALSE, &pDevice);
-    if (!NT_SUCCESS(lStatus)) return lStatus;
-    lStatus = IoCreateSymbolicLink(&LinkName, &DeviceName);
+    if (NT_SUCCESS(lStatus)) lStatus = g_MakeDrives(pDriver);
+    if (NT_SUCCESS(lStatus)) lStatus = IoCreateSymbolicLink(&LinkName, &DeviceName);
     if (!NT_SUCCESS(lStatus)) {
-        IoDeleteDevice(pDevice);
+        s_pPc.reset();
+        g_DeleteDevices(pDriver);
         return lStatus;
     }
     pDriver->MajorFunction[IRP_MJ_CREATE] = g_OnCreate;

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "sim/drive_answers.h"
+
 namespace vxtdriver {
 
 namespace {
@@ -84,6 +86,7 @@ template <class TArchive> void g_Pass(TArchive& rArchive, CFirmwareCall& rCall) 
 }
 template <class TArchive> void g_Pass(TArchive& rArchive, CFirmwareReply& rReply) {
     g_Pass(rArchive, rReply.bDone), g_Pass(rArchive, rReply.ullNanoseconds), g_Pass(rArchive, rReply.oOutput);
+    g_PassList(rArchive, rReply.Instances);
 }
 
 template <class TRecord> std::vector<uint8_t> g_Packed(TRecord& rRecord) {
@@ -97,7 +100,29 @@ template <class TRecord> bool g_Unpacked(std::span<const uint8_t> Bytes, TRecord
     return Unpacker.m_bGood && Unpacker.m_Bytes.empty();
 }
 
+/// Nothing for a class that the machine file does not tell of: the system has its own then.
+std::optional<std::vector<CWmiObject>> g_Instances(const vxtsim::CSimWmi& rWmi, const vxtsim::CSimMachine& rMachine,
+                                                   const CFirmwareCall& rCall) {
+    auto oInstances = rWmi.GetInstances(rCall.sNamespace, rCall.sPath);
+    const bool bTold = (oInstances && !oInstances->empty()) || vxtsim::g_TellsDrives(rMachine.Description().Devices);
+    return bTold ? std::move(oInstances) : std::nullopt;
+}
+
 }  // namespace
+
+CFirmwareReply g_Answer(vxtsim::CSimWmi& rWmi, const vxtsim::CSimMachine& rMachine, const CFirmwareCall& rCall) {
+    CFirmwareReply Reply;
+    const uint64_t ullBegin = rMachine.Now();
+    if (!rCall.sMethod.empty()) {
+        Reply.bDone = rWmi.Execute(rCall.sNamespace, rCall.sPath, rCall.sMethod,
+                                   rCall.oInput ? &*rCall.oInput : nullptr, Reply.oOutput);
+    } else if (auto oInstances = g_Instances(rWmi, rMachine, rCall)) {
+        Reply.bDone = true;
+        Reply.Instances = std::move(*oInstances);
+    }
+    Reply.ullNanoseconds = rMachine.Now() - ullBegin;
+    return Reply;
+}
 
 std::vector<uint8_t> g_Pack(CFirmwareCall Call) { return g_Packed(Call); }
 std::vector<uint8_t> g_Pack(CFirmwareReply Reply) { return g_Packed(Reply); }

@@ -68,6 +68,12 @@ private:
     void* m_pAddress = nullptr;
 };
 
+bool g_Is32Bit(uint32_t uProcess) {
+    BOOL bIsWow64 = FALSE;
+    const CHandle hProcess(OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, uProcess));
+    return hProcess && IsWow64Process(hProcess.get(), &bIsWow64) && bIsWow64;
+}
+
 /// Lowest processor that the thread may run on: the one it is pinned to, 0 when it is not pinned.
 uint32_t g_CoreOfThread(uint32_t uThread) {
     struct {  // THREAD_BASIC_INFORMATION
@@ -144,11 +150,12 @@ uint64_t CClientMappings::FindMapping(const void* pFile) const {
 }
 
 CSimulatedPc::CSimulatedPc(vxtsim::CMachineDescription Description, std::unique_ptr<vxtsim::CMachineState> pState)
-    : m_pState(std::move(pState)) {
+    : m_Devices(Description.Devices), m_pState(std::move(pState)) {
     _SwitchOn(std::move(Description));
 }
 
 void CSimulatedPc::_SwitchOn(vxtsim::CMachineDescription Description) {
+    m_pRunning.reset();  // the new PC's devices have the old one's names
     m_pRunning = std::make_unique<CRunning>(std::move(Description));
     _Machine().SetMappingProvider(&m_Mappings);
 }
@@ -163,15 +170,37 @@ void CSimulatedPc::_Reset() {
 vxtsim::CControlReply CSimulatedPc::Control(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
                                             std::span<uint8_t> Out) {
     const std::lock_guard Guard(m_Lock);
-    m_Mappings.SetClient(rClient);
-    _Machine().Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
-    _LetPausePass();
+    _Begin(rClient);
     const vxtsim::CControlReply Reply = _Serve(rClient, uCode, In, Out);
-    m_LastRequest = std::chrono::steady_clock::now();
+    _End();
     std::string sError;
     if (!m_pState || m_pState->Keep(_Machine(), sError)) return Reply;
     if (m_sStateError.empty()) g_LeaveError(m_sStateError = sError);
     return {};
+}
+
+EDriveStatus CSimulatedPc::ControlDrive(size_t uDevice, const CClient& rClient, uint32_t uCode,
+                                        std::span<const uint8_t> In, std::span<uint8_t> Out, uint32_t& ruReturned) {
+    const std::lock_guard Guard(m_Lock);
+    _Begin(rClient);
+    const bool bIsThere = m_Devices[uDevice].IsThere(_Machine().Uptime());
+    const bool b32Bit = uCode == kAtaPassThrough && g_Is32Bit(rClient.uProcess);  // no other request depends on it
+    const EDriveStatus eStatus = bIsThere
+                                     ? g_AnswerDriveRequest(m_Devices[uDevice], {uCode, In, Out, b32Bit}, ruReturned)
+                                     : EDriveStatus::kDeviceIsGone;
+    _End();
+    return eStatus;
+}
+
+void CSimulatedPc::_Begin(const CClient& rClient) {
+    m_Mappings.SetClient(rClient);
+    _Machine().Advance(0);  // takes over what clients wrote to mapped registers before this request lets time pass
+    _LetPausePass();
+}
+
+void CSimulatedPc::_End() {
+    m_pRunning->Devices.Follow(_Machine().Uptime());
+    m_LastRequest = std::chrono::steady_clock::now();
 }
 
 void CSimulatedPc::_LetPausePass() {
@@ -195,13 +224,8 @@ vxtsim::CControlReply CSimulatedPc::_RunFirmware(const void* pFile, std::span<co
                                                  std::span<uint8_t> Out) {
     CFirmwareCall Call;
     if (!g_Unpack(In, Call) || Out.size() != sizeof(uint32_t)) return {};
-    CFirmwareReply Reply;
-    const uint64_t ullBegin = _Machine().Now();
-    Reply.bDone = m_pRunning->Wmi.Execute(Call.sNamespace, Call.sPath, Call.sMethod,
-                                          Call.oInput ? &*Call.oInput : nullptr, Reply.oOutput);
-    Reply.ullNanoseconds = _Machine().Now() - ullBegin;
     std::vector<uint8_t>& rAnswer = m_Answers[pFile];
-    rAnswer = g_Pack(std::move(Reply));
+    rAnswer = g_Pack(g_Answer(m_pRunning->Wmi, _Machine(), Call));
     const auto uSize = static_cast<uint32_t>(rAnswer.size());
     std::memcpy(Out.data(), &uSize, sizeof(uSize));
     return {true, sizeof(uSize)};

@@ -9,6 +9,8 @@
 #include <span>
 #include <string>
 
+#include "drive_request.h"
+#include "plugged_devices.h"
 #include "sim/driver_server.h"
 #include "sim/machine_state.h"
 #include "sim/wmi.h"
@@ -53,6 +55,11 @@ public:
 
     vxtsim::CControlReply Control(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
                                   std::span<uint8_t> Out);
+    /// The machine's devices, drives among them, whether they are there or not.
+    const std::vector<vxtsim::CPluggedDevice>& Devices() const { return m_Devices; }
+    /// A request to a drive, by its place among the devices. `ruReturned` becomes the number of bytes in the output.
+    EDriveStatus ControlDrive(size_t uDevice, const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
+                              std::span<uint8_t> Out, uint32_t& ruReturned);
     /// Gives back what the opened device still has mapped: its process may have been killed.
     void Close(const void* pFile);
 
@@ -63,6 +70,7 @@ private:
         vxtsim::CSimMachine Machine;
         vxtsim::CDriverServer Server{Machine};
         vxtsim::CSimWmi Wmi{Machine};
+        CPluggedDevices Devices{Machine.Description().Devices};
     };
 
     vxtsim::CControlReply _Serve(const CClient& rClient, uint32_t uCode, std::span<const uint8_t> In,
@@ -73,6 +81,9 @@ private:
     /// The end-to-end library's requests, see silicon_call.h. Whoever hears of a hang resets the PC.
     vxtsim::CControlReply _AskSilicon(uint32_t uThread, std::span<const uint8_t> In, std::span<uint8_t> Out);
     vxtsim::CSimMachine& _Machine() { return m_pRunning->Machine; }
+    /// What happens to the machine before a request is served, and after.
+    void _Begin(const CClient& rClient);
+    void _End();
     void _SwitchOn(vxtsim::CMachineDescription Description);
     void _Reset();
 
@@ -80,6 +91,7 @@ private:
     /// programs run, and at most a minute counts.
     void _LetPausePass();
 
+    const std::vector<vxtsim::CPluggedDevice> m_Devices;
     std::mutex m_Lock;
     CClientMappings m_Mappings;  // outlives the machine, which uses it
     std::unique_ptr<CRunning> m_pRunning;

@@ -45,13 +45,8 @@ std::optional<CFirmwareReply> g_RunInDriver(const CFirmwareCall& rCall) {
 
 CFirmwareReply g_RunFirmware(const CFirmwareCall& rCall) {
     if (auto oReply = g_bOwnOnly ? std::nullopt : g_RunInDriver(rCall)) return std::move(*oReply);
-    CFirmwareReply Reply;
-    const vxtsim::CSimMachine& rMachine = simulated::g_GetMachine();
-    const uint64_t ullBegin = rMachine.Now();
-    Reply.bDone = g_GetWmi().Execute(rCall.sNamespace, rCall.sPath, rCall.sMethod,
-                                     rCall.oInput ? &*rCall.oInput : nullptr, Reply.oOutput) &&
-                  simulated::g_KeepState();
-    Reply.ullNanoseconds = rMachine.Now() - ullBegin;
+    CFirmwareReply Reply = vxtdriver::g_Answer(g_GetWmi(), simulated::g_GetMachine(), rCall);
+    if (!rCall.sMethod.empty()) Reply.bDone = Reply.bDone && simulated::g_KeepState();
     return Reply;
 }
 

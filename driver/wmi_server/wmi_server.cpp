@@ -1,5 +1,6 @@
 // For tests only: a management locator in place of the system's own, registered under the same class ID. It connects to
-// the real one and adds the firmware of the simulated PC to root\wmi; whatever that does not have is passed on.
+// the real one and adds the firmware of the simulated PC to root\wmi, and to root\cimv2 what its machine file tells of its
+// inventory; whatever that does not have is passed on.
 #include <algorithm>
 
 #include "class_object.h"
@@ -35,16 +36,17 @@ HRESULT g_CreateSystemLocator(IWbemLocator** ppLocator) {
 #define VXT_PASS_ON(Name, Parameters, ...) \
     STDMETHODIMP Name Parameters override { return m_pSystem->Name(__VA_ARGS__); }
 
-/// root\wmi.
+/// root\wmi or root\cimv2.
 class CServices final : public CComObject<IWbemServices, IClientSecurity> {
 public:
-    explicit CServices(CReference<IWbemServices> pSystem) : m_pSystem(std::move(pSystem)) {}
+    CServices(std::string sNamespace, CReference<IWbemServices> pSystem)
+        : m_sNamespace(std::move(sNamespace)), m_pSystem(std::move(pSystem)) {}
 
     STDMETHODIMP GetObject(const BSTR pszPath, LONG lFlags, IWbemContext* pContext, IWbemClassObject** ppObject,
                            IWbemCallResult** ppResult) override {
         if (!pszPath || !ppObject) return kInvalidParameter;
         return g_Guarded([&]() -> HRESULT {
-            auto Object = g_GetWmi().GetObject(kNamespace, g_Narrow(pszPath).value_or(""));
+            auto Object = _Object(g_Narrow(pszPath).value_or(""));
             if (!Object) return m_pSystem->GetObject(pszPath, lFlags, pContext, ppObject, ppResult);
             if (lFlags || ppResult) return kNotSupported;
             *ppObject = g_NewClassObject(std::move(*Object));
@@ -56,7 +58,7 @@ public:
                                     IEnumWbemClassObject** ppEnumerator) override {
         if (!pszClass || !ppEnumerator) return kInvalidParameter;
         return g_Guarded([&]() -> HRESULT {
-            auto Instances = g_GetWmi().GetInstances(kNamespace, g_Narrow(pszClass).value_or(""));
+            auto Instances = _Instances(g_Narrow(pszClass).value_or(""));
             if (!Instances) return m_pSystem->CreateInstanceEnum(pszClass, lFlags, pContext, ppEnumerator);
             if (lFlags != 0x221)  // shallow, forward only, direct read
                 return kInvalidParameter;
@@ -72,7 +74,7 @@ public:
         if (ppOutput) *ppOutput = nullptr;
         return g_Guarded([&]() -> HRESULT {
             const std::string sPath = g_Narrow(pszPath).value_or("");
-            if (!g_GetWmi().GetObject(kNamespace, sPath)) {
+            if (!_Object(sPath)) {
                 CReference<IWbemClassObject> pKnown;  // Wine falls over a path that leads nowhere
                 const HRESULT lResult = m_pSystem->GetObject(pszPath, 0, pContext, pKnown.Receive(), nullptr);
                 if (FAILED(lResult)) return lResult;
@@ -80,8 +82,9 @@ public:
             }
             const CWmiObject* const pValue = g_Look(pInput);
             if (lFlags || ppResult || (pInput && !pValue)) return kInvalidParameter;
-            auto [bDone, ullNanoseconds, oOutput] = g_RunFirmware(
-                {kNamespace, sPath, g_Narrow(pszMethod).value_or(""), pValue ? std::optional(*pValue) : std::nullopt});
+            auto [bDone, ullNanoseconds, oOutput, NoInstances] =
+                g_RunFirmware({m_sNamespace, sPath, g_Narrow(pszMethod).value_or(""),
+                               pValue ? std::optional(*pValue) : std::nullopt});
             Sleep(static_cast<DWORD>(ullNanoseconds / 1'000'000));  // virtual ns pass as real ones
             if (!bDone) return kFailed;
             if (oOutput && ppOutput) *ppOutput = g_NewClassObject(std::move(*oOutput));
@@ -132,6 +135,23 @@ public:
                 p1, p2, l3, p4, p5, p6)
 
 private:
+    /// The firmware's never change. The inventory's are asked of the PC anew: drives come and go.
+    std::optional<std::vector<CWmiObject>> _Instances(const std::string& rsClass) const {
+        if (m_sNamespace == kNamespace) return g_GetWmi().GetInstances(kNamespace, rsClass);
+        auto Reply = g_RunFirmware({m_sNamespace, rsClass, "", std::nullopt});
+        return Reply.bDone ? std::optional(std::move(Reply.Instances)) : std::nullopt;
+    }
+    /// Of the inventory's classes the system has the definitions.
+    std::optional<CWmiObject> _Object(const std::string& rsPath) const {
+        if (m_sNamespace == kNamespace) return g_GetWmi().GetObject(kNamespace, rsPath);
+        const auto oInstances = _Instances(rsPath.substr(0, rsPath.find('.')));
+        const CWmiValue Path = CWmiValue::Text(rsPath);
+        for (const CWmiObject& rInstance : oInstances.value_or(std::vector<CWmiObject>()))
+            if (rInstance.Properties.at("__PATH") == Path) return rInstance;
+        return std::nullopt;
+    }
+
+    const std::string m_sNamespace;
     CReference<IWbemServices> m_pSystem;
 };
 
@@ -150,10 +170,11 @@ public:
                 lResult = pLocator->ConnectServer(pszNamespace, pszUser, pszPassword, pszLocale, lFlags, pszAuthority,
                                                   pContext, pSystem.Receive());
             if (FAILED(lResult)) return lResult;
-            const bool bNamespace = _wcsicmp(pszNamespace, g_Widen(kNamespace).c_str()) == 0;
-            const bool bOurs = g_GetWmi().Firmware() && bNamespace;
-            if (bNamespace && vxt::platform::simulated::g_MachineError()) return kFailed;
-            *ppServices = bOurs ? new CServices(std::move(pSystem)) : pSystem.Detach();
+            const std::string sNamespace = CSimWmi::NamespaceName(g_Narrow(pszNamespace).value_or(""));
+            const bool bFirmware = sNamespace == kNamespace;
+            const bool bOurs = bFirmware ? g_GetWmi().Firmware() != nullptr : !sNamespace.empty();
+            if (bFirmware && vxt::platform::simulated::g_MachineError()) return kFailed;
+            *ppServices = bOurs ? new CServices(sNamespace, std::move(pSystem)) : pSystem.Detach();
             return WBEM_S_NO_ERROR;
         });
     }

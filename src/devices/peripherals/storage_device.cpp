@@ -83,6 +83,7 @@ void CStorageDrive::_ReadSystem(const platform::CWmiObject& pInstance) {
     CWideText<20> Size;
     g_ReadWmiText(pInstance, m_rKind.pszPath, Path);
     if (!Path.IsEmpty()) m_Path.Set(std::wstring_view(m_rKind.pszPathPrefix)).Append(Path.View());
+    g_ReadWmiText(pInstance, L"PNPDeviceID", m_Id);
     g_ReadWmiText(pInstance, m_rKind.pszModel, m_Model);
     g_ReadWmiText(pInstance, L"SerialNumber", m_SerialNumber);
     g_ReadWmiText(pInstance, L"FirmwareRevision", m_Firmware);

@@ -41,6 +41,7 @@ public:
     uint32_t GetFeatureCount() override;
     bool GetFeature(uint32_t uFeature, vxtapi::StorageDeviceFeature* pFeature) override;
     bool GetIdentifyData(uint8_t* pucBytes, uint32_t& ruSize) override;
+    const wchar_t* GetDeviceId() override { return m_Id.Get(); }
 
 protected:
     /// Over a connection to kSystemNamespace, which must outlive the device.
@@ -65,6 +66,7 @@ private:
     CStorageDescriptor m_Descriptor;
     uint64_t m_ullSystemBytes = 0;
     CWideText<63> m_Path, m_Model, m_SerialNumber, m_Vendor, m_Description;
+    CWideText<255> m_Id;
     CWideText<31> m_Firmware, m_Standard, m_FormFactor;
 };
 

@@ -75,7 +75,7 @@ bool GetDeviceId(const CDeviceList& rList, uint32_t uIndex, std::wstring& rsId) 
 
 bool GetDeviceText(const CDeviceList& rList, uint32_t uIndex, EDeviceText eText, std::wstring& rsText) {
     constexpr std::string CPluggedDevice::*kTexts[] = {&CPluggedDevice::sDescription, &CPluggedDevice::sFriendlyName,
-                                                       &CPluggedDevice::sManufacturer};
+                                                       &CPluggedDevice::sManufacturer, &CPluggedDevice::sClass};
     const CSystemSide SystemSide;
     if (g_GetSystem().Refuses("GetDeviceText")) return false;
     const CPluggedDevice* const pDevice = g_Present(rList, uIndex);
