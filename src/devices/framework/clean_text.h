@@ -27,6 +27,9 @@ constexpr size_t g_CleanText(std::string_view sRaw, std::string_view sPadding, s
     return sRaw.size();
 }
 
+/// A text that may be none: empty then.
+constexpr std::string_view g_TextOf(const char* pszText) { return pszText ? pszText : std::string_view(); }
+
 struct CCodeRange {
     uint32_t uFirst, uLast;
 };

@@ -105,16 +105,15 @@ TEST_F(CControllerTest, ADeviceFollowsTheOneThatItIsBehind) {
 
 TEST_F(CControllerTest, ATreeThatMakesNoSenseHoldsNobodyUp) {
     StartUsb({
-        Device("usb", "OF_ITSELF", "OF_ITSELF"),
-        Device("usb", "CIRCLE_1", "CIRCLE_2"),
-        Device("usb", "CIRCLE_2", "CIRCLE_1"),
-        Device("usb", "ORPHAN", "NOBODY"),
+        Device("usb", "OF_ITSELF", "OF_ITSELF"), Device("usb", "CIRCLE_1", "CIRCLE_2"),
+        Device("usb", "CIRCLE_2", "CIRCLE_1"), Device("usb", "ORPHAN", "NOBODY"),
         Device("usb", "BEHIND", "FIRST"),  // told before what it is behind
         Device("usb", "FIRST", R"(pci\ven_1002&dev_4397\3&0&90)"),
         Device("usb", std::string(200, 'X') + "\n" + std::string(300, 'Y'), "first"),
+        Device("usb", "FIRST", kController),  // once more
     });
     EXPECT_THAT(Attached(m_Usb),
-                ElementsAre("FIRST", " BEHIND", " " + std::string(200, 'X') + "." + std::string(54, 'Y')));
+                ElementsAre("FIRST", " BEHIND", " " + std::string(200, 'X') + "." + std::string(54, 'Y'), "FIRST"));
     EXPECT_TRUE(m_Usb.UnInit());
 
     std::vector<CPluggedDevice> Chain;  // a walk that calls itself would end here
