@@ -85,6 +85,14 @@ TEST_F(CControllerTest, TheClassCodeSaysWhichControllerItIs) {
     EXPECT_THAT(Models<vxt::CSATAController>(), ElementsAre("1002:4391 010601", "1002:4393 010400"));
     EXPECT_THAT(Models<vxt::CIDEController>(), ElementsAre("1002:439C 01018A", "0000:0000 000000", "0000:0000 000000"));
     EXPECT_THAT(Models<vxt::CUSBController>(), ElementsAre("1002:4396 0C0320"));
+
+    vxt::CSATAController Nameless;
+    Start(kDefaultMachine, [](vxtsim::CMachineDescription& rMachine) {
+        rMachine.Devices.push_back(Device("hdc", R"(PCI\LAST)", "", {R"(PCI\CC_0106)"}));
+        rMachine.Devices.back().sDescription.clear();
+    });
+    ASSERT_TRUE(Nameless.Init(1));
+    EXPECT_STREQ(Nameless.GetModel(), L"") << "not that of one before it in the tree";
 }
 
 TEST_F(CControllerTest, ADeviceFollowsTheOneThatItIsBehind) {
