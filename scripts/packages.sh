@@ -6,7 +6,7 @@ declare -A packages=(
     [build]="g++ cmake ninja-build ccache libcli11-dev nlohmann-json3-dev libxml2-dev libfftw3-dev"
     [test]="git googletest libgtest-dev libbenchmark-dev clang clang-format clang-tidy llvm lld libclang-rt-14-dev
             python3 python3-pytest python3-pytest-xdist python3-jsonschema jq zsh fish groff-base i2c-tools edid-decode
-            hdparm"
+            hdparm chromium"
     [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix mingw-w64-common debootstrap
                util-linux mount gcc clang lld llvm googletest"
 )

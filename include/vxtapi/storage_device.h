@@ -72,6 +72,8 @@ public:
     /// Slot 18: the data themselves, 512 bytes, as they came. `ruSize` is the buffer's size and becomes their number. False,
     /// and nothing written, when it is less than 512 or there are none.
     virtual bool GetIdentifyData(uint8_t* pucBytes, uint32_t& ruSize) = 0;
+    /// Slot 19: in the system's device tree, by which the controller that it is attached to lists it; empty where nobody says.
+    virtual const wchar_t* GetDeviceId() = 0;
 
 protected:
     ~CStorageDevice() = default;

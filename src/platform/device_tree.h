@@ -25,7 +25,8 @@ CDeviceList OpenDeviceList(ESetupClass eClass);
 /// one, with kErrorNoMoreItems.
 bool GetDeviceId(const CDeviceList& rList, uint32_t uIndex, std::wstring& rsId);
 
-enum class EDeviceText : uint8_t { kDescription, kFriendlyName, kManufacturer };
+/// kClass: the setup class by its name, "HDC", "Monitor".
+enum class EDeviceText : uint8_t { kDescription, kFriendlyName, kManufacturer, kClass };
 /// False also when the device has no such text.
 bool GetDeviceText(const CDeviceList& rList, uint32_t uIndex, EDeviceText eText, std::wstring& rsText);
 enum class EDeviceIds : uint8_t { kHardware, kCompatible };

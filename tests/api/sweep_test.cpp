@@ -10,6 +10,8 @@
 #include "api/log/log.h"
 #include "devices/cpu/cpu.h"
 #include "devices/device_list.h"
+#include "devices/memory/memory_module.h"
+#include "devices/peripherals/peripheral_devices.h"
 #include "firmware/acpi_table.h"
 #include "firmware/bios_device.h"
 #include "firmware/bios_handler.h"
@@ -302,6 +304,105 @@ TEST_F(CLibrarySweep, DevicesOfTheBoard) {
            .Run = [&] { return Device<vxtapi::CBIOS>(vxtapi::kDeviceBios).Init(0); },
            .sSurvives = "^$",  // not every system shows the area with the date
            .bMayBeSilent = true});
+}
+
+/// A device that is made anew before each run, as the device manager makes it, and only then initialised.
+template <class TDevice> class CFresh {
+public:
+    template <class... TArguments>
+    explicit CFresh(TArguments&... rArguments) : m_Make([&] { return std::make_unique<TDevice>(rArguments...); }) {}
+    void Make() { m_pDevice.reset(), m_pDevice = m_Make(); }
+    TDevice* operator->() { return m_pDevice.get(); }
+
+private:
+    std::function<std::unique_ptr<TDevice>()> m_Make;
+    std::unique_ptr<TDevice> m_pDevice;
+};
+
+TEST_F(CLibrarySweep, MemoryModules) {
+    ASSERT_TRUE(StartDriver());
+    CFresh<vxt::CDefaultMemory> Module(Driver());
+    const auto Make = [&] { Module.Make(), Machine().Advance(1'000'000); };  // a started transfer ends
+    const auto MakeReady = [&] { Make(), Module->Init(0); };
+    vxtapi::MemoryModuleInfo Info;
+    vxtapi::MemoryModuleGrade Grade;
+    double adClocks[16];
+    uint8_t aucSpd[256];
+    uint32_t uSize = 0;
+    // What a busy bus keeps silent about, the next module's address tells in its place.
+    Sweep({.sName = "CDefaultMemory::Init|CDriverHandler::AccessSMBus",
+           .Run = [&] { return Module->Init(0); },
+           .Arrange = Make,
+           .sSurvives = "in CDriverHandler::AccessSMBus$"});
+    Each("CDefaultMemory",
+         {{.sName = "GetModuleInfo", .Run = [&] { return Module->GetModuleInfo(&Info); }, .Arrange = MakeReady},
+          {.sName = "_Record", .Run = [&] { return *Module->GetModel() != 0; }, .Arrange = MakeReady},
+          {.sName = "(GetGrade|_Record)", .Run = [&] { return Module->GetGrade(0, &Grade); }, .Arrange = MakeReady},
+          {.sName = "GetCasLatencies",
+           .Run = [&] { return Module->GetCasLatencies(adClocks, uSize = 16); },
+           .Arrange = MakeReady},
+          {.sName = "ReadSpd",
+           .Run = [&] { return Module->ReadSpd(aucSpd, uSize = 256); },
+           .Arrange = MakeReady,
+           .sSurvives = "in CDriverHandler::AccessSMBus$"}});
+}
+
+TEST_F(CLibrarySweep, DevicesOfTheSystem) {
+    ASSERT_TRUE(vxt::g_InitEngine());
+    vxt::CWmiHandler& rWmi = vxt::g_GetSystemWmi();
+    CFresh<vxt::CDefaultHardDisk> Disk(rWmi);
+    CFresh<vxt::CDefaultCDRom> Optical(rWmi);
+    // Whatever a drive or the system does not tell is left out.
+    Sweep({.sName = "CWmiHandler::GetInstance",
+           .Run = [&] { return Disk->Init(0); },
+           .Arrange = [&] { Disk.Make(); },
+           .sSurvives = "^$",
+           .bMayBeSilent = true});
+    Sweep({.sName = "CWmiHandler::GetInstance",
+           .Run = [&] { return Optical->Init(0); },
+           .Arrange = [&] { Optical.Make(); },
+           .sSurvives = "^$",
+           .bMayBeSilent = true});
+    CFresh<vxt::CDefaultBoard> Board(rWmi);
+    Sweep({.sName = "CWmiHandler::GetInstance",
+           .Run = [&] { return *Board->GetProduct() != 0; },
+           .Arrange = [&] { Board.Make(); },
+           .sSurvives = "^$",
+           .bMayBeSilent = true});
+    CFresh<vxt::CDefaultKeyboard> Keyboard;
+    Sweep({.sName = "CDefaultKeyboard::Init|g_ReadTreeDevice",
+           .Run = [&] { return Keyboard->Init(0); },
+           .Arrange = [&] { Keyboard.Make(); },
+           .sSurvives = "^$"});
+    CFresh<vxt::CDefaultMonitor> Monitor;
+    Sweep({.sName = "CDefaultMonitor::Init|g_ReadTreeDevice",
+           .Run = [&] { return Monitor->Init(0); },
+           .Arrange = [&] { Monitor.Make(); },
+           .sSurvives = "^$"});
+
+    const std::chrono::milliseconds Never = std::chrono::hours(1);  // the thread's calls would be counted as well
+    CFresh<vxt::CUSBController> Usb(Never);
+    vxtapi::AttachedDevice Device;
+    Sweep({.sName = "CUSBController::Init|g_ReadTreeDevice",
+           .Run = [&] { return Usb->Init(0); },
+           .Arrange = [&] { Usb.Make(); },
+           .sSurvives = "^$",
+           .bMayBeSilent = true});  // without its class code it is none
+    const auto MakeReady = [&] { Usb.Make(), Usb->Init(0); };
+    Each("CUSBController", {{.sName = "RefreshDevices",
+                             .Run = [&] { return Usb->RefreshDevices(); },
+                             .Arrange = MakeReady,
+                             .sSurvives = "^$"},
+                            {.sName = "GetAttachedCount",
+                             .Run = [&] { return Usb->GetAttachedCount() != 0; },
+                             .Arrange = MakeReady,
+                             .sSurvives = "^$|in CUSBController::GetAttachedCount$",
+                             .bMayBeSilent = true},
+                            {.sName = "GetAttached",
+                             .Run = [&] { return Usb->GetAttached(0, &Device); },
+                             .Arrange = MakeReady,
+                             .sSurvives = "^$|in CUSBController::GetAttached$",
+                             .bMayBeSilent = true}});
 }
 
 /// The monitors' chips: what each class can do.

@@ -36,7 +36,7 @@ def offered(line):
 @table("line, expected", [
     ("vxtctl de", {"devices", "device"}), ("vxtctl cpu s", {"set"}), ("vxtctl cpu set --mu", {"--multiplier"}), ("vxtctl cpu set -- --mu", set()),
     ("vxtctl --color al", {"always"}), ("vxtctl --color=al", {"--color=always"}), ("vxtctl completion ", {"bash", "zsh", "fish"}),
-    ("vxtctl devices --js", {"--json"}), ("vxtctl --json cp", {"cpu"}), ("vxtctl devices cp", set()), ("vxtctl devices ", {"-h", "--help"}),
+    ("vxtctl devices --js", {"--json"}), ("vxtctl --json cp", {"cpu"}), ("vxtctl devices cp", set()), ("vxtctl devices ", {"--all", "-h", "--help"}),
     ("vxtctl --machine k8", {":files", "k8-first", "k8-revf-dual"}), ("vxtctl --state x", {":files"}), ("vxtctl cpu --fault s", set()),
     ("vxtctl profile s", {"save", "show"}), ("vxtctl profile diff a.xml ", {":files"}),
     ("vxtdiag snapshot ", {":files"}), ("vxtdiag snapshot x ", {"-h", "--help"}), ("vxtdiag pci 2>x >", {":files"}), ("vxtdiag pci >x 00:18.4", {"00:18.4"}),

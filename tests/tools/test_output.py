@@ -100,7 +100,7 @@ def rows_of(node, below=()):
             yield from rows_of(value)
 
 
-@table("line", ["vxtctl", "vxtctl cpu", "vxtctl cpu --machine k8-revf-dual", "vxtdiag cpu", "vxtctl memory", "vxtctl links", "vxtctl clocks --machine fw.machine", "vxtctl northbridge", "vxtctl sensors", "vxtctl memory set tcl=5 --dry-run", "vxtdiag firmware --machine fw.machine",
+@table("line", ["vxtctl", "vxtctl cpu", "vxtctl cpu --machine k8-revf-dual", "vxtdiag cpu", "vxtctl memory", "vxtctl links", "vxtctl clocks --machine fw.machine", "vxtctl northbridge", "vxtctl sensors", "vxtctl modules --raw", "vxtctl devices --all", "vxtctl memory set tcl=5 --dry-run", "vxtdiag firmware --machine fw.machine",
                 "vxtdiag cmos --machine fw.machine", "vxtdiag snapshot copy.machine"])
 def test_csv_has_a_row_of_equal_width_for_every_object_and_a_cell_for_every_value(line):
     document = answer(line)

@@ -19,12 +19,14 @@ public:
     const CJson& operator[](const char* pszKey) const { return m_Data[pszKey]; }
 
     const CJson& Data() const { return m_Data; }
+    const std::vector<CTextTable>& Tables() const { return m_Tables; }
 
     CTextTable& AddTable(CTextTable Table) { return m_Tables.emplace_back(std::move(Table)); }
     /// Text that is printed as it is, in front of the tables.
     void SetText(std::string sText) { m_sText = std::move(sText); }
     /// The members whose objects are the rows of --csv; what else there is stands at the end of each of them.
     void SetCsv(auto... pszKeys) { m_CsvKeys = {std::string(pszKeys)...}; }
+    void AddCsv(const char* pszKey) { m_CsvKeys.emplace_back(pszKey); }  ///< behind those
 
     /// Its JSON is a single line: one of several documents, a line each.
     void SetOneLine() { m_nIndent = -1; }

@@ -142,6 +142,18 @@ std::string g_IsoTime(std::chrono::system_clock::time_point Time) {
                     static_cast<int>(Clock.seconds().count()), static_cast<int>(Clock.subseconds().count()));
 }
 
+std::optional<std::chrono::system_clock::time_point> g_ParseIsoTime(std::string_view sText) {
+    using namespace std::chrono;
+    constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:dd.dddZ";
+    const auto Fits = [](char cForm, char c) { return cForm == 'd' ? c >= '0' && c <= '9' : c == cForm; };
+    if (!std::ranges::equal(kForm, sText, Fits)) return std::nullopt;
+    const auto Part = [&](size_t uAt, size_t uDigits) { return *g_ParseUnsigned(sText.substr(uAt, uDigits)); };
+    const year_month_day Day(year(static_cast<int>(Part(0, 4))), month(Part(5, 2)), day(Part(8, 2)));
+    if (!Day.ok() || Part(11, 2) > 23 || Part(14, 2) > 59 || Part(17, 2) > 60)
+        return std::nullopt;  // 60: a leap second
+    return sys_days(Day) + hours(Part(11, 2)) + minutes(Part(14, 2)) + seconds(Part(17, 2)) + milliseconds(Part(20, 3));
+}
+
 size_t g_Width(std::string_view sUtf8) {
     return static_cast<size_t>(std::ranges::count_if(sUtf8, [](char c) { return (c & 0xC0) != 0x80; }));
 }

@@ -43,6 +43,8 @@ std::string g_HexDump(std::span<const uint8_t> Data);
 
 /// Universal time as ISO 8601 with milliseconds, "2009-12-04T08:30:00.250Z".
 std::string g_IsoTime(std::chrono::system_clock::time_point Time);
+/// Of exactly that form; nothing for any other text, and for what is no time.
+std::optional<std::chrono::system_clock::time_point> g_ParseIsoTime(std::string_view sText);
 
 /// Columns a text takes on a terminal (code points; none of ours is wide).
 size_t g_Width(std::string_view sUtf8);

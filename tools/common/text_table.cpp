@@ -198,6 +198,15 @@ std::string g_Listed(const std::vector<CColumn>& rColumns, const std::vector<std
 
 }  // namespace
 
+void g_DropEmptyColumns(CTextTable& rTable) {
+    for (size_t i = rTable.Columns.size(); i-- > 0;) {
+        const auto IsEmpty = [i](const std::vector<std::string>& rRow) { return rRow[i] == "-"; };
+        if (!std::ranges::all_of(rTable.Rows, IsEmpty)) continue;
+        rTable.Columns.erase(rTable.Columns.begin() + static_cast<ptrdiff_t>(i));
+        for (std::vector<std::string>& rRow : rTable.Rows) rRow.erase(rRow.begin() + static_cast<ptrdiff_t>(i));
+    }
+}
+
 void g_AppendTable(const CTextTable& rTable, bool bColor, size_t uWidth, std::string& rsText,
                    std::vector<std::string>& rLeftOut) {
     const auto Append = [&](const std::vector<std::string>& rLines, const char* pszStyle) {

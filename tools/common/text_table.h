@@ -13,7 +13,12 @@ struct CTextTable {
     /// the last goes first. "~>Version" has both.
     std::vector<std::string> Columns;
     std::vector<std::vector<std::string>> Rows = {};  ///< may be shorter than the heading
+    bool bIsTree =
+        false;  ///< two blanks in front of a first cell for each level that the row is below the one above it
 };
+
+/// Takes columns away in which every row has "-". All rows have to be as long as the heading.
+void g_DropEmptyColumns(CTextTable& rTable);
 
 /// Appends the table, set apart from what is there already. No line is longer than `uWidth`, but for a single word:
 /// columns are left out, then cells are wrapped at their blanks; what still has no room becomes two tables, where numbers

@@ -195,16 +195,6 @@ CJson g_ReadBoost(CCPU& rCpu, const std::string& sPath, vxttools::CFindings& rFi
     return {{"supported", nullptr}, {"enabled", nullptr}};
 }
 
-/// Columns in which no row has anything.
-void g_DropEmptyColumns(CTextTable& rTable) {
-    for (size_t i = rTable.Columns.size(); i-- > 0;) {
-        const auto IsEmpty = [i](const std::vector<std::string>& rRow) { return rRow[i] == "-"; };
-        if (!std::ranges::all_of(rTable.Rows, IsEmpty)) continue;
-        rTable.Columns.erase(rTable.Columns.begin() + static_cast<ptrdiff_t>(i));
-        for (std::vector<std::string>& rRow : rTable.Rows) rRow.erase(rRow.begin() + static_cast<ptrdiff_t>(i));
-    }
-}
-
 }  // namespace
 
 std::optional<double> g_ReadMultiplier(CCPU& rCpu) { return g_Judged(rCpu.GetCurrentMultiplier(), kMultiplier); }
@@ -303,7 +293,7 @@ void g_AddPstateTables(CDocument& rDocument) {
                          {">Number", "Enabled", ">Core clock", ">Core voltage", "~>NB clock", "~>NB voltage", "~~>FID",
                           "~~>DID", "~~>VID", "~~>NB DID", "~~>NB VID", "~~>Idd div"},
                          std::move(rRows)};
-        g_DropEmptyColumns(Table);
+        vxttools::g_DropEmptyColumns(Table);
         rDocument.AddTable(std::move(Table));
     }
 }
@@ -328,7 +318,7 @@ void g_AddCoreOverview(CDocument& rDocument) {
                               Reading("multiplier"), Reading("core_voltage"), Reading("current_pstate"),
                               Reading("temperature"), g_BoostText(rCore["boost"]), g_Cell(rCore["brand"])});
     }
-    g_DropEmptyColumns(Table);
+    vxttools::g_DropEmptyColumns(Table);
     rDocument.AddTable(std::move(Table));
     g_AddPstateTables(rDocument);
 }

@@ -7,19 +7,19 @@ namespace vxtctl {
 extern const vxttools::CCommand kOverview, kDevices, kDevice, kCpu, kCpuSet, kMemory, kMemorySet, kLinks, kLinksSet,
     kNorthBridge, kBios, kClocks, kClocksSet, kVoltages, kVoltagesSet, kSensors, kFan, kFanSet, kFanRestore, kWatchdog,
     kWatchdogStart, kWatchdogStop, kWatchdogRun, kCtb, kCtbSet, kProfile, kProfileSave, kProfileShow, kProfileDiff,
-    kProfileVerify, kProfileApply, kProfileRollback, kStress, kBench, kTune, kAutoTune;
+    kProfileVerify, kProfileApply, kProfileRollback, kStress, kBench, kTune, kAutoTune, kModules, kDisks, kReport;
 
 }  // namespace vxtctl
 
 int main(int nArguments, char** ppszArguments) {
     using namespace vxtctl;
     constexpr const vxttools::CCommand* kCommands[] = {
-        &kOverview,     &kDevices,         &kDevice,        &kCpu,          &kCpuSet,      &kMemory,
-        &kMemorySet,    &kLinks,           &kLinksSet,      &kNorthBridge,  &kBios,        &kClocks,
-        &kClocksSet,    &kVoltages,        &kVoltagesSet,   &kSensors,      &kFan,         &kFanSet,
-        &kFanRestore,   &kWatchdog,        &kWatchdogStart, &kWatchdogStop, &kWatchdogRun, &kCtb,
-        &kCtbSet,       &kProfile,         &kProfileSave,   &kProfileShow,  &kProfileDiff, &kProfileVerify,
-        &kProfileApply, &kProfileRollback, &kStress,        &kBench,        &kTune,        &kAutoTune,
+        &kOverview,  &kDevices,       &kDevice,       &kReport,      &kCpu,           &kCpuSet,       &kMemory,
+        &kMemorySet, &kModules,       &kLinks,        &kLinksSet,    &kNorthBridge,   &kBios,         &kClocks,
+        &kClocksSet, &kVoltages,      &kVoltagesSet,  &kSensors,     &kFan,           &kFanSet,       &kFanRestore,
+        &kWatchdog,  &kWatchdogStart, &kWatchdogStop, &kWatchdogRun, &kCtb,           &kCtbSet,       &kDisks,
+        &kProfile,   &kProfileSave,   &kProfileShow,  &kProfileDiff, &kProfileVerify, &kProfileApply, &kProfileRollback,
+        &kStress,    &kBench,         &kTune,         &kAutoTune,
     };
     return vxttools::g_RunTool({"vxtctl", true, kCommands}, nArguments, ppszArguments);
 }

@@ -1,5 +1,6 @@
 #include "sensors.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <span>
@@ -187,6 +188,19 @@ void g_AddDevices(std::vector<CSensor>& rSensors, const CHostLibrary& rLibrary, 
 }  // namespace
 
 const char* g_KindWord(ESensor eKind) { return kKinds[static_cast<size_t>(eKind)].pszWord; }
+
+const char* g_KindLabel(ESensor eKind) { return kKinds[static_cast<size_t>(eKind)].pszLabel; }
+const char* g_KindUnit(ESensor eKind) { return kKinds[static_cast<size_t>(eKind)].pszUnit; }
+
+std::optional<ESensor> g_KindOfId(std::string_view sId) {
+    const bool bIsId = sId.starts_with('/') && std::ranges::all_of(sId, [](char c) {
+                           return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '/';
+                       });
+    const size_t uNumber = sId.rfind('/'), uWord = bIsId && uNumber > 0 ? sId.rfind('/', uNumber - 1) : sId.npos;
+    if (uWord == sId.npos || !vxttools::g_ParseUnsigned(sId.substr(uNumber + 1))) return std::nullopt;
+    const auto it = std::ranges::find(kKinds, sId.substr(uWord + 1, uNumber - uWord - 1), &CKindRow::pszWord);
+    return it == std::end(kKinds) ? std::nullopt : std::optional(static_cast<ESensor>(it - std::begin(kKinds)));
+}
 
 std::vector<CSensor> g_FindSensors(const CHostLibrary& rLibrary) {
     std::vector<CSensor> Sensors;

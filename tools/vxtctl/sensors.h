@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "common/quantity.h"
 #include "host_library.h"
@@ -12,6 +13,11 @@ enum class ESensor { kTemperature, kFan, kDuty, kVoltage };
 
 /// "temperature", as in ids.
 const char* g_KindWord(ESensor eKind);
+/// "Temperature", and "°C"
+const char* g_KindLabel(ESensor eKind);
+const char* g_KindUnit(ESensor eKind);
+/// What kind of sensor has such an id, "/south-bridge/0/fan/1"; nothing: none has.
+std::optional<ESensor> g_KindOfId(std::string_view sId);
 
 /// One sensor, which can be read again and again as long as the library runs.
 struct CSensor {

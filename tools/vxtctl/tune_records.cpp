@@ -13,6 +13,9 @@ namespace {
 
 // By EPointEnd and ETuneEnd.
 constexpr const char* kPointWords[] = {"in_progress", "passed", "failed", "stopped", "died"};
+/// In a sentence, before the seconds.
+constexpr const char* kPointVerbs[] = {"was being tested for", "passed", "failed after", "was stopped after",
+                                       "ended this PC, or vxtctl was killed, after about"};
 constexpr const char* kEndWords[] = {"in_progress", "finished", "at_limit", "below_death",
                                      "interrupted", "too_hot",  "broken"};
 
@@ -112,6 +115,11 @@ constexpr CRecordKind kKind{
 }  // namespace
 
 const char* g_Word(EPointEnd eEnd) { return kPointWords[static_cast<size_t>(eEnd)]; }
+std::string g_PointText(const CTunePoint& rPoint) {
+    return g_ClockText(rPoint.Clock) + " " + kPointVerbs[static_cast<size_t>(rPoint.eEnd)] + " " +
+           std::to_string(rPoint.uSeconds) + " s" + (rPoint.sError.empty() ? "" : ": " + rPoint.sError);
+}
+
 const char* g_Word(ETuneEnd eEnd) { return kEndWords[static_cast<size_t>(eEnd)]; }
 
 std::string g_ClockText(const CTunedClock& rClock) {

@@ -44,6 +44,9 @@ struct CTunePoint {
     std::string sError = {};                  ///< of kFailed, in words
 };
 
+/// "215 MHz x 16 = 3440 MHz failed after 40 s: ..."
+std::string g_PointText(const CTunePoint& rPoint);
+
 enum class ETuneEnd { kInProgress, kFinished, kFailed, kBelowDeath, kInterrupted, kTooHot, kBroken };
 const char* g_Word(ETuneEnd eEnd);
 

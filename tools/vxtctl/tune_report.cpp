@@ -15,15 +15,7 @@ namespace {
 
 constexpr uint32_t kSecondsEach = 120;  ///< the library's test of a clock takes two minutes at least
 
-/// By EPointEnd, and how the point is spoken of in a sentence.
-struct CPointRow {
-    const char *pszCell, *pszVerb;
-};
-constexpr CPointRow kPoints[] = {{"in progress", "was being tested for"},
-                                 {"passed", "passed"},
-                                 {"FAILED", "failed after"},
-                                 {"stopped", "was stopped after"},
-                                 {"DIED", "ended this PC, or vxtctl was killed, after about"}};
+constexpr const char* kCells[] = {"in progress", "passed", "FAILED", "stopped", "DIED"};  ///< by EPointEnd
 
 /// "1 h 20 min"
 std::string g_Duration(uint64_t ullSeconds) {
@@ -63,11 +55,6 @@ const char* g_LastWord(int32_t nStatus) {
         default:
             return "never";
     }
-}
-
-std::string g_PointText(const CTunePoint& rPoint) {
-    return g_ClockText(rPoint.Clock) + " " + kPoints[static_cast<size_t>(rPoint.eEnd)].pszVerb + " " +
-           std::to_string(rPoint.uSeconds) + " s" + (rPoint.sError.empty() ? "" : ": " + rPoint.sError);
 }
 
 /// The last point of that kind; empty: there is none.
@@ -117,8 +104,7 @@ CTextTable g_PointTable(const CTuneResult& rResult) {
         Table.Rows.push_back({std::to_string(i + 1), g_Trimmed(rPoint.Clock.dReferenceClock, 3) + " MHz",
                               "x " + g_Trimmed(rPoint.Clock.dMultiplier, 3),
                               g_Trimmed(rPoint.Clock.CoreClock(), 1) + " MHz", std::to_string(rPoint.uSeconds) + " s",
-                              kPoints[static_cast<size_t>(g_End(rPoint, rResult))].pszCell, rPoint.sError,
-                              rPoint.sBegun});
+                              kCells[static_cast<size_t>(g_End(rPoint, rResult))], rPoint.sError, rPoint.sBegun});
     }
     return Table;
 }

@@ -14,10 +14,12 @@
 #include "firmware_objects.h"
 #include "hw/index_data_pair.h"
 #include "hw/processor_family.h"
+#include "machine_line.h"
 #include "pci_functions.h"
 #include "platform/cpuid.h"
 #include "platform/system.h"
 #include "platform/thread.h"
+#include "plugged_devices.h"
 #include "sensor_chips.h"
 #include "setup_items.h"
 
@@ -202,14 +204,6 @@ void g_ReadSpd(CSnapshot& rSnapshot) {
     }
 }
 
-/// One line of a machine file: printable ASCII without blanks at its ends.
-template <class TChar> std::string g_Line(const std::basic_string<TChar>& rsText) {
-    std::string sLine;
-    for (const TChar c : rsText) sLine += c >= TChar{' '} && c <= TChar{'~'} ? static_cast<char>(c) : '?';
-    const size_t uBegin = std::min(sLine.find_first_not_of(' '), sLine.size());
-    return sLine.substr(uBegin, sLine.find_last_not_of(' ') + 1 - uBegin);
-}
-
 /// Where most BIOSes keep their date: the last bytes below 1 MiB.
 void g_ReadBiosDate(CSnapshot& rSnapshot) {
     constexpr uint64_t kAddress = 0xFFFF0;
@@ -220,31 +214,46 @@ void g_ReadBiosDate(CSnapshot& rSnapshot) {
         rSnapshot.Machine.Memory[kAddress] = std::move(Data);
 }
 
-/// The BIOS's identities with the properties that the library reads.
+/// What the library reads of the system's management classes.
+struct CIdentityClass {
+    const wchar_t* pszName;
+    const char* pszWhat;
+    std::vector<std::wstring> Properties;
+};
+const CIdentityClass kIdentityClasses[] = {
+    {L"Win32_BIOS", "BIOS", {L"SerialNumber", L"Manufacturer", L"Description", L"SMBIOSBIOSVersion", L"ReleaseDate"}},
+    {L"Win32_BaseBoard", "board", {L"Manufacturer", L"Product", L"Version", L"SerialNumber"}},
+};
+
+void g_ReadInstance(CSnapshot& rSnapshot, const CIdentityClass& rClass, int32_t nInstance,
+                    const vxt::platform::CWmiObject& rInstance) {
+    vxtsim::CWmiInstance& rCopy = rSnapshot.Machine.Wmi.emplace_back();
+    rCopy.sNamespace = "root\\cimv2";
+    rCopy.sClass = g_Line(rClass.pszName);
+    for (const std::wstring& rsName : rClass.Properties) {
+        vxt::platform::WmiValue Value;
+        const bool bRead = vxt::g_GetSystemWmi().GetPropertyValue(rInstance, rsName.c_str(), &Value);
+        const auto* const psText = std::get_if<std::wstring>(&Value);
+        if (bRead && (psText || std::holds_alternative<vxt::platform::CWmiNull>(Value)))
+            rCopy.Properties[g_Line(rsName)] =
+                psText ? vxtsim::CWmiValue::Text(g_Line(*psText)) : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
+        else
+            rSnapshot.Findings.push_back(std::string(rClass.pszWhat) + " " + std::to_string(nInstance) + ": " +
+                                         g_Line(rsName) + " cannot be read");
+    }
+}
+
 void g_ReadIdentities(CSnapshot& rSnapshot) {
     constexpr int32_t kMostInstances = 16;
     vxt::CWmiHandler& rWmi = vxt::g_GetSystemWmi();
     if (!rWmi.Connect(vxt::kSystemNamespace))
         rSnapshot.Findings.push_back("the system's management interface cannot be reached");
-    for (int32_t nInstance = 0; nInstance < kMostInstances; ++nInstance) {
-        const vxt::platform::CWmiObject Instance = rWmi.GetInstance(L"Win32_BIOS", nInstance);
-        if (!Instance) break;
-        vxtsim::CWmiInstance& rCopy = rSnapshot.Machine.Wmi.emplace_back();
-        rCopy.sNamespace = "root\\cimv2";
-        rCopy.sClass = "Win32_BIOS";
-        for (const std::wstring sName :
-             {L"SerialNumber", L"Manufacturer", L"Description", L"SMBIOSBIOSVersion", L"ReleaseDate"}) {
-            vxt::platform::WmiValue Value;
-            const bool bRead = rWmi.GetPropertyValue(Instance, sName.c_str(), &Value);
-            const auto* const psText = std::get_if<std::wstring>(&Value);
-            if (bRead && (psText || std::holds_alternative<vxt::platform::CWmiNull>(Value)))
-                rCopy.Properties[g_Line(sName)] = psText ? vxtsim::CWmiValue::Text(g_Line(*psText))
-                                                         : vxtsim::CWmiValue::Typed(vxtsim::CWmiValue::kNull);
-            else
-                rSnapshot.Findings.push_back("BIOS " + std::to_string(nInstance) + ": " + g_Line(sName) +
-                                             " cannot be read");
+    for (const CIdentityClass& rClass : kIdentityClasses)
+        for (int32_t nInstance = 0; nInstance < kMostInstances; ++nInstance) {
+            const vxt::platform::CWmiObject Instance = rWmi.GetInstance(rClass.pszName, nInstance);
+            if (!Instance) break;
+            g_ReadInstance(rSnapshot, rClass, nInstance, Instance);
         }
-    }
     rWmi.Disconnect();
 }
 
@@ -318,8 +327,9 @@ void g_ReadFirmware(CSnapshot& rSnapshot) {
 
 CSnapshot g_TakeSnapshot() {
     CSnapshot Snapshot;
-    for (const auto pStep : {g_ReadCpuid, g_ReadProcessors, g_ReadPci, g_ReadDramData, g_ReadAcpi, g_ReadSpd,
-                             g_ReadSensorChips, g_ReadBiosDate, g_ReadIdentities, g_ReadFirmware}) {
+    for (const auto pStep :
+         {g_ReadCpuid, g_ReadProcessors, g_ReadPci, g_ReadDramData, g_ReadAcpi, g_ReadSpd, g_ReadSensorChips,
+          g_ReadBiosDate, g_ReadIdentities, g_ReadPluggedDevices, g_ReadFirmware}) {
         if (vxttools::g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted");
         pStep(Snapshot);
     }

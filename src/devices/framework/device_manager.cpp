@@ -1,8 +1,9 @@
 #include "devices/framework/device_manager.h"
 
+#include <vxtapi/device_controller.h>
+
 #include "api/log/log.h"
 #include "api/log/log_checks.h"
-#include "devices/framework/controller.h"
 #include "devices/framework/device_list_file.h"
 #include "platform/text.h"
 #include "registers/no_throw.h"
@@ -200,12 +201,12 @@ bool CDeviceManager::Refresh() try {
     // Kept: looking the two types up makes them present, without devices, where the machine has no such controller.
     for (auto& [uIndex, pUSBController] : m_DeviceList[vxtapi::kDeviceUsb]) {
         LOG_PROCESS_ERROR(pUSBController);
-        const bool bRetCode = static_cast<CController&>(*pUSBController).RefreshDevices();
+        const bool bRetCode = static_cast<vxtapi::CDeviceController&>(*pUSBController).RefreshDevices();
         LOG_PROCESS_ERROR(bRetCode);
     }
     for (auto& [uIndex, pSATAController] : m_DeviceList[vxtapi::kDeviceSata]) {
         LOG_PROCESS_ERROR(pSATAController);
-        const bool bRetCode = static_cast<CController&>(*pSATAController).RefreshDevices();
+        const bool bRetCode = static_cast<vxtapi::CDeviceController&>(*pSATAController).RefreshDevices();
         LOG_PROCESS_ERROR(bRetCode);
     }
     return true;

@@ -5,12 +5,15 @@
 #include <array>
 #include <string_view>
 
+#include "devices/framework/clean_text.h"
+
 namespace vxt {
 
 /// At most N characters, for hosts as a wide text; what does not fit is cut off. Takes no memory.
 template <size_t N> class CWideText {
 public:
     const wchar_t* Get() const { return m_achText.data(); }
+    std::wstring_view View() const { return {m_achText.data(), m_uSize}; }
     bool IsEmpty() const { return m_uSize == 0; }
     void Clear() { m_uSize = 0, m_achText[0] = 0; }
 
@@ -20,6 +23,19 @@ public:
     template <class TText> CWideText& Set(TText sText) {
         Clear();
         return Append(sText);
+    }
+    /// A text of any content: without blanks and zeros around it, a point for each character that cannot be shown.
+    CWideText& SetClean(std::wstring_view sRaw) {
+        using namespace std::string_view_literals;
+        Clear();
+        for (sRaw = g_WithoutPadding(sRaw, L" \0"sv); !sRaw.empty();) {
+            const size_t uShown = g_ShownSize(sRaw);
+            const std::wstring_view sCharacter = uShown ? sRaw.substr(0, uShown) : std::wstring_view(L".");
+            if (sCharacter.size() > N - m_uSize) break;
+            Append(sCharacter);
+            sRaw.remove_prefix(sCharacter.size());
+        }
+        return *this;
     }
 
 private:

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "devices/framework/clean_text.h"
 #include "devices/memory/jedec_manufacturers.h"
 #include "devices/memory/spd_ddr3_rows.h"
 #include "devices/memory/spd_ddr_rows.h"
@@ -17,8 +18,6 @@ namespace {
 // --- who made it, and when -------------------------------------------------------------------------------------------
 
 constexpr bool g_IsLetter(uint8_t ucByte) { return (ucByte | 0x20) >= 'a' && (ucByte | 0x20) <= 'z'; }
-constexpr bool g_IsPrintable(uint8_t ucByte) { return ucByte >= 0x20 && ucByte < 0x7F; }
-constexpr bool g_IsFiller(uint8_t ucByte) { return ucByte == 0 || ucByte == 0xFF || ucByte == ' '; }
 /// Erased, or never written.
 bool g_IsEmpty(std::span<const uint8_t> Bytes) {
     return std::ranges::all_of(Bytes, [](uint8_t ucByte) { return ucByte == 0; }) ||
@@ -51,10 +50,9 @@ void g_DecodePairedMakers(const CImage& rImage, CSpdRecord& rRecord) {
 }
 
 void g_DecodePartNumber(std::span<const uint8_t> Bytes, CSpdRecord& rRecord) {
-    while (!Bytes.empty() && g_IsFiller(Bytes.back())) Bytes = Bytes.first(Bytes.size() - 1);
-    while (!Bytes.empty() && g_IsFiller(Bytes.front())) Bytes = Bytes.subspan(1);
-    std::ranges::transform(Bytes, rRecord.szPartNumber,
-                           [](uint8_t ucByte) { return g_IsPrintable(ucByte) ? static_cast<char>(ucByte) : '.'; });
+    using namespace std::string_view_literals;
+    const std::string_view sRaw(reinterpret_cast<const char*>(Bytes.data()), Bytes.size());
+    g_CleanText(sRaw, " \0\xFF"sv, std::span(rRecord.szPartNumber).first(CSpdRecord::kPartNumber));
 }
 
 /// The number of so many bytes, the first one highest; nothing for erased ones.

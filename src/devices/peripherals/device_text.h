@@ -1,9 +1,10 @@
 // Texts of fixed length as devices keep them: padded, and not always with what a text may have.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <string_view>
+
+#include "devices/framework/clean_text.h"
 
 namespace vxt {
 
@@ -11,14 +12,10 @@ namespace vxt {
 template <size_t N> class CDeviceText {
 public:
     constexpr CDeviceText() = default;
-    /// Takes away the padding (blanks and zeros behind the text, blanks before it); bytes that are not printable become points.
+    /// Takes away the padding (blanks and zeros around the text); bytes that are not printable become points.
     constexpr explicit CDeviceText(std::string_view sRaw) {
         using namespace std::string_view_literals;
-        sRaw = sRaw.substr(0, sRaw.find_last_not_of(" \0"sv) + 1);
-        sRaw.remove_prefix(std::min(sRaw.find_first_not_of(' '), sRaw.size()));
-        m_uSize = std::min(sRaw.size(), N);
-        std::transform(sRaw.begin(), sRaw.begin() + m_uSize, m_achText.begin(),
-                       [](char ch) { return ch >= ' ' && ch <= '~' ? ch : '.'; });
+        m_uSize = g_CleanText(sRaw, " \0"sv, m_achText);
     }
 
     constexpr std::string_view Get() const { return {m_achText.data(), m_uSize}; }

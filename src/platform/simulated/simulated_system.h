@@ -99,6 +99,8 @@ public:
         kWmiObject,
         kXmlDocument,
         kDisplay,
+        kDeviceList,
+        kDrive,
     };
     struct CHandle {
         EHandle eKind;

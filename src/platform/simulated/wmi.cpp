@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/simulated/code_page.h"
 #include "platform/simulated/hang.h"
 #include "platform/simulated/simulated_system.h"
 #include "platform/text.h"
@@ -11,6 +12,7 @@ namespace vxt::platform {
 using simulated::CSimulatedSystem;
 using simulated::CSystemSide;
 using simulated::g_GetSystem;
+using simulated::g_Wide;
 using EHandle = CSimulatedSystem::EHandle;
 using vxtsim::CWmiValue;
 
@@ -35,12 +37,6 @@ struct CEnumeratorState {
     size_t uRecord;  ///< number of its record
     size_t uNext = 0;
 };
-
-std::wstring g_Wide(const std::string& sText) {
-    std::wstring sWide(sText.size(), 0);
-    sWide.resize(WidenText(sText, sWide));
-    return sWide;
-}
 
 CWmiObject g_OpenObject(const std::string& sNamespace, vxtsim::CWmiObject Object) {
     std::wstring sClass = g_Wide(Object.sClass);

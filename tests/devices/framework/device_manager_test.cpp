@@ -2,11 +2,11 @@
 #include "devices/framework/device_manager.h"
 
 #include <gmock/gmock.h>
+#include <vxtapi/device_controller.h>
 
 #include <fstream>
 
 #include "devices/device_list.h"
-#include "devices/framework/controller.h"
 #include "platform/text.h"
 #include "support/sweep.h"
 #include "support/text_cases.h"
@@ -61,11 +61,17 @@ using CDisk = CScripted<kDisk, s_Disk>;
 using CKeyboard = CScripted<kKeyboard, s_Keyboard>;
 using COldBios = CScripted<kOldBios, s_OldBios>;
 using CNewBios = CScripted<kNewBios, s_NewBios>;
-struct CUsb final : CScriptedBase<kUsb, s_Usb, vxt::CController> {
+struct CUsb final : CScriptedBase<kUsb, s_Usb, vxtapi::CDeviceController> {
     bool RefreshDevices() override {
         ++s_Usb.nRefreshes;
         return s_Usb.bRefreshWorks;
     }
+    // Not the manager's business.
+    bool GetControllerInfo(vxtapi::ControllerInfo* /*pInfo*/) override { return false; }
+    const wchar_t* GetDeviceId() override { return L""; }
+    uint32_t GetAttachedCount() override { return 0; }
+    bool GetAttached(uint32_t /*uDevice*/, vxtapi::AttachedDevice* /*pDevice*/) override { return false; }
+    uint32_t GetChanges() override { return 0; }
 };
 /// A creation function whose allocation fails.
 vxt::CDevicePointer NoMemory() { return nullptr; }

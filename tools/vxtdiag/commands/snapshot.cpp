@@ -1,6 +1,8 @@
 // vxtdiag snapshot: this machine as a machine file.
 #include "snapshot.h"
 
+#include <algorithm>
+
 #include "common/command.h"
 #include "common/console.h"
 #include "driver_session.h"
@@ -44,13 +46,15 @@ EExit g_Snapshot(CTool& rTool, const CWanted& rWanted) {
     Document["pci_functions"] = rMachine.Pci.size();
     Document["acpi_tables"] = rMachine.Acpi.size();
     Document["memory_modules"] = rMachine.Smbus.size();
-    Document["bios_identities"] = rMachine.Wmi.size();
+    Document["bios_identities"] = std::ranges::count(rMachine.Wmi, "Win32_BIOS", &vxtsim::CWmiInstance::sClass);
+    Document["devices"] = rMachine.Devices.size();
     Document["firmware_objects"] = rMachine.oFirmware ? rMachine.oFirmware->Objects.size() : 0;
     Document["setup_items"] = rMachine.oFirmware ? rMachine.oFirmware->Items.size() : 0;
     Document["text"] = oFile ? nullptr : CJson(sText);
     CTextTable Table{oFile.value_or(""), {"", ""}};
-    for (const char* pszKey : {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions",
-                               "acpi_tables", "memory_modules", "bios_identities", "firmware_objects", "setup_items"})
+    for (const char* pszKey :
+         {"name", "cores", "reference_clock", "cpuid_leaves", "msrs", "pci_functions", "acpi_tables", "memory_modules",
+          "bios_identities", "devices", "firmware_objects", "setup_items"})
         Table.Rows.push_back({"  " + std::string(pszKey), g_Cell(Document[pszKey], true)});
     if (!oFile)
         Document.SetText(sText);
