@@ -117,7 +117,8 @@ public:
     }
     CDriveName(const CDriveName&) = delete;
     ~CDriveName() {
-        if (m_hLink) NtClose(m_hLink);  // the name goes with its only handle
+        if (!m_hLink) return;  // somebody else has the name
+        NtClose(m_hLink);      // the name goes with its only handle
         if (!m_oOldTarget) return;
         if (const HANDLE hLink = _Create(*m_oOldTarget, kPermanent)) NtClose(hLink);
     }
