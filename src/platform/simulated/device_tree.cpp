@@ -38,7 +38,7 @@ const CPluggedDevice* g_Listed(const CDeviceList& rList, uint32_t uIndex) {
 /// The same of a device that is still there.
 const CPluggedDevice* g_Present(const CDeviceList& rList, uint32_t uIndex) {
     const CPluggedDevice* const pDevice = g_Listed(rList, uIndex);
-    if (!pDevice || pDevice->IsThere(simulated::g_GetMachine().Now())) return pDevice;
+    if (!pDevice || pDevice->IsThere(simulated::g_GetMachine().Uptime())) return pDevice;
     g_GetSystem().Fail(kErrorNoSuchDevice);
     return nullptr;
 }
@@ -58,7 +58,7 @@ CDeviceList OpenDeviceList(ESetupClass eClass) {
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenDeviceList")) return {};
     const std::string_view sClass = kClassNames[static_cast<size_t>(eClass)];
-    const uint64_t ullNow = simulated::g_GetMachine().Now();
+    const uint64_t ullNow = simulated::g_GetMachine().Uptime();
     auto pSnapshot = std::make_shared<CSnapshot>();
     for (const CPluggedDevice& rDevice : simulated::g_GetMachine().Description().Devices)
         if (rDevice.IsThere(ullNow) && (eClass == ESetupClass::kAnyDevice || rDevice.sClass == sClass))
