@@ -26,6 +26,16 @@ constexpr std::string_view kClassNames[] = {"", "hdc", "usb", "keyboard", "mouse
 
 using CSnapshot = std::vector<const CPluggedDevice*>;  ///< the machine's description outlives every handle
 
+/// As the registry sorts keys: level by level, whatever the letter case.
+std::string g_SortKey(const CPluggedDevice* pDevice) {
+    std::string sKey = pDevice->sId;
+    std::ranges::transform(sKey, sKey.begin(), [](char ch) {
+        if (ch == '\\') return '\0';
+        return ch >= 'a' && ch <= 'z' ? static_cast<char>(ch - 'a' + 'A') : ch;
+    });
+    return sKey;
+}
+
 /// Device `uIndex` of the list; null, and the reason, beyond the last one.
 const CPluggedDevice* g_Listed(const CDeviceList& rList, uint32_t uIndex) {
     const auto pSnapshot = g_GetSystem().State<CSnapshot>(rList.Get(), EHandle::kDeviceList);
@@ -63,6 +73,7 @@ CDeviceList OpenDeviceList(ESetupClass eClass) {
     for (const CPluggedDevice& rDevice : simulated::g_GetMachine().Description().Devices)
         if (rDevice.IsThere(ullNow) && (eClass == ESetupClass::kAnyDevice || rDevice.sClass == sClass))
             pSnapshot->push_back(&rDevice);
+    std::ranges::sort(*pSnapshot, {}, g_SortKey);
     return CDeviceList(rSystem.Open(EHandle::kDeviceList, L"", std::move(pSnapshot)));
 }
 
