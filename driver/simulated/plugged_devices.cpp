@@ -117,7 +117,8 @@ public:
     }
     CDriveName(const CDriveName&) = delete;
     ~CDriveName() {
-        if (m_hLink) NtClose(m_hLink);  // the name goes with its only handle
+        if (!m_hLink) return;  // somebody else has the name
+        NtClose(m_hLink);      // the name goes with its only handle
         if (!m_oOldTarget) return;
         if (const HANDLE hLink = _Create(*m_oOldTarget, kPermanent)) NtClose(hLink);
     }
@@ -154,6 +155,48 @@ private:
 
 }  // namespace
 
+/// The system's own devices of a class, out of sight as long as this lives: they are not the PC's.
+class CHiddenDevices {
+public:
+    explicit CHiddenDevices(const wchar_t* pszGuid) : m_sGuid(pszGuid) {
+        for (const std::wstring& rsEnumerator : _Keys(L""))
+            for (const std::wstring& rsDevice : _Keys(rsEnumerator))
+                for (std::wstring& rsInstance : _Keys(rsDevice))
+                    if (_Swap(rsInstance, m_sGuid, kNoClass)) m_Instances.push_back(std::move(rsInstance));
+    }
+    CHiddenDevices(const CHiddenDevices&) = delete;
+    ~CHiddenDevices() {
+        for (const std::wstring& rsInstance : m_Instances) _Swap(rsInstance, kNoClass, m_sGuid);
+    }
+
+private:
+    static constexpr const wchar_t* kNoClass = L"{00000000-0000-0000-0000-000000000000}";
+
+    /// Paths of the keys below one of the tree.
+    std::vector<std::wstring> _Keys(const std::wstring& rsPath) const {
+        std::vector<std::wstring> Keys;
+        wchar_t szName[MAX_PATH];
+        const CKey hKey = g_CreateKey(m_hRoot.get(), rsPath, REG_OPTION_NON_VOLATILE);
+        for (DWORD i = 0; RegEnumKeyW(hKey.get(), i, szName, MAX_PATH) == ERROR_SUCCESS; ++i)
+            Keys.push_back(rsPath.empty() ? szName : rsPath + L'\\' + szName);
+        return Keys;
+    }
+    bool _Swap(const std::wstring& rsInstance, const std::wstring& rsFrom, const std::wstring& rsTo) const {
+        const CKey hKey = g_CreateKey(m_hRoot.get(), rsInstance, REG_OPTION_NON_VOLATILE);
+        wchar_t szGuid[64]{};
+        DWORD dwSize = sizeof(szGuid) - sizeof(wchar_t);
+        const auto lStatus =
+            RegQueryValueExW(hKey.get(), L"ClassGUID", nullptr, nullptr, reinterpret_cast<BYTE*>(szGuid), &dwSize);
+        if (lStatus != ERROR_SUCCESS || lstrcmpiW(szGuid, rsFrom.c_str()) != 0) return false;
+        g_PutBytes(hKey, L"ClassGUID", REG_SZ, rsTo.c_str(), (rsTo.size() + 1) * sizeof(wchar_t));
+        return true;
+    }
+
+    const std::wstring m_sGuid;
+    const CKey m_hRoot = g_CreateKey(HKEY_LOCAL_MACHINE, LR"(System\CurrentControlSet\Enum)", REG_OPTION_NON_VOLATILE);
+    std::vector<std::wstring> m_Instances;
+};
+
 struct CPluggedDevices::CPlug {
     CPlug(const CPluggedDevice& rDevice, size_t uDevice) : Entry(rDevice) {
         if (!rDevice.sDrive.empty()) oName.emplace(rDevice.sDrive, g_DriveObjectName(uDevice));
@@ -164,7 +207,12 @@ struct CPluggedDevices::CPlug {
 
 std::wstring g_DriveObjectName(size_t uDevice) { return L"\\Device\\VXTDrive" + std::to_wstring(uDevice); }
 
-CPluggedDevices::CPluggedDevices(std::span<const CPluggedDevice> Devices) : m_Devices(Devices) { Follow(0); }
+CPluggedDevices::CPluggedDevices(std::span<const CPluggedDevice> Devices) : m_Devices(Devices) {
+    for (const vxtsim::CSetupClassName& rClass : vxtsim::kSetupClasses)
+        if (std::ranges::count(Devices, rClass.sName, &CPluggedDevice::sClass))
+            m_Hidden.push_back(std::make_unique<CHiddenDevices>(g_Widen(rClass.pszGuid).c_str()));
+    Follow(0);
+}
 CPluggedDevices::~CPluggedDevices() = default;
 
 void CPluggedDevices::_Change(uint64_t ullUptime) {

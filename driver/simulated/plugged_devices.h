@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "sim/machine_file.h"
 
@@ -14,7 +15,10 @@ namespace vxtdriver {
 /// Name of the device object that answers for the drive with this place among the machine's devices.
 std::wstring g_DriveObjectName(size_t uDevice);
 
-/// Keeps both as the machine file says; with this object everything goes. Not for two threads at a time.
+class CHiddenDevices;
+
+/// Keeps both as the machine file says; with this object everything goes. Of a class that the machine file has devices of, the
+/// system's own are hidden. Not for two threads at a time.
 class CPluggedDevices {
 public:
     explicit CPluggedDevices(std::span<const vxtsim::CPluggedDevice> Devices);
@@ -30,7 +34,8 @@ private:
     void _Change(uint64_t ullUptime);
 
     std::span<const vxtsim::CPluggedDevice> m_Devices;
-    std::map<size_t, std::unique_ptr<CPlug>> m_Plugs;  ///< by place among the devices: those that are there
+    std::vector<std::unique_ptr<CHiddenDevices>> m_Hidden;  ///< come back last
+    std::map<size_t, std::unique_ptr<CPlug>> m_Plugs;       ///< by place among the devices: those that are there
     uint64_t m_ullNextChange = 0;
 };
 
