@@ -4,6 +4,7 @@
 #include <winternl.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -62,6 +63,28 @@ void g_PutTexts(const CKey& rKey, const wchar_t* pszValue, const std::vector<std
     g_PutText(rKey, pszValue, sAll, REG_MULTI_SZ);
 }
 
+constexpr const wchar_t* kTree = LR"(System\CurrentControlSet\Enum)";
+constexpr int kTreeLevels = 3;  // enumerator, device, instance
+CKey g_OpenTree() { return g_CreateKey(HKEY_LOCAL_MACHINE, kTree, REG_OPTION_NON_VOLATILE); }
+
+/// Gives the value `pszFrom` of every key that lies `nLevels` below the name `pszTo`.
+void g_RenameValues(const CKey& rKey, int nLevels, const wchar_t* pszFrom, const wchar_t* pszTo) {
+    if (nLevels == 0) {
+        std::array<BYTE, 256> aucValue{};
+        DWORD dwSize = aucValue.size(), dwType = 0;
+        if (RegQueryValueExW(rKey.get(), pszFrom, nullptr, &dwType, aucValue.data(), &dwSize) != ERROR_SUCCESS) return;
+        g_PutBytes(rKey, pszTo, dwType, aucValue.data(), dwSize);
+        RegDeleteValueW(rKey.get(), pszFrom);
+        return;
+    }
+    std::array<wchar_t, 256> szName{};  // as long as a key's name can be
+    for (DWORD i = 0; RegEnumKeyW(rKey.get(), i, szName.data(), szName.size()) == ERROR_SUCCESS; ++i) {
+        HKEY hBelow = nullptr;
+        if (RegOpenKeyExW(rKey.get(), szName.data(), 0, KEY_ALL_ACCESS, &hBelow) == ERROR_SUCCESS)
+            g_RenameValues(CKey(hBelow), nLevels - 1, pszFrom, pszTo);
+    }
+}
+
 /// A device's entry in the tree.
 class CTreeEntry {
 public:
@@ -96,7 +119,7 @@ public:
 
 private:
     const std::wstring m_sId;
-    const CKey m_hRoot = g_CreateKey(HKEY_LOCAL_MACHINE, LR"(System\CurrentControlSet\Enum)", REG_OPTION_NON_VOLATILE);
+    const CKey m_hRoot = g_OpenTree();
 };
 
 /// A name that leads to a device object. If it led elsewhere, it does so again afterwards.
@@ -165,8 +188,22 @@ struct CPluggedDevices::CPlug {
 
 std::wstring g_DriveObjectName(size_t uDevice) { return L"\\Device\\VXTDrive" + std::to_wstring(uDevice); }
 
-CPluggedDevices::CPluggedDevices(std::span<const CPluggedDevice> Devices) : m_Devices(Devices) { Follow(0); }
-CPluggedDevices::~CPluggedDevices() = default;
+namespace {
+
+// The system lists no device whose class it does not know.
+constexpr const wchar_t *kClass = L"ClassGUID", *kHiddenClass = L"VXTHiddenClassGUID";
+
+}  // namespace
+
+CPluggedDevices::CPluggedDevices(std::span<const CPluggedDevice> Devices) : m_Devices(Devices) {
+    if (!m_Devices.empty()) g_RenameValues(g_OpenTree(), kTreeLevels, kClass, kHiddenClass);
+    Follow(0);
+}
+
+CPluggedDevices::~CPluggedDevices() {
+    m_Plugs.clear();
+    if (!m_Devices.empty()) g_RenameValues(g_OpenTree(), kTreeLevels, kHiddenClass, kClass);
+}
 
 void CPluggedDevices::_Change(uint64_t ullUptime) {
     constexpr uint64_t kSecond = 1'000'000'000;

@@ -14,7 +14,8 @@ namespace vxtdriver {
 /// Name of the device object that answers for the drive with this place among the machine's devices.
 std::wstring g_DriveObjectName(size_t uDevice);
 
-/// Keeps both as the machine file says; with this object everything goes. Not for two threads at a time.
+/// Keeps both as the machine file says; with this object everything goes. A machine file that tells of any device tells of all:
+/// the tree is that PC's then, and the system's own devices are out of sight. Not for two threads at a time.
 class CPluggedDevices {
 public:
     explicit CPluggedDevices(std::span<const vxtsim::CPluggedDevice> Devices);
