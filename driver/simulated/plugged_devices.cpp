@@ -67,12 +67,17 @@ constexpr const wchar_t* kTree = LR"(System\CurrentControlSet\Enum)";
 constexpr int kTreeLevels = 3;  // enumerator, device, instance
 CKey g_OpenTree() { return g_CreateKey(HKEY_LOCAL_MACHINE, kTree, REG_OPTION_NON_VOLATILE); }
 
-/// Gives the value `pszFrom` of every key that lies `nLevels` below the name `pszTo`.
+// The system lists no device whose class it does not know. The PC's own have a mark beside it.
+constexpr const wchar_t *kClass = L"ClassGUID", *kHiddenClass = L"VXTHiddenClassGUID", *kOwnMark = L"VXTDevice";
+
+/// Gives the value `pszFrom` of the system's devices below the key the name `pszTo`.
 void g_RenameValues(const CKey& rKey, int nLevels, const wchar_t* pszFrom, const wchar_t* pszTo) {
     if (nLevels == 0) {
         std::array<BYTE, 256> aucValue{};
         DWORD dwSize = aucValue.size(), dwType = 0;
-        if (RegQueryValueExW(rKey.get(), pszFrom, nullptr, &dwType, aucValue.data(), &dwSize) != ERROR_SUCCESS) return;
+        if (RegQueryValueExW(rKey.get(), pszFrom, nullptr, &dwType, aucValue.data(), &dwSize) != ERROR_SUCCESS ||
+            RegQueryValueExW(rKey.get(), kOwnMark, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
+            return;
         g_PutBytes(rKey, pszTo, dwType, aucValue.data(), dwSize);
         RegDeleteValueW(rKey.get(), pszFrom);
         return;
@@ -92,6 +97,7 @@ public:
         if (std::ranges::count(m_sId, L'\\') != 2) return;  // the system keeps enumerator\device\instance and no other
         (void)g_CreateKey(m_hRoot.get(), m_sId.substr(0, m_sId.find(L'\\')), REG_OPTION_NON_VOLATILE);  // the system's
         const CKey hKey = g_CreateKey(m_hRoot.get(), m_sId);
+        g_PutBytes(hKey, kOwnMark, REG_NONE, nullptr, 0);  // before the class, which others look for
         const auto pClass = std::ranges::find(vxtsim::kSetupClasses, rDevice.sClass, &vxtsim::CSetupClassName::sName);
         g_PutText(hKey, L"Class", rDevice.sClass);
         if (pClass != std::end(vxtsim::kSetupClasses)) g_PutText(hKey, L"ClassGUID", pClass->pszGuid);
@@ -188,22 +194,44 @@ struct CPluggedDevices::CPlug {
 
 std::wstring g_DriveObjectName(size_t uDevice) { return L"\\Device\\VXTDrive" + std::to_wstring(uDevice); }
 
-namespace {
+/// The system puts its display devices back into the tree whenever a desktop begins: a thread takes them out again.
+class CPluggedDevices::CHiding {
+public:
+    CHiding() { m_hThread = CreateThread(nullptr, 0, &_Run, this, 0, nullptr); }
+    CHiding(const CHiding&) = delete;
+    ~CHiding() {
+        SetEvent(m_hEnd);
+        WaitForSingleObject(m_hThread, INFINITE);
+        g_RenameValues(m_hTree, kTreeLevels, kHiddenClass, kClass);
+        for (const HANDLE hObject : {m_hThread, m_hEnd, m_hChange}) CloseHandle(hObject);
+    }
 
-// The system lists no device whose class it does not know.
-constexpr const wchar_t *kClass = L"ClassGUID", *kHiddenClass = L"VXTHiddenClassGUID";
+private:
+    static DWORD WINAPI _Run(void* pHiding) {
+        const auto& [hTree, hEnd, hChange, hThread] = *static_cast<const CHiding*>(pHiding);
+        const HANDLE ahEvents[] = {hEnd, hChange};
+        do {  // asked for before the look, so that no change is missed
+            RegNotifyChangeKeyValue(hTree.get(), TRUE, REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET, hChange,
+                                    TRUE);
+            g_RenameValues(hTree, kTreeLevels, kClass, kHiddenClass);
+        } while (WaitForMultipleObjects(2, ahEvents, FALSE, INFINITE) == WAIT_OBJECT_0 + 1);
+        return 0;
+    }
 
-}  // namespace
+    const CKey m_hTree = g_OpenTree();
+    const HANDLE m_hEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE m_hChange = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    HANDLE m_hThread = nullptr;
+};
 
 CPluggedDevices::CPluggedDevices(std::span<const CPluggedDevice> Devices) : m_Devices(Devices) {
-    if (!m_Devices.empty()) g_RenameValues(g_OpenTree(), kTreeLevels, kClass, kHiddenClass);
     Follow(0);
+    if (m_Devices.empty()) return;
+    g_RenameValues(g_OpenTree(), kTreeLevels, kClass, kHiddenClass);
+    m_pHiding = std::make_unique<CHiding>();
 }
 
-CPluggedDevices::~CPluggedDevices() {
-    m_Plugs.clear();
-    if (!m_Devices.empty()) g_RenameValues(g_OpenTree(), kTreeLevels, kHiddenClass, kClass);
-}
+CPluggedDevices::~CPluggedDevices() = default;
 
 void CPluggedDevices::_Change(uint64_t ullUptime) {
     constexpr uint64_t kSecond = 1'000'000'000;

@@ -28,11 +28,13 @@ public:
 
 private:
     struct CPlug;
+    class CHiding;
     void _Change(uint64_t ullUptime);
 
     std::span<const vxtsim::CPluggedDevice> m_Devices;
     std::map<size_t, std::unique_ptr<CPlug>> m_Plugs;  ///< by place among the devices: those that are there
     uint64_t m_ullNextChange = 0;
+    std::unique_ptr<CHiding> m_pHiding;  ///< of the system's devices; null: they stay
 };
 
 }  // namespace vxtdriver
