@@ -4,6 +4,7 @@
 #include <winternl.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -62,6 +63,33 @@ void g_PutTexts(const CKey& rKey, const wchar_t* pszValue, const std::vector<std
     g_PutText(rKey, pszValue, sAll, REG_MULTI_SZ);
 }
 
+constexpr const wchar_t* kTree = LR"(System\CurrentControlSet\Enum)";
+constexpr int kTreeLevels = 3;  // enumerator, device, instance
+CKey g_OpenTree() { return g_CreateKey(HKEY_LOCAL_MACHINE, kTree, REG_OPTION_NON_VOLATILE); }
+
+// The system lists no device whose class it does not know. The PC's own have a mark beside it.
+constexpr const wchar_t *kClass = L"ClassGUID", *kHiddenClass = L"VXTHiddenClassGUID", *kOwnMark = L"VXTDevice";
+
+/// Gives the value `pszFrom` of the system's devices below the key the name `pszTo`.
+void g_RenameValues(const CKey& rKey, int nLevels, const wchar_t* pszFrom, const wchar_t* pszTo) {
+    if (nLevels == 0) {
+        std::array<BYTE, 256> aucValue{};
+        DWORD dwSize = aucValue.size(), dwType = 0;
+        if (RegQueryValueExW(rKey.get(), pszFrom, nullptr, &dwType, aucValue.data(), &dwSize) != ERROR_SUCCESS ||
+            RegQueryValueExW(rKey.get(), kOwnMark, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
+            return;
+        g_PutBytes(rKey, pszTo, dwType, aucValue.data(), dwSize);
+        RegDeleteValueW(rKey.get(), pszFrom);
+        return;
+    }
+    std::array<wchar_t, 256> szName{};  // as long as a key's name can be
+    for (DWORD i = 0; RegEnumKeyW(rKey.get(), i, szName.data(), szName.size()) == ERROR_SUCCESS; ++i) {
+        HKEY hBelow = nullptr;
+        if (RegOpenKeyExW(rKey.get(), szName.data(), 0, KEY_ALL_ACCESS, &hBelow) == ERROR_SUCCESS)
+            g_RenameValues(CKey(hBelow), nLevels - 1, pszFrom, pszTo);
+    }
+}
+
 /// A device's entry in the tree.
 class CTreeEntry {
 public:
@@ -69,6 +97,7 @@ public:
         if (std::ranges::count(m_sId, L'\\') != 2) return;  // the system keeps enumerator\device\instance and no other
         (void)g_CreateKey(m_hRoot.get(), m_sId.substr(0, m_sId.find(L'\\')), REG_OPTION_NON_VOLATILE);  // the system's
         const CKey hKey = g_CreateKey(m_hRoot.get(), m_sId);
+        g_PutBytes(hKey, kOwnMark, REG_NONE, nullptr, 0);  // before the class, which others look for
         const auto pClass = std::ranges::find(vxtsim::kSetupClasses, rDevice.sClass, &vxtsim::CSetupClassName::sName);
         g_PutText(hKey, L"Class", rDevice.sClass);
         if (pClass != std::end(vxtsim::kSetupClasses)) g_PutText(hKey, L"ClassGUID", pClass->pszGuid);
@@ -96,7 +125,7 @@ public:
 
 private:
     const std::wstring m_sId;
-    const CKey m_hRoot = g_CreateKey(HKEY_LOCAL_MACHINE, LR"(System\CurrentControlSet\Enum)", REG_OPTION_NON_VOLATILE);
+    const CKey m_hRoot = g_OpenTree();
 };
 
 /// A name that leads to a device object. If it led elsewhere, it does so again afterwards.
@@ -155,48 +184,6 @@ private:
 
 }  // namespace
 
-/// The system's own devices of a class, out of sight as long as this lives: they are not the PC's.
-class CHiddenDevices {
-public:
-    explicit CHiddenDevices(const wchar_t* pszGuid) : m_sGuid(pszGuid) {
-        for (const std::wstring& rsEnumerator : _Keys(L""))
-            for (const std::wstring& rsDevice : _Keys(rsEnumerator))
-                for (std::wstring& rsInstance : _Keys(rsDevice))
-                    if (_Swap(rsInstance, m_sGuid, kNoClass)) m_Instances.push_back(std::move(rsInstance));
-    }
-    CHiddenDevices(const CHiddenDevices&) = delete;
-    ~CHiddenDevices() {
-        for (const std::wstring& rsInstance : m_Instances) _Swap(rsInstance, kNoClass, m_sGuid);
-    }
-
-private:
-    static constexpr const wchar_t* kNoClass = L"{00000000-0000-0000-0000-000000000000}";
-
-    /// Paths of the keys below one of the tree.
-    std::vector<std::wstring> _Keys(const std::wstring& rsPath) const {
-        std::vector<std::wstring> Keys;
-        wchar_t szName[MAX_PATH];
-        const CKey hKey = g_CreateKey(m_hRoot.get(), rsPath, REG_OPTION_NON_VOLATILE);
-        for (DWORD i = 0; RegEnumKeyW(hKey.get(), i, szName, MAX_PATH) == ERROR_SUCCESS; ++i)
-            Keys.push_back(rsPath.empty() ? szName : rsPath + L'\\' + szName);
-        return Keys;
-    }
-    bool _Swap(const std::wstring& rsInstance, const std::wstring& rsFrom, const std::wstring& rsTo) const {
-        const CKey hKey = g_CreateKey(m_hRoot.get(), rsInstance, REG_OPTION_NON_VOLATILE);
-        wchar_t szGuid[64]{};
-        DWORD dwSize = sizeof(szGuid) - sizeof(wchar_t);
-        const auto lStatus =
-            RegQueryValueExW(hKey.get(), L"ClassGUID", nullptr, nullptr, reinterpret_cast<BYTE*>(szGuid), &dwSize);
-        if (lStatus != ERROR_SUCCESS || lstrcmpiW(szGuid, rsFrom.c_str()) != 0) return false;
-        g_PutBytes(hKey, L"ClassGUID", REG_SZ, rsTo.c_str(), (rsTo.size() + 1) * sizeof(wchar_t));
-        return true;
-    }
-
-    const std::wstring m_sGuid;
-    const CKey m_hRoot = g_CreateKey(HKEY_LOCAL_MACHINE, LR"(System\CurrentControlSet\Enum)", REG_OPTION_NON_VOLATILE);
-    std::vector<std::wstring> m_Instances;
-};
-
 struct CPluggedDevices::CPlug {
     CPlug(const CPluggedDevice& rDevice, size_t uDevice) : Entry(rDevice) {
         if (!rDevice.sDrive.empty()) oName.emplace(rDevice.sDrive, g_DriveObjectName(uDevice));
@@ -207,12 +194,43 @@ struct CPluggedDevices::CPlug {
 
 std::wstring g_DriveObjectName(size_t uDevice) { return L"\\Device\\VXTDrive" + std::to_wstring(uDevice); }
 
+/// The system puts its display devices back into the tree whenever a desktop begins: a thread takes them out again.
+class CPluggedDevices::CHiding {
+public:
+    CHiding() { m_hThread = CreateThread(nullptr, 0, &_Run, this, 0, nullptr); }
+    CHiding(const CHiding&) = delete;
+    ~CHiding() {
+        SetEvent(m_hEnd);
+        WaitForSingleObject(m_hThread, INFINITE);
+        g_RenameValues(m_hTree, kTreeLevels, kHiddenClass, kClass);
+        for (const HANDLE hObject : {m_hThread, m_hEnd, m_hChange}) CloseHandle(hObject);
+    }
+
+private:
+    static DWORD WINAPI _Run(void* pHiding) {
+        const auto& [hTree, hEnd, hChange, hThread] = *static_cast<const CHiding*>(pHiding);
+        const HANDLE ahEvents[] = {hEnd, hChange};
+        do {  // asked for before the look, so that no change is missed
+            RegNotifyChangeKeyValue(hTree.get(), TRUE, REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET, hChange,
+                                    TRUE);
+            g_RenameValues(hTree, kTreeLevels, kClass, kHiddenClass);
+        } while (WaitForMultipleObjects(2, ahEvents, FALSE, INFINITE) == WAIT_OBJECT_0 + 1);
+        return 0;
+    }
+
+    const CKey m_hTree = g_OpenTree();
+    const HANDLE m_hEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE m_hChange = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    HANDLE m_hThread = nullptr;
+};
+
 CPluggedDevices::CPluggedDevices(std::span<const CPluggedDevice> Devices) : m_Devices(Devices) {
-    for (const vxtsim::CSetupClassName& rClass : vxtsim::kSetupClasses)
-        if (std::ranges::count(Devices, rClass.sName, &CPluggedDevice::sClass))
-            m_Hidden.push_back(std::make_unique<CHiddenDevices>(g_Widen(rClass.pszGuid).c_str()));
     Follow(0);
+    if (m_Devices.empty()) return;
+    g_RenameValues(g_OpenTree(), kTreeLevels, kClass, kHiddenClass);
+    m_pHiding = std::make_unique<CHiding>();
 }
+
 CPluggedDevices::~CPluggedDevices() = default;
 
 void CPluggedDevices::_Change(uint64_t ullUptime) {

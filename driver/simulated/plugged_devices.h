@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <span>
-#include <vector>
 
 #include "sim/machine_file.h"
 
@@ -15,10 +14,8 @@ namespace vxtdriver {
 /// Name of the device object that answers for the drive with this place among the machine's devices.
 std::wstring g_DriveObjectName(size_t uDevice);
 
-class CHiddenDevices;
-
-/// Keeps both as the machine file says; with this object everything goes. Of a class that the machine file has devices of, the
-/// system's own are hidden. Not for two threads at a time.
+/// Keeps both as the machine file says; with this object everything goes. A machine file that tells of any device tells of all:
+/// the tree is that PC's then, and the system's own devices are out of sight. Not for two threads at a time.
 class CPluggedDevices {
 public:
     explicit CPluggedDevices(std::span<const vxtsim::CPluggedDevice> Devices);
@@ -31,12 +28,13 @@ public:
 
 private:
     struct CPlug;
+    class CHiding;
     void _Change(uint64_t ullUptime);
 
     std::span<const vxtsim::CPluggedDevice> m_Devices;
-    std::vector<std::unique_ptr<CHiddenDevices>> m_Hidden;  ///< come back last
-    std::map<size_t, std::unique_ptr<CPlug>> m_Plugs;       ///< by place among the devices: those that are there
+    std::map<size_t, std::unique_ptr<CPlug>> m_Plugs;  ///< by place among the devices: those that are there
     uint64_t m_ullNextChange = 0;
+    std::unique_ptr<CHiding> m_pHiding;  ///< of the system's devices; null: they stay
 };
 
 }  // namespace vxtdriver

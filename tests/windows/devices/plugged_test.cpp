@@ -1,6 +1,7 @@
 // The devices of the PC in the simulated driver as the system tells of them: there as long as the driver runs, and for the
 // time that the machine file says.
 #include "platform/device_tree.h"
+#include "platform/display.h"
 #include "platform/drive.h"
 #include "platform/error_code.h"
 #include "platform/windows/windows_api.h"
@@ -24,6 +25,7 @@ namespace {
 
 constexpr const char* kMachine = R"([machine]
 based_on = family10h-ddr3
+without = device
 [wmi root\cimv2 Win32_BaseBoard]
 Manufacturer = text:Public
 [device PCI\VEN_1002&DEV_4391\3&267A616A&0&88]
@@ -117,6 +119,20 @@ protected:
 };
 
 TEST_F(CPlugged, DevicesAreInTheTreeAsTheMachineFileSays) {
+    constexpr const wchar_t* kOwn = LR"(DISPLAY\DEFAULT_MONITOR\0000&0000)";
+    EXPECT_EQ(g_Ids(ESetupClass::kAnyDevice).size(), 4u) << "no others, Windows' own are hidden";
+    EXPECT_EQ(g_Ids(ESetupClass::kMonitor), std::vector<std::wstring>{LR"(DISPLAY\ABC1234\4&1)"});
+    CDisplayName Display;
+    EXPECT_TRUE(GetDisplayName(0, Display)) << "the hidden adapter works";
+    // A desktop that begins writes them anew.
+    const std::wstring sKey = LR"(System\CurrentControlSet\Enum\)" + std::wstring(kOwn);
+    constexpr wchar_t kMonitors[] = L"{4d36e96e-e325-11ce-bfc1-08002be10318}";
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, sKey.c_str(), L"ClassGUID", REG_SZ, kMonitors, sizeof(kMonitors));
+    for (int i = 0; i < 200 && g_Ids(ESetupClass::kMonitor).size() != 1; ++i) Sleep(10);
+    EXPECT_EQ(g_Ids(ESetupClass::kMonitor), std::vector<std::wstring>{LR"(DISPLAY\ABC1234\4&1)"});
+    g_RemoveDriverService();
+    EXPECT_EQ(g_Ids(ESetupClass::kMonitor), std::vector<std::wstring>{kOwn});
+    SetUp();
     const CDeviceList Controllers = OpenDeviceList(ESetupClass::kDiskController);
     std::wstring sText;
     ASSERT_TRUE(GetDeviceId(Controllers, 0, sText));
@@ -134,15 +150,12 @@ TEST_F(CPlugged, DevicesAreInTheTreeAsTheMachineFileSays) {
     EXPECT_EQ(Ids, std::vector<std::wstring>{LR"(PCI\CC_010601)"});
 
     const CDeviceList Monitors = OpenDeviceList(ESetupClass::kMonitor);
-    const auto AllMonitors = g_Ids(ESetupClass::kMonitor);
-    const auto uMonitor =
-        static_cast<uint32_t>(std::ranges::find(AllMonitors, LR"(DISPLAY\ABC1234\4&1)") - AllMonitors.begin());
     std::array<std::byte, 256> Data{};
     uint32_t uSize = 0;
-    EXPECT_TRUE(ReadDeviceValue(Monitors, uMonitor, L"EDID", Data, uSize));
+    EXPECT_TRUE(ReadDeviceValue(Monitors, 0, L"EDID", Data, uSize));
     EXPECT_EQ(uSize, 8u);
     EXPECT_EQ(Data[1], std::byte{0xFF});
-    EXPECT_TRUE(GetDeviceParent(Monitors, uMonitor, sText));
+    EXPECT_TRUE(GetDeviceParent(Monitors, 0, sText));
     EXPECT_EQ(sText, LR"(PCI\VEN_1002&DEV_4391\3&267A616A&0&88)");
 }
 
