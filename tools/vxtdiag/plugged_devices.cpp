@@ -112,6 +112,7 @@ template <class TDrive> void g_ReadDrives(CSnapshot& rSnapshot, const char* pszC
         it->Image.resize(vxt::platform::kIdentifyBytes);
         auto uSize = static_cast<uint32_t>(it->Image.size());
         if (!Drive.GetIdentifyData(it->Image.data(), uSize)) it->Image.clear();
+        std::rotate(it, std::next(it), rDevices.end());  // drives of a machine file have the numbers of their order
     }
 }
 
