@@ -2,7 +2,7 @@
 
 import re
 
-from tools import answer, read, run, table, write
+from tools import SOURCE, answer, read, run, table, write
 
 SPD = "[machine]\nbased_on = family10h-ddr3\n\n[smbus 50]\n"
 
@@ -93,3 +93,14 @@ def test_all_that_is_attached_is_a_tree():
 
 def test_a_broken_edid_is_a_finding():
     assert answer("vxtctl devices --all --machine k8-first", 6)["findings"] == ["/monitor/0: its EDID: the checksum is WRONG"]
+
+
+@table("old, new, verdict, finding", [("00 00 00 00 a5 32", "00 00 00 00 a5 33", "wrong_checksum", "the checksum is WRONG"), ("00 00 00 00 a5 32", "00 00 00 00 00 00", "unsigned", None)])
+def test_identify_data_that_are_not_to_be_trusted_are_a_finding(old, new, verdict, finding):
+    text = read(SOURCE / "machines/desktop-b.machine")
+    end = text.index(old, text.index("[device IDE\\DISKSAMSUNG"))
+    write("bad.machine", text[:end] + new + text[end + len(old):])
+    document = answer("vxtctl disks --machine bad.machine", 6 if finding else 0)
+    assert (document["drives"][0]["verdict"], document["findings"]) == (verdict, [f"/hard-disk/0: its IDENTIFY data: {finding}"] if finding else [])
+    known = facts(document["drives"][0])  # behind a wrong checksum there is only what the system tells
+    assert known["model"].startswith("Samsung SSD 870 QVO 4TB") and ("standard" in known) == (finding is None)

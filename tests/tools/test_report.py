@@ -71,6 +71,13 @@ def test_what_looks_wrong_stands_on_top_and_what_is_absent_is_no_finding():
     assert run("vxtctl report pc.html --machine desktop-a").code == 0 and "firmware offers no clock generator" in read("pc.html")
 
 
+@table("kinds", ["fail", "ones", "zero"])
+def test_a_machine_that_is_hard_to_read_still_gets_its_page(kinds):
+    document = answer(f"vxtctl report pc.html --fault seed=7,rate=8,kinds={kinds}", 6)
+    page = Page(read("pc.html"))
+    assert page.ids == SECTIONS and document["findings"] and all(finding in page.text for finding in document["findings"])
+
+
 def test_text_of_a_device_or_a_file_does_not_break_out():
     data = spd()
     data[128:146] = b'"><script>&x\x1b</t>'
