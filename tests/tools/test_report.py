@@ -128,7 +128,8 @@ def test_what_sensors_records_is_drawn_and_a_long_recording_keeps_its_peaks():
 @table("text, told", [("", "line 1, column 1: "), ("PK\3\4\0\0", "line 1, column 1: "), ("ts,/cpu/0/temperature/0,Fan\n", "line 1, column 3: 'Fan' is no sensor's id"),
                       (HEADING, "no sample"), (HEADING + SAMPLES.replace("24,", "2a4,"), "line 6, column 2: '2a4' is no number"), (HEADING + "31.1.2026,1,2\n", "line 2, column 1: '31.1.2026' is no time"),
                       (HEADING + "2026-02-30T10:00:00.000Z,1,2\n", "line 2, column 1: "), (HEADING + "2026-01-31T10:00:00.000Z,1\n", "line 2, column 3: there are 2 columns, the heading has 3"),
-                      (HEADING + SAMPLES + "2026-01-31T10:00:09.000Z,1,2,3\n", "line 10, column 4: "), (HEADING + "2026-01-31T10:00:00.000Z,inf,1e5\n", "line 2, column 2: 'inf'")])
+                      (HEADING + SAMPLES + "2026-01-31T10:00:09.000Z,1,2,3\n", "line 10, column 4: "), (HEADING + "2026-01-31T10:00:00.000Z,inf,1e5\n", "line 2, column 2: 'inf'"),
+                      (HEADING + "2026-01-31T10:00:00.000Z," + "9" * 300 + ",1\n", "is no reading")])
 def test_what_is_no_recording_is_refused_with_its_place(text, told):
     write("bad.csv", text)
     found = run("vxtctl report pc.html --recording bad.csv")

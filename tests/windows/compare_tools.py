@@ -24,7 +24,7 @@ BUILD32, BUILD64, NATIVE = (pathlib.Path(word).resolve() for word in sys.argv[1:
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
 READS = [f"vxtctl {command} --json".replace("  ", " ")
-         for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages", "sensors")]
+         for command in ("", "cpu", "devices", "memory", "links", "northbridge", "clocks", "voltages", "sensors", "modules --raw", "disks", "devices --all")]
 # Profiles: the machine's sample; what was saved natively is in force on Windows, and the other way round (see run_machine).
 READS += [f"vxtctl profile {command} --json" for command in ("show sample.xml", "diff sample.xml", "save saved.xml", "verify native.xml", "diff sample.xml native.xml")]
 READS += [f"vxtdiag {command} --json" for command in ("firmware", "cmos", "acpi", "pci")]

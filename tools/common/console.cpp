@@ -40,6 +40,11 @@ std::filesystem::path g_Path(const std::string& sUtf8) {
     return std::filesystem::path(std::u8string(sUtf8.begin(), sUtf8.end()));
 }
 
+std::string g_FileName(const std::string& sUtf8) {
+    const std::u8string sName = g_Path(sUtf8).filename().u8string();
+    return {sName.begin(), sName.end()};
+}
+
 bool g_AskYes(const std::string& sQuestion) {
     std::fputs((sQuestion + " [y/N] ").c_str(), stderr);
     std::string sAnswer;

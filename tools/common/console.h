@@ -80,6 +80,8 @@ uint32_t g_ProcessorCount();
 
 /// A path from UTF-8.
 std::filesystem::path g_Path(const std::string& sUtf8);
+/// The name of a path's file, without its folders; both UTF-8.
+std::string g_FileName(const std::string& sUtf8);
 std::filesystem::path g_Executable();
 std::filesystem::path g_ExecutableFolder();
 

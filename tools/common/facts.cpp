@@ -1,5 +1,7 @@
 #include "common/facts.h"
 
+#include <cmath>
+
 #include "common/text.h"
 
 namespace vxttools {
@@ -33,9 +35,11 @@ void CFacts::Add(const char* pszKey, const char* pszLabel, CJson Value, const ch
 
 void CFacts::AddNumber(const char* pszKey, const char* pszLabel, double dValue, const char* pszUnit,
                        std::string sShown) {
-    const bool bWhole = dValue == static_cast<double>(static_cast<int64_t>(dValue));
-    const CJson Number = bWhole ? CJson(static_cast<int64_t>(dValue)) : g_ToJson(std::optional(dValue));
-    Add(pszKey, pszLabel, dValue == 0 ? CJson() : Number, pszUnit, std::move(sShown));
+    constexpr double kExact = 1e15;  // whole numbers have no place behind the point up to here
+    if (dValue == 0 || !std::isfinite(dValue)) return AddMissing(pszKey, pszLabel, m_pszNone, pszUnit);
+    const bool bWhole = std::abs(dValue) < kExact && dValue == std::floor(dValue);
+    Add(pszKey, pszLabel, bWhole ? CJson(static_cast<int64_t>(dValue)) : g_ToJson(std::optional(dValue)), pszUnit,
+        std::move(sShown));
 }
 
 void CFacts::AddSerial(const char* pszKey, const char* pszLabel, CJson Value, std::string sShown) {

@@ -19,7 +19,7 @@ public:
 
     /// A null value, an empty text and an empty list are none. `sShown`: the value for people; empty: as it is.
     void Add(const char* pszKey, const char* pszLabel, CJson Value, const char* pszUnit = "", std::string sShown = {});
-    /// 0 is none.
+    /// 0 is none, and so is what is no number.
     void AddNumber(const char* pszKey, const char* pszLabel, double dValue, const char* pszUnit = "",
                    std::string sShown = {});
     /// What tells one specimen from another.

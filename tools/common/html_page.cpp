@@ -76,7 +76,7 @@ std::string g_Tree(const CTextTable& rTable) {
 }  // namespace
 
 std::string g_Scrollable(const std::string& sLabel, const std::string& sMarkup, const char* pszClass) {
-    return "<div class=\"" + std::string(pszClass) + "\" role=\"region\" tabindex=\"0\" aria-label=\"" +
+    return "<div class=\"" + std::string(pszClass) + "\" role=\"group\" tabindex=\"0\" aria-label=\"" +
            g_Markup(sLabel) + "\">\n" + sMarkup + "</div>\n";
 }
 

@@ -1,6 +1,7 @@
 #include "recording.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <limits>
 
@@ -17,6 +18,7 @@ namespace {
 
 constexpr size_t kLargestFile = 64 << 20;  ///< bytes; a day of 30 sensors every second has about 20 million
 constexpr size_t kMostReadings = 10'000'000;
+constexpr double kLargestReading = 1e9;  ///< of whatever unit
 constexpr const char* kTimeHeading = "ts";
 
 std::string g_Contents(const std::string& sFile) {
@@ -36,7 +38,7 @@ public:
 
     CRecording Take() {
         if (m_sText.size() > kLargestFile) _Refuse(1, "it is larger than 64 MiB");
-        m_Recording.sName = vxttools::g_Path(m_sFile).filename().string();
+        m_Recording.sName = vxttools::g_FileName(m_sFile);
         const size_t uEnd = m_sText.rfind('\n');  // behind it is what a system left that crashed while it wrote
         m_Recording.bTorn = uEnd != m_sText.npos && uEnd + 1 < m_sText.size();
         m_sText = m_sText.substr(0, uEnd + 1);
@@ -100,6 +102,7 @@ private:
         for (size_t i = 1; i < uExpected; ++i) {
             const std::optional<double> oValue = vxttools::g_ParseNumber(Cells[i]);
             if (!oValue && !Cells[i].empty()) _Refuse(i + 1, _Quoted(Cells[i]) + " is no number");
+            if (std::abs(oValue.value_or(0)) > kLargestReading) _Refuse(i + 1, _Quoted(Cells[i]) + " is no reading");
             m_Recording.Sensors[i - 1].Values.push_back(oValue.value_or(std::numeric_limits<double>::quiet_NaN()));
         }
     }

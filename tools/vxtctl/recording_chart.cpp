@@ -63,6 +63,18 @@ double g_LongestPause(const std::vector<double>& rSeconds) {
     return std::max(*itMiddle, 0.1) * kMissed;
 }
 
+/// Of the axis: a line that never moves is no mountain range.
+double g_LeastStep(ESensor eKind) {
+    switch (eKind) {
+        case ESensor::kFan:
+            return 10;
+        case ESensor::kVoltage:
+            return 0.01;
+        default:
+            return 1;
+    }
+}
+
 std::string g_Class(size_t uSeries) {
     return "line s" + std::to_string(uSeries % kColours) + " d" + std::to_string(uSeries / kColours % kDashes);
 }
@@ -82,9 +94,7 @@ public:
             m_bHasReadings = true;
         }
         m_dSeconds = std::max(*std::ranges::max_element(rRecording.Seconds), 1.0);
-        constexpr double kLeastStep = 0.001, kLeastShare = 1e-9;  // below these numbers have no digits left
-        const double dSize = std::max(std::abs(m_dLowest), std::abs(m_dHighest));
-        m_dStep = vxttools::g_AxisStep(m_dHighest - m_dLowest, std::max(kLeastStep, dSize * kLeastShare));
+        m_dStep = vxttools::g_AxisStep(m_dHighest - m_dLowest, g_LeastStep(eKind));
         m_dBottom = std::floor(m_dLowest / m_dStep) * m_dStep;
         m_dTop = std::max(std::ceil(m_dHighest / m_dStep) * m_dStep, m_dBottom + m_dStep);
     }

@@ -189,13 +189,15 @@ void g_ReadAcpi(CSnapshot& rSnapshot) {
 
 /// Serial presence detect EEPROMs answer at 50h to 57h (JEDEC 21-C, 4.1.2).
 void g_ReadSpd(CSnapshot& rSnapshot) {
+    constexpr size_t kSmallMemory =
+        128;  // bytes that memories of DDR and DDR2 modules have at least: all that they use
     if (vxt::g_GetDriverHandler().GetSMBusBase() == 0) return;
     for (uint8_t ucAddress = 0x50; ucAddress <= 0x57; ++ucAddress) {
         std::vector<uint8_t> Data(256);
         for (size_t i = 0; i < Data.size(); ++i) {
             const uint8_t ucRead = static_cast<uint8_t>(ucAddress << 1 | 1);
             if (vxt::g_GetDriverHandler().AccessSMBus(ucRead, static_cast<uint8_t>(i), Data[i])) continue;
-            if (i > 0)
+            if (i > 0 && i != kSmallMemory)
                 rSnapshot.Findings.push_back("SPD at " + g_Hex(ucAddress, 2) + ": byte " + std::to_string(i) +
                                              " and what follows cannot be read");
             Data.resize(i);

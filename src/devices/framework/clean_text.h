@@ -27,6 +27,9 @@ constexpr size_t g_CleanText(std::string_view sRaw, std::string_view sPadding, s
     return sRaw.size();
 }
 
+/// A text that may be none: empty then.
+constexpr std::string_view g_TextOf(const char* pszText) { return pszText ? pszText : std::string_view(); }
+
 struct CCodeRange {
     uint32_t uFirst, uLast;
 };
@@ -39,7 +42,7 @@ inline constexpr CCodeRange kUnshown[] = {{0x0000, 0x001F}, {0x007F, 0x009F},   
 constexpr size_t g_ShownSize(std::wstring_view sText) {
     const auto IsHalf = [](wchar_t ch, uint32_t uFirst) { return (static_cast<uint32_t>(ch) & ~0x3FFu) == uFirst; };
     if (sizeof(wchar_t) == 2 && sText.size() > 1 && IsHalf(sText[0], 0xD800) && IsHalf(sText[1], 0xDC00)) return 2;
-    const auto uCode = static_cast<uint32_t>(sText[0]);
+    const uint32_t uCode = std::char_traits<wchar_t>::to_int_type(sText[0]);
     return std::ranges::none_of(kUnshown, [&](CCodeRange r) { return r.uFirst <= uCode && uCode <= r.uLast; });
 }
 

@@ -51,8 +51,6 @@ constexpr vxtapi::MemoryModuleTime vxtapi::MemoryModuleGrade::*kTimes[] = {
 };
 static_assert(std::size(kTimes) == kSpdTimings);
 
-std::string_view g_TextOf(const char* pszText) { return pszText ? pszText : std::string_view(); }
-
 }  // namespace
 
 CDefaultMemory::CDefaultMemory(CDriverHandler& rDriver) : CDeviceBase(kIdentity), m_rDriver(rDriver) {}

@@ -39,7 +39,7 @@ bool CDefaultMonitor::Init(uint32_t uIndex) {
     if (!m_Edid.Name.IsEmpty()) m_Device.Name.Set(m_Edid.Name.Get());
     m_Vendor.Set(m_Edid.Manufacturer.Get());
     m_SerialText.Set(m_Edid.SerialText.Get());
-    if (m_Edid.pszInterface) m_Interface.Set(std::string_view(m_Edid.pszInterface));
+    m_Interface.Set(g_TextOf(m_Edid.pszInterface));
     _Describe();
     return true;
 }

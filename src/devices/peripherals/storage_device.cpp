@@ -63,8 +63,6 @@ int32_t g_ModeInUse(const std::optional<CAtaModes>& roModes) {
     return roModes && roModes->oSelected ? *roModes->oSelected : -1;
 }
 
-std::string_view g_TextOf(const char* pszText) { return pszText ? pszText : std::string_view(); }
-
 }  // namespace
 
 bool CStorageDrive::Init(uint32_t uIndex) {

@@ -26,6 +26,16 @@ constexpr std::string_view kClassNames[] = {"", "hdc", "usb", "keyboard", "mouse
 
 using CSnapshot = std::vector<const CPluggedDevice*>;  ///< the machine's description outlives every handle
 
+/// As the registry sorts keys: level by level, whatever the letter case.
+std::string g_SortKey(const CPluggedDevice* pDevice) {
+    std::string sKey = pDevice->sId;
+    std::ranges::transform(sKey, sKey.begin(), [](char ch) {
+        if (ch == '\\') return '\0';
+        return ch >= 'a' && ch <= 'z' ? static_cast<char>(ch - 'a' + 'A') : ch;
+    });
+    return sKey;
+}
+
 /// Device `uIndex` of the list; null, and the reason, beyond the last one.
 const CPluggedDevice* g_Listed(const CDeviceList& rList, uint32_t uIndex) {
     const auto pSnapshot = g_GetSystem().State<CSnapshot>(rList.Get(), EHandle::kDeviceList);
@@ -38,7 +48,7 @@ const CPluggedDevice* g_Listed(const CDeviceList& rList, uint32_t uIndex) {
 /// The same of a device that is still there.
 const CPluggedDevice* g_Present(const CDeviceList& rList, uint32_t uIndex) {
     const CPluggedDevice* const pDevice = g_Listed(rList, uIndex);
-    if (!pDevice || pDevice->IsThere(simulated::g_GetMachine().Now())) return pDevice;
+    if (!pDevice || pDevice->IsThere(simulated::g_GetMachine().Uptime())) return pDevice;
     g_GetSystem().Fail(kErrorNoSuchDevice);
     return nullptr;
 }
@@ -58,11 +68,12 @@ CDeviceList OpenDeviceList(ESetupClass eClass) {
     CSimulatedSystem& rSystem = g_GetSystem();
     if (rSystem.Refuses("OpenDeviceList")) return {};
     const std::string_view sClass = kClassNames[static_cast<size_t>(eClass)];
-    const uint64_t ullNow = simulated::g_GetMachine().Now();
+    const uint64_t ullNow = simulated::g_GetMachine().Uptime();
     auto pSnapshot = std::make_shared<CSnapshot>();
     for (const CPluggedDevice& rDevice : simulated::g_GetMachine().Description().Devices)
         if (rDevice.IsThere(ullNow) && (eClass == ESetupClass::kAnyDevice || rDevice.sClass == sClass))
             pSnapshot->push_back(&rDevice);
+    std::ranges::sort(*pSnapshot, {}, g_SortKey);
     return CDeviceList(rSystem.Open(EHandle::kDeviceList, L"", std::move(pSnapshot)));
 }
 

@@ -29,7 +29,7 @@ struct COpenDrive {
 
 const CPluggedDevice* g_Find(const std::string& sName) {
     const vxtsim::CSimMachine& rMachine = simulated::g_GetMachine();
-    return vxtsim::g_FindDrive(rMachine.Description().Devices, sName, rMachine.Now());
+    return vxtsim::g_FindDrive(rMachine.Description().Devices, sName, rMachine.Uptime());
 }
 
 /// The drive behind a handle that was opened so at least; null, and the reason, where it is not.

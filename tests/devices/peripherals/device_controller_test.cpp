@@ -85,6 +85,14 @@ TEST_F(CControllerTest, TheClassCodeSaysWhichControllerItIs) {
     EXPECT_THAT(Models<vxt::CSATAController>(), ElementsAre("1002:4391 010601", "1002:4393 010400"));
     EXPECT_THAT(Models<vxt::CIDEController>(), ElementsAre("1002:439C 01018A", "0000:0000 000000", "0000:0000 000000"));
     EXPECT_THAT(Models<vxt::CUSBController>(), ElementsAre("1002:4396 0C0320"));
+
+    vxt::CSATAController Nameless;
+    Start(kDefaultMachine, [](vxtsim::CMachineDescription& rMachine) {
+        rMachine.Devices.push_back(Device("hdc", R"(PCI\LAST)", "", {R"(PCI\CC_0106)"}));
+        rMachine.Devices.back().sDescription.clear();
+    });
+    ASSERT_TRUE(Nameless.Init(1));
+    EXPECT_STREQ(Nameless.GetModel(), L"") << "not that of one before it in the tree";
 }
 
 TEST_F(CControllerTest, ADeviceFollowsTheOneThatItIsBehind) {
@@ -105,16 +113,15 @@ TEST_F(CControllerTest, ADeviceFollowsTheOneThatItIsBehind) {
 
 TEST_F(CControllerTest, ATreeThatMakesNoSenseHoldsNobodyUp) {
     StartUsb({
-        Device("usb", "OF_ITSELF", "OF_ITSELF"),
-        Device("usb", "CIRCLE_1", "CIRCLE_2"),
-        Device("usb", "CIRCLE_2", "CIRCLE_1"),
-        Device("usb", "ORPHAN", "NOBODY"),
+        Device("usb", "OF_ITSELF", "OF_ITSELF"), Device("usb", "CIRCLE_1", "CIRCLE_2"),
+        Device("usb", "CIRCLE_2", "CIRCLE_1"), Device("usb", "ORPHAN", "NOBODY"),
         Device("usb", "BEHIND", "FIRST"),  // told before what it is behind
         Device("usb", "FIRST", R"(pci\ven_1002&dev_4397\3&0&90)"),
         Device("usb", std::string(200, 'X') + "\n" + std::string(300, 'Y'), "first"),
+        Device("usb", "FIRST", kController),  // once more
     });
     EXPECT_THAT(Attached(m_Usb),
-                ElementsAre("FIRST", " BEHIND", " " + std::string(200, 'X') + "." + std::string(54, 'Y')));
+                ElementsAre("FIRST", " BEHIND", " " + std::string(200, 'X') + "." + std::string(54, 'Y'), "FIRST"));
     EXPECT_TRUE(m_Usb.UnInit());
 
     std::vector<CPluggedDevice> Chain;  // a walk that calls itself would end here

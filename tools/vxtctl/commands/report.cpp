@@ -20,8 +20,6 @@ constexpr COption<CWanted> kOptions[] = {
     {"--serials", "", "Also serial numbers, which are left out otherwise", &CWanted::bSerials},
 };
 
-std::string g_FileName(const std::string& sPath) { return g_Path(sPath).filename().string(); }
-
 /// Which PC it is about; of a file only the name, folders tell whose it is.
 std::string g_Machine(const CTool& rTool, const CHostLibrary& rLibrary) {
     const CGlobalOptions& rOptions = rTool.Options();
