@@ -438,6 +438,9 @@ def test_a_snapshot_shows_the_same_devices_again(machine):
             if one["id"].endswith(("/core_clock", "/reference_clock")):
                 assert one["value"] == pytest.approx(other["value"], rel=1e-3)
                 one["value"] = other["value"]
+            if one["id"].endswith("/usage"):  # by whole ticks of a few: where between two the reading begins decides
+                assert abs(one["value"] - other["value"]) < 10
+                one["value"] = other["value"]
         assert second == first, command
 
 
