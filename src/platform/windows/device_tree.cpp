@@ -120,7 +120,8 @@ bool GetDeviceId(const CDeviceList& rList, uint32_t uIndex, std::wstring& rsId) 
 }
 
 bool GetDeviceText(const CDeviceList& rList, uint32_t uIndex, EDeviceText eText, std::wstring& rsText) {
-    constexpr DWORD kProperties[] = {SPDRP_DEVICEDESC, SPDRP_FRIENDLYNAME, SPDRP_MFG, SPDRP_CLASS};  // in the order of EDeviceText
+    constexpr DWORD kProperties[] = {SPDRP_DEVICEDESC, SPDRP_FRIENDLYNAME, SPDRP_MFG,
+                                     SPDRP_CLASS};  // in the order of EDeviceText
     CListed Listed(rList, uIndex);
     CTextBuffer Buffer;
     std::wstring_view sStored;

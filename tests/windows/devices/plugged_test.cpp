@@ -92,7 +92,7 @@ std::vector<std::wstring> g_Inventory(const wchar_t* pszClass, const wchar_t* ps
 class CPlugged : public testing::Test {
 protected:
     void SetUp() override {
-        std::ofstream(g_MachineFile(), std::ios::binary) << kMachine;
+        std::ofstream(MachineFile(), std::ios::binary) << kMachine;
         g_InstallDriverService(g_DriverFile());
         const SC_HANDLE hManager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
         const SC_HANDLE hService = OpenServiceW(hManager, L"VXTDriver", SERVICE_START);
@@ -102,9 +102,9 @@ protected:
     }
     void TearDown() override {
         g_RemoveDriverService();
-        std::filesystem::remove(g_MachineFile());
+        std::filesystem::remove(MachineFile());
     }
-    static std::filesystem::path g_MachineFile() { return g_DriverFile().replace_extension(L".machine"); }
+    static std::filesystem::path MachineFile() { return g_DriverFile().replace_extension(L".machine"); }
 
     static void LetTimePass(uint32_t uSeconds) {
         const HANDLE hDriver =
