@@ -25,7 +25,7 @@ TEST_F(CAttachedThreads, HostsAskWhileTheThreadLooks) {
     System().m_pTrace = nullptr;  // read by the test alone
     for (const bool bUnInit : {true, false}) {
         vxt::CUSBController Usb(1ms);
-        ASSERT_TRUE(Usb.Init(0));
+        ASSERT_TRUE(Usb.Init(1));  // the one with the hub
         std::atomic<uint32_t> uRead = 0, uLooks = 0, uLastChanges = 0;
         {
             std::vector<std::jthread> Hosts;

@@ -34,13 +34,20 @@ constexpr CBus kBuses[] = {{1, "SCSI"}, {2, "ATAPI"}, {kAtaBus, "ATA"}, {4, "IEE
                            {7, "USB"},  {8, "RAID"},  {9, "iSCSI"},     {10, "SAS"},      {kSataBus, "SATA"},
                            {12, "SD"},  {13, "MMC"},  {14, "Virtual"},  {15, "Virtual"},  {17, "NVMe"}};
 
-/// Drives by the names that open them, "\\.\PHYSICALDRIVE0": nothing else is opened on the management service's word.
-bool g_IsDriveName(std::wstring_view sPath) {
-    constexpr std::wstring_view kNamespace = L"\\\\.\\";
-    if (!sPath.starts_with(kNamespace) || sPath.size() == kNamespace.size()) return false;
-    return std::ranges::all_of(sPath.substr(kNamespace.size()), [](wchar_t ch) {
-        return (ch >= L'0' && ch <= L':') || ((ch | 0x20) >= L'a' && (ch | 0x20) <= L'z');
-    });
+constexpr std::wstring_view kNamespace = L"\\\\.\\";
+
+/// The name in "\\.\PHYSICALDRIVE0", empty for any other text: nothing else is opened on the management service's word. Some services
+/// escape the backslashes.
+std::wstring_view g_DriveName(std::wstring_view sPath) {
+    const auto Skip = [&](wchar_t ch, size_t uMost) {
+        const size_t uCount = std::min(sPath.find_first_not_of(ch), sPath.size());
+        sPath.remove_prefix(uCount);
+        return uCount != 0 && uCount <= uMost;
+    };
+    if (!Skip(L'\\', 4) || !Skip(L'.', 1) || !Skip(L'\\', 2)) return {};
+    const bool bIsName = std::ranges::all_of(
+        sPath, [](wchar_t ch) { return (ch >= L'0' && ch <= L':') || ((ch | 0x20) >= L'a' && (ch | 0x20) <= L'z'); });
+    return bIsName ? sPath : std::wstring_view();
 }
 
 /// A number in a text; 0 where it is none, or too large.
@@ -77,10 +84,16 @@ bool CStorageDrive::Init(uint32_t uIndex) {
 }
 
 void CStorageDrive::_ReadSystem(const platform::CWmiObject& pInstance) {
-    CWideText<63> Path, Manufacturer;
+    CWideText<63> Told, Path, Manufacturer;
     CWideText<20> Size;
-    g_ReadWmiText(pInstance, m_rKind.pszPath, Path);
-    if (!Path.IsEmpty()) m_Path.Set(std::wstring_view(m_rKind.pszPathPrefix)).Append(Path.View());
+    g_ReadWmiText(pInstance, m_rKind.pszPath, Told);
+    if (!Told.IsEmpty()) Path.Set(std::wstring_view(m_rKind.pszPathPrefix)).Append(Told.View());
+    const std::wstring_view sName = g_DriveName(Path.View());
+    m_bMayOpen = !sName.empty();
+    if (m_bMayOpen)
+        m_Path.Set(kNamespace).Append(sName);
+    else
+        m_Path = Path;
     g_ReadWmiText(pInstance, L"PNPDeviceID", m_Id);
     g_ReadWmiText(pInstance, m_rKind.pszModel, m_Model);
     g_ReadWmiText(pInstance, L"SerialNumber", m_SerialNumber);
@@ -93,7 +106,7 @@ void CStorageDrive::_ReadSystem(const platform::CWmiObject& pInstance) {
 
 /// A drive that cannot be opened, or refuses to be asked, is one all the same.
 void CStorageDrive::_AskDrive() {
-    if (!g_IsDriveName(m_Path.View())) return;
+    if (!m_bMayOpen) return;
     platform::CDrive hDrive = platform::OpenDrive(m_Path.Get(), platform::EDriveAccess::kReadWrite);
     m_bAnswered = hDrive && platform::IdentifyDrive(hDrive, m_rKind.bPacketDevice, m_aucIdentify);
     if (m_bAnswered) m_Identity = g_DecodeAtaIdentity(m_aucIdentify);

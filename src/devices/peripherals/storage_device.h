@@ -60,6 +60,7 @@ private:
 
     const CDriveKind& m_rKind;
     CWmiHandler& m_rWmi;
+    bool m_bMayOpen = false;   ///< the path is the name of a drive
     bool m_bAnswered = false;  ///< IDENTIFY data came, of whatever worth
     std::array<uint8_t, platform::kIdentifyBytes> m_aucIdentify{};
     CAtaIdentity m_Identity;

@@ -83,12 +83,12 @@ TEST_F(CControllerTest, TheClassCodeSaysWhichControllerItIs) {
         Device("system", R"(PCI\VEN_1002&DEV_4397\1)", "", {R"(PCI\CC_0C0310)"}),
     });
     EXPECT_THAT(Models<vxt::CSATAController>(), ElementsAre("1002:4391 010601", "1002:4393 010400"));
-    EXPECT_THAT(Models<vxt::CIDEController>(), ElementsAre("1002:439C 01018A", "0000:0000 000000", "0000:0000 000000"));
+    EXPECT_THAT(Models<vxt::CIDEController>(), ElementsAre("0000:0000 000000", "1002:439C 01018A", "0000:0000 000000"));
     EXPECT_THAT(Models<vxt::CUSBController>(), ElementsAre("1002:4396 0C0320"));
 
     vxt::CSATAController Nameless;
     Start(kDefaultMachine, [](vxtsim::CMachineDescription& rMachine) {
-        rMachine.Devices.push_back(Device("hdc", R"(PCI\LAST)", "", {R"(PCI\CC_0106)"}));
+        rMachine.Devices.push_back(Device("hdc", R"(PCI\ZLAST)", "", {R"(PCI\CC_0106)"}));
         rMachine.Devices.back().sDescription.clear();
     });
     ASSERT_TRUE(Nameless.Init(1));
@@ -96,7 +96,7 @@ TEST_F(CControllerTest, TheClassCodeSaysWhichControllerItIs) {
 }
 
 TEST_F(CControllerTest, ADeviceFollowsTheOneThatItIsBehind) {
-    ASSERT_TRUE(m_Usb.Init(0));
+    ASSERT_TRUE(m_Usb.Init(1));  // 1002:4397 behind 1002:4396
     EXPECT_STREQ(m_Usb.GetModel(), L"Standard OpenHCD USB Host Controller");
     EXPECT_STREQ(m_Usb.GetVendor(), L"(Standard USB Host Controller)");
     EXPECT_EQ(m_Usb.GetChanges(), 0u);
@@ -203,7 +203,7 @@ TEST_F(CControllerTest, RefreshFindsWhatHasComeAndForgetsWhatHasGone) {
         for (const auto eType :
              {vxtapi::kDeviceHardDisk, vxtapi::kDeviceCdRom, vxtapi::kDeviceKeyboard, vxtapi::kDeviceMouse})
             sCounts += std::to_string(rManager.GetDeviceCount(eType));
-        for (const auto& [eType, uIndex] : {std::pair(vxtapi::kDeviceSata, 0u), std::pair(vxtapi::kDeviceUsb, 1u)})
+        for (const auto& [eType, uIndex] : {std::pair(vxtapi::kDeviceSata, 0u), std::pair(vxtapi::kDeviceUsb, 0u)})
             sCounts +=
                 " " +
                 std::to_string(

@@ -132,7 +132,7 @@ TEST_F(CStorageTest, TheManagementServiceMayAnswerAnything) {
          {"Model", Text("  A\aB\x7F ")},
          {"Size", Text("18446744073709551616")}},
         {{"DeviceID", Text(R"(C:\file)")}, {"Size", Text("18446744073709551615")}, {"Manufacturer", Text("(Any)")}},
-        {{"DeviceID", Text(R"(\\.\PHYSICALDRIVE9)")}, {"Size", Text("12 GB")}, {"SerialNumber", Text("S\n1")}},
+        {{"DeviceID", Text(R"(\\\\.\\PHYSICALDRIVE9)")}, {"Size", Text("12 GB")}, {"SerialNumber", Text("S\n1")}},
     };
     Start(kDefaultMachine, [&](vxtsim::CMachineDescription& rMachine) {
         rMachine.Devices.clear();

@@ -79,13 +79,13 @@ TEST_F(CTreeDevicesTest, AMonitorWithoutAnEdidHasTheSystemsName) {
 TEST_F(CTreeDevicesTest, AKeyboardsConnectionIsHowItsIdBegins) {
     constexpr std::pair<const char*, const wchar_t*> kCases[] = {
         {R"(ACPI\PNP0303\4&1&0)", L"PS/2"},
+        {R"(HID\CONVERTEDDEVICE&COL01\5&1&0&0000)", L"HID"},
         {R"(HID\VID_1209&PID_0001\6&1&0&0000)", L"USB"},
-        {R"(usb\vid_1209&pid_0001\5&1&0&1)", L"USB"},
         {R"(HID\{00001124-0000-1000-8000-00805F9B34FB}_VID&00021209_PID&0001\8&1&0&0000)", L"Bluetooth"},
         {R"(HID\{00001812-0000-1000-8000-00805F9B34FB}_DEV_VID&021209_PID&0001\9&1&0&0000)", L"Bluetooth"},
-        {R"(HID\CONVERTEDDEVICE&COL01\5&1&0&0000)", L"HID"},
-        {R"(TERMINPUT_BUS\UMB\2&1&0)", L"TERMINPUT_BUS"},
         {"NOTHING", L"NOTHING"},
+        {R"(TERMINPUT_BUS\UMB\2&1&0)", L"TERMINPUT_BUS"},
+        {R"(usb\vid_1209&pid_0001\5&1&0&1)", L"USB"},
     };
     std::vector<CPluggedDevice> Devices = {Device("mouse", R"(ACPI\PNP0F13\4&1&0)")};
     for (const auto& [pszId, pszConnection] : kCases) Devices.push_back(Device("keyboard", pszId));
