@@ -8,7 +8,7 @@ import subprocess
 import pytest
 
 from test_devices import SPD, dump, spd
-from tools import answer, quantities, read, run, table, write
+from tools import SOURCE, answer, quantities, read, run, table, write
 
 SECTIONS = ["findings", "inventory", "processor", "sensors", "clocks", "voltages", "memory", "links", "north-bridge", "modules", "drives", "graphics", "monitors", "controllers", "input_devices",
             "boards", "bios"]
@@ -103,6 +103,22 @@ def test_serial_numbers_are_left_out_unless_they_are_asked_for():
     assert run("vxtctl report pc.html --machine sn.machine").code == run("vxtctl report all.html --serials --machine sn.machine").code == 0
     assert [serial for serial in serials if serial in read("pc.html")] == [] and "left out" in read("pc.html")
     assert [serial for serial in serials if serial not in read("all.html")] == [] and len(serials) > 1
+
+
+def test_what_is_known_as_a_serial_number_stands_nowhere_else():
+    board = SOURCE.joinpath("machines/family10h-ddr3.machine").read_text(encoding="utf-8")
+    hub = re.search(r"\[device (PCI\\\S+)\]\nclass = usb", board).group(1)
+    drive = "[device USBSTOR\\DISK&VEN_X\\{0}&0]\nclass = diskdrive\nfriendly_name = Stick {3}\nserial = {0}\ndrive = PHYSICALDRIVE{1}\nbus = 7\nbytes = 8000000000\nparent = {2}\n\n"
+    mouse = "[device {}]\nclass = mouse\nfriendly_name = Mouse\nparent = {}\n\n"
+    write("leak.machine", "[machine]\nbased_on = family10h-ddr3\n\n" + drive.format("qx71zz", 5, hub, "QX71ZZ") + drive.format("80000", 6, hub, "0.8")
+          + mouse.format("BTHENUM\\DEV_E1E2E3E4E5E6\\7&1", hub) + mouse.format("HID\\{00001812-0000-1000-8000-00805F9B34FB}_REV&0001_F1F2F3F4F5F6&COL01\\8", hub))
+    run("vxtctl report pc.html --machine leak.machine")
+    run("vxtctl report all.html --serials --machine leak.machine")
+    text, whole = Page(read("pc.html")).text, Page(read("all.html")).text
+    for secret in ("qx71zz", "e1e2e3e4e5e6", "f1f2f3f4f5f6"):
+        assert secret in whole.lower() and secret not in text.lower()
+    for shown_ in ("Stick (serial)", "BTHENUM\\DEV_(address)", "HID\\{00001812-0000-1000-8000-00805F9B34FB}_REV&0001_(address)&COL01", "8000000000 bytes"):
+        assert shown_ in text  # a serial number amid a longer number is no serial number
 
 
 # --- recordings --------------------------------------------------------------------------------------------------------------------
