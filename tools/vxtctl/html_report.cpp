@@ -90,12 +90,19 @@ void g_AddSection(CHtmlPage& rPage, const CSerialMask& rMask, const std::string&
 void g_AddRecording(CHtmlPage& rPage, const CHostLibrary& rLibrary, const CRecording& rRecording,
                     const CSerialMask& rMask) {
     const std::vector<CSensor> Sensors = g_FindSensors(rLibrary);
-    const auto Label = [&](const std::string& sId) {  // it may be another PC's
-        const auto it = std::ranges::find(Sensors, sId, &CSensor::sId);
-        return it == Sensors.end() ? sId.substr(1) : rMask.Without(it->sDevice + ": " + it->sLabel);
+    const auto Find = [&](const std::string& sId) { return std::ranges::find(Sensors, sId, &CSensor::sId); };
+    const auto lStrange = std::ranges::count_if(rRecording.Sensors,
+                                                [&](const CRecordedSensor& r) { return Find(r.sId) == Sensors.end(); });
+    const auto Label = [&](const std::string& sId) {
+        const auto it = Find(sId);
+        return lStrange ? sId.substr(1) : rMask.Without(it->sDevice + ": " + it->sLabel);
     };
-    const double dEnd = *std::ranges::max_element(rRecording.Seconds);
+    const double dEnd = rRecording.Seconds.back();
     rPage.Section("recording", "Recording");
+    if (lStrange)
+        rPage.Paragraph(std::to_string(lStrange) + " of " + std::to_string(rRecording.Sensors.size()) +
+                        " sensors are not of this PC: the recording is probably another one's. All have their ids as "
+                        "names.");
     rPage.Paragraph(rRecording.sName + ": " + std::to_string(rRecording.Seconds.size()) + " samples of " +
                     std::to_string(rRecording.Sensors.size()) + " sensors from " +
                     vxttools::g_IsoTime(rRecording.Begin) + " to " +
