@@ -86,9 +86,9 @@ def test_a_drive_tells_what_it_is_and_what_it_can():
 
 
 def test_drives_tell_what_is_on_and_what_is_off():
-    shown = {label: names.split("; ") for label, names in re.findall(r"^  (Features, enabled|Not enabled|No word whether) +(.*)", run("vxtctl disks --machine desktop-b").out.split("\n\n")[0], re.M)}
+    shown = {label: names.split("; ") for label, names in re.findall(r"^  (Features, enabled|Not enabled|On or off not told) +(.*)", run("vxtctl disks --machine desktop-b").out.split("\n\n")[0], re.M)}
     states = [(row["name"], row["enabled"]) for row in answer("vxtctl disks --machine desktop-b")["drives"][0]["features"] if row["supported"]]
-    assert shown == {label: [name for name, state in states if state is word] for label, word in [("Features, enabled", True), ("Not enabled", False), ("No word whether", None)]}
+    assert shown == {label: [name for name, state in states if state is word] for label, word in [("Features, enabled", True), ("Not enabled", False), ("On or off not told", None)]}
 
 
 def test_equal_modules_share_their_grades_wherever_they_are():

@@ -132,7 +132,7 @@ def test_a_recording_is_drawn_with_its_gaps():
     dots = [attrs["d"].count("M") for tag, attrs in page.tags if tag == "path" and attrs["class"].startswith("dot")]
     assert [way.count("M") for way in ways] == [1, 2] and dots == [1]  # nobody recorded for two hours; two readings are missing
     xs = [float(x) for x in re.findall(r"[ML]([0-9.]+) ", ways[0])]
-    assert max(xs) - min(xs) > 600 and "1:59:53 without samples" in page.text  # which hides nothing
+    assert max(xs) - min(xs) > 600 and "1:59:53 not recorded" in page.text  # which hides nothing
     labels = re.findall(r'class="middle"[^>]*>([0-9:]+)<', read("pc.html"))
     assert labels and all(re.fullmatch(r"\d:\d\d:\d\d", label) for label in labels)
     assert page.text.index("1 of 2 sensors are not of this PC") < page.text.index("9 samples of 2")

@@ -185,7 +185,7 @@ void g_AddDrives(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::C
             }
             g_AddFeatureRow(Table, Drive["features"], "  Features, enabled", true);
             g_AddFeatureRow(Table, Drive["features"], "  Not enabled", false);
-            g_AddFeatureRow(Table, Drive["features"], "  No word whether", nullptr);
+            g_AddFeatureRow(Table, Drive["features"], "  On or off not told", nullptr);
             rDrives.Push(std::move(Drive));
             rDocument.AddTable(std::move(Table));
         }

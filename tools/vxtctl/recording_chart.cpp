@@ -22,7 +22,7 @@ const char* const kChartStyle = R"(figure{margin:1.5rem 0}figcaption{font-weight
 .chart{display:block;width:100%;min-width:40rem;font-size:13px}
 .chart text{fill:var(--text)}.chart .middle{text-anchor:middle}.chart .end{text-anchor:end}
 .grid{stroke:var(--line);fill:none}.key{width:2.4rem;height:.7rem;vertical-align:middle}
-.gap{fill:var(--head)}.dot{fill:none;stroke-width:5;stroke-linecap:round}
+.gap{fill:var(--head);stroke:var(--line)}.chart .up{writing-mode:vertical-rl;text-anchor:middle;font-size:12px}.dot{fill:none;stroke-width:5;stroke-linecap:round}
 .line{fill:none;stroke-width:1.5;stroke-linejoin:round;stroke-linecap:round}
 .d1{stroke-dasharray:7 4}.d2{stroke-dasharray:2 4}
 .s0{stroke:#0067a3}.s1{stroke:#c24e00}.s2{stroke:#00805d}.s3{stroke:#a8407f}
@@ -181,20 +181,18 @@ private:
                          "middle");
     }
 
-    /// Bands where time is left out, each with its length where there is room for it.
+    /// Bands where time is left out, each with its length where it is wide enough for a line of text upright.
     std::string _Gaps() const {
-        constexpr double kTextWidth = 170;
+        constexpr double kTextHeight = 16;
         std::string sGaps;
-        double dFree = kLeft;
         for (const CTimeGap& rGap : m_rTime.Gaps()) {
-            const double dX = _X(rGap.dBegin), dMiddle = dX + m_rTime.GapWidth() / 2;
-            const std::string sText = m_rTime.Label(rGap.dEnd - rGap.dBegin) + " without samples";
-            sGaps += g_SvgPath(
-                "gap", g_MoveTo(dX, kTop) + "h" + g_At(m_rTime.GapWidth()) + "V" + g_At(m_dFoot) + "H" + g_At(dX) + "z",
-                sText);
-            if (dMiddle - kTextWidth / 2 < dFree || dMiddle + kTextWidth / 2 > kWidth) continue;
-            sGaps += g_SvgText(dMiddle, 16, sText, "middle");
-            dFree = dMiddle + kTextWidth / 2;
+            const double dX = _X(rGap.dBegin);
+            const std::string sText = m_rTime.Label(rGap.dEnd - rGap.dBegin) + " not recorded";
+            const std::string sWay =
+                g_MoveTo(dX, kTop) + "h" + g_At(m_rTime.GapWidth()) + "V" + g_At(m_dFoot) + "H" + g_At(dX) + "z";
+            sGaps += g_SvgPath("gap", sWay, sText);
+            if (m_rTime.GapWidth() >= kTextHeight)
+                sGaps += g_SvgText(dX + m_rTime.GapWidth() / 2, (kTop + m_dFoot) / 2, sText, "up");
         }
         return sGaps;
     }
