@@ -30,6 +30,9 @@ enum eDeviceType : uint32_t {
     kDeviceKeyboard = 24,
 };
 
+/// Yes, no, or not told.
+enum eTold : uint8_t { kNo = 0, kYes = 1, kNotTold = 2 };
+
 /// Base of all devices: ten operations in slots 0 to 9, the type's own operations from slot 10.
 ///
 /// Ownership: the device manager owns every device until its next Refresh or shut-down; hosts borrow the pointer and

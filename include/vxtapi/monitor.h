@@ -34,7 +34,7 @@ struct MonitorInfo {
     double dAspectRatio;  ///< width by height, where that is told in place of a size
     uint8_t bDigital;
     uint8_t bModelYear;
-    uint8_t bBasicAudio;
+    uint8_t bBasicAudio;  ///< eTold: kNotTold where an extension, which would tell, is missing or spoiled
     uint8_t abUnused[5];
 };
 

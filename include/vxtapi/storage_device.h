@@ -16,9 +16,6 @@ enum eIdentifyVerdict : uint32_t {
     kIdentifyNone = 6,        ///< the drive was not asked or did not answer: no rights, or no ATA drive
 };
 
-/// Yes, no, or not told.
-enum eTold : uint8_t { kNo = 0, kYes = 1, kNotTold = 2 };
-
 /// What a drive says of itself. 0 where nobody says.
 struct StorageDeviceInfo {
     uint32_t uVerdict;  ///< eIdentifyVerdict

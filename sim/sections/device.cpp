@@ -38,7 +38,15 @@ constexpr CKey<CPluggedDevice> kKeys[] = {
     g_TextKey<&CPluggedDevice::sParent, kText>("parent"),
     g_IdsKey<&CPluggedDevice::HardwareIds>("hardware_ids"),
     g_IdsKey<&CPluggedDevice::CompatibleIds>("compatible_ids"),
-    g_TextKey<&CPluggedDevice::sDrive, kText>("drive"),
+    {"drive",
+     [](CMachineReader& rReader, std::string_view sValue, CPluggedDevice& rDevice) {
+         const auto IsOfName = [](char ch) {
+             return (ch >= '0' && ch <= ':') || ((ch | 0x20) >= 'a' && (ch | 0x20) <= 'z');
+         };
+         return rReader.Value(sValue, rDevice.sDrive) &&
+                (std::ranges::all_of(rDevice.sDrive, IsOfName) || rReader.Fail("PHYSICALDRIVE0 or D:", sValue));
+     },
+     [](const CPluggedDevice& rDevice) { return rDevice.sDrive; }},
     g_TextKey<&CPluggedDevice::sVendor, kText>("vendor"),
     g_TextKey<&CPluggedDevice::sSerial, kText>("serial"),
     g_TextKey<&CPluggedDevice::sRevision, kText>("revision"),
@@ -52,6 +60,13 @@ constexpr CKey<CPluggedDevice> kKeys[] = {
     g_Key<&CPluggedDevice::uFrom>("from"),
     g_Key<&CPluggedDevice::uUntil>("until"),
 };
+
+/// Two that are there at the same time and open as the same drive.
+bool g_Clash(const CPluggedDevice& rOne, const CPluggedDevice& rOther) {
+    const auto EndsBefore = [](const auto& a, const auto& b) { return a.uUntil != 0 && a.uUntil <= b.uFrom; };
+    return rOne.sId != rOther.sId && rOne.sDrive == rOther.sDrive && !EndsBefore(rOne, rOther) &&
+           !EndsBefore(rOther, rOne);
+}
 
 /// Keys, and lines of a dump, which have no "=".
 class CDeviceSection final : public CKeySection<CPluggedDevice> {
@@ -67,8 +82,14 @@ public:
 private:
     bool Close(CMachineReader& rReader) override {
         if (m_rRecord.sClass.empty()) return rReader.Fail("class of the device", "none");
-        return m_rRecord.uUntil == 0 || m_rRecord.uUntil > m_rRecord.uFrom ||
-               rReader.Fail("an until after from", std::to_string(m_rRecord.uUntil));
+        if (m_rRecord.uUntil != 0 && m_rRecord.uUntil <= m_rRecord.uFrom)
+            return rReader.Fail("an until after from", std::to_string(m_rRecord.uUntil));
+        if (!m_rRecord.sDrive.empty())
+            rReader.AtEnd([Own = m_rRecord](CMachineReader& rLater) {
+                return std::ranges::none_of(rLater.Machine().Devices, [&](const auto& r) { return g_Clash(r, Own); }) ||
+                       rLater.Fail("a drive for each device at a time", Own.sDrive);
+            });
+        return true;
     }
 
     CDumpSection m_Image;

@@ -6,6 +6,7 @@
 #include "common/facts.h"
 #include "common/text.h"
 #include "device_types.h"
+#include "told.h"
 
 namespace vxtctl {
 
@@ -72,8 +73,6 @@ std::vector<uint32_t> g_Bits(uint32_t uMask) {
     for (; uMask; uMask &= uMask - 1) Bits.push_back(static_cast<uint32_t>(std::countr_zero(uMask)));
     return Bits;
 }
-
-CJson g_Told(uint8_t uTold) { return uTold > vxtapi::kYes ? CJson() : CJson(uTold == vxtapi::kYes); }
 
 CJson g_Mode(int32_t nMode) { return nMode < 0 ? CJson() : CJson(nMode); }
 

@@ -7,6 +7,7 @@
 #include "common/text.h"
 #include "device_types.h"
 #include "system_id.h"
+#include "told.h"
 
 namespace vxtctl {
 
@@ -95,7 +96,7 @@ CFacts g_Facts(CMonitor& rMonitor, const MonitorInfo& rInfo, bool bSerials) {
     Facts.Add("digital", "Digital", bTold ? CJson(rInfo.bDigital != 0) : CJson());
     Facts.Add("interface", "Interface", g_Utf8(rMonitor.GetInterface()));
     Facts.AddNumber("bits_per_colour", "Bits per colour", rInfo.uBitsPerColour, "bits");
-    Facts.Add("audio", "Audio", bTold ? CJson(rInfo.bBasicAudio != 0) : CJson());
+    Facts.Add("audio", "Audio", bTold ? g_Told(rInfo.bBasicAudio) : CJson());
     Facts.AddNumber("lowest_refresh", "Lowest refresh rate", rInfo.uLowestRefresh, "Hz");
     Facts.AddNumber("highest_refresh", "Highest refresh rate", rInfo.uHighestRefresh, "Hz");
     Facts.AddNumber("lowest_lines", "Lowest line rate", rInfo.uLowestLines, "kHz");

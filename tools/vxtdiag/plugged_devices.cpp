@@ -102,7 +102,8 @@ template <class TDrive> void g_ReadDrives(CSnapshot& rSnapshot, const char* pszC
             it->sId = sId, it->sClass = pszClass;
         }
         if (it->sFriendlyName.empty()) it->sFriendlyName = g_ShortLine(Drive.GetModel());
-        it->sDrive = sPath.starts_with(kPrefix) ? sPath.substr(kPrefix.size()) : sPath;
+        if (sPath.starts_with(kPrefix) && sPath.find('\\', kPrefix.size()) == sPath.npos)
+            it->sDrive = sPath.substr(kPrefix.size());
         it->sVendor = g_ShortLine(Drive.GetVendor());
         it->sSerial = g_ShortLine(Drive.GetSerialNumber());
         it->sRevision = g_ShortLine(Drive.GetFirmware());

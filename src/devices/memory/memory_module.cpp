@@ -72,10 +72,16 @@ bool CDefaultMemory::Init(uint32_t uIndex) {
     return false;
 }
 
-uint32_t CDefaultMemory::_ReadBytes(std::span<uint8_t> Bytes) {
-    uint32_t uRead = 0;
-    while (uRead < Bytes.size() && _ReadByte(m_ucAddress, static_cast<uint8_t>(uRead), Bytes[uRead])) ++uRead;
-    return uRead;
+std::optional<uint32_t> CDefaultMemory::_ReadBytes(std::span<uint8_t> Bytes) {
+    const auto Read = [&](uint32_t uOffset, uint8_t& rucData) {
+        return _ReadByte(m_ucAddress, static_cast<uint8_t>(uOffset), rucData);
+    };
+    for (uint32_t uOffset = 0; uOffset < Bytes.size(); ++uOffset) {
+        if (Read(uOffset, Bytes[uOffset]) || Read(uOffset, Bytes[uOffset])) continue;
+        uint8_t ucFirst;
+        return uOffset != 0 && Read(0, ucFirst) ? std::optional(uOffset) : std::nullopt;
+    }
+    return static_cast<uint32_t>(Bytes.size());
 }
 
 const CSpdRecord* CDefaultMemory::_Record() {
@@ -83,9 +89,9 @@ const CSpdRecord* CDefaultMemory::_Record() {
     std::array<uint8_t, kDecodedBytesOfDdr3> aucBytes;
     const bool bDdr3 = m_ucType == static_cast<uint8_t>(ESpdMemory::kDdr3);
     const std::span<uint8_t> Bytes = std::span(aucBytes).first(bDdr3 ? kDecodedBytesOfDdr3 : kDecodedBytes);
-    const bool bRetCode = _ReadBytes(Bytes) == Bytes.size();
-    LOG_PROCESS_ERROR(bRetCode);
-    m_oRecord = g_DecodeSpd(Bytes);
+    const std::optional<uint32_t> ouRead = _ReadBytes(Bytes);
+    LOG_PROCESS_ERROR(ouRead);
+    m_oRecord = g_DecodeSpd(Bytes.first(*ouRead));
     m_Manufacturer.Set(g_TextOf(m_oRecord->pszManufacturer));
     m_DramManufacturer.Set(g_TextOf(m_oRecord->pszDramManufacturer));
     m_PartNumber.Set(std::string_view(m_oRecord->szPartNumber));
@@ -178,10 +184,10 @@ bool CDefaultMemory::GetCasLatencies(double* pdClocks, uint32_t& ruSize) {
 bool CDefaultMemory::ReadSpd(uint8_t* pucBytes, uint32_t& ruSize) {
     std::array<uint8_t, kSpdBytes> aucBytes;
     LOG_PROCESS_ERROR(pucBytes && ruSize >= aucBytes.size());
-    const uint32_t uRead = _ReadBytes(aucBytes);
-    LOG_PROCESS_ERROR(uRead != 0);
-    std::ranges::copy(std::span(aucBytes).first(uRead), pucBytes);
-    ruSize = uRead;
+    const std::optional<uint32_t> ouRead = _ReadBytes(aucBytes);
+    LOG_PROCESS_ERROR(ouRead);
+    std::ranges::copy(std::span(aucBytes).first(*ouRead), pucBytes);
+    ruSize = *ouRead;
     return true;
 }
 

@@ -32,8 +32,9 @@ private:
     static constexpr size_t kNameLength = 96;  ///< of the longest maker
 
     bool _ReadByte(uint8_t ucAddress, uint8_t ucOffset, uint8_t& rucData);
-    /// Bytes from the first one on; how many were read before one failed.
-    uint32_t _ReadBytes(std::span<uint8_t> Bytes);
+    /// Bytes from the first one on, and how many the module has: what fails twice is beyond its last one where the first one still
+    /// answers. Nothing when none does.
+    std::optional<uint32_t> _ReadBytes(std::span<uint8_t> Bytes);
     /// The decoded data, read when there are none yet; null when the module does not answer.
     const CSpdRecord* _Record();
     void _Describe(const CSpdRecord& rRecord);

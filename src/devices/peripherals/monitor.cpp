@@ -100,7 +100,8 @@ bool CDefaultMonitor::GetMonitorInfo(vxtapi::MonitorInfo* pInfo) {
     pInfo->dAspectRatio = r.oAspectRatio.value_or(0.0);
     pInfo->bDigital = r.bDigital;
     pInfo->bModelYear = r.bModelYear;
-    pInfo->bBasicAudio = r.bBasicAudio;
+    const bool bWhole = r.eVerdict == EEdidVerdict::kRight || r.ucExtensions == 0;
+    pInfo->bBasicAudio = r.bBasicAudio ? vxtapi::kYes : bWhole ? vxtapi::kNo : vxtapi::kNotTold;
     return true;
 }
 

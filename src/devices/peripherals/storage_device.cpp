@@ -152,7 +152,8 @@ void CStorageDrive::_Describe() {
     if (ullBytes == 0) return;
     constexpr uint64_t kMega = 1'000'000, kGiga = 1'000'000'000;
     const bool bSmall = ullBytes < kGiga;
-    const uint64_t ullTenths = ullBytes / ((bSmall ? kMega : kGiga) / 10);  // cut, as capacities are stated
+    const uint64_t ullTenth = (bSmall ? kMega : kGiga) / 10;
+    const uint64_t ullTenths = ullBytes / ullTenth + (ullBytes % ullTenth >= ullTenth / 2);
     std::array<char, 40> szSize{};
     (void)std::snprintf(szSize.data(), szSize.size(), ", %u.%u %s", static_cast<unsigned>(ullTenths / 10),
                         static_cast<unsigned>(ullTenths % 10), bSmall ? "MB" : "GB");

@@ -77,22 +77,28 @@ TEST_F(CModuleTest, AModuleThatStopsAnsweringIsAskedAgain) {
     ASSERT_TRUE(StartDriver() && m_Module.Init(0));
     auto& rHost = Machine().Plug<vxtsim::CSmbusHost>(vxt::g_GetDriverHandler().GetSMBusBase());
     const std::vector<uint8_t> Whole = Image(kDefaultMachine, 0x50);
-    rHost.Device(0x50) = {Whole.begin(), Whole.begin() + 100};
+    rHost.Device(0x50).clear();
     const vxtapi::MemoryModuleInfo Silent = Info();
     EXPECT_FALSE(m_bTold);
     EXPECT_EQ(Silent.uVerdict, vxtapi::kSpdUnreadable);
     EXPECT_EQ(Silent.uAddress, 0x50u);
-    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_ProcessError("bRetCode", "CDefaultMemory::_Record"),
+    EXPECT_THAT(m_Log.TakeErrors(), ElementsAre(g_ProcessError("ouRead", "CDefaultMemory::_Record"),
                                                 g_ProcessError("pRecord", "CDefaultMemory::GetModuleInfo")));
     EXPECT_STREQ(m_Module.GetModel(), L"");
     EXPECT_EQ(m_Module.GetGradeCount(), 0u);
     uint8_t aucSpd[256];
     uint32_t uSize = sizeof(aucSpd);
-    EXPECT_TRUE(m_Module.ReadSpd(aucSpd, uSize));
-    EXPECT_EQ(uSize, 100u) << "what came";
+    EXPECT_FALSE(m_Module.ReadSpd(aucSpd, uSize));
     rHost.Device(0x50) = Whole;
     EXPECT_EQ(Info().uVerdict, vxtapi::kSpdRight);
     EXPECT_STREQ(m_Module.GetModuleType(), L"UDIMM");
+    rHost.Device(0x50).resize(100);
+    EXPECT_TRUE(m_Module.ReadSpd(aucSpd, uSize));
+    EXPECT_EQ(uSize, 100u) << "what it has";
+    vxt::CDefaultMemory Cut(vxt::g_GetDriverHandler());
+    vxtapi::MemoryModuleInfo CutInfo;
+    EXPECT_TRUE(Cut.Init(0) && Cut.GetModuleInfo(&CutInfo));
+    EXPECT_EQ(CutInfo.uVerdict, vxtapi::kSpdTooShort);
 }
 
 TEST_F(CModuleTest, ErasedAndForeignModulesAreDevicesAllTheSame) {
