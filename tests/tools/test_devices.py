@@ -28,14 +28,17 @@ def test_a_module_tells_its_grades_in_clocks_and_nanoseconds():
 
 
 def test_the_raw_bytes_are_what_a_machine_file_takes():
-    sections = run("vxtctl modules --raw").out.split("\n\n")[0]
+    assert run("vxtctl modules --raw --output dump.txt").code == 0
+    sections = read("dump.txt")
+    assert "#   Part number" in sections
     write("copy.machine", "[machine]\nbased_on = k8-first\nwithout = smbus\n\n" + sections)
     assert sections.count("[smbus 5") == 2
     assert answer("vxtctl modules --raw --machine copy.machine")["modules"] == answer("vxtctl modules --raw")["modules"]
 
 
 @table("change, verdict, reason", [(lambda data: b"\xff" * 256, "erased", "its data are erased"), (lambda data: bytes(256), "erased", "its data are erased"),
-                                   (lambda data: data[:3] + b"\x55" + data[4:], "wrong_checksum", None), (lambda data: data[:80], "unreadable", "its data cannot be read")])
+                                   (lambda data: data[:3] + b"\x55" + data[4:], "wrong_checksum", None), (lambda data: data[:80], "unreadable", "its data cannot be read"),
+                                   (lambda data: data[:2] + b"\x55" + data[3:], "unknown_type", "its data are of no type that is decoded")])
 def test_a_module_that_is_not_to_be_trusted_is_a_finding(change, verdict, reason):
     write("bad.machine", SPD + dump(change(bytes(spd()))))
     document = answer("vxtctl modules --machine bad.machine", 6)
@@ -51,7 +54,9 @@ def test_what_may_not_be_so_is_said():
     data[63] = sum(data[:63]) & 0xFF
     data[64:72] = b"ABCDEFGH"  # the maker's number
     write("odd.machine", SPD.replace("family10h-ddr3", "k8-revf-dual") + dump(data))
-    doubts = answer("vxtctl modules --machine odd.machine")["modules"][0]["doubts"]
+    document = answer("vxtctl modules --machine odd.machine", 6)
+    doubts = document["modules"][0]["doubts"]
+    assert document["findings"] == ["/memory/0: doubtful is " + text for text in doubts]
     assert [text.split(":")[0] for text in doubts] == ["the size", "the maker"]
     assert re.findall("^  Doubtful +(.*)", run("vxtctl modules --machine odd.machine").out, re.M) == doubts
 
@@ -80,6 +85,20 @@ def test_a_drive_tells_what_it_is_and_what_it_can():
     assert re.search(r"^  Capacity +4000\.8 GB$", run("vxtctl disks --machine desktop-b").out, re.M)
 
 
+def test_drives_tell_what_is_on_and_what_is_off():
+    shown = {label: names.split("; ") for label, names in re.findall(r"^  (Features, enabled|Not enabled|On or off not told) +(.*)", run("vxtctl disks --machine desktop-b").out.split("\n\n")[0], re.M)}
+    states = [(row["name"], row["enabled"]) for row in answer("vxtctl disks --machine desktop-b")["drives"][0]["features"] if row["supported"]]
+    assert shown == {label: [name for name, state in states if state is word] for label, word in [("Features, enabled", True), ("Not enabled", False), ("On or off not told", None)]}
+
+
+def test_equal_modules_share_their_grades_wherever_they_are():
+    slow = spd()
+    slow[12] += 1  # the shortest clock
+    write("four.machine", SPD + dump(spd()) + "\n[smbus 51]\n" + dump(slow) + "\n[smbus 52]\n" + dump(spd()) + "\n[smbus 53]\n" + dump(b"\x80\x08\x55" + bytes(253)))
+    shown = run("vxtctl modules --machine four.machine").out
+    assert re.findall("^Grades of (.*?):", shown, re.M) == ["memory/0,2", "memory/1"] and shown.count("  Grades  ") == 1
+
+
 def test_all_that_is_attached_is_a_tree():
     document = answer("vxtctl devices --all --machine desktop-a")
     ide = next(row for row in document["controllers"] if row["id"] == "/ide/0")
@@ -104,3 +123,10 @@ def test_identify_data_that_are_not_to_be_trusted_are_a_finding(old, new, verdic
     assert (document["drives"][0]["verdict"], document["findings"]) == (verdict, [f"/hard-disk/0: its IDENTIFY data: {finding}"] if finding else [])
     model = facts(document["drives"][0])["model"]  # the system's word for it where the drive's is not certain
     assert model == "Samsung SSD 870 QVO 4TB" + (" ATA Device" if finding else "")
+
+
+def test_identify_data_without_checksum_have_to_make_sense():
+    text = read(SOURCE / "machines/desktop-b.machine")
+    write("chance.machine", text.replace("00 00 00 00 a5 32", "00 00 00 00 00 00", 1).replace("20 44 37 38 20 30", "20 f4 37 08 20 30", 1))
+    document = answer("vxtctl disks --machine chance.machine", 6)
+    assert document["findings"] == ["/hard-disk/0: its IDENTIFY data: doubtful are " + text for text in document["drives"][0]["doubts"]] and "Doubtful" in run("vxtctl disks --machine chance.machine").out

@@ -107,7 +107,8 @@ def test_csv_has_a_row_of_equal_width_for_every_object_and_a_cell_for_every_valu
     lines = list(csv.reader(io.StringIO(run(line + " --csv").out)))
     assert {len(cells) for cells in lines} == {len(lines[0])}
     found = [dict(zip(lines[0], cells)) for cells in lines[1:]]
-    expected = list(rows_of(document))
+    last = {row["id"]: row for row in rows_of(document)}
+    expected = [row for row in rows_of(document) if "--all" not in line or row is last[row["id"]]]  # there a device of the list that tells more has that row alone
     assert [row["id"] for row in found] == [row["id"] for row in expected]
     for key in set(document) - {"schema_version", "tool", "tool_version", "command", "findings"}:
         if isinstance(document[key], (str, int)):

@@ -8,7 +8,7 @@ import subprocess
 import pytest
 
 from test_devices import SPD, dump, spd
-from tools import answer, quantities, read, run, table, write
+from tools import SOURCE, answer, quantities, read, run, table, write
 
 SECTIONS = ["findings", "inventory", "processor", "sensors", "clocks", "voltages", "memory", "links", "north-bridge", "modules", "drives", "graphics", "monitors", "controllers", "input_devices",
             "boards", "bios"]
@@ -105,6 +105,22 @@ def test_serial_numbers_are_left_out_unless_they_are_asked_for():
     assert [serial for serial in serials if serial not in read("all.html")] == [] and len(serials) > 1
 
 
+def test_what_is_known_as_a_serial_number_stands_nowhere_else():
+    board = SOURCE.joinpath("machines/family10h-ddr3.machine").read_text(encoding="utf-8")
+    hub = re.search(r"\[device (PCI\\\S+)\]\nclass = usb", board).group(1)
+    drive = "[device USBSTOR\\DISK&VEN_X\\{0}&0]\nclass = diskdrive\nfriendly_name = Stick {3}\nserial = {0}\ndrive = PHYSICALDRIVE{1}\nbus = 7\nbytes = 8000000000\nparent = {2}\n\n"
+    mouse = "[device {}]\nclass = mouse\nfriendly_name = Mouse\nparent = {}\n\n"
+    write("leak.machine", "[machine]\nbased_on = family10h-ddr3\n\n" + drive.format("qx71zz", 5, hub, "QX71ZZ") + drive.format("80000", 6, hub, "0.8")
+          + mouse.format("BTHENUM\\DEV_E1E2E3E4E5E6\\7&1", hub) + mouse.format("HID\\{00001812-0000-1000-8000-00805F9B34FB}_REV&0001_F1F2F3F4F5F6&COL01\\8", hub))
+    run("vxtctl report pc.html --machine leak.machine")
+    run("vxtctl report all.html --serials --machine leak.machine")
+    text, whole = Page(read("pc.html")).text, Page(read("all.html")).text
+    for secret in ("qx71zz", "e1e2e3e4e5e6", "f1f2f3f4f5f6"):
+        assert secret in whole.lower() and secret not in text.lower()
+    for shown_ in ("Stick (serial)", "BTHENUM\\DEV_(address)", "HID\\{00001812-0000-1000-8000-00805F9B34FB}_REV&0001_(address)&COL01", "8000000000 bytes"):
+        assert shown_ in text  # a serial number amid a longer number is no serial number
+
+
 # --- recordings --------------------------------------------------------------------------------------------------------------------
 
 def test_a_recording_is_drawn_with_its_gaps():
@@ -113,11 +129,17 @@ def test_a_recording_is_drawn_with_its_gaps():
     page, complaints = shown()
     assert complaints == [] and page.ids[-5:] == ["recording", "temperature-title", "temperature-desc", "fan-title", "fan-desc"]
     ways = [attrs["d"] for tag, attrs in page.tags if tag == "path" and attrs["class"].startswith("line") and attrs["d"] != "M1 5H37"]
-    assert [way.count("M") for way in ways] == [2, 2]  # nobody recorded for two hours; two readings are missing
+    dots = [attrs["d"].count("M") for tag, attrs in page.tags if tag == "path" and attrs["class"].startswith("dot")]
+    assert [way.count("M") for way in ways] == [1, 2] and dots == [1]  # nobody recorded for two hours; two readings are missing
+    xs = [float(x) for x in re.findall(r"[ML]([0-9.]+) ", ways[0])]
+    assert max(xs) - min(xs) > 600 and "1:59:53 not recorded" in page.text  # which hides nothing
+    labels = re.findall(r'class="middle"[^>]*>([0-9:]+)<', read("pc.html"))
+    assert labels and all(re.fullmatch(r"\d:\d\d:\d\d", label) for label in labels)
+    assert page.text.index("1 of 2 sensors are not of this PC") < page.text.index("9 samples of 2")
     assert "9 samples of 2 sensors from 2026-01-31T10:00:00.000Z to 2026-01-31T12:00:00.000Z" in page.text and "last line was incomplete" in page.text
     rows = re.findall(r"</svg>(.*?)</th><td class=\"n\">(.*?)</td><td class=\"n\">(.*?)</td><td class=\"n\">(.*?)</td><td class=\"n\">(.*?)</td>", read("pc.html"))
-    assert rows == [("QOR SQ4E Chipset: Temperature 0", "20.0", "30.5", "24.3", "9"), ("elsewhere/0/fan/1", "1000", "8000", "4500", "6")] or rows == [(" " + name, *rest) for name, *rest in [
-        ("QOR SQ4E Chipset: Temperature 0", "20.0", "30.5", "24.3", "9"), ("elsewhere/0/fan/1", "1000", "8000", "4500", "6")]]
+    assert rows == [("south-bridge/0/temperature/0", "20.0", "30.5", "24.3", "9"), ("elsewhere/0/fan/1", "1000", "8000", "4500", "6")] or rows == [(" " + name, *rest) for name, *rest in [
+        ("south-bridge/0/temperature/0", "20.0", "30.5", "24.3", "9"), ("elsewhere/0/fan/1", "1000", "8000", "4500", "6")]]
 
 
 def test_what_sensors_records_is_drawn_and_a_long_recording_keeps_its_peaks():
@@ -132,9 +154,20 @@ def test_what_sensors_records_is_drawn_and_a_long_recording_keeps_its_peaks():
     assert len(heights) < 3000 and min(heights) < max(heights) - 100 and heights.count(min(heights)) == 1
 
 
+def test_voltages_share_an_axis_only_where_they_are_near_each_other():
+    values = {"/cpu/0/voltage/0": (1.30, 1.32), "/environment/0/voltage/1": (3.30, 3.31), "/environment/0/voltage/2": (1.25, 1.35), "/environment/0/voltage/3": (12.0, 12.1)}
+    write("v.csv", "ts," + ",".join(values) + "\n" + "".join(f"2026-01-31T10:00:0{n}.000Z," + ",".join(str(pair[n % 2]) for pair in values.values()) + "\n" for n in range(6)))
+    assert run("vxtctl report pc.html --recording v.csv").code == 0
+    page = Page(read("pc.html"))
+    assert re.findall(r"<figcaption>.*?, V, from (.*?)</figcaption>", read("pc.html")) == ["1.2500 to 1.3500", "3.3000 to 3.3100", "12.0000 to 12.1000"]
+    ways = [attrs["d"] for tag, attrs in page.tags if tag == "path" and attrs["class"].startswith("line") and attrs["d"] != "M1 5H37"]
+    heights = [[float(y) for y in re.findall(r"[ML][0-9.]+ ([0-9.]+)", way)] for way in ways]
+    assert len(ways) == 4 and all(max(way) - min(way) > 20 for way in heights) and {"voltage-title", "voltage-2-title", "voltage-3-title"} <= set(page.ids)
+
+
 @table("text, told", [("", "line 1, column 1: "), ("PK\3\4\0\0", "line 1, column 1: "), ("ts,/cpu/0/temperature/0,Fan\n", "line 1, column 3: 'Fan' is no sensor's id"),
                       (HEADING, "no sample"), (HEADING + SAMPLES.replace("24,", "2a4,"), "line 6, column 2: '2a4' is no number"), (HEADING + "31.1.2026,1,2\n", "line 2, column 1: '31.1.2026' is no time"),
-                      (HEADING + "2026-02-30T10:00:00.000Z,1,2\n", "line 2, column 1: "), (HEADING + "2026-01-31T10:00:00.000Z,1\n", "line 2, column 3: there are 2 columns, the heading has 3"),
+                      (HEADING + "2026-02-30T10:00:00.000Z,1,2\n", "line 2, column 1: "), (HEADING + SAMPLES + SAMPLES, "line 10, column 1: its time is before"), (HEADING + "2026-01-31T10:00:00.000Z,1\n", "line 2, column 3: there are 2 columns, the heading has 3"),
                       (HEADING + SAMPLES + "2026-01-31T10:00:09.000Z,1,2,3\n", "line 10, column 4: "), (HEADING + "2026-01-31T10:00:00.000Z,inf,1e5\n", "line 2, column 2: 'inf'"),
                       (HEADING + "2026-01-31T10:00:00.000Z," + "9" * 300 + ",1\n", "is no reading")])
 def test_what_is_no_recording_is_refused_with_its_place(text, told):
@@ -164,4 +197,4 @@ def test_standard_output_gets_the_page_alone():
     same = lambda text: re.sub(r"20\d\d-\d\d-\d\dT[0-9:.]+Z|\d+\.?\d* %|\d+(?= RPM)", "", re.sub(r"<td class=\"n\">[^<]*</td>", "", text))
     found = run("vxtctl report -")
     assert found.code == 0 and same(found.out) == same(read("pc.html"))
-    assert (run("vxtctl report - --json").code, run("vxtctl report pc.html --output pc.html").code) == (2, 2)
+    assert (run("vxtctl report - --json").code, run("vxtctl report pc.html --output pc.html").code, run("vxtctl report no.html --dry-run").code) == (2, 2, 2)

@@ -7,7 +7,7 @@ namespace vxttools {
 
 using CCells = std::vector<std::vector<std::string>>;
 
-/// The rows of each core, those of neighbours that are equal once: ("0-3", rows).
+/// The rows of each core, equal ones once: ("0-2,5", rows).
 std::vector<std::pair<std::string, CCells>> g_ShareRows(const CJson& rCores, CCells (*pRows)(const CJson& rCore));
 
 /// The core's number from "1", "cpu/1" or "/cpu/1". Ends the command when the argument called `sName` is none of them.

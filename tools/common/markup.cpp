@@ -80,11 +80,12 @@ std::string g_SvgPath(const std::string& sClass, const std::string& sWay, const 
            (sTitle.empty() ? "/>\n" : "><title>" + g_Markup(sTitle) + "</title></path>\n");
 }
 
-std::string g_TimeText(double dSeconds) {
+std::string g_TimeText(double dSeconds, bool bHours) {
     const auto ullSeconds = static_cast<uint64_t>(std::llround(dSeconds));
     const auto Two = [](uint64_t ull) { return (ull < 10 ? ":0" : ":") + std::to_string(ull); };
     const uint64_t ullHours = ullSeconds / 3600, ullMinutes = ullSeconds / 60 % 60;
-    return (ullHours ? std::to_string(ullHours) + Two(ullMinutes) : std::to_string(ullMinutes)) + Two(ullSeconds % 60);
+    return (ullHours || bHours ? std::to_string(ullHours) + Two(ullMinutes) : std::to_string(ullMinutes)) +
+           Two(ullSeconds % 60);
 }
 
 double g_AxisStep(double dRange, double dLeast) {

@@ -20,8 +20,8 @@ std::string g_SvgText(double dX, double dY, const std::string& sText, const char
 /// `sTitle` is what a pointer on it shows.
 std::string g_SvgPath(const std::string& sClass, const std::string& sWay, const std::string& sTitle = "");
 
-/// "2:00", "1:20:00"
-std::string g_TimeText(double dSeconds);
+/// "2:00", "1:20:00"; `bHours`: with hours also where there are none, "0:02:00"
+std::string g_TimeText(double dSeconds, bool bHours = false);
 
 /// Steps of an axis that are round numbers, so few that each can be labelled: 1, 2, 5, 10 ... times a power of ten, at least
 /// `dLeast`; of times whole minutes and hours.

@@ -95,12 +95,24 @@ CJson g_Features(CStorageDevice& rDrive, const std::string& sPath) {
     return Features;
 }
 
-/// Names of those that are so.
-std::string g_FeatureNames(const CJson& rFeatures, const char* pszKey) {
+/// A row with the names of the supported features that are in this state; none where there are none. Names have commas.
+void g_AddFeatureRow(CTextTable& rTable, const CJson& rFeatures, const char* pszLabel, const CJson& rEnabled) {
     std::string sNames;
     for (const CJson& rFeature : rFeatures.Items())
-        if (rFeature[pszKey] == CJson(true)) sNames += (sNames.empty() ? "" : ", ") + rFeature["name"].Text();
-    return sNames;
+        if (rFeature["supported"] == CJson(true) && rFeature["enabled"] == rEnabled)
+            sNames += (sNames.empty() ? "" : "; ") + rFeature["name"].Text();
+    if (!sNames.empty()) rTable.Rows.push_back({pszLabel, sNames});
+}
+
+/// What is told, but may not be so. Without a checksum only the name tells IDENTIFY data from chance: it is ASCII, padded.
+std::vector<std::string> g_Doubts(CStorageDevice& rDrive, const StorageDeviceInfo& rInfo) {
+    constexpr size_t kName = 54, kNameEnd = 94;  // words 27 to 46
+    uint8_t aucBytes[512];
+    uint32_t uSize = sizeof aucBytes;
+    if (rInfo.uVerdict != vxtapi::kIdentifyUnsigned || !rDrive.GetIdentifyData(aucBytes, uSize)) return {};
+    const auto IsLetter = [](uint8_t uc) { return uc == 0 || (uc >= ' ' && uc <= '~'); };
+    if (std::all_of(aucBytes + kName, aucBytes + kNameEnd, IsLetter)) return {};
+    return {"all of them: its name is no text, they may be no IDENTIFY data"};
 }
 
 void g_AddTransfer(CFacts& rFacts, const StorageDeviceInfo& rInfo) {
@@ -158,15 +170,21 @@ void g_AddDrives(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::C
             if (rVerdict.bIsFinding) rFindings.push_back(sPath + ": its IDENTIFY data: " + rVerdict.pszText);
 
             const CFacts Facts = g_Facts(rDrive, Info, bSerials);
-            CJson Drive{{"id", sPath}, {"index", rEntry.uIndex}, {"verdict", rVerdict.pszWord}};
+            CJson Drive{{"id", sPath},
+                        {"index", rEntry.uIndex},
+                        {"verdict", rVerdict.pszWord},
+                        {"doubts", g_Doubts(rDrive, Info)}};
             Facts.AddTo(Drive);
             Drive["features"] = g_Features(rDrive, sPath);
             CTextTable Table = Facts.Table(sPath.substr(1));
             Table.Rows.insert(Table.Rows.begin(), {"  IDENTIFY data", rVerdict.pszText});
-            const std::string sSupported = g_FeatureNames(Drive["features"], "supported"),
-                              sEnabled = g_FeatureNames(Drive["features"], "enabled");
-            if (!sSupported.empty()) Table.Rows.push_back({"  Features", sSupported});
-            if (!sEnabled.empty()) Table.Rows.push_back({"  Enabled of these", sEnabled});
+            for (const CJson& rDoubt : Drive["doubts"].Items()) {
+                rFindings.push_back(sPath + ": its IDENTIFY data: doubtful are " + rDoubt.Text());
+                Table.Rows.push_back({"  Doubtful", rDoubt.Text()});
+            }
+            g_AddFeatureRow(Table, Drive["features"], "  Features, enabled", true);
+            g_AddFeatureRow(Table, Drive["features"], "  Not enabled", false);
+            g_AddFeatureRow(Table, Drive["features"], "  On or off not told", nullptr);
             rDrives.Push(std::move(Drive));
             rDocument.AddTable(std::move(Table));
         }

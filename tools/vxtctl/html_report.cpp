@@ -17,6 +17,7 @@
 #include "north_bridge_report.h"
 #include "recording_chart.h"
 #include "sensor_report.h"
+#include "serial_mask.h"
 
 namespace vxtctl {
 
@@ -70,29 +71,38 @@ constexpr CSectionRow kSections[] = {
 
 /// A section with its tables, or with why there is none.
 template <class TAdd>
-void g_AddSection(CHtmlPage& rPage, const std::string& sId, const char* pszTitle, CFindings& rFindings, TAdd Add) {
+void g_AddSection(CHtmlPage& rPage, const CSerialMask& rMask, const std::string& sId, const char* pszTitle,
+                  CFindings& rFindings, TAdd Add) {
     if (vxttools::g_WasInterrupted()) throw CFailure(EExit::kInterrupted, "interrupted");
     rPage.Section(sId, pszTitle);
     CDocument Document("", "");
     try {
         Add(Document);
-        for (const vxttools::CTextTable& rTable : Document.Tables()) rPage.Table(rTable);
+        for (const vxttools::CTextTable& rTable : Document.Tables()) rPage.Table(rMask.Without(rTable));
         if (Document.Tables().empty()) rPage.Paragraph("There is none that the library knows.", "soft");
     } catch (const CFailure& rFailure) {
         if (rFailure.Exit() != EExit::kNoSuchDevice && rFailure.Exit() != EExit::kFailed) throw;
         if (rFailure.Exit() == EExit::kFailed) rFindings.emplace_back(rFailure.what());
-        rPage.Paragraph(rFailure.what(), "soft");
+        rPage.Paragraph(rMask.Without(rFailure.what()), "soft");
     }
 }
 
-void g_AddRecording(CHtmlPage& rPage, const CHostLibrary& rLibrary, const CRecording& rRecording) {
+void g_AddRecording(CHtmlPage& rPage, const CHostLibrary& rLibrary, const CRecording& rRecording,
+                    const CSerialMask& rMask) {
     const std::vector<CSensor> Sensors = g_FindSensors(rLibrary);
-    const auto Label = [&](const std::string& sId) {  // it may be another PC's
-        const auto it = std::ranges::find(Sensors, sId, &CSensor::sId);
-        return it == Sensors.end() ? sId.substr(1) : it->sDevice + ": " + it->sLabel;
+    const auto Find = [&](const std::string& sId) { return std::ranges::find(Sensors, sId, &CSensor::sId); };
+    const auto lStrange = std::ranges::count_if(rRecording.Sensors,
+                                                [&](const CRecordedSensor& r) { return Find(r.sId) == Sensors.end(); });
+    const auto Label = [&](const std::string& sId) {
+        const auto it = Find(sId);
+        return lStrange ? sId.substr(1) : rMask.Without(it->sDevice + ": " + it->sLabel);
     };
-    const double dEnd = *std::ranges::max_element(rRecording.Seconds);
+    const double dEnd = rRecording.Seconds.back();
     rPage.Section("recording", "Recording");
+    if (lStrange)
+        rPage.Paragraph(std::to_string(lStrange) + " of " + std::to_string(rRecording.Sensors.size()) +
+                        " sensors are not of this PC: the recording is probably another one's. All have their ids as "
+                        "names.");
     rPage.Paragraph(rRecording.sName + ": " + std::to_string(rRecording.Seconds.size()) + " samples of " +
                     std::to_string(rRecording.Sensors.size()) + " sensors from " +
                     vxttools::g_IsoTime(rRecording.Begin) + " to " +
@@ -129,18 +139,20 @@ void g_AddTop(CHtmlPage& rPage, const CHtmlReport& rReport, const CFindings& rFi
 }  // namespace
 
 std::string g_HtmlReport(const CHostLibrary& rLibrary, const CHtmlReport& rReport, CFindings& rFindings) {
-    const CHtmlPage Empty(g_Title(rLibrary), kGenerator, rReport.pRecording ? kChartStyle : "");
+    const CSerialMask Mask = rReport.bSerials ? CSerialMask() : CSerialMask(rLibrary);
+    const CHtmlPage Empty(Mask.Without(g_Title(rLibrary)), kGenerator, rReport.pRecording ? kChartStyle : "");
     CHtmlPage Sections = Empty;
     for (const CSectionRow& rRow : kSections)
-        g_AddSection(Sections, rRow.pszId, rRow.pszTitle, rFindings,
+        g_AddSection(Sections, Mask, rRow.pszId, rRow.pszTitle, rFindings,
                      [&](CDocument& rDocument) { rRow.pAdd(rDocument, rLibrary, rFindings); });
     for (const CDeviceKind& rKind : kDeviceKinds)
-        g_AddSection(Sections, rKind.pszKey, rKind.pszTitle, rFindings,
+        g_AddSection(Sections, Mask, rKind.pszKey, rKind.pszTitle, rFindings,
                      [&](CDocument& rDocument) { rKind.pAdd(rDocument, rLibrary, rFindings, rReport.bSerials); });
-    if (rReport.pRecording) g_AddRecording(Sections, rLibrary, *rReport.pRecording);
+    if (rReport.pRecording) g_AddRecording(Sections, rLibrary, *rReport.pRecording, Mask);
     CHtmlPage Page = Empty;
     CFindings All = rFindings;
     for (std::string& rsFinding : rLibrary.Findings()) All.push_back(std::move(rsFinding));  // now: all has been read
+    for (std::string& rsFinding : All) rsFinding = Mask.Without(std::move(rsFinding));
     g_AddTop(Page, rReport, All);
     Page.Append(Sections);
     return Page.Text();

@@ -36,7 +36,7 @@ constexpr CVerdictRow kVerdicts[] = {
     {"wrong_checksum", "the checksum is WRONG", vxttools::kNotTold, true},
     {"too_short", "its data end too early", "its data end too early", true},
     {"erased", "its data are erased", "its data are erased", true},
-    {"unknown_type", "its data are of no type that is decoded", "its data are of no type that is decoded", false},
+    {"unknown_type", "its data are of no type that is decoded", "its data are of no type that is decoded", true},
     {"unreadable", "it answered at the start, but its data cannot be read", "its data cannot be read", true},
 };
 
@@ -107,8 +107,8 @@ vxttools::CCells g_GradeRows(const CJson& rModule) {
     return Rows;
 }
 
-void g_AddGradeTables(CDocument& rDocument) {
-    for (auto& [sModules, rRows] : vxttools::g_ShareRows(std::as_const(rDocument)["modules"], g_GradeRows)) {
+void g_AddGradeTables(CDocument& rDocument, const CJson& rModules) {
+    for (auto& [sModules, rRows] : vxttools::g_ShareRows(rModules, g_GradeRows)) {
         if (rRows.empty()) continue;
         CTextTable Table{"Grades of memory/" + sModules + ": the timings in clocks (ns)",
                          {">MT/s", ">MHz", ">CL"},
@@ -139,6 +139,16 @@ std::vector<double> g_Voltages(const MemoryModuleInfo& rInfo) {
     for (const double d : rInfo.adVoltages)
         if (d > 0) Voltages.push_back(d);
     return Voltages;
+}
+
+/// Text as remarks of a machine file.
+std::string g_Remarks(const std::string& sText) {
+    std::string sRemarks;
+    for (size_t uBegin = 0, uEnd; uBegin < sText.size(); uBegin = uEnd + 1) {
+        uEnd = std::min(sText.find('\n', uBegin), sText.size());
+        sRemarks += (uEnd == uBegin ? "#" : "# ") + sText.substr(uBegin, uEnd - uBegin) + "\n";
+    }
+    return sRemarks;
 }
 
 /// What is told, but may not be so.
@@ -192,6 +202,7 @@ CFacts g_Facts(CMemoryModule& rModule, const MemoryModuleInfo& rInfo, bool bSeri
 void g_AddModules(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::CFindings& rFindings,
                   const CModuleView& rView) {
     CJson& rModules = rDocument["modules"] = CJson::Array();
+    CDocument Told("", "");
     std::string sDumps;  // as machine files take them
     for (const CInventoryEntry& rEntry : rLibrary.Devices(vxtapi::kDeviceMemory)) {
         auto& rModule = *static_cast<CMemoryModule*>(rEntry.pDevice);
@@ -212,7 +223,10 @@ void g_AddModules(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::
         CTextTable Table = Facts.Table(sPath.substr(1));
         Table.Rows.insert(Table.Rows.begin(),
                           {{"  At", g_Hex(Info.uAddress, 2) + "h on the SMBus"}, {"  Data", rVerdict.pszText}});
-        for (const CJson& rDoubt : Module["doubts"].Items()) Table.Rows.push_back({"  Doubtful", rDoubt.Text()});
+        for (const CJson& rDoubt : Module["doubts"].Items()) {
+            rFindings.push_back(sPath + ": doubtful is " + rDoubt.Text());
+            Table.Rows.push_back({"  Doubtful", rDoubt.Text()});
+        }
         if (rView.bRaw) {
             const std::vector<uint8_t> Bytes = g_ReadSpd(rModule);
             if (Bytes.empty() && !rVerdict.bIsFinding) rFindings.push_back(sPath + ": its data could not be read");
@@ -220,11 +234,19 @@ void g_AddModules(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::
             if (!Bytes.empty()) sDumps += "[smbus " + g_Hex(Info.uAddress, 2) + "]\n" + vxttools::g_HexDump(Bytes);
         }
         Module["grades"] = g_Grades(rModule, sPath);
+        if (Module["grades"].Items().empty())
+            Table.Rows.push_back(
+                {"  Grades", rVerdict.pszNone == vxttools::kNotTold ? "its timings are not told" : rVerdict.pszNone});
         rModules.Push(std::move(Module));
-        rDocument.AddTable(std::move(Table));
+        Told.AddTable(std::move(Table));
     }
-    rDocument.SetText(std::move(sDumps));
-    g_AddGradeTables(rDocument);
+    g_AddGradeTables(Told, rModules);
+    constexpr size_t kMark = 2;  // "# "
+    if (rView.bRaw) {
+        const size_t uWidth = rView.uWidth == vxttools::kUnlimited ? rView.uWidth : rView.uWidth - kMark;
+        return rDocument.SetText(g_Remarks(Told.Text(false, uWidth)) + sDumps);
+    }
+    for (const CTextTable& rTable : Told.Tables()) rDocument.AddTable(rTable);
 }
 
 }  // namespace vxtctl

@@ -7,7 +7,9 @@
 namespace vxtctl {
 
 struct CModuleView {
-    bool bRaw = false;  ///< with the 256 bytes as they are
+    bool bRaw =
+        false;  ///< with the 256 bytes as they are, in text as sections of a machine file, the rest as its remarks
+    size_t uWidth = vxttools::kUnlimited;  ///< of a line of those remarks
     bool bSerials = true;
 };
 

@@ -45,7 +45,7 @@ public:
         _TakeHeading();
         while (!m_sText.empty()) _TakeSample();
         if (m_Times.empty()) _Refuse(1, "there is no sample behind the heading");
-        m_Recording.Begin = *std::ranges::min_element(m_Times);
+        m_Recording.Begin = m_Times.front();
         for (const auto Time : m_Times)
             m_Recording.Seconds.push_back(std::chrono::duration<double>(Time - m_Recording.Begin).count());
         return std::move(m_Recording);
@@ -97,6 +97,7 @@ private:
             _Refuse(
                 std::min(Cells.size(), uExpected) + 1,
                 "there are " + std::to_string(Cells.size()) + " columns, the heading has " + std::to_string(uExpected));
+        if (!m_Times.empty() && *oTime < m_Times.back()) _Refuse(1, "its time is before that of the line above it");
         if (m_Times.size() * uExpected > kMostReadings) _Refuse(1, "there are more than 10 million readings");
         m_Times.push_back(*oTime);
         for (size_t i = 1; i < uExpected; ++i) {

@@ -18,7 +18,7 @@ struct CRecordedSensor {
 
 struct CRecording {
     std::string sName;            ///< the file's, without its folder
-    std::vector<double> Seconds;  ///< one a line, from the earliest
+    std::vector<double> Seconds;  ///< one a line, ascending, from 0
     std::chrono::system_clock::time_point Begin;
     std::vector<CRecordedSensor> Sensors;
     bool bTorn = false;  ///< its last line is incomplete, and left out

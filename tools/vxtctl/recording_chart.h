@@ -1,4 +1,4 @@
-// A recording as line charts, one for each kind of sensor.
+// A recording as line charts, one for each kind of sensor, of voltages one for each group that lies close together.
 #pragma once
 
 #include <functional>

@@ -3,15 +3,10 @@
 
 #include <string>
 
-#include "common/text.h"
-
 namespace vxtctl {
 
-/// As UTF-8. The last part may be a serial number; without those it is left out.
-inline std::string g_SystemId(const wchar_t* pszId, bool bSerials) {
-    const std::string sId = vxttools::g_Utf8(pszId);
-    const size_t uLast = bSerials ? sId.npos : sId.rfind('\\');
-    return uLast == sId.npos ? sId : sId.substr(0, uLast);
-}
+/// As UTF-8. The last part may be a serial number, and radio devices have their address amid the others: without serial
+/// numbers the one is left out, and "(address)" stands for the other.
+std::string g_SystemId(const wchar_t* pszId, bool bSerials);
 
 }  // namespace vxtctl

@@ -1,4 +1,6 @@
 // vxtctl devices: the inventory, and with --all what each device tells.
+#include <algorithm>
+
 #include "common/command.h"
 #include "device_kinds.h"
 #include "device_report.h"
@@ -16,6 +18,16 @@ constexpr COption<CWanted> kOptions[] = {
     {"--all", "", "Also all that modules, drives, monitors, controllers ... tell", &CWanted::bAll},
 };
 
+/// The list without the devices that have a row of their own: CSV has each id once.
+void g_DropTold(CDocument& rDocument) {
+    std::erase_if(rDocument["devices"].Items(), [&](const CJson& rDevice) {
+        return std::ranges::any_of(kDeviceKinds, [&](const CDeviceKind& rKind) {
+            return std::ranges::any_of(rDocument[rKind.pszKey].Items(),
+                                       [&](const CJson& rTold) { return rTold["id"] == rDevice["id"]; });
+        });
+    });
+}
+
 EExit g_Devices(CTool& rTool, const CWanted& rWanted) {
     const CHostLibrary Library(rTool.Options());
     Library.RemarkOnCores(rTool.Output());
@@ -29,6 +41,7 @@ EExit g_Devices(CTool& rTool, const CWanted& rWanted) {
         rKind.pAdd(Document, Library, Findings, true);
         Document.AddCsv(rKind.pszKey);
     }
+    if (rTool.Output().Format() == EFormat::kCsv) g_DropTold(Document);
     return Library.Emit(rTool, Document, std::move(Findings));
 }
 

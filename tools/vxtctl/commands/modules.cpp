@@ -12,7 +12,7 @@ struct CWanted {
     bool bRaw = false;
 };
 constexpr COption<CWanted> kOptions[] = {
-    {"--raw", "", "Also the modules' 256 bytes, as a machine file takes them", &CWanted::bRaw},
+    {"--raw", "", "Also the modules' 256 bytes, as a machine file takes them; the rest as its remarks", &CWanted::bRaw},
 };
 
 EExit g_Modules(CTool& rTool, const CWanted& rWanted) {
@@ -20,7 +20,8 @@ EExit g_Modules(CTool& rTool, const CWanted& rWanted) {
     CDocument Document = rTool.NewDocument();
     Document.SetCsv("modules");
     CFindings Findings;
-    g_AddModules(Document, Library, Findings, {.bRaw = rWanted.bRaw});
+    g_AddModules(Document, Library, Findings,
+                 {.bRaw = rWanted.bRaw, .uWidth = g_OutputWidth(rTool.Options().oOutput.has_value())});
     if (Document["modules"].Items().empty()) throw Library.Absent("memory module");
     return Library.Emit(rTool, Document, std::move(Findings));
 }

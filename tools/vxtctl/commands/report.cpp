@@ -34,6 +34,8 @@ EExit g_Report(CTool& rTool, const CWanted& rWanted) {
     const bool bToStdout = rsFile == "-";
     if (!bToStdout && rsFile == rTool.Options().oOutput)
         throw CFailure(EExit::kUsage, "--output: the report has a file of its own");
+    if (rTool.Options().bDryRun)
+        throw CFailure(EExit::kUsage, "--dry-run: a report is a file that is written; it changes nothing on the PC");
     if (bToStdout && rTool.Output().Format() != EFormat::kText)
         throw CFailure(EExit::kUsage, "with - the answer is the page: it takes neither --json nor --csv");
     if (!bToStdout) g_CheckOwnFile(rsFile, kReportMark, "report of vxtctl");
