@@ -37,7 +37,8 @@ struct StorageDeviceInfo {
     uint8_t bSolidState;                                     ///< eTold
     uint8_t bRemovable;
     uint8_t bSecurityEnabled, bSecurityLocked, bSecurityFrozen;  ///< eTold
-    uint8_t abUnused[7];
+    uint8_t bDoubtful;  ///< the data have no checksum, and the model in them is no text: chance may have made them
+    uint8_t abUnused[6];
 };
 
 /// A feature of the ATA command set.

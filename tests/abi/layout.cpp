@@ -142,6 +142,7 @@ LIES_AT(StorageDeviceInfo, uLogicalSectorBytes, 32, 4);
 LIES_AT(StorageDeviceInfo, uQueueDepth, 88, 4);
 FLAG_LIES_AT(StorageDeviceInfo, bSolidState, 92);
 FLAG_LIES_AT(StorageDeviceInfo, bSecurityFrozen, 96);
+FLAG_LIES_AT(StorageDeviceInfo, bDoubtful, 97);
 FLAG_LIES_AT(StorageDeviceFeature, bSupported, sizeof(void*));
 static_assert(sizeof(MonitorInfo) == 80 && alignof(MonitorInfo) == 8, "numbers, a double, flags");
 LIES_AT(MonitorInfo, uWidthMm, 32, 4);

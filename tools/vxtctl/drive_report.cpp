@@ -104,14 +104,9 @@ void g_AddFeatureRow(CTextTable& rTable, const CJson& rFeatures, const char* psz
     if (!sNames.empty()) rTable.Rows.push_back({pszLabel, sNames});
 }
 
-/// What is told, but may not be so. Without a checksum only the name tells IDENTIFY data from chance: it is ASCII, padded.
-std::vector<std::string> g_Doubts(CStorageDevice& rDrive, const StorageDeviceInfo& rInfo) {
-    constexpr size_t kName = 54, kNameEnd = 94;  // words 27 to 46
-    uint8_t aucBytes[512];
-    uint32_t uSize = sizeof aucBytes;
-    if (rInfo.uVerdict != vxtapi::kIdentifyUnsigned || !rDrive.GetIdentifyData(aucBytes, uSize)) return {};
-    const auto IsLetter = [](uint8_t uc) { return uc == 0 || (uc >= ' ' && uc <= '~'); };
-    if (std::all_of(aucBytes + kName, aucBytes + kNameEnd, IsLetter)) return {};
+/// What is told, but may not be so.
+std::vector<std::string> g_Doubts(const StorageDeviceInfo& rInfo) {
+    if (!rInfo.bDoubtful) return {};
     return {"all of them: its name is no text, they may be no IDENTIFY data"};
 }
 
@@ -170,10 +165,8 @@ void g_AddDrives(CDocument& rDocument, const CHostLibrary& rLibrary, vxttools::C
             if (rVerdict.bIsFinding) rFindings.push_back(sPath + ": its IDENTIFY data: " + rVerdict.pszText);
 
             const CFacts Facts = g_Facts(rDrive, Info, bSerials);
-            CJson Drive{{"id", sPath},
-                        {"index", rEntry.uIndex},
-                        {"verdict", rVerdict.pszWord},
-                        {"doubts", g_Doubts(rDrive, Info)}};
+            CJson Drive{
+                {"id", sPath}, {"index", rEntry.uIndex}, {"verdict", rVerdict.pszWord}, {"doubts", g_Doubts(Info)}};
             Facts.AddTo(Drive);
             Drive["features"] = g_Features(rDrive, sPath);
             CTextTable Table = Facts.Table(sPath.substr(1));

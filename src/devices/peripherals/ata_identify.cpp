@@ -43,9 +43,13 @@ public:
     bool Has(const CWordBits& rBit) const { return Get(rBit).value_or(0) != 0; }
 
     template <size_t N> CDeviceText<N> Text(const CText<N>& rText) const {
+        const std::array<char, N> achRaw = RawText(rText);
+        return CDeviceText<N>({achRaw.data(), N});
+    }
+    template <size_t N> std::array<char, N> RawText(const CText<N>& rText) const {
         std::array<char, N> achRaw;
         for (size_t i = 0; i < N; ++i) achRaw[i] = static_cast<char>(Raw(rText.ucWord + i / 2) >> (i % 2 ? 0 : 8));
-        return CDeviceText<N>({achRaw.data(), N});
+        return achRaw;
     }
 
 private:
@@ -198,6 +202,9 @@ CAtaIdentity g_DecodeAtaIdentity(std::span<const uint8_t> Image) {
     Identity.eKind = g_Kind(Words);
     Identity.bRemovable = Words.Raw(kRemovable) != 0;
     Identity.Model = Words.Text(kModel);
+    const auto IsOfText = [](char ch) { return ch == 0 || (ch >= ' ' && ch <= '~'); };
+    Identity.bDoubtful =
+        Identity.eVerdict == EAtaVerdict::kUnsigned && !std::ranges::all_of(Words.RawText(kModel), IsOfText);
     Identity.SerialNumber = Words.Text(kSerialNumber);
     Identity.Firmware = Words.Text(kFirmware);
     std::ranges::transform(kFeatures, Identity.aFeatures.begin(),

@@ -78,6 +78,7 @@ struct CAtaGeometry {
 /// What the words say. Nothing (also null, an empty text): the device does not tell.
 struct CAtaIdentity {
     EAtaVerdict eVerdict = EAtaVerdict::kCut;
+    bool bDoubtful = false;  ///< unsigned, and the model is no text: chance may have made all of it
     EAtaKind eKind = EAtaKind::kUnknown;
     bool bRemovable = false;
     CDeviceText<40> Model;

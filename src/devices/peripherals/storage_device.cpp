@@ -197,6 +197,7 @@ bool CStorageDrive::GetStorageInfo(StorageDeviceInfo* pInfo) {
     pInfo->bSecurityEnabled = State(&CAtaSecurity::bEnabled);
     pInfo->bSecurityLocked = State(&CAtaSecurity::bLocked);
     pInfo->bSecurityFrozen = State(&CAtaSecurity::bFrozen);
+    pInfo->bDoubtful = r.bDoubtful;
     return true;
 }
 
