@@ -10,6 +10,7 @@
 #include "api/log/log.h"
 #include "devices/cpu/cpu.h"
 #include "devices/device_list.h"
+#include "devices/graphics/graphics_processor.h"
 #include "devices/memory/memory_module.h"
 #include "devices/peripherals/peripheral_devices.h"
 #include "firmware/acpi_table.h"
@@ -344,6 +345,24 @@ TEST_F(CLibrarySweep, MemoryModules) {
     for (const auto& [pszName, Run] : Questions)
         Each("CDefaultMemory",
              {{.sName = pszName, .Run = Run, .Arrange = MakeReady, .sSurvives = "in CDriverHandler::AccessSMBus$"}});
+}
+
+TEST_F(CLibrarySweep, GraphicsProcessors) {
+    Start(kDefaultMachine, [](vxtsim::CMachineDescription& rMachine) {
+        vxtsim::CDisplayAdapter& rAdapter = rMachine.Displays[0];
+        rAdapter.bAnswers = true;
+        rAdapter.uClock = 500'000, rAdapter.uLowest = 300'000, rAdapter.uHighest = 700'000;
+    });
+    CFresh<vxt::CNYXGPU> Gpu;
+    Sweep({.sName = "CNYXGPU::_Identify",
+           .Run = [&] { return Gpu->Init(0); },
+           .Arrange = [&] { Gpu.Make(); },
+           .bMayBeSilent = true});  // a display that is not there, or whose driver does not know the escape
+    const auto MakeReady = [&] { Gpu.Make(), Gpu->Init(0); };
+    Each("CNYXGPU",
+         {{.sName = "GetEngineClock", .Run = [&] { return Gpu->GetEngineClock() != 0; }, .Arrange = MakeReady},
+          {.sName = "SetEngineClock", .Run = [&] { return Gpu->SetEngineClock(600); }, .Arrange = MakeReady}});
+    Gpu.Make();
 }
 
 TEST_F(CLibrarySweep, DevicesOfTheSystem) {
