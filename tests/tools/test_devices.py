@@ -37,7 +37,7 @@ def test_the_raw_bytes_are_what_a_machine_file_takes():
 
 
 @table("change, verdict, reason", [(lambda data: b"\xff" * 256, "erased", "its data are erased"), (lambda data: bytes(256), "erased", "its data are erased"),
-                                   (lambda data: data[:3] + b"\x55" + data[4:], "wrong_checksum", None), (lambda data: data[:80], "unreadable", "its data cannot be read"),
+                                   (lambda data: data[:3] + b"\x55" + data[4:], "wrong_checksum", None), (lambda data: data[:80], "too_short", None),
                                    (lambda data: data[:2] + b"\x55" + data[3:], "unknown_type", "its data are of no type that is decoded")])
 def test_a_module_that_is_not_to_be_trusted_is_a_finding(change, verdict, reason):
     write("bad.machine", SPD + dump(change(bytes(spd()))))
