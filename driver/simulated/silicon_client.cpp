@@ -1,6 +1,7 @@
 // The library's side of silicon_call.h, in place of what a real machine's library has.
 #include <windows.h>
 
+#include <atomic>
 #include <cstring>
 
 #include "platform/clock.h"
@@ -16,8 +17,11 @@ using vxtdriver::CSiliconAnswer;
 
 namespace {
 
-/// The process ends as the PC does: where it stands, without anything that runs at an end.
+/// The process ends as the PC does: where it stands, without anything that runs at an end. One thread alone ends it: the others
+/// that meet the hang wait for that.
 void g_Die(const char* pszReason) {
+    static std::atomic_flag s_Dying;
+    if (s_Dying.test_and_set()) Sleep(INFINITE);
     DWORD dwWritten = 0;
     const HANDLE hError = GetStdHandle(STD_ERROR_HANDLE);
     for (const char* const pszPart : {pszReason, "\n"})
